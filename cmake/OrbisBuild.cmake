@@ -1,0 +1,49 @@
+# How every target of the project is compiled.
+include(CheckCXXCompilerFlag)
+
+find_program(ORBIS_CCACHE ccache)
+if(ORBIS_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    # Paths below the source root are made relative, so that builds in different places share results.
+    set(launcher ${CMAKE_COMMAND} -E env CCACHE_BASEDIR=${CMAKE_SOURCE_DIR} CCACHE_NOHASHDIR=1 CCACHE_SLOPPINESS=pch_defines,time_macros
+                 ${ORBIS_CCACHE})
+    set(CMAKE_C_COMPILER_LAUNCHER ${launcher})
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
+endif()
+
+# No machine's path in what is built: __FILE__ and debug information start at the source root.
+if(NOT MSVC)
+    add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
+endif()
+
+if(ORBIS_SANITIZE)
+    add_compile_options(-fsanitize=${ORBIS_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    add_link_options(-fsanitize=${ORBIS_SANITIZE})
+elseif(NOT WIN32)
+    add_link_options(-Wl,-z,defs)
+endif()
+
+# orbis_target(<target>): warnings as errors, UTF-8 sources.
+function(orbis_target target)
+    if(MSVC)
+        target_compile_options(${target} PRIVATE /W4 /WX /utf-8 /permissive- /EHsc)
+    else()
+        target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+                                                 $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast> $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual> -Wnull-dereference -Wdouble-promotion)
+        if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+            # GCC 12 reports these inside the standard library's own inlined code when it optimises.
+            target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-Wno-null-dereference>
+                                                     -Wno-restrict -Wno-maybe-uninitialized)
+        endif()
+    endif()
+endfunction()
+
+# orbis_test(<name> SOURCES ... LIBRARIES ...): one GoogleTest program, its tests listed one by one.
+function(orbis_test name)
+    cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES;DEFINITIONS" ${ARGN})
+    add_executable(${name} ${arg_SOURCES})
+    orbis_target(${name})
+    target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} orbis::gtest)
+    target_compile_definitions(${name} PRIVATE ${arg_DEFINITIONS})
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120
+                         WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+endfunction()

@@ -1,0 +1,38 @@
+# What the project does not write itself, under one name each on every platform.
+#   orbis::protobuf  orbis::fmt  orbis::spdlog  orbis::cli11  orbis::gtest
+# Cross builds for Windows use fmt, spdlog and CLI11 as headers only, from ORBIS_HEADER_ONLY_INCLUDE_DIR.
+include(GoogleTest)
+
+find_package(Protobuf 3.21 REQUIRED)
+add_library(orbis::protobuf ALIAS protobuf::libprotobuf)
+
+if(ORBIS_HEADER_ONLY_INCLUDE_DIR)
+    add_library(orbis-header-only INTERFACE)
+    target_include_directories(orbis-header-only SYSTEM INTERFACE ${ORBIS_HEADER_ONLY_INCLUDE_DIR})
+    target_compile_definitions(orbis-header-only INTERFACE FMT_HEADER_ONLY=1 SPDLOG_FMT_EXTERNAL=1 SPDLOG_HEADER_ONLY=1)
+    add_library(orbis::fmt ALIAS orbis-header-only)
+    add_library(orbis::spdlog ALIAS orbis-header-only)
+    add_library(orbis::cli11 ALIAS orbis-header-only)
+else()
+    find_package(fmt 9 REQUIRED)
+    find_package(spdlog 1.10 REQUIRED)
+    find_package(CLI11 2.1 REQUIRED)
+    add_library(orbis::fmt ALIAS fmt::fmt)
+    add_library(orbis::spdlog ALIAS spdlog::spdlog)
+    add_library(orbis::cli11 ALIAS CLI11::CLI11)
+endif()
+
+if(ORBIS_BUILD_TESTS OR ORBIS_BUILD_BENCH)
+    if(ORBIS_GOOGLETEST_SOURCE)
+        set(INSTALL_GTEST OFF)
+        add_subdirectory(${ORBIS_GOOGLETEST_SOURCE} ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+        add_library(orbis-gtest INTERFACE)
+        target_link_libraries(orbis-gtest INTERFACE gtest_main gmock)
+        add_library(orbis::gtest ALIAS orbis-gtest)
+    else()
+        find_package(GTest 1.12 REQUIRED)
+        add_library(orbis-gtest INTERFACE)
+        target_link_libraries(orbis-gtest INTERFACE GTest::gtest_main GTest::gmock)
+        add_library(orbis::gtest ALIAS orbis-gtest)
+    endif()
+endif()

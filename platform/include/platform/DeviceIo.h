@@ -1,0 +1,88 @@
+#pragma once
+
+#include <cstdint>
+#include <utility>
+
+#include "platform/Export.h"
+
+namespace orbis::platform {
+
+using NativeHandle = std::intptr_t;
+inline constexpr NativeHandle kInvalidHandle = -1;
+
+// Arguments of Open, numbered as in winnt.h and fileapi.h.
+inline constexpr std::uint32_t kFileReadAttributes = 0x80;
+inline constexpr std::uint32_t kGenericRead = 0x80000000;
+inline constexpr std::uint32_t kGenericWrite = 0x40000000;
+inline constexpr std::uint32_t kFileShareRead = 1;
+inline constexpr std::uint32_t kFileShareWrite = 2;
+inline constexpr std::uint32_t kOpenExisting = 3;
+
+// Kernel32's device calls. Every operation that fails leaves its Win32 error in LastError() of the calling thread.
+// All operations block for as long as the device takes; requests that carry a time-out end after it.
+// Safe to call from several threads at once.
+class DeviceIo {
+public:
+    virtual ~DeviceIo() = default;
+
+    // CreateFileW. `path` is zero-terminated ("\\.\PhysicalDrive0", "\\.\C:", or a device interface path). The caller owns the
+    // result and closes it with Close; kInvalidHandle on failure. Absent: kFileNotFound or kPathNotFound. Denied: kAccessDenied.
+    [[nodiscard]] virtual NativeHandle Open(const char16_t* path, std::uint32_t access, std::uint32_t share, void* security,
+                                            std::uint32_t disposition, std::uint32_t flags, NativeHandle templateFile) = 0;
+
+    // DeviceIoControl. `in` and `out` may be the same buffer or null with size 0; `returned` receives the number of bytes written
+    // to `out` and is never null here. Unsupported: kInvalidFunction or kNotSupported. Too small an `out`: kInsufficientBuffer or
+    // kMoreData. A device may also succeed with fewer bytes than asked: check `returned` before reading.
+    [[nodiscard]] virtual bool Control(NativeHandle device, std::uint32_t code, void* in, std::uint32_t inSize, void* out,
+                                       std::uint32_t outSize, std::uint32_t* returned, void* overlapped) = 0;
+
+    // CloseHandle.
+    virtual bool Close(NativeHandle device) noexcept = 0;
+
+    // GetLogicalDriveStringsW: "C:\", zero, "D:\", zero, zero. Returns the number of characters written without the last zero, the
+    // number needed with it when `characters` is too small, and 0 on failure.
+    [[nodiscard]] virtual std::uint32_t LogicalDriveStrings(std::uint32_t characters, char16_t* buffer) = 0;
+
+    // GetLastError of the calling thread.
+    [[nodiscard]] virtual std::uint32_t LastError() const noexcept = 0;
+
+    // The port that is in force now (see Platform::Current).
+    [[nodiscard]] ORBIS_PLATFORM_EXPORT static DeviceIo& Current() noexcept;
+};
+
+// Owns an open device and the knowledge of the port that opened it.
+class DeviceHandle {
+public:
+    DeviceHandle() noexcept = default;
+    DeviceHandle(DeviceIo& port, NativeHandle value) noexcept : m_Port(&port), m_Value(value) {}
+    DeviceHandle(DeviceHandle&& other) noexcept
+        : m_Port(std::exchange(other.m_Port, nullptr)), m_Value(std::exchange(other.m_Value, kInvalidHandle))
+    {}
+    DeviceHandle& operator=(DeviceHandle&& other) noexcept
+    {
+        std::swap(m_Port, other.m_Port);
+        std::swap(m_Value, other.m_Value);
+        return *this;
+    }
+    ~DeviceHandle() { Reset(); }
+
+    // CreateFileW fails with INVALID_HANDLE_VALUE; a null handle is no device either.
+    [[nodiscard]] bool IsValid() const noexcept { return m_Value != kInvalidHandle && m_Value != 0; }
+    [[nodiscard]] NativeHandle Get() const noexcept { return m_Value; }
+    [[nodiscard]] DeviceIo* Port() const noexcept { return m_Port; }
+
+    void Reset() noexcept
+    {
+        if (m_Port != nullptr && IsValid()) {
+            m_Port->Close(m_Value);
+        }
+        m_Port = nullptr;
+        m_Value = kInvalidHandle;
+    }
+
+private:
+    DeviceIo* m_Port = nullptr;
+    NativeHandle m_Value = kInvalidHandle;
+};
+
+}  // namespace orbis::platform
