@@ -1,0 +1,40 @@
+#!/usr/bin/python3
+"""Compares what orbis-host said in the lab's guest with what the other tools said there.
+
+usage: lab/compare.py REPORT_FOLDER
+
+Prints a table of every comparison; the exit status is 0 when all passed and 1 when not. The program needs Debian's
+python3-protobuf, so it runs with the system's own Python.
+"""
+
+import sys
+from pathlib import Path
+
+from comparison import nvme
+from comparison.report import ReadingError, Report
+from comparison.schema import Schema
+from comparison.table import Table
+
+COMPARISONS = [nvme.compare]
+SCHEMA = Path(__file__).resolve().parent.parent / "host-sdk" / "proto"
+
+
+def main(arguments):
+    if len(arguments) != 1 or arguments[0].startswith("-"):
+        print(__doc__.strip())
+        return 0 if arguments in (["--help"], ["-h"]) else 2
+    table = Table()
+    try:
+        report = Report(arguments[0])
+        schema = Schema(SCHEMA)
+        for compare in COMPARISONS:
+            compare(report, schema, table)
+    except ReadingError as error:
+        print(f"lab: {error}", file=sys.stderr)
+        return 1
+    table.summary()
+    return 1 if table.failed else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv[1:]))
