@@ -13,6 +13,10 @@ class Peer:
     find: Callable[[Any], Any]
     make: Callable[[Any], Any] = lambda value: value
 
+    @property
+    def tool(self):
+        return "smartctl" if self.reading == "smartctl" else "nvme-cli"
+
     def then(self, change, note=""):
         return replace(self, place=self.place + note, make=lambda value: change(self.make(value)))
 
@@ -44,17 +48,17 @@ def key(reading, path, read=lambda value: value):
             document = document[step]
         return read(document)
 
-    return Peer(reading, path.split(".")[-1], find)
+    return Peer(reading, path, find)
 
 
 def raw_bytes(reading, first, length):
     """Bytes of a reading in binary, FIRST as the NVMe tables number them."""
-    return Peer(reading, f"byte {first}", lambda page: page[first:first + length])
+    return Peer(reading, f"byte {first} of its raw output", lambda page: page[first:first + length])
 
 
 def raw_number(reading, first, length):
     """A little-endian number of a reading in binary."""
-    return Peer(reading, f"byte {first}", lambda page: int.from_bytes(page[first:first + length], "little"))
+    return Peer(reading, f"byte {first} of its raw output", lambda page: int.from_bytes(page[first:first + length], "little"))
 
 
 def flags(message, peer, fields):

@@ -53,8 +53,9 @@ def every_index(path):
     return re.sub(r"\[\d+\]", "[]", path)
 
 
-def value_at(data, path, convert=lambda value: value):
-    """The value that the printed JSON holds at a path, or ABSENT."""
+def value_at(data, path, convert):
+    """The value that the printed JSON holds at a path, or ABSENT; what is not of the field's type stays as it is printed,
+    and so equals nothing."""
     for name, index in re.findall(r"([^.\[]+)(?:\[(\d+)\])?", path):
         if name not in data:
             return ABSENT
@@ -63,6 +64,9 @@ def value_at(data, path, convert=lambda value: value):
             if int(index) >= len(data):
                 return ABSENT
             data = data[int(index)]
-    if convert is bool and not isinstance(data, bool):
-        raise ValueError(f"{path} holds {data!r}, which is no boolean")
-    return convert(data)
+    if isinstance(data, bool) != (convert is bool):
+        return data
+    try:
+        return convert(data)
+    except (TypeError, ValueError):
+        return data

@@ -1,49 +1,61 @@
 """The table of what was compared: aligned and within 80 columns; what differs is repeated whole."""
 
-WIDTHS = (32, 12, 12, 15)
+from .schema import ABSENT
+
+WIDTHS = (34, 13, 13, 11, 6)
+TOOLS = ("nvme-cli", "smartctl")
 
 
 class Table:
     def __init__(self):
-        self.passed = self.failed = self.not_zero = 0
+        self.passed = self.failed = self.telling = 0
         self._message = ""
 
     def title(self, text):
         print(f"\n{text}")
-        self._message = ""
 
     def header(self):
-        print(_row("field", "orbis-host", "the other", "which", ""))
+        print(_row("field", "orbis-host", *TOOLS, ""))
         print("-" * 79)
+        self._message = ""
 
-    def check(self, path, ours, acceptable, source, show=True):
-        """Counts one comparison, and prints it when it is to be shown or failed."""
-        passed = any(type(ours) is type(value) and ours == value for value in acceptable)
-        self.passed += passed
-        self.failed += not passed
-        self.not_zero += bool(passed and ours)
-        theirs = " or ".join(_text(value) for value in acceptable)
-        if show or not passed:
-            message, _, name = path.rpartition(".")
-            if message != self._message:
-                print(message or "(top level)")
-                self._message = message
-            print(_row(f"  {name}", _text(ours), theirs, source, "ok" if passed else "FAILED"))
-        if not passed:
-            print(f"  ^ {path}: orbis-host has {ours!r}, {source} has {theirs}")
+    def check(self, path, ours, theirs, show=True):
+        """Counts the comparisons of one field, and prints them when they are to be shown or one failed.
 
-    def require(self, statement, holds, explanation=""):
-        """Counts a statement about the whole."""
+        THEIRS are triples: the tool, where in its output the value comes from, the values that are right.
+        """
+        wrong = [tool for tool in theirs if not any(type(ours) is type(value) and ours == value for value in tool[2])]
+        self.passed += len(theirs) - len(wrong)
+        self.failed += len(wrong)
+        self.telling += bool(ours) and ours != ABSENT and not wrong
+        if not show and not wrong:
+            return
+        message, _, name = path.rpartition(".")
+        if message != self._message:
+            print(f"{message}:" if message else ":")
+            self._message = message
+        values = {tool: _alternatives(right) for tool, _, right in theirs}
+        print(_row(f"  {name}" if message else name, _text(ours), *(values.get(tool, "") for tool in TOOLS),
+                   "FAILED" if wrong else "ok"))
+        for tool, place, right in wrong:
+            print(f"  ^ {path}: orbis-host has {ours!r}, {tool} ({place}) {' or '.join(map(repr, right))}")
+
+    def require(self, statement, holds, otherwise=""):
+        """Counts a statement about the whole; OTHERWISE is what is so when it does not hold."""
         self.passed += bool(holds)
         self.failed += not holds
-        print(f"{'ok     ' if holds else 'FAILED '} {statement}" + (f": {explanation}" if explanation and not holds else ""))
+        print(f"{'ok     ' if holds else 'FAILED '} {statement}" + ("" if holds or not otherwise else f", but: {otherwise}"))
 
     def note(self, text):
         print(text)
 
     def summary(self):
-        print(f"\nOf the values that are equal, {self.not_zero} are neither zero, false nor empty.")
+        print(f"\nOf the equal fields, {self.telling} hold more than zero, false or nothing.")
         print(f"{self.passed} passed, {self.failed} failed")
+
+
+def _alternatives(values):
+    return _text(values[0]) if len(values) == 1 else f"{_text(values[0])}..{_text(values[-1])}"
 
 
 def _text(value):
@@ -51,7 +63,7 @@ def _text(value):
         return value.hex() or "(empty)"
     if isinstance(value, bool):
         return "yes" if value else "no"
-    return str(value) if value != "" else '""'
+    return str(value) if value != "" else "(empty)"
 
 
 def _fit(text, width):
@@ -63,4 +75,4 @@ def _fit(text, width):
 
 
 def _row(*cells):
-    return " ".join([*map(_fit, cells, WIDTHS), cells[-1]]).rstrip()
+    return " ".join(map(_fit, cells, WIDTHS)).rstrip()
