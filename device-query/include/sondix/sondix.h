@@ -1,0 +1,47 @@
+#pragma once
+
+#include <cstdint>
+
+#include "sondix/Enums.h"
+#include "sondix/Export.h"
+#include "sondix/ICustomizedControllerData.h"
+#include "sondix/ICustomizedHealthInfo.h"
+#include "sondix/IHealthInfo.h"
+#include "sondix/IIdentifyControllerData.h"
+#include "sondix/Types.h"
+
+// Device-query library: which physical drives there are, how they are attached, and what their NVMe controllers say.
+//
+// Drive n is \\.\PhysicalDrive<n>. Every function may be called from several threads at once, for the same drive or for different
+// ones; an object is used by one thread at a time. Functions block for as long as the drive takes.
+//
+// Every pointer returned, by a function here or by an accessor, is a new object owned by the caller and freed with SXDelete.
+
+namespace veyra::sondix::nvme {
+
+// Reserved names of the interface. How drives are found and spoken to is the library's own affair: no function hands one out.
+class IScanner;
+class ICommunicator;
+
+}  // namespace veyra::sondix::nvme
+
+extern "C" {
+
+// Bit n set: physical drive n exists, whether it may be opened or not. Drives above 31 cannot be reported.
+SX_EXPORT std::uint32_t SX_CALL SXGetPhysicalDrives();
+
+// The bus type that the operating system reports for the drive; BusTypeUnknown when it reports none.
+SX_EXPORT veyra::sondix::StorageBusType SX_CALL SXQueryStorageBusType(std::int32_t drive);
+
+// Identify, CNS 01h. Null when the drive is not NVMe, the command fails or memory is short.
+SX_EXPORT veyra::sondix::nvme::IIdentifyControllerData* SX_CALL SXNvmNewIdentifyControllerData(std::int32_t drive);
+
+// Log page 02h of the controller. Null when the drive is not NVMe, the command fails or memory is short.
+SX_EXPORT veyra::sondix::nvme::IHealthInfo* SX_CALL SXNvmNewHealthInfo(std::int32_t drive);
+
+// The maker's health log. Null when the drive does not carry it, the command fails or memory is short.
+SX_EXPORT veyra::sondix::nvme::ICustomizedHealthInfo* SX_CALL SXNvmNewCustomizedHealthInfo(std::int32_t drive);
+
+// Frees any object that the library returned; null is ignored. An ICustomizedControllerData is a view and not such an object.
+SX_EXPORT void SX_CALL SXDelete(void* object);
+}
