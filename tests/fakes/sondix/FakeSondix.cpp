@@ -1,0 +1,158 @@
+#include "FakeSondix.h"
+
+#include <cassert>
+#include <utility>
+
+#include "FakeObject.h"
+
+namespace orbis::fakes {
+namespace {
+
+FakeSondix* g_Current = nullptr;
+
+}  // namespace
+
+FakeSondix::FakeSondix()
+{
+    assert(g_Current == nullptr);
+    g_Current = this;
+}
+
+FakeSondix::~FakeSondix() { g_Current = nullptr; }
+
+FakeSondix& FakeSondix::Current()
+{
+    assert(g_Current != nullptr && "a test that reaches the device-query library makes a FakeSondix first");
+    return *g_Current;
+}
+
+void FakeSondix::ThrowAt(std::string call, std::function<void()> raise) { m_ThrowAt[std::move(call)] = std::move(raise); }
+
+void FakeSondix::ThrowAtCall(std::size_t n, std::function<void()> raise)
+{
+    m_ThrowAtCall = n;
+    m_RaiseAtCall = std::move(raise);
+}
+
+void FakeSondix::Call(const std::string& name)
+{
+    calls.push_back(name);
+    const auto n = m_CallCount++;
+    if (m_ThrowAtCall == n) {
+        m_RaiseAtCall();
+    }
+    if (const auto found = m_ThrowAt.find(name); found != m_ThrowAt.end()) {
+        found->second();
+    }
+}
+
+const FakeDrive& FakeSondix::Drive(std::int32_t number) const
+{
+    static const FakeDrive kAbsent{veyra::sondix::StorageBusType::BusTypeUnknown,
+                                   false,
+                                   {},
+                                   {},
+                                   {"SXNvmNewIdentifyControllerData", "SXNvmNewHealthInfo", "SXNvmNewCustomizedHealthInfo"}};
+    const auto found = drives.find(number);
+    return found == drives.end() ? kAbsent : found->second;
+}
+
+void FakeSondix::Created(void* object, void* parent, std::string name)
+{
+    m_Live.emplace(object, LiveObject{parent, std::move(name)});
+    ++m_Created;
+}
+
+void FakeSondix::Release(void* object)
+{
+    if (object == nullptr) {
+        calls.emplace_back("SXDelete(null)");
+        return;
+    }
+    const auto found = m_Live.find(object);
+    if (found == m_Live.end()) {
+        faults.emplace_back("released twice or never given out");
+        return;
+    }
+    for (const auto& [other, live] : m_Live) {
+        if (live.parent == object) {
+            faults.push_back(live.name + " outlived " + found->second.name);
+        }
+    }
+    calls.push_back("SXDelete(" + found->second.name + ")");
+    m_Live.erase(found);
+    ++m_Released;
+    static_cast<veyra::sondix::IObject*>(object)->Destroy();
+}
+
+std::vector<std::string> FakeSondix::Live() const
+{
+    std::vector<std::string> names;
+    for (const auto& [object, live] : m_Live) {
+        names.push_back(live.name);
+    }
+    return names;
+}
+
+}  // namespace orbis::fakes
+
+namespace {
+
+using orbis::fakes::FakeSondix;
+
+template <class Interface>
+Interface* NewTopLevel(const char* call, std::int32_t drive, const char* name, Interface* (*make)(std::int32_t))
+{
+    auto& library = FakeSondix::Current();
+    library.Call(call);
+    if (library.Drive(drive).nulls.contains(call)) {
+        return nullptr;
+    }
+    auto* object = make(drive);
+    library.Created(object, nullptr, name);
+    return object;
+}
+
+}  // namespace
+
+extern "C" {
+
+std::uint32_t SX_CALL SXGetPhysicalDrives()
+{
+    auto& library = FakeSondix::Current();
+    library.Call("SXGetPhysicalDrives");
+    if (library.mask) {
+        return *library.mask;
+    }
+    std::uint32_t mask = 0;
+    for (const auto& [number, drive] : library.drives) {
+        mask |= 1U << static_cast<std::uint32_t>(number);
+    }
+    return mask;
+}
+
+veyra::sondix::StorageBusType SX_CALL SXQueryStorageBusType(std::int32_t drive)
+{
+    auto& library = FakeSondix::Current();
+    library.Call("SXQueryStorageBusType");
+    return library.Drive(drive).busType;
+}
+
+veyra::sondix::nvme::IIdentifyControllerData* SX_CALL SXNvmNewIdentifyControllerData(std::int32_t drive)
+{
+    return NewTopLevel("SXNvmNewIdentifyControllerData", drive, "IIdentifyControllerData",
+                       orbis::fakes::NewFakeIdentifyControllerData);
+}
+
+veyra::sondix::nvme::IHealthInfo* SX_CALL SXNvmNewHealthInfo(std::int32_t drive)
+{
+    return NewTopLevel("SXNvmNewHealthInfo", drive, "IHealthInfo", orbis::fakes::NewFakeHealthInfo);
+}
+
+veyra::sondix::nvme::ICustomizedHealthInfo* SX_CALL SXNvmNewCustomizedHealthInfo(std::int32_t drive)
+{
+    return NewTopLevel("SXNvmNewCustomizedHealthInfo", drive, "ICustomizedHealthInfo", orbis::fakes::NewFakeCustomizedHealthInfo);
+}
+
+void SX_CALL SXDelete(void* object) { FakeSondix::Current().Release(object); }
+}
