@@ -1,0 +1,120 @@
+"""Every guard of the schema must refuse what it is there to refuse: each case spoils a copy of the schema in one way."""
+
+import os
+import pathlib
+import shutil
+import subprocess
+import sys
+import tempfile
+import unittest
+
+HERE = pathlib.Path(__file__).resolve().parent
+REPOSITORY = HERE.parent.parent
+PROTOC = os.environ.get("PROTOC", "protoc")
+
+HEALTH, DISK = "nvme_health.proto", "physical_disk.proto"
+UNSAFE_SHUTDOWNS = "optional bytes unsafe_shutdowns = 12;"
+
+# What is replaced in which file, and what the lock's refusal must say.
+BREAKING_CHANGES = [
+    (HEALTH, UNSAFE_SHUTDOWNS, "optional bytes dirty_shutdowns = 12;", "is now called dirty_shutdowns"),
+    (HEALTH, UNSAFE_SHUTDOWNS, "optional bytes unsafe_shutdowns = 41;", "now has the number 41"),
+    (HEALTH, UNSAFE_SHUTDOWNS, "optional string unsafe_shutdowns = 12;", "was optional bytes and is optional string"),
+    (HEALTH, UNSAFE_SHUTDOWNS, "bytes unsafe_shutdowns = 12;", "was optional bytes and is implicit bytes"),
+    (HEALTH, UNSAFE_SHUTDOWNS, "repeated bytes unsafe_shutdowns = 12;", "add a field under the number 41"),
+    (HEALTH, UNSAFE_SHUTDOWNS, "", 'is gone. Put it back, or retire it in NvmeHealthInfo: reserved 12; reserved "unsafe_shutdowns";'),
+    (HEALTH, UNSAFE_SHUTDOWNS, "reserved 12;", "NvmeHealthInfo.unsafe_shutdowns = 12 is gone"),
+    (DISK, "DISK_TYPE_SCM = 5;", "DISK_TYPE_SCM = 6;", "DiskType.DISK_TYPE_SCM = 5 now has the number 6"),
+    (DISK, 'csharp_namespace = "Veyra.', 'csharp_namespace = "Other.', "make them equal"),
+]
+RETIRED = 'reserved 12; reserved "unsafe_shutdowns";'
+
+
+class GuardsTest(unittest.TestCase):
+    def setUp(self):
+        scratch = tempfile.TemporaryDirectory()
+        self.addCleanup(scratch.cleanup)
+        self.root = pathlib.Path(scratch.name)
+        shutil.copytree(REPOSITORY / "host-sdk" / "proto", self.root / "host-sdk" / "proto")
+        shutil.copytree(REPOSITORY / "docs", self.root / "docs")
+
+    def schema_file(self, name):
+        return self.root / "host-sdk" / "proto" / "orbis" / "datatypes" / name
+
+    def replace(self, name, old, new):
+        text = self.schema_file(name).read_text(encoding="utf-8")
+        self.assertEqual(text.count(old), 1, f"{name} must hold once: {old}")
+        self.schema_file(name).write_text(text.replace(old, new), encoding="utf-8")
+
+    def run_tool(self, script, *arguments):
+        done = subprocess.run([sys.executable, script, "--protoc", PROTOC, *arguments], capture_output=True, encoding="utf-8")
+        return done.returncode, done.stdout + done.stderr
+
+    def lock(self, *arguments):
+        return self.run_tool(REPOSITORY / "tools" / "datatypes-lock.py", "--root", self.root, *arguments)
+
+    def doc(self):
+        return self.run_tool(REPOSITORY / "tools" / "datatypes-doc.py", "--root", self.root, "--check")
+
+    def host_properties(self):
+        return self.run_tool(HERE / "host_properties.py", "--schema", self.root / "host-sdk" / "proto", "--output", self.root / "cs")
+
+    def assert_refused(self, outcome, text):
+        self.assertEqual(outcome[0], 1, outcome[1])
+        self.assertIn(text, outcome[1])
+
+    def assert_accepted(self, outcome):
+        self.assertEqual(outcome[0], 0, outcome[1])
+
+    def test_lock_refuses_what_breaks_hosts_even_as_an_update(self):
+        for name, old, new, text in BREAKING_CHANGES:
+            with self.subTest(new=new, name=name):
+                untouched = self.schema_file(name).read_text(encoding="utf-8")
+                self.replace(name, old, new)
+                self.assert_refused(self.lock(), text)
+                self.assert_refused(self.lock("--update"), text)
+                self.schema_file(name).write_text(untouched, encoding="utf-8")
+
+    def test_lock_refuses_another_package(self):
+        for path in self.schema_file(HEALTH).parent.glob("*.proto"):
+            self.replace(path.name, "package veyra.orbis.datatypes;", "package veyra.orbis.other;")
+        self.assert_refused(self.lock(), "package was veyra.orbis.datatypes and is veyra.orbis.other")
+
+    def test_lock_takes_up_a_new_field_when_told(self):
+        self.replace(HEALTH, UNSAFE_SHUTDOWNS, UNSAFE_SHUTDOWNS + " optional string note = 41;")
+        self.assert_refused(self.lock(), "NvmeHealthInfo.note = 41 is new")
+        self.assert_accepted(self.lock("--update"))
+        self.assert_accepted(self.lock())
+
+    def test_a_retired_field_stays_retired(self):
+        self.replace(HEALTH, UNSAFE_SHUTDOWNS, RETIRED)
+        self.assert_refused(self.lock(), "NvmeHealthInfo.unsafe_shutdowns = 12 is retired")
+        self.assert_accepted(self.lock("--update"))
+        self.assert_accepted(self.lock())
+        self.replace(HEALTH, RETIRED, "optional bytes note = 12;")
+        self.assert_refused(self.lock(), "uses the number of unsafe_shutdowns, which was retired: old messages would be misread. Take 41")
+        self.replace(HEALTH, "optional bytes note = 12;", "reserved 12; optional bytes unsafe_shutdowns = 41;")
+        self.assert_refused(self.lock(), "uses the name of a field that was retired")
+
+    def test_document_follows_the_comments(self):
+        self.assert_accepted(self.doc())
+        self.replace(HEALTH, "// Times powered on. 16 bytes or empty.", "// Times switched on. 16 bytes or empty.")
+        self.assert_refused(self.doc(), "tools/datatypes-doc.py")
+        self.replace(HEALTH, "    // Source: bytes 112-127.\n    optional", "    optional")
+        self.assert_refused(self.doc(), "the comment of NvmeHealthInfo.power_cycles has no line \"Source:\"")
+
+    def test_host_properties_are_compared_both_ways(self):
+        self.assert_accepted(self.host_properties())
+        self.replace(DISK, "namespace_marketed_size_in_GB =", "namespace_marketed_size_in_gb =")
+        self.replace(HEALTH, UNSAFE_SHUTDOWNS, "google.protobuf.Int32Value unsafe_shutdowns = 12;")
+        self.replace("smart.proto", "optional string model_name = 2;", "string model_name = 2;")
+        outcome = self.host_properties()
+        for text in ("PhysicalDiskStaticInfo.NamespaceMarketedSizeInGB: hosts expect ulong?, the schema generates nothing",
+                     "PhysicalDiskStaticInfo.NamespaceMarketedSizeInGb: hosts expect nothing, the schema generates ulong?",
+                     "NvmeHealthInfo.UnsafeShutdowns: hosts expect ByteString, the schema generates int?",
+                     "SmartStaticInfo.HasModelName: hosts expect bool, the schema generates nothing"):
+            self.assert_refused(outcome, text)
+
+
+if __name__ == "__main__":
+    unittest.main()
