@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Common/HardwareAccess.h"
+#include "Common/SmartData.h"
+
+namespace Veyra::Orbis::Cpp::Common {
+
+// Reads the ATA SMART state of a disk from the device and merges it with the block that WMI reports for the same disk. Stateless.
+class SmartDataFetcher : protected HardwareAccessLib::HardwareAccess {
+public:
+    using Sector = HardwareAccessLib::Sector;
+
+    ~SmartDataFetcher() override = default;
+
+    // `wmiBlock`: VendorSpecific of MSStorageDriver_ATAPISmartData (362 bytes as a rule), or empty. Never raises: what could not be
+    // read is absent, and a failure after the device's own values ends the work with what was filled so far.
+    [[nodiscard]] SmartDataCollection GetSmartInformation(const HardwareAccessLib::BasicDiskInfo& disk,
+                                                          const std::vector<std::uint8_t>& wmiBlock);
+    // SMART READ DATA into the collection; true when attributes were read from the device. Raises nothing.
+    [[nodiscard]] bool ReadSmartData(const std::u16string& devicePath, SmartDataCollection& collection);
+    // SMART READ THRESHOLDS; true when the block holds data. Raises ResultException when the device cannot be opened or asked.
+    [[nodiscard]] bool ReadSmartThresholds(const std::u16string& devicePath, Sector& thresholds);
+    // The 30 entries of a SMART data block (ACS-4 A.6, vendor specific): ids that are not in the table are passed over.
+    static void ParseSmartAttributes(SmartDataCollection& collection, const Sector& block);
+    // The entries of a thresholds block up to the first id 0.
+    static void ParseSmartThresholds(SmartDataCollection& collection, const Sector& block);
+    // Whether the disk is solid state, by the first of seven rules that holds. Raises nothing.
+    [[nodiscard]] bool IsSolidState(const HardwareAccessLib::BasicDiskInfo& disk, const SmartDataCollection& collection);
+    // Every present disk, without WMI data. Raises E_UNEXPECTED when there is none.
+    [[nodiscard]] std::vector<SmartDataCollection> GetAllSmartInformation();
+
+    using HardwareAccess::GetAllBasicDiskInfo;
+
+private:
+    // One SMART command with `features`; true when the device answered without CHECK CONDITION and not with zeros alone.
+    [[nodiscard]] bool ReadSmartBlock(const std::u16string& devicePath, std::uint8_t features, Sector& block);
+};
+
+// What the collectors call: each operation works through a fetcher of its own.
+class SmartDataProvider {
+public:
+    [[nodiscard]] std::vector<HardwareAccessLib::BasicDiskInfo> GetAllBasicDiskInfo(
+        const HardwareAccessLib::MediaTypeList& mediaTypes) const;
+    [[nodiscard]] SmartDataCollection GetSmartInformation(const HardwareAccessLib::BasicDiskInfo& disk,
+                                                          const std::vector<std::uint8_t>& wmiBlock) const;
+};
+
+}  // namespace Veyra::Orbis::Cpp::Common

@@ -1,0 +1,198 @@
+#include "Common/SmartDataFetcher.h"
+
+#include <algorithm>
+#include <exception>
+
+#include "Common/ResultException.h"
+#include "platform/Errors.h"
+
+namespace Veyra::Orbis::Cpp::Common {
+namespace {
+
+using namespace orbis::platform;
+using HardwareAccessLib::BasicDiskInfo;
+using HardwareAccessLib::DiskDriveMediaType;
+using HardwareAccessLib::Sector;
+
+constexpr std::string_view kUnit = R"(cpp\Common\src\SmartDataFetcher)";
+
+// ATA SMART (ACS-3, 7.48): command, its signature in LBA mid and high, and the subcommands in the features register.
+constexpr std::uint8_t kAtaSmart = 0xB0;
+constexpr std::uint8_t kSmartLbaMid = 0x4F;
+constexpr std::uint8_t kSmartLbaHigh = 0xC2;
+constexpr std::uint8_t kSmartReadData = 0xD0;
+constexpr std::uint8_t kSmartReadThresholds = 0xD1;
+
+constexpr std::uint8_t kScsiCheckCondition = 0x02;
+
+// A block begins with a 2-byte revision; entries of 12 bytes follow.
+constexpr std::size_t kFirstEntry = 2;
+constexpr std::size_t kEntrySize = 12;
+constexpr std::size_t kDataEntries = 30;
+
+std::uint16_t Word(const Sector& identify, std::size_t index)
+{
+    return static_cast<std::uint16_t>(identify[2 * index] | (identify[2 * index + 1] << 8U));
+}
+
+std::uint64_t Raw48(const std::uint8_t* entry)
+{
+    std::uint64_t raw = 0;
+    for (std::size_t byte = 10; byte >= 5; --byte) {
+        raw = (raw << 8U) | entry[byte];
+    }
+    return raw;
+}
+
+}  // namespace
+
+SmartDataCollection SmartDataFetcher::GetSmartInformation(const BasicDiskInfo& disk, const std::vector<std::uint8_t>& wmiBlock)
+{
+    SmartDataCollection collection;
+    collection.physicalDriveNumber = disk.physicalDriveNumber;
+    const std::u16string& path = disk.physicalDrivePath;
+    try {
+        if (ReadSmartData(path, collection)) {
+            Sector thresholds{};
+            if (ReadSmartThresholds(path, thresholds) && thresholds[kFirstEntry] != 0) {
+                ParseSmartThresholds(collection, thresholds);
+            }
+        }
+        if (!wmiBlock.empty()) {
+            Sector block{};
+            std::copy_n(wmiBlock.begin(), std::min(wmiBlock.size(), block.size()), block.begin());
+            ParseSmartAttributes(collection, block);
+        }
+        if (std::string eppid = GetStringFromLogPage9A(path); !eppid.empty()) {
+            collection.eppid = std::move(eppid);
+        }
+        if (std::string model = GetModelFromIdentify(path); !model.empty()) {
+            collection.modelName = std::move(model);
+        }
+        collection.name = IsSolidState(disk, collection) ? "SSD" : "SMART" + std::to_string(disk.physicalDriveNumber);
+    } catch (...) {
+        // What was read so far is the answer; the name stays empty when the work ended before it.
+    }
+    return collection;
+}
+
+bool SmartDataFetcher::ReadSmartData(const std::u16string& devicePath, SmartDataCollection& collection)
+{
+    try {
+        Sector block{};
+        if (!ProbeScsiInquiry(devicePath) || !ReadSmartBlock(devicePath, kSmartReadData, block)) {
+            return false;
+        }
+        ParseSmartAttributes(collection, block);
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+bool SmartDataFetcher::ReadSmartThresholds(const std::u16string& devicePath, Sector& thresholds)
+{
+    return ReadSmartBlock(devicePath, kSmartReadThresholds, thresholds);
+}
+
+bool SmartDataFetcher::ReadSmartBlock(const std::u16string& devicePath, std::uint8_t features, Sector& block)
+{
+    const DeviceHandle device = OpenOrRaise(devicePath, kGenericRead | kGenericWrite, kUnit, __LINE__);
+    block.fill(0);
+    ScsiRequest request = MakeScsiRead(MakeAtaPassThrough16(features, 0, kSmartLbaMid, kSmartLbaHigh, kAtaSmart), block);
+    std::uint32_t returned = 0;
+    if (!DeviceControl(device, kIoctlScsiPassThroughDirect, &request, sizeof(request), &request, sizeof(request), &returned,
+                       nullptr)) {
+        ThrowWin32(DeviceIo::Current().LastError(), kUnit, __LINE__);
+    }
+    return (request.passThrough.scsiStatus & kScsiCheckCondition) == 0 &&
+           std::any_of(block.begin(), block.end(), [](std::uint8_t byte) { return byte != 0; });
+}
+
+void SmartDataFetcher::ParseSmartAttributes(SmartDataCollection& collection, const Sector& block)
+{
+    for (std::size_t entry = 0; entry < kDataEntries; ++entry) {
+        const std::uint8_t* bytes = block.data() + kFirstEntry + entry * kEntrySize;
+        const std::uint8_t id = bytes[0];
+        SmartAttribute* attribute = collection.Find(id);
+        if (attribute == nullptr) {
+            continue;
+        }
+        if (id == kSmartTemperature) {
+            // The current temperature alone; the bytes above it hold the lowest and highest. No normalised, worst or threshold
+            // value.
+            attribute->raw = bytes[5];
+            continue;
+        }
+        // Spin-up time, power-on hours and head-flying hours carry other counts above their low 32 bits.
+        const bool isNarrow = id == 3 || id == 9 || id == 240;
+        attribute->raw = isNarrow ? Raw48(bytes) & 0xFFFFFFFFU : Raw48(bytes);
+        attribute->normalised = bytes[3];
+        attribute->worst = bytes[4];
+    }
+}
+
+void SmartDataFetcher::ParseSmartThresholds(SmartDataCollection& collection, const Sector& block)
+{
+    for (std::size_t at = kFirstEntry; at + kEntrySize < block.size() && block[at] != 0; at += kEntrySize) {
+        SmartAttribute* attribute = collection.Find(block[at]);
+        if (attribute != nullptr && block[at] != kSmartTemperature) {
+            attribute->threshold = block[at + 1];
+        }
+    }
+}
+
+bool SmartDataFetcher::IsSolidState(const BasicDiskInfo& disk, const SmartDataCollection& collection)
+{
+    try {
+        if (collection.Find(kSmartWearLevelingCount)->raw.has_value()) {
+            return true;
+        }
+        if (collection.modelName &&
+            (collection.modelName->find("SSD") != std::string::npos || collection.modelName->find("NVMe") != std::string::npos)) {
+            return true;
+        }
+        if (disk.mediaType == DiskDriveMediaType::SolidState) {
+            return true;
+        }
+        const auto identify = ReadIdentifyData(disk.physicalDrivePath);
+        if (!identify) {
+            return false;
+        }
+        constexpr std::uint16_t kNonRotating = 1;           // word 217, nominal media rotation rate
+        constexpr std::uint16_t kCompactFlash = 0x848A;     // word 0
+        constexpr std::uint16_t kCfaFeatureSet = 1U << 2U;  // word 83
+        if (Word(*identify, 217) == kNonRotating || Word(*identify, 0) == kCompactFlash) {
+            return true;
+        }
+        return (Word(*identify, 83) & kCfaFeatureSet) != 0;
+    } catch (...) {
+        return false;
+    }
+}
+
+std::vector<SmartDataCollection> SmartDataFetcher::GetAllSmartInformation()
+{
+    const std::vector<BasicDiskInfo> disks = GetAllBasicDiskInfo({});
+    if (disks.empty()) {
+        throw ResultException(hresult::kUnexpected, kUnit, __LINE__);
+    }
+    std::vector<SmartDataCollection> collections;
+    for (const BasicDiskInfo& disk : disks) {
+        collections.push_back(GetSmartInformation(disk, {}));
+    }
+    return collections;
+}
+
+std::vector<BasicDiskInfo> SmartDataProvider::GetAllBasicDiskInfo(const HardwareAccessLib::MediaTypeList& mediaTypes) const
+{
+    return SmartDataFetcher().GetAllBasicDiskInfo(mediaTypes);
+}
+
+SmartDataCollection SmartDataProvider::GetSmartInformation(const BasicDiskInfo& disk,
+                                                           const std::vector<std::uint8_t>& wmiBlock) const
+{
+    return SmartDataFetcher().GetSmartInformation(disk, wmiBlock);
+}
+
+}  // namespace Veyra::Orbis::Cpp::Common
