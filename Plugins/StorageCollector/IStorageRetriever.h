@@ -5,13 +5,14 @@
 
 namespace Veyra::Orbis::Plugins {
 
-// Collects one datatype. Retrievers are constructed from the plug-in's log.
+// Collects one datatype. An implementation is constructed from the plug-in's logger, takes the collection time once at the start of
+// each collection, and answers "all" with every disk in the order of its sources.
 template <class T>
 class IStorageRetriever {
 public:
     virtual ~IStorageRetriever() = default;
 
-    // One item for each disk, or the one that the id names; throws ArgumentOutOfRangeException when there is none of that id.
+    // The requested item, or every item when the id asks for all. What it throws is translated by ItemHandler.
     [[nodiscard]] virtual Common::CollectionList<T> CollectData(const Sdk::Common::Identifiers::ItemId& itemId) = 0;
 };
 

@@ -1,55 +1,48 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "HostSdk/ItemId.h"
 
 namespace Veyra::Orbis::Plugins {
 
-// One disk drive as WMI reports it: a row of Win32_DiskDrive. Texts are narrow, as the WMI layer gives them.
+// One disk drive as Win32_DiskDrive reports it. Texts are narrow, UTF-8 as WMI delivers them.
 struct DiskDeviceInfo {
-    std::uint32_t index = 0;       // Index: the physical drive number
-    std::uint32_t scsiPort = 0;    // SCSIPort
-    std::string model;             // Model
-    std::string pnpDeviceId;       // PNPDeviceID
-    std::string firmwareRevision;  // FirmwareRevision
+    std::uint32_t index = 0;  // physical drive number: the N of PhysicalDriveN
+    std::uint32_t scsiPort = 0;
+    std::string model;
+    std::string pnpDeviceId;
+    std::string firmwareRevision;
 };
 
-// What the collectors share: the list of disks with the one item id by which all of them know a disk, and the rules for texts and
-// buffers that drives fill.
+// The disk inventory that gives every collector the same key for the same disk, and the normalisation of what firmware returns.
 class StorageHelper {
 public:
-    StorageHelper() = delete;
-
-    // All disk drives in the order of WMI's rows, read anew at each call. A row of which a property cannot be read is left out
-    // without a word; a failure of the query itself leaves as the WMI layer raised it.
+    // Every disk drive, in the order of WMI's rows. A row with a property that cannot be read is left out; a failure of the query
+    // itself is thrown (Cpp::Common::ResultException).
     [[nodiscard]] static std::vector<DiskDeviceInfo> getDeviceInfo();
-    // A copy of the first record with this drive number, or a default record when there is none.
-    [[nodiscard]] static DiskDeviceInfo findDeviceIdByPhysicalDriveNumber(const std::vector<DiskDeviceInfo>& devices,
-                                                                          std::uint32_t physicalDriveNumber);
-    // The item id of a disk in every datatype: "Disk_" and its PnP device id. A disk without a record is "Disk_".
-    [[nodiscard]] static Sdk::Common::Identifiers::ItemId toItemId(const DiskDeviceInfo& device);
 
-    // Without zero characters at both ends.
+    // The first record whose index is the drive number, or a default record when there is none.
+    [[nodiscard]] static DiskDeviceInfo findDeviceIdByPhysicalDriveNumber(std::span<const DiskDeviceInfo> devices,
+                                                                          std::uint32_t physicalDriveNumber);
+
+    // "Disk_" followed by the record's PnP device id as a host string; "Disk_" alone for a default record.
+    [[nodiscard]] static Sdk::Common::Identifiers::ItemId itemIdOf(const DiskDeviceInfo& device);
+
+    // Without leading and trailing zero characters (code 0).
     [[nodiscard]] static std::string TrimZeros(const std::string& text);
-    // Without white space (as isspace has it in the "C" locale, whatever the process's locale is) at both ends.
+    // Without leading and trailing white space: space, tab, line feed, vertical tab, form feed, carriage return.
     [[nodiscard]] static std::string TrimSpace(const std::string& text);
-    // Without backspaces (code 8) at both ends.
+    // Without leading and trailing backspaces (code 8).
     [[nodiscard]] static std::string TrimInvalidChar(const std::string& text);
-    // Zeros, then white space, then backspaces, each pass once. The order shows: a backspace at an end shields the white space
-    // before it.
+    // TrimZeros, then TrimSpace, then TrimInvalidChar, each once; characters inside are never touched.
     [[nodiscard]] static std::string Trim(const std::string& text);
 
-    // A copy of `length` bytes; `bytes` is not read when there are none.
-    [[nodiscard]] static std::string RawBufferToByteString(const char* bytes, std::int32_t length);
-
-private:
-    // From the first character that is kept to the last one.
-    template <bool (*keep)(char)>
-    [[nodiscard]] static std::string_view Trim(std::string_view text);
+    // A copy of exactly `length` bytes, for a protobuf bytes field. With length 0 the pointer is not read.
+    [[nodiscard]] static std::string RawBufferToByteString(const std::uint8_t* buffer, std::int32_t length);
 };
 
 }  // namespace Veyra::Orbis::Plugins
