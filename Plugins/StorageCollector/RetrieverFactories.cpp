@@ -1,0 +1,11 @@
+#include "RetrieverFactories.h"
+
+namespace Veyra::Orbis::Plugins {
+
+RetrieverFactories RetrieverFactories::Own()
+{
+    RetrieverFactories own;
+    return own;
+}
+
+}  // namespace Veyra::Orbis::Plugins

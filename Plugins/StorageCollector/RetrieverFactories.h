@@ -1,0 +1,35 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "HostSdk/IZelLog.h"
+#include "IStorageRetriever.h"
+#include "orbis/datatypes/nvme_health.pb.h"
+#include "orbis/datatypes/nvme_identify.pb.h"
+#include "orbis/datatypes/physical_disk.pb.h"
+#include "orbis/datatypes/smart.pb.h"
+
+namespace Veyra::Orbis::Plugins {
+
+namespace datatypes = ::veyra::orbis::datatypes;
+
+// How the plug-in makes its retrievers, one for each datatype, in the order in which it makes them. A factory may throw, or be
+// empty: the plug-in then has no retriever for that datatype.
+struct RetrieverFactories {
+    template <class T>
+    using Factory = std::function<std::unique_ptr<IStorageRetriever<T>>(const std::shared_ptr<Common::IZelLog>& log)>;
+
+    Factory<datatypes::PhysicalDiskDynamicInfo> physicalDiskDynamicInfo;
+    Factory<datatypes::PhysicalDiskStaticInfo> physicalDiskStaticInfo;
+    Factory<datatypes::SmartDynamicInfo> smartDynamicInfo;
+    Factory<datatypes::SmartNvmeInfo> smartNvmeInfo;
+    Factory<datatypes::SmartStaticInfo> smartStaticInfo;
+    Factory<datatypes::NvmeIdentifyControllerData> nvmeIdentifyControllerData;
+
+    // The retrievers of this plug-in. The only place that names their classes, so a program that links its own definition of this
+    // function runs the plug-in on retrievers of its own.
+    [[nodiscard]] static RetrieverFactories Own();
+};
+
+}  // namespace Veyra::Orbis::Plugins

@@ -1,0 +1,121 @@
+#include "StorageCollectorPlugin.h"
+
+#include <exception>
+#include <string>
+#include <typeinfo>
+
+#include "CommonCLI/ExceptionSupport.h"
+#include "HostSdk/Exceptions.h"
+#include "platform/Text.h"
+
+namespace Veyra::Orbis::Plugins {
+
+using Common::CancellationToken;
+using Common::CollectionList;
+using Common::IZelLog;
+using Cpp::Common::ItemHandler;
+using Cpp::Common::ItemHandlerDelegate;
+using Cpp::Common::NotSupportedExceptionBehaviour;
+using Sdk::Common::Identifiers::ItemId;
+using Sdk::Exceptions::HostException;
+using Sdk::Exceptions::NullReferenceException;
+
+namespace {
+
+constexpr std::string_view kFile = "Plugins\\StorageCollector\\StorageCollectorPlugin";
+constexpr std::string_view kConstructor = "Veyra::Orbis::Plugins::StorageCollectorPlugin::StorageCollectorPlugin";
+
+// A native exception as the host would print it: type and message. The type is spelled as the compiler spells it.
+std::string FullText(const std::exception& exception)
+{
+    return orbis::platform::DefaultToUtf8(std::string(typeid(exception).name()) + ": " + exception.what());
+}
+
+// Logs the exception in flight.
+void LogConstructionFailure(IZelLog& log)
+{
+    try {
+        throw;
+    } catch (const HostException& exception) {
+        log.Error(exception, __LINE__, kFile, kConstructor);
+    } catch (const std::exception& exception) {
+        log.Error(FullText(exception), __LINE__, kFile, kConstructor);
+    } catch (...) {
+        log.Error("Unknown exception", __LINE__, kFile, kConstructor);
+    }
+}
+
+// The factory's retriever, or null when there is none to be had: the plug-in is constructed whatever its retrievers do.
+template <class Factory>
+auto Create(const Factory& make, const std::shared_ptr<IZelLog>& log) -> typename Factory::result_type
+{
+    try {
+        return make ? make(log) : nullptr;
+    } catch (...) {
+        LogConstructionFailure(*log);
+        return nullptr;
+    }
+}
+
+template <class T, class Retriever>
+CollectionList<T> Collect(const std::unique_ptr<Retriever>& retriever, const ItemId& itemId, IZelLog& log,
+                          const CancellationToken* ct)
+{
+    // Meant: a missing retriever fails here, before the wrapper, so the host sees it raw and nothing is logged.
+    if (retriever == nullptr) {
+        throw NullReferenceException();
+    }
+    const ItemHandlerDelegate<CollectionList<T>> delegate = [&retriever](const ItemId& id) { return retriever->CollectData(id); };
+    return ItemHandler<CollectionList<T>>::ExecuteHandlingException(delegate, itemId,
+                                                                    NotSupportedExceptionBehaviour::WrapInZelException, log, ct);
+}
+
+}  // namespace
+
+StorageCollectorPlugin::StorageCollectorPlugin(Lumo::Interfaces::IAgent* /*agent*/, const RetrieverFactories& make)
+    : BaseCollectorPlugin(LogId),
+      m_PhysicalDiskDynamicInfoRetriever(Create(make.physicalDiskDynamicInfo, _log)),
+      m_PhysicalDiskStaticInfoRetriever(Create(make.physicalDiskStaticInfo, _log)),
+      m_SmartDynamicInfoRetriever(Create(make.smartDynamicInfo, _log)),
+      m_SmartNvmeInfoRetriever(Create(make.smartNvmeInfo, _log)),
+      m_SmartStaticInfoRetriever(Create(make.smartStaticInfo, _log)),
+      m_NvmeIdentifyControllerDataRetriever(Create(make.nvmeIdentifyControllerData, _log))
+{}
+
+CollectionList<datatypes::PhysicalDiskDynamicInfo> StorageCollectorPlugin::CollectPhysicalDiskDynamicInfo(
+    const ItemId& itemId, const CancellationToken* cancellationToken)
+{
+    return Collect<datatypes::PhysicalDiskDynamicInfo>(m_PhysicalDiskDynamicInfoRetriever, itemId, *_log, cancellationToken);
+}
+
+CollectionList<datatypes::PhysicalDiskStaticInfo> StorageCollectorPlugin::CollectPhysicalDiskStaticInfo(
+    const ItemId& itemId, const CancellationToken* cancellationToken)
+{
+    return Collect<datatypes::PhysicalDiskStaticInfo>(m_PhysicalDiskStaticInfoRetriever, itemId, *_log, cancellationToken);
+}
+
+CollectionList<datatypes::SmartDynamicInfo> StorageCollectorPlugin::CollectSmartDynamicInfo(
+    const ItemId& itemId, const CancellationToken* cancellationToken)
+{
+    return Collect<datatypes::SmartDynamicInfo>(m_SmartDynamicInfoRetriever, itemId, *_log, cancellationToken);
+}
+
+CollectionList<datatypes::SmartNvmeInfo> StorageCollectorPlugin::CollectSmartNvmeInfo(const ItemId& itemId,
+                                                                                      const CancellationToken* cancellationToken)
+{
+    return Collect<datatypes::SmartNvmeInfo>(m_SmartNvmeInfoRetriever, itemId, *_log, cancellationToken);
+}
+
+CollectionList<datatypes::SmartStaticInfo> StorageCollectorPlugin::CollectSmartStaticInfo(
+    const ItemId& itemId, const CancellationToken* cancellationToken)
+{
+    return Collect<datatypes::SmartStaticInfo>(m_SmartStaticInfoRetriever, itemId, *_log, cancellationToken);
+}
+
+CollectionList<datatypes::NvmeIdentifyControllerData> StorageCollectorPlugin::CollectNvmeIdentifyControllerData(
+    const ItemId& itemId, const CancellationToken* cancellationToken)
+{
+    return Collect<datatypes::NvmeIdentifyControllerData>(m_NvmeIdentifyControllerDataRetriever, itemId, *_log, cancellationToken);
+}
+
+}  // namespace Veyra::Orbis::Plugins

@@ -1,0 +1,72 @@
+#pragma once
+
+#include <exception>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "HostSdk/CancellationToken.h"
+#include "HostSdk/Exceptions.h"
+#include "HostSdk/IZelLog.h"
+#include "HostSdk/ItemId.h"
+#include "platform/Text.h"
+
+namespace Veyra::Orbis::Cpp::Common {
+
+// What becomes of a not-supported failure.
+enum class NotSupportedExceptionBehaviour {
+    ReThrow = 1,             // it leaves as it is, unlogged
+    WrapInZelException = 2,  // it is logged at Trace level and wrapped in ZelException
+};
+
+// Runs one request for one item, or for all.
+template <class R>
+using ItemHandlerDelegate = std::function<R(const Sdk::Common::Identifiers::ItemId&)>;
+
+// The one place where failures are translated for the host.
+template <class R>
+class ItemHandler {
+public:
+    // The delegate's result. `ct` may be null; a cancellation leaves untranslated and unlogged, before the delegate is run.
+    // Whatever the delegate throws is logged once and leaves as ZelException, but for a not-supported failure under ReThrow.
+    static R ExecuteHandlingException(const ItemHandlerDelegate<R>& itemHandlerDelegate,
+                                      const Sdk::Common::Identifiers::ItemId& itemId,
+                                      NotSupportedExceptionBehaviour notSupportedExceptionBehaviour, Orbis::Common::IZelLog& log,
+                                      const Orbis::Common::CancellationToken* ct)
+    {
+        // The host's name of this function, for every instance of the template.
+        constexpr std::string_view kFunction =
+            "Veyra::Orbis::Cpp::Common::ItemHandler<`generic-class-parameter-1'>::ExecuteHandlingException";
+        constexpr std::string_view kFile = "cpp\\CommonCLI\\include\\CommonCLI\\ExceptionSupport";
+        using namespace Sdk::Exceptions;
+
+        if (ct != nullptr) {
+            ct->ThrowIfCancellationRequested();
+        }
+        try {
+            return itemHandlerDelegate(itemId);
+        } catch (const std::exception& exception) {
+            const std::string description = orbis::platform::DefaultToUtf8(exception.what());
+            log.Error("Native exception : " + description, __LINE__, kFile, kFunction);
+            throw ZelException(description);
+        } catch (const ZelException& exception) {
+            log.Error("ZEL Exception : " + exception.Message(), __LINE__, kFile, kFunction);
+            throw;
+        } catch (const NotSupportedException& exception) {
+            if (notSupportedExceptionBehaviour == NotSupportedExceptionBehaviour::ReThrow) {
+                throw;
+            }
+            // Meant: the only rule that does not log an error; a disk without a feature is nothing to worry about.
+            log.Trace("Not Supported Exception : " + exception.Message(), __LINE__, kFile, kFunction);
+            throw ZelException(exception.Clone());
+        } catch (const HostException& exception) {
+            log.Error("Exception : " + exception.Message(), __LINE__, kFile, kFunction);
+            throw ZelException(exception.Clone());
+        } catch (...) {
+            log.Error("Unknown exception", __LINE__, kFile, kFunction);
+            throw ZelException("Unknown exception");
+        }
+    }
+};
+
+}  // namespace Veyra::Orbis::Cpp::Common
