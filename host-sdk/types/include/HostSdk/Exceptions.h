@@ -67,7 +67,7 @@ public:
     static constexpr std::string_view kTypeName = "Veyra.Orbis.Sdk.Exceptions.ZelException";
     explicit ZelException(std::string message) : HostExceptionOf(std::move(message)) {}
     // Takes the inner exception's message as its own.
-    explicit ZelException(std::shared_ptr<const HostException> inner) : HostExceptionOf(inner->Message(), inner) {}
+    explicit ZelException(const std::shared_ptr<const HostException>& inner) : HostExceptionOf(inner->Message(), inner) {}
 };
 
 class NotSupportedException final : public Detail::HostExceptionOf<NotSupportedException> {
