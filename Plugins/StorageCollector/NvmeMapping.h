@@ -1,0 +1,55 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+
+#include <google/protobuf/arena.h>
+
+#include "StorageHelper.h"
+#include "platform/Text.h"
+#include "sondix/sondix.h"
+
+// What the NVMe mappers share. Each of their lines fills one field: the message's setter on the left, the drive's field on the
+// right.
+namespace Veyra::Orbis::Plugins::NvmeMapping {
+
+// Holds an object of the device-query library from the moment that it is returned. Null stays null.
+template <class Object>
+[[nodiscard]] std::shared_ptr<Object> Own(Object* object)
+{
+    return object != nullptr ? std::shared_ptr<Object>(object, SXDelete) : nullptr;
+}
+
+// Fills a new message from an object of the library and releases the object. Without an object there is no message.
+template <class Message, class Object, class Fill>
+[[nodiscard]] Message* Map(Object* object, google::protobuf::Arena& arena, Fill fill)
+{
+    const std::shared_ptr<const Object> from = Own(object);
+    if (from == nullptr) {
+        return nullptr;
+    }
+    auto* to = google::protobuf::Arena::CreateMessage<Message>(&arena);
+    fill(*to, *from);
+    return to;
+}
+
+// A text as the drive holds it: trimmed, up to the first zero byte that is left inside, as UTF-8.
+template <std::size_t N>
+[[nodiscard]] std::string Text(const veyra::Carray<N>& field)
+{
+    return orbis::platform::DefaultToUtf8(StorageHelper::Trim(field.Str()).c_str());
+}
+
+// All N bytes, or none when the first is zero. So a little-endian number that is a multiple of 256 is sent empty; this is meant.
+template <std::size_t N>
+[[nodiscard]] std::string Bytes(const veyra::Carray<N>& field)
+{
+    const std::string bytes = field.Str();
+    return StorageHelper::RawBufferToByteString(reinterpret_cast<const std::uint8_t*>(bytes.data()),
+                                                static_cast<std::int32_t>(bytes.size()));
+}
+
+}  // namespace Veyra::Orbis::Plugins::NvmeMapping
