@@ -1,10 +1,24 @@
 #include "RetrieverFactories.h"
 
+#include "NvmeIdentifyControllerDataRetriever.h"
+#include "SmartNvmeInfoRetriever.h"
+
 namespace Veyra::Orbis::Plugins {
+namespace {
+
+template <class Retriever>
+std::unique_ptr<Retriever> Make(const std::shared_ptr<Common::IZelLog>& log)
+{
+    return std::make_unique<Retriever>(log);
+}
+
+}  // namespace
 
 RetrieverFactories RetrieverFactories::Own()
 {
     RetrieverFactories own;
+    own.smartNvmeInfo = Make<SmartNvmeInfoRetriever>;
+    own.nvmeIdentifyControllerData = Make<NvmeIdentifyControllerDataRetriever>;
     return own;
 }
 
