@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+
+#include "MakerSignature.h"
+#include "Page.h"
+#include "sondix/Enums.h"
+
+// The maker's layout of the vendor specific area of Identify Controller (bytes 4095:3072 of it). A maker with a layout of its own
+// replaces this file; nothing else knows an offset.
+//
+// Layout, version 1. Bytes count from the start of the area (byte 0 is byte 3072 of the Identify data), numbers are little-endian.
+//
+//   byte  length  holds
+//      0       8  signature, the ASCII text VEYRA-ID
+//      8       2  version of the layout, 1
+//     10       1  length of the layout in bytes, 96
+//     11       1  checksum: makes the sum of bytes 0 to 95 a multiple of 256
+//     12       4  nominal form factor, numbered as in NominalFormFactor
+//     16      32  EPPID, electronic part identifier, text padded with spaces or zeros
+//     48      16  drive GUID, raw
+//     64       8  component identifier, text padded with spaces or zeros
+//     72       2  device category class 0
+//     74       2  device category class 1
+//     76       2  device category class 2
+//     78       2  device category class 11
+//     80       1  bit 0: system crash protection; bit 1: host-metadata log; bits 7:2 reserved
+//     81      15  reserved, zero
+//     96     928  free
+//
+// A drive in this layout is the maker's, and only the maker's drives are asked for the log of VendorHealthLog.h.
+namespace veyra::sondix::maker {
+
+class VendorArea : private Page<1024> {
+public:
+    // The area of a whole Identify Controller structure.
+    explicit VendorArea(const Page<4096>& identify) noexcept : Page(identify.element<3072, 1024, 1>(0)) {}
+
+    // Signature, version, length and checksum are right. Nothing below means anything otherwise.
+    [[nodiscard]] bool IsRecognised() const noexcept { return HasSignature<96>(Bytes(), "VEYRA-ID", 1); }
+
+    [[nodiscard]] nvme::NominalFormFactor FormFactor() const noexcept
+    {
+        return static_cast<nvme::NominalFormFactor>(word<12, std::uint32_t>());
+    }
+    [[nodiscard]] const Carray<32>& Eppid() const noexcept { return bytes<16, 32>(); }
+    [[nodiscard]] const Carray<16>& Guid() const noexcept { return bytes<48, 16>(); }
+    [[nodiscard]] const Carray<8>& ComponentId() const noexcept { return bytes<64, 8>(); }
+    [[nodiscard]] std::uint16_t Class0() const noexcept { return word<72, std::uint16_t>(); }
+    [[nodiscard]] std::uint16_t Class1() const noexcept { return word<74, std::uint16_t>(); }
+    [[nodiscard]] std::uint16_t Class2() const noexcept { return word<76, std::uint16_t>(); }
+    [[nodiscard]] std::uint16_t Class11() const noexcept { return word<78, std::uint16_t>(); }
+    [[nodiscard]] bool SystemCrashProtection() const noexcept { return bit<80, 0>(); }
+    [[nodiscard]] bool HostMetadataLog() const noexcept { return bit<80, 1>(); }
+};
+
+}  // namespace veyra::sondix::maker
