@@ -1,0 +1,310 @@
+// The mapping over a device-query library that does what no drive would do.
+#include <algorithm>
+#include <functional>
+#include <new>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <google/protobuf/arena.h>
+#include <google/protobuf/util/json_util.h>
+
+#include "FakeSondix.h"
+#include "NvmeDataGetter.h"
+#include "NvmeMapping.h"
+#include "platform/Text.h"
+
+namespace Veyra::Orbis::Plugins {
+namespace {
+
+using namespace std::string_literals;
+using orbis::fakes::FakeSondix;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+class NvmeMappingTest : public ::testing::Test {
+protected:
+    // Maps drive 0 and releases it.
+    const datatypes::NvmeIdentifyControllerData& Identify()
+    {
+        const auto data = NvmeMapping::Own(SXNvmNewIdentifyControllerData(0));
+        return *NvmeDataGetter::toIdentifyControllerData(data.get(), m_Arena);
+    }
+    const datatypes::NvmeHealthInfo& Health()
+    {
+        const auto health = NvmeMapping::Own(SXNvmNewHealthInfo(0));
+        return *NvmeDataGetter::toNvmeHealthInfo(health.get(), m_Arena);
+    }
+    const datatypes::NvmeCustomizedHealthInfo& CustomizedHealth()
+    {
+        const auto health = NvmeMapping::Own(SXNvmNewCustomizedHealthInfo(0));
+        return *NvmeDataGetter::toCustomizedHealthInfo(health.get(), m_Arena);
+    }
+
+    // The accessors of one interface in the order in which they were read.
+    [[nodiscard]] std::string Reads(const std::string& interfaceName) const
+    {
+        std::string reads;
+        for (const auto& call : m_Library.calls) {
+            if (call.starts_with(interfaceName + "::")) {
+                reads += (reads.empty() ? "" : " ") + call.substr(interfaceName.size() + 2);
+            }
+        }
+        return reads;
+    }
+
+    void ExpectEverythingReleasedOnce() const
+    {
+        EXPECT_THAT(m_Library.Live(), IsEmpty());
+        EXPECT_THAT(m_Library.faults, IsEmpty());
+        EXPECT_EQ(m_Library.Created(), m_Library.Released());
+    }
+
+    FakeSondix m_Library;
+    orbis::fakes::FakeDrive& m_Drive = m_Library.drives[0];
+    google::protobuf::Arena m_Arena;
+};
+
+TEST_F(NvmeMappingTest, NothingIsMappedToNothing)
+{
+    EXPECT_EQ(NvmeDataGetter::toIdentifyControllerData(nullptr, m_Arena), nullptr);
+    EXPECT_EQ(NvmeDataGetter::toNvmeHealthInfo(nullptr, m_Arena), nullptr);
+    EXPECT_EQ(NvmeDataGetter::toCustomizedHealthInfo(nullptr, m_Arena), nullptr);
+}
+
+TEST_F(NvmeMappingTest, ReadsInTheOrderThatWasAgreed)
+{
+    m_Drive.numbers["IIdentifyControllerData::NPSS"] = 1;
+    static_cast<void>(Identify());
+    // RRLS comes before CTRATT; NPSS is read for nothing, and again after each descriptor.
+    EXPECT_EQ(
+        Reads("IIdentifyControllerData"),
+        "VID SSVID SN MN FR RAB IEEE MDTS CNTLID RTD3R RTD3E CNTRLTYPE FGUID CRDT1 CRDT2 CRDT3 ACL AERL ELPE NPSS WCTEMP CCTEMP "
+        "MTFA "
+        "HMPRE HMMIN TNVMCAP UNVMCAP EDSTT FWUG KAS MNTMT MXTMT HMMINDS HMMAXD NSETIDMAX ENDGIDMAX ANATT ANAGRPMAX NANAGRPID PELS "
+        "MAXCMD NN AWUN AWUPF ACWU MNAN SUBNQN CMIC VER OAES RRLS CTRATT OACS FRMW LPA AVSCC APSTA RPMBS DSTO HCTMA SANICAP ANACAP "
+        "SQES CQES ONCS FUSES FNA VWC NVSCC NWPC SGLS NPSS PSD(0) NPSS PSD(1) NPSS VendorSpecific");
+    EXPECT_EQ(Reads("IVersion"), "Major Minor Tertiary");
+    EXPECT_EQ(Reads("IOptionalAdminCommandSupport"),
+              "DeviceSelfTest SecuritySendReceive FormatNvm FirmwareCommitAndImageDownload NamespaceManagementAndAttachment "
+              "DeviceSelfTest Directives NvmeMiSendReceive VirtualizationManagement DoorbellBufferConfig GetLbaStatus");
+    EXPECT_EQ(Reads("ICustomizedControllerData"),
+              "EPPID FormFactor SupportsSystemCrashProtection SupportsHostMetadataLog Guid ComponentId DeviceCategory");
+
+    static_cast<void>(Health());
+    const std::string counters =
+        "DataUnitsRead DataUnitsWritten HostReadCommands HostWriteCommands ControllerBusyTime PowerCycles PowerOnHours "
+        "UnsafeShutdowns MediaAndDataIntegrityErrors NumberOfErrorInformationLogEntries ";
+    EXPECT_EQ(
+        Reads("IHealthInfo"),
+        "CompositeTemperature AvailableSpare AvailableSpareThreshold PercentageUsed " + counters +
+            "WarningCompositeTemperatureTime CriticalCompositeTemperatureTime TemperatureSensor1 TemperatureSensor2 "
+            "TemperatureSensor3 TemperatureSensor4 TemperatureSensor5 TemperatureSensor6 TemperatureSensor7 TemperatureSensor8 "
+            "ThermalManagementTemperature1TransitionCount ThermalManagementTemperature2TransitionCount "
+            "TotalTimeForThermalManagementTemperature1 TotalTimeForThermalManagementTemperature2 " +
+            counters + "CriticalWarning EnduranceGroupCriticalWarningSummary");
+    static_cast<void>(CustomizedHealth());
+    EXPECT_TRUE(Reads("ICustomizedHealthInfo").ends_with("AbnormalInputVccVoltageCounter TotalDataWrittenByController"));
+    ExpectEverythingReleasedOnce();
+}
+
+TEST_F(NvmeMappingTest, AMissingObjectLeavesItsSubMessageUnset)
+{
+    // Each accessor that gives an object, and the field that stays unset without it.
+    const std::vector<std::pair<std::string, std::string>> capabilities{
+        {"CMIC", "controller_multi_path_io_and_namespace_sharing_cap"},
+        {"VER", "version"},
+        {"OAES", "optional_asynchronous_events_supported"},
+        {"CTRATT", "controller_attributes"},
+        {"RRLS", "read_recovery_levels_supported"},
+        {"OACS", "optional_admin_command_support"},
+        {"FRMW", "firmware_updates"},
+        {"LPA", "log_page_attributes"},
+        {"AVSCC", "admin_vendor_specific_command_cfg"},
+        {"APSTA", "auto_power_state_transition_attributes"},
+        {"RPMBS", "replay_protected_memory_block_support"},
+        {"DSTO", "device_self_test_options"},
+        {"HCTMA", "host_controlled_thermal_mgmt_attributes"},
+        {"SANICAP", "sanitize_cap"},
+        {"ANACAP", "asymmetric_namespace_access_cap"},
+        {"SQES", "submission_queue_entry_size"},
+        {"CQES", "completion_queue_entry_size"},
+        {"ONCS", "optional_nvm_command_support"},
+        {"FUSES", "fused_operation_support"},
+        {"FNA", "format_nvm_attributes"},
+        {"VWC", "volatile_write_cache"},
+        {"NVSCC", "nvm_vendor_specific_command_cfg"},
+        {"NWPC", "namespace_write_protection_cap"},
+        {"SGLS", "sgl_support"},
+    };
+    const auto* descriptor = datatypes::NvmeIdentifyControllerData::descriptor();
+    const auto setFields = [descriptor](const datatypes::NvmeIdentifyControllerData& message) {
+        std::set<std::string> set;
+        for (int i = 0; i < descriptor->field_count(); ++i) {
+            const auto* field = descriptor->field(i);
+            if (field->is_repeated() ? message.GetReflection()->FieldSize(message, field) > 0
+                                     : message.GetReflection()->HasField(message, field)) {
+                set.insert(field->name());
+            }
+        }
+        return set;
+    };
+    const auto all = setFields(Identify());
+    EXPECT_EQ(all.size(), static_cast<std::size_t>(descriptor->field_count())) << "every field is set when every object is there";
+    const auto expectUnset = [&](const std::string& accessor, std::vector<std::string> unset) {
+        m_Drive.nulls = {accessor};
+        auto expected = all;
+        for (const auto& field : unset) {
+            EXPECT_EQ(expected.erase(field), 1U) << field;
+        }
+        EXPECT_EQ(setFields(Identify()), expected) << accessor;
+    };
+    for (const auto& [accessor, field] : capabilities) {
+        expectUnset("IIdentifyControllerData::" + accessor, {field});
+    }
+    expectUnset("IIdentifyControllerData::PSD(0)", {"power_state_desc"});
+    expectUnset("IIdentifyControllerData::VendorSpecific", {"customized_controller_data", "device_category"});
+    expectUnset("ICustomizedControllerData::DeviceCategory", {"device_category"});
+    m_Drive.makerLayout = false;
+    expectUnset("", {"customized_controller_data", "device_category"});
+
+    m_Drive.nulls = {"IHealthInfo::CriticalWarning", "IHealthInfo::EnduranceGroupCriticalWarningSummary"};
+    EXPECT_FALSE(Health().has_critical_warning());
+    EXPECT_FALSE(Health().has_endurance_group_critical_warning_summary());
+    EXPECT_TRUE(Health().has_available_spare());
+    ExpectEverythingReleasedOnce();
+}
+
+TEST_F(NvmeMappingTest, AsksForOneMorePowerStateThanNpssSays)
+{
+    const auto states = [this](std::uint64_t npss) {
+        m_Drive.numbers["IIdentifyControllerData::NPSS"] = npss;
+        std::vector<std::uint32_t> powers;
+        for (const auto& state : Identify().power_state_desc()) {
+            powers.push_back(state.max_power().value());
+        }
+        return powers;
+    };
+    for (int i = 0; i < 256; ++i) {
+        m_Drive.numbers["IPowerStateDesc(" + std::to_string(i) + ")::MaxPower"] = 100U + static_cast<unsigned>(i);
+        if (i > 31) {
+            m_Drive.nulls.insert("IIdentifyControllerData::PSD(" + std::to_string(i) + ")");
+        }
+    }
+    EXPECT_THAT(states(0), ElementsAre(100));
+    EXPECT_THAT(states(4), ElementsAre(100, 101, 102, 103, 104));
+    m_Drive.nulls.insert("IIdentifyControllerData::PSD(2)");
+    EXPECT_THAT(states(4), ElementsAre(100, 101, 103, 104)) << "a descriptor that is missing is skipped";
+
+    m_Library.calls.clear();
+    EXPECT_EQ(states(255).size(), 31U) << "the library has 32, one of them missing here";
+    EXPECT_EQ(std::count_if(m_Library.calls.begin(), m_Library.calls.end(),
+                            [](const std::string& call) { return call.starts_with("IIdentifyControllerData::PSD("); }),
+              256)
+        << "and is asked for all that the drive claims";
+    ExpectEverythingReleasedOnce();
+}
+
+TEST_F(NvmeMappingTest, VendorAreaOddities)
+{
+    auto& bytes = m_Drive.bytes;
+    auto& numbers = m_Drive.numbers;
+    bytes["ICustomizedControllerData::EPPID"] = "0123456789ABCDEFGHIJKLMNOPQRSTUV";
+    bytes["ICustomizedControllerData::Guid"] = "\x01"s + std::string(15, '\0');
+    numbers["ICustomizedControllerData::FormFactor"] = 0xFEDCBA98;
+    numbers["ICustomizedControllerData::SupportsSystemCrashProtection"] = 1;
+    numbers["IDeviceCategory::Class11"] = 0xFFFF;
+    const auto& message = Identify();
+    const auto& customized = message.customized_controller_data();
+    EXPECT_EQ(customized.eppid(), "0123456789ABCDEFGHIJ");
+    EXPECT_EQ(customized.guid(), "\x01"s + std::string(15, '\0'));
+    EXPECT_EQ(customized.form_factor().value(), 0xFEDCBA98U) << "unlisted form factors pass";
+    EXPECT_EQ(customized.support_system_crash_protection().value(), 1U);
+    EXPECT_TRUE(customized.has_support_host_metadata_log());
+    EXPECT_EQ(customized.support_host_metadata_log().value(), 0U);
+    EXPECT_EQ(message.device_category().class11().value(), 0xFFFFU);
+
+    bytes["ICustomizedControllerData::EPPID"] = "  EPPID-OF-20-BYTES-12  ";
+    EXPECT_EQ(Identify().customized_controller_data().eppid(), "EPPID-OF-20-BYTES-12") << "trimmed before it is cut";
+    bytes["ICustomizedControllerData::EPPID"] = "ÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄ";  // 16 characters of two bytes
+    EXPECT_EQ(Identify().customized_controller_data().eppid(), "ÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄÄ") << "characters are counted, not bytes";
+    bytes["ICustomizedControllerData::Guid"] = "\0guid"s;
+    EXPECT_EQ(Identify().customized_controller_data().guid(), "");
+    ExpectEverythingReleasedOnce();
+}
+
+TEST_F(NvmeMappingTest, CountersAndTemperatures)
+{
+    auto& bytes = m_Drive.bytes;
+    auto& numbers = m_Drive.numbers;
+    bytes["IHealthInfo::PowerCycles"] = "\xD2\x04"s;
+    bytes["IHealthInfo::PowerOnHours"] = "\0\x01"s;  // 256: its lowest byte is zero
+    numbers["IHealthInfo::CompositeTemperature"] = static_cast<std::uint64_t>(-273);
+    numbers["IHealthInfo::TemperatureSensor8"] = static_cast<std::uint64_t>(-5);
+    const auto& health = Health();
+    EXPECT_EQ(health.power_cycles(), "\xD2\x04"s + std::string(14, '\0'));
+    EXPECT_EQ(health.power_cycles_approximate().value(), 1234.0);
+    EXPECT_TRUE(health.has_power_on_hours());
+    EXPECT_EQ(health.power_on_hours(), "");
+    EXPECT_EQ(health.power_on_hours_approximate().value(), 0.0);
+    EXPECT_EQ(health.composite_temperature().value(), 0);
+    EXPECT_EQ(health.temperature_sensor8().value(), -5);
+
+    bytes["ICustomizedHealthInfo::TotalDataWrittenByController"] = std::string(15, '\xFF') + "\x01";
+    numbers["ICustomizedHealthInfo::MinimumTemperature"] = static_cast<std::uint64_t>(-273);
+    numbers["ICustomizedHealthInfo::MaximumTemperature"] = static_cast<std::uint64_t>(-5);
+    const auto& customized = CustomizedHealth();
+    EXPECT_EQ(customized.minimum_temperature().value(), 4294967023U);
+    EXPECT_EQ(customized.maximum_temperature().value(), 4294967291U);
+    EXPECT_EQ(customized.total_data_written_by_controller().size(), 16U);
+    EXPECT_EQ(customized.total_data_written_by_controller_approximate().value(), 0x1p121);
+}
+
+TEST_F(NvmeMappingTest, TextsAreTrimmedEndAtAZeroAndAreAlwaysUtf8)
+{
+    auto& bytes = m_Drive.bytes;
+    bytes["IIdentifyControllerData::SN"] = "ABC123XYZ           ";
+    bytes["IIdentifyControllerData::MN"] = "Two\0parts"s;
+    bytes["IIdentifyControllerData::FR"] = "\xFF\xFE\x80\xC3(\xE2\x82\xF0";
+    bytes["IIdentifyControllerData::SUBNQN"] = std::string(256, '\xC3');
+    bytes["ICustomizedControllerData::EPPID"] = std::string(32, '\xF5');
+    bytes["ICustomizedControllerData::ComponentId"] = "\xED\xA0\x80\xED\xB0\x80!!";  // surrogates are no UTF-8
+    const auto& message = Identify();
+    EXPECT_EQ(message.serial_number(), "ABC123XYZ");
+    EXPECT_EQ(message.model_number(), "Two");
+    for (const auto* text : {&message.firmware_revision(), &message.nvm_subsystem_nvme_qualified_name(),
+                             &message.customized_controller_data().eppid(), &message.customized_controller_data().component_id()}) {
+        EXPECT_NE(text->find("\uFFFD"), std::string::npos);
+        EXPECT_EQ(*text, orbis::platform::ValidUtf8(*text));
+    }
+    std::string json;
+    ASSERT_TRUE(google::protobuf::util::MessageToJsonString(message, &json).ok());
+    EXPECT_EQ(json, orbis::platform::ValidUtf8(json));
+    datatypes::NvmeIdentifyControllerData read;
+    EXPECT_TRUE(google::protobuf::util::JsonStringToMessage(json, &read).ok());
+    EXPECT_EQ(read.SerializeAsString(), message.SerializeAsString());
+}
+
+// Every call that the three mappings make fails in turn.
+TEST_F(NvmeMappingTest, WhateverThrowsEverythingIsReleasedOnce)
+{
+    const std::vector<std::function<void()>> mappings{[this] { static_cast<void>(Identify()); },
+                                                      [this] { static_cast<void>(Health()); },
+                                                      [this] { static_cast<void>(CustomizedHealth()); }};
+    for (const auto& map : mappings) {
+        const auto before = m_Library.CallCount();
+        map();
+        const auto count = m_Library.CallCount() - before;
+        ASSERT_GT(count, 10U);
+        for (std::size_t n = 0; n < count; ++n) {
+            m_Library.ThrowAtCall(m_Library.CallCount() + n, [] { throw std::bad_alloc(); });
+            EXPECT_THROW(map(), std::bad_alloc) << m_Library.calls.back();
+        }
+    }
+    ExpectEverythingReleasedOnce();
+}
+
+}  // namespace
+}  // namespace Veyra::Orbis::Plugins
