@@ -26,6 +26,8 @@ public:
     [[nodiscard]] virtual std::string_view TypeName() const noexcept { return "System.Exception"; }
     // A copy that keeps the dynamic type, to serve as an inner exception.
     [[nodiscard]] virtual std::shared_ptr<const HostException> Clone() const { return std::make_shared<HostException>(*this); }
+    // Throws a copy that keeps the dynamic type.
+    [[noreturn]] virtual void Raise() const { throw *this; }
 
     // Full text: "Type: message", then " ---> " and the inner exception's full text, as the host prints one.
     [[nodiscard]] std::string ToString() const
@@ -57,6 +59,7 @@ public:
     {
         return std::make_shared<Derived>(static_cast<const Derived&>(*this));
     }
+    [[noreturn]] void Raise() const override { throw static_cast<const Derived&>(*this); }
 };
 
 }  // namespace Detail
@@ -65,7 +68,9 @@ public:
 class ZelException final : public Detail::HostExceptionOf<ZelException> {
 public:
     static constexpr std::string_view kTypeName = "Veyra.Orbis.Sdk.Exceptions.ZelException";
-    explicit ZelException(std::string message) : HostExceptionOf(std::move(message)) {}
+    explicit ZelException(std::string message, std::shared_ptr<const HostException> inner = nullptr)
+        : HostExceptionOf(std::move(message), std::move(inner))
+    {}
     // Takes the inner exception's message as its own.
     explicit ZelException(const std::shared_ptr<const HostException>& inner) : HostExceptionOf(inner->Message(), inner) {}
 };
