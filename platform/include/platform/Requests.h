@@ -114,9 +114,11 @@ struct PartitionInformationEx {
     std::uint8_t isServicePartition = 0;
     std::uint16_t reserved2 = 0;
     union {
-        PartitionInformationGpt gpt{};
+        PartitionInformationGpt gpt;
         PartitionInformationMbr mbr;
     };
+
+    constexpr PartitionInformationEx() noexcept : gpt{} {}
 };
 static_assert(sizeof(PartitionInformationEx) == 144 && offsetof(PartitionInformationEx, gpt) == 32);
 
