@@ -188,7 +188,8 @@ std::optional<Sector> HardwareAccess::ReadLogPage9A(const std::u16string& path)
             return data;
         }
     } catch (const std::exception&) {
-        // A page that cannot be asked for is a page that is not there.
+        // A page that cannot be asked for is a page that is not there. As with IDENTIFY DEVICE, a raised failure of the first way
+        // does not reach the second.
     }
     return std::nullopt;
 }
@@ -196,7 +197,7 @@ std::optional<Sector> HardwareAccess::ReadLogPage9A(const std::u16string& path)
 bool HardwareAccess::ProbeScsiInquiry(const std::u16string& path)
 {
     const DeviceHandle device = OpenOrRaise(path, kGenericRead | kGenericWrite, kUnit, 237);
-    std::array<std::uint8_t, 36> data{};
+    alignas(Sector) std::array<std::uint8_t, 36> data{};
     constexpr std::array<std::uint8_t, 6> kInquiry{0x12, 0, 0, 0, 36, 0};
     ScsiRequest request = MakeScsiRead(kInquiry, data);
     std::uint32_t returned = 0;

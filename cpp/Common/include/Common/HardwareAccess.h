@@ -37,8 +37,10 @@ struct BasicDiskInfo {
     DiskDriveMediaType mediaType = DiskDriveMediaType::Unspecified;
 };
 
-// One sector: IDENTIFY DEVICE data, a log page, a SMART block.
-using Sector = std::array<std::uint8_t, 512>;
+// One sector: IDENTIFY DEVICE data, a log page, a SMART block. Aligned, because adapters refuse a transfer to an address that their
+// alignment mask forbids.
+struct alignas(16) Sector : std::array<std::uint8_t, 512> {};
+static_assert(sizeof(Sector) == 512);
 
 // The one place that touches disks through the operating system rather than WMI. Stateless: every call opens and closes its own
 // handles and device sets, so several threads may call at once. Failures raise ResultException with the last Win32 error (or
@@ -108,7 +110,7 @@ protected:
     [[nodiscard]] static std::array<std::uint8_t, 16> MakeAtaPassThrough16(std::uint8_t features, std::uint8_t lbaLow,
                                                                            std::uint8_t lbaMid, std::uint8_t lbaHigh,
                                                                            std::uint8_t command);
-    // Opens for reading and writing, shared, and raises the last Win32 error with `unit` and `line` when that fails.
+    // Opens an existing device with `access`, shared, and raises the last Win32 error with `unit` and `line` when that fails.
     [[nodiscard]] orbis::platform::DeviceHandle OpenOrRaise(const std::u16string& path, std::uint32_t access, std::string_view unit,
                                                             std::int32_t line);
 
