@@ -1,6 +1,7 @@
 #include "RetrieverFactories.h"
 
 #include "NvmeIdentifyControllerDataRetriever.h"
+#include "PhysicalDiskStaticInfoRetriever.h"
 #include "SmartNvmeInfoRetriever.h"
 
 namespace Veyra::Orbis::Plugins {
@@ -17,6 +18,7 @@ std::unique_ptr<Retriever> Make(const std::shared_ptr<Common::IZelLog>& log)
 RetrieverFactories RetrieverFactories::Own()
 {
     RetrieverFactories own;
+    own.physicalDiskStaticInfo = Make<PhysicalDiskStaticInfoRetriever>;
     own.smartNvmeInfo = Make<SmartNvmeInfoRetriever>;
     own.nvmeIdentifyControllerData = Make<NvmeIdentifyControllerDataRetriever>;
     return own;
