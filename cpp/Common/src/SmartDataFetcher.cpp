@@ -125,7 +125,7 @@ void SmartDataFetcher::ParseSmartAttributes(SmartDataCollection& collection, con
             continue;
         }
         // Spin-up time, power-on hours and head-flying hours carry other counts above their low 32 bits.
-        const bool isNarrow = id == 3 || id == 9 || id == 240;
+        const bool isNarrow = id == kSmartSpinUpTime || id == kSmartPowerOnHours || id == kSmartHeadFlyingHours;
         attribute->raw = isNarrow ? Raw48(bytes) & 0xFFFFFFFFU : Raw48(bytes);
         attribute->normalised = bytes[3];
         attribute->worst = bytes[4];
@@ -145,7 +145,7 @@ void SmartDataFetcher::ParseSmartThresholds(SmartDataCollection& collection, con
 bool SmartDataFetcher::IsSolidState(const BasicDiskInfo& disk, const SmartDataCollection& collection)
 {
     try {
-        if (collection.Find(kSmartWearLevelingCount)->raw.has_value()) {
+        if (collection.attributes[SmartSlotOf(kSmartWearLevelingCount)].raw.has_value()) {
             return true;
         }
         if (collection.modelName &&

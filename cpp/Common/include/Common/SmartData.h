@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -21,8 +22,17 @@ inline constexpr std::array<std::uint8_t, 33> kSmartAttributeIds{1,   3,   4,   
                                                                  177, 178, 179, 180, 181, 182, 184, 191, 192, 193, 194,
                                                                  195, 196, 197, 198, 199, 200, 238, 240, 242, 241, 254};
 
+inline constexpr std::uint8_t kSmartSpinUpTime = 3;
+inline constexpr std::uint8_t kSmartPowerOnHours = 9;
 inline constexpr std::uint8_t kSmartWearLevelingCount = 177;
 inline constexpr std::uint8_t kSmartTemperature = 194;
+inline constexpr std::uint8_t kSmartHeadFlyingHours = 240;
+
+// The first slot of an attribute id, counted from 0; the number of slots for an id that has none.
+[[nodiscard]] constexpr std::size_t SmartSlotOf(std::uint8_t id) noexcept
+{
+    return static_cast<std::size_t>(std::ranges::find(kSmartAttributeIds, id) - kSmartAttributeIds.begin());
+}
 
 // SMART state of one disk.
 struct SmartDataCollection {
@@ -32,19 +42,11 @@ struct SmartDataCollection {
     std::optional<std::string> eppid;      // 20 bytes, untrimmed
     std::array<SmartAttribute, kSmartAttributeIds.size()> attributes{};
 
-    // The slot of an attribute id, or null for an id that is not in the table. The first slot of an id counts.
+    // The attribute's slot, or null for an id that has none.
     [[nodiscard]] SmartAttribute* Find(std::uint8_t id) noexcept
     {
-        for (std::size_t slot = 0; slot < kSmartAttributeIds.size(); ++slot) {
-            if (kSmartAttributeIds[slot] == id) {
-                return &attributes[slot];
-            }
-        }
-        return nullptr;
-    }
-    [[nodiscard]] const SmartAttribute* Find(std::uint8_t id) const noexcept
-    {
-        return const_cast<SmartDataCollection*>(this)->Find(id);
+        const std::size_t slot = SmartSlotOf(id);
+        return slot < attributes.size() ? &attributes[slot] : nullptr;
     }
 };
 
