@@ -2,7 +2,9 @@
 
 #include "NvmeIdentifyControllerDataRetriever.h"
 #include "PhysicalDiskStaticInfoRetriever.h"
+#include "SmartDynamicInfoRetriever.h"
 #include "SmartNvmeInfoRetriever.h"
+#include "SmartStaticInfoRetriever.h"
 
 namespace Veyra::Orbis::Plugins {
 namespace {
@@ -19,7 +21,9 @@ RetrieverFactories RetrieverFactories::Own()
 {
     RetrieverFactories own;
     own.physicalDiskStaticInfo = Make<PhysicalDiskStaticInfoRetriever>;
+    own.smartDynamicInfo = Make<SmartDynamicInfoRetriever>;
     own.smartNvmeInfo = Make<SmartNvmeInfoRetriever>;
+    own.smartStaticInfo = Make<SmartStaticInfoRetriever>;
     own.nvmeIdentifyControllerData = Make<NvmeIdentifyControllerDataRetriever>;
     return own;
 }

@@ -1,0 +1,155 @@
+#include "SmartDataGetter.h"
+
+#include <algorithm>
+#include <exception>
+
+#include <fmt/format.h>
+
+#include "Common/SmartDataFetcher.h"
+#include "Common/Utilities.h"
+#include "Common/WmiCommonLib.h"
+#include "StorageHelper.h"
+#include "platform/Text.h"
+
+// The walk over the disks, for both SMART datatypes.
+namespace Veyra::Orbis::Plugins {
+namespace {
+
+using Cpp::Common::GetLower;
+using Cpp::Common::SmartDataCollection;
+using Cpp::Common::SmartDataProvider;
+using Cpp::Common::WmiCommonLib;
+using Cpp::Common::WmiNamespace;
+using Cpp::Common::HardwareAccessLib::BasicDiskInfo;
+
+// The rows of a query, each as `read` makes it.
+template <class Read>
+auto ReadRows(const std::u16string& query, WmiNamespace wmiNamespace, Read read)
+{
+    using Rows = std::vector<decltype(read(std::declval<const WmiCommonLib&>()))>;
+    try {
+        Rows rows;
+        for (WmiCommonLib cursor(query, wmiNamespace); !cursor.IsEnd(); cursor.Next()) {
+            try {
+                rows.push_back(read(cursor));
+            } catch (const std::exception&) {
+                // Meant: this row is left out without a word.
+            }
+        }
+        return rows;
+    } catch (const std::exception&) {
+        return Rows{};  // Meant: the rows read before the failure are dropped too.
+    }
+}
+
+std::string DescribeDisk(const BasicDiskInfo& disk)
+{
+    using orbis::platform::Utf16ToUtf8;
+    return fmt::format(
+        "PhysicalDriveNumber: {0}, DeviceName: {1}, InterfacePath: {2}, InstancePath: {3}, DiIndex: {4}, MediaType: {5}",
+        disk.physicalDriveNumber, Utf16ToUtf8(disk.physicalDrivePath), Utf16ToUtf8(disk.devicePath), Utf16ToUtf8(disk.instanceId),
+        disk.index, static_cast<unsigned>(disk.mediaType));
+}
+
+Sdk::Common::Identifiers::ItemId ItemIdOf(const BasicDiskInfo& disk, const std::vector<DiskDeviceInfo>& devices)
+{
+    return StorageHelper::itemIdOf(StorageHelper::findDeviceIdByPhysicalDriveNumber(devices, disk.physicalDriveNumber));
+}
+
+// An arena whose first block holds what one disk needs; more disks add blocks.
+std::shared_ptr<google::protobuf::Arena> NewArena()
+{
+    google::protobuf::ArenaOptions options;
+    options.start_block_size = 8 * 1024;
+    options.max_block_size = 64 * 1024;
+    return std::make_shared<google::protobuf::Arena>(options);
+}
+
+}  // namespace
+
+SmartDataGetter::MessageMap<datatypes::SmartStaticInfo> SmartDataGetter::GetStaticDiskData(Common::IZelLog& log)
+{
+    const SmartDataProvider provider;
+    const std::vector<BasicDiskInfo> disks = provider.GetAllBasicDiskInfo({});
+    const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
+    ModelList models = EnumDiskModels();
+    MessageMap<datatypes::SmartStaticInfo> collected;
+    const std::shared_ptr<Arena> arena = NewArena();
+    for (const BasicDiskInfo& disk : disks) {
+        log.Debug(DescribeDisk(disk), __LINE__, "Plugins\\StorageCollector\\SmartStaticInfoRetriever",
+                  "Veyra::Orbis::Plugins::SmartDataGetter::GetStaticDiskData");
+        SmartDataCollection collection = provider.GetSmartInformation(disk, {});
+        if (!collection.modelName) {
+            collection.modelName = getModelNameByIndex(disk.physicalDriveNumber, models);
+        }
+        const auto* message = parseCacheToIMessage<datatypes::SmartStaticInfo>(collection, *arena);
+        collected.Add(ItemIdOf(disk, devices), {arena, message});
+    }
+    return collected;
+}
+
+SmartDataGetter::MessageMap<datatypes::SmartDynamicInfo> SmartDataGetter::GetDynamicDiskData(Common::IZelLog& log)
+{
+    const SmartDataProvider provider;
+    const std::vector<BasicDiskInfo> disks = provider.GetAllBasicDiskInfo({});
+    const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
+    std::vector<WmiSmartDiskData> wmiRows = GetWmiSmartData();
+    MessageMap<datatypes::SmartDynamicInfo> collected;
+    const std::shared_ptr<Arena> arena = NewArena();
+    for (const BasicDiskInfo& disk : disks) {
+        log.Debug(DescribeDisk(disk), __LINE__, "Plugins\\StorageCollector\\SmartDynamicInfoRetriever",
+                  "Veyra::Orbis::Plugins::SmartDataGetter::GetDynamicDiskData");
+        const std::vector<std::uint8_t> wmiBlock = getSmartDataByPath(disk.instanceId, wmiRows);
+        const SmartDataCollection collection = provider.GetSmartInformation(disk, wmiBlock);
+        auto itemId = ItemIdOf(disk, devices);
+        const auto* message = parseCacheToIMessage<datatypes::SmartDynamicInfo>(collection, *arena);
+        collected.Add(std::move(itemId), {arena, message});
+    }
+    return collected;
+}
+
+std::vector<SmartDataGetter::WmiSmartDiskData> SmartDataGetter::GetWmiSmartData()
+{
+    return ReadRows(u"SELECT * FROM MSStorageDriver_ATAPISmartData", WmiNamespace::Wmi, [](const WmiCommonLib& row) {
+        WmiSmartDiskData data;
+        data.VendorSpecific = row.GetUint8ArrayByField(u"VendorSpecific");
+        data.InstanceName = row.GetWstringByField(u"InstanceName");
+        return data;
+    });
+}
+
+SmartDataGetter::ModelList SmartDataGetter::EnumDiskModels()
+{
+    return ReadRows(u"SELECT * FROM Win32_DiskDrive", WmiNamespace::CimV2, [](const WmiCommonLib& row) {
+        ModelList::value_type model;
+        model.second = row.GetStringByField(u"Model");
+        model.first = row.GetUint32ByField(u"Index");
+        return model;
+    });
+}
+
+std::vector<std::uint8_t> SmartDataGetter::getSmartDataByPath(std::u16string_view path, std::vector<WmiSmartDiskData>& list)
+{
+    const auto row = std::ranges::find_if(list, [lowerPath = GetLower(path)](const WmiSmartDiskData& candidate) {
+        return GetLower(candidate.InstanceName).find(lowerPath) != std::u16string::npos;
+    });
+    if (row == list.end()) {
+        return {};
+    }
+    std::vector<std::uint8_t> block = std::move(row->VendorSpecific);
+    list.erase(row);
+    return block;
+}
+
+std::optional<std::string> SmartDataGetter::getModelNameByIndex(std::uint32_t index, ModelList& models)
+{
+    const auto found = std::ranges::find(models, index, &ModelList::value_type::first);
+    if (found == models.end()) {
+        return std::nullopt;
+    }
+    std::string model = std::move(found->second);
+    models.erase(found);
+    return model;
+}
+
+}  // namespace Veyra::Orbis::Plugins

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include <google/protobuf/arena.h>
+
+#include "Common/SmartData.h"
+#include "HostSdk/Dictionary.h"
+#include "HostSdk/IZelLog.h"
+#include "HostSdk/ItemId.h"
+#include "orbis/datatypes/smart.pb.h"
+
+namespace Veyra::Orbis::Plugins {
+
+namespace datatypes = ::veyra::orbis::datatypes;
+
+// Joins what the native library reads from each disk with WMI and the disk inventory, and maps it to the host's messages.
+//
+// The messages of one collection live on one arena; every entry of a map keeps the whole arena alive. The mappers make their
+// message on the arena that they are given.
+class SmartDataGetter {
+public:
+    using Arena = google::protobuf::Arena;
+    template <class T>
+    using MessageMap = Common::Dictionary<Sdk::Common::Identifiers::ItemId, std::shared_ptr<const T>>;
+
+    // One row of MSStorageDriver_ATAPISmartData.
+    struct WmiSmartDiskData {
+        std::u16string InstanceName;               // the disk's instance path and a suffix such as "_0"
+        std::vector<std::uint8_t> VendorSpecific;  // the SMART data block, 362 bytes as a rule
+    };
+    // Disk index and model of each Win32_DiskDrive, the model as UTF-8.
+    using ModelList = std::vector<std::pair<std::uint32_t, std::string>>;
+
+    SmartDataGetter() = delete;
+
+    // One message for each disk in the order of the device walk, also for a disk that answers nothing: it has its name alone. The
+    // Debug lines carry the file of the retriever. Throws ResultException when the inventory cannot be queried, and
+    // ArgumentException for two disks with the same item id (both without an inventory record, for example).
+    [[nodiscard]] static MessageMap<datatypes::SmartStaticInfo> GetStaticDiskData(Common::IZelLog& log);
+    [[nodiscard]] static MessageMap<datatypes::SmartDynamicInfo> GetDynamicDiskData(Common::IZelLog& log);
+
+    // What WMI knows. A row that cannot be read is left out; a query that fails, also half-way, gives an empty list.
+    [[nodiscard]] static std::vector<WmiSmartDiskData> GetWmiSmartData();
+    [[nodiscard]] static ModelList EnumDiskModels();
+
+    // The block of the first row whose instance name contains `path` whatever the case, or an empty one. The row is taken out of
+    // the list, so that it serves one disk. An empty path is contained in every name: it takes the first row, and this is meant.
+    [[nodiscard]] static std::vector<std::uint8_t> getSmartDataByPath(std::u16string_view path,
+                                                                      std::vector<WmiSmartDiskData>& list);
+    // The model of the first pair with the index, which is taken out of the list.
+    [[nodiscard]] static std::optional<std::string> getModelNameByIndex(std::uint32_t index, ModelList& models);
+
+    // Null for an attribute without any value.
+    [[nodiscard]] static datatypes::SmartAttributeDetail* toSmartAttributeDetail(const Cpp::Common::SmartAttribute& slot,
+                                                                                 Arena& arena);
+    // The message for one of the two datatypes.
+    template <class Message>
+    [[nodiscard]] static Message* parseCacheToIMessage(const Cpp::Common::SmartDataCollection& collection, Arena& arena);
+};
+
+template <>
+datatypes::SmartStaticInfo* SmartDataGetter::parseCacheToIMessage(const Cpp::Common::SmartDataCollection& collection, Arena& arena);
+template <>
+datatypes::SmartDynamicInfo* SmartDataGetter::parseCacheToIMessage(const Cpp::Common::SmartDataCollection& collection,
+                                                                   Arena& arena);
+
+}  // namespace Veyra::Orbis::Plugins
