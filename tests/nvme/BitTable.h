@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace orbis::tests {
+
+// What a page's bits mean, read from one of the tables beside this file.
+struct BitField {
+    std::string name;          // path of the message field, "[n]" after a repeated one
+    std::string form;          // "", or what the table says after the name
+    std::size_t firstBit = 0;  // of the whole field's lowest byte
+};
+
+class BitTable {
+public:
+    // Throws std::runtime_error, naming the line, for a file that cannot be read or is malformed.
+    BitTable(const std::string& path, std::size_t pageBytes);
+
+    // The field that the bit belongs to, or null.
+    [[nodiscard]] const BitField* At(std::size_t bit) const;
+    // Every field once, in the order of the table.
+    [[nodiscard]] const std::vector<BitField>& Fields() const { return m_Fields; }
+
+private:
+    void Add(const std::string& bytes, const BitField& field);
+
+    std::vector<BitField> m_Fields;
+    std::vector<std::size_t> m_ByBit;  // position in m_Fields plus one, or 0
+};
+
+}  // namespace orbis::tests
