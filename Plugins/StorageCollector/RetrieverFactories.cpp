@@ -1,6 +1,7 @@
 #include "RetrieverFactories.h"
 
 #include "NvmeIdentifyControllerDataRetriever.h"
+#include "PhysicalDiskDynamicInfoRetriever.h"
 #include "PhysicalDiskStaticInfoRetriever.h"
 #include "SmartDynamicInfoRetriever.h"
 #include "SmartNvmeInfoRetriever.h"
@@ -20,6 +21,7 @@ std::unique_ptr<Retriever> Make(const std::shared_ptr<Common::IZelLog>& log)
 RetrieverFactories RetrieverFactories::Own()
 {
     RetrieverFactories own;
+    own.physicalDiskDynamicInfo = Make<PhysicalDiskDynamicInfoRetriever>;
     own.physicalDiskStaticInfo = Make<PhysicalDiskStaticInfoRetriever>;
     own.smartDynamicInfo = Make<SmartDynamicInfoRetriever>;
     own.smartNvmeInfo = Make<SmartNvmeInfoRetriever>;
