@@ -1,0 +1,186 @@
+// Framing of the SMBIOS structure table. Blobs stand in buffers of exactly their size, so that the address sanitizer sees a read
+// past the end.
+#include "Common/SmBiosTable.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace Veyra::Orbis::Cpp::Common {
+namespace {
+
+using Blob = std::vector<std::uint8_t>;
+
+// The blob of a table: the header of the firmware call, then the structures. `claimed`: the table length that the header gives.
+Blob MakeBlob(const std::string& structures, std::size_t claimed)
+{
+    Blob blob{0, 3, 3, 0};
+    for (int shift = 0; shift < 32; shift += 8) {
+        blob.push_back(static_cast<std::uint8_t>(claimed >> shift));
+    }
+    blob.insert(blob.end(), structures.begin(), structures.end());
+    blob.shrink_to_fit();
+    return blob;
+}
+Blob MakeBlob(const std::string& structures) { return MakeBlob(structures, structures.size()); }
+
+// Turns "0B 05 10 00 02 'A' 00" into bytes.
+std::string Bytes(const std::string& text)
+{
+    std::string bytes;
+    for (std::size_t at = 0; at < text.size();) {
+        if (text[at] == ' ') {
+            ++at;
+        } else if (text[at] == '\'') {
+            bytes += text[at + 1];
+            at += 3;
+        } else {
+            bytes += static_cast<char>(std::stoi(text.substr(at, 2), nullptr, 16));
+            at += 2;
+        }
+    }
+    return bytes;
+}
+
+// The entries of every type in table order, one after the other: "11:5 [A|B]", with the bytes that are there when they are fewer.
+std::string Describe(const Blob& blob)
+try {
+    const SmBiosTable table(blob);
+    std::string all;
+    for (int type = 0; type < 256; ++type) {
+        for (const auto& entry : table.GetEntryList(static_cast<std::uint8_t>(type))) {
+            all += (all.empty() ? "" : " ") + std::to_string(entry->type) + ":" + std::to_string(entry->length);
+            all += entry->data.size() == entry->length ? "" : "/" + std::to_string(entry->data.size());
+            std::string strings;
+            for (const std::string& text : entry->strings) {
+                strings += (strings.empty() ? "" : "|") + text;
+            }
+            all += " [" + strings + "]";
+        }
+    }
+    return all;
+} catch (const std::runtime_error& failure) {
+    return failure.what();
+}
+
+const std::string kOem = "0B 05 10 00 02 'A' 00 'B' 00 00";  // OEM Strings, handle 16, two strings
+const std::string kEnd = "7F 04 FE FF 00 00";
+
+TEST(SmBiosTable, FramesWholeAndBrokenTables)
+{
+    struct Case {
+        std::string name, structures, expected;
+    };
+    const std::vector<Case> cases{
+        {"two strings, then the end", kOem + kEnd, "11:5 [A|B] 127:4 []"},
+        {"no strings: two zeros", "02 06 01 00 AA BB 00 00" + kEnd, "2:6 [] 127:4 []"},
+        {"what follows the end is not read", kEnd + kOem, "127:4 []"},
+        {"no end", kOem, "11:5 [A|B]"},
+        {"two of a type, in order", "0B 04 01 00 'X' 00 00" + kOem, "11:4 [X] 11:5 [A|B]"},
+        {"an empty string before others is not stored", "0B 04 01 00 00 'X' 00 00" + kEnd, "11:4 [X] 127:4 []"},
+        {"length 3", kOem + "0B 03 00 00 00 00", "invalid entry length (3). DMI table is broken"},
+        {"length 0", "0B 00 00 00 00 00", "invalid entry length (0). DMI table is broken"},
+        {"fewer than four bytes left", kOem + "0B 05 00", "11:5 [A|B]"},
+        {"fewer than four bytes at all", "7F 04 00", ""},
+        {"nothing", "", ""},
+        {"formatted area reaches past the table", kOem + "01 FF 00 00 AA BB", "1:255/6 [] 11:5 [A|B]"},
+        {"formatted area ends with the table", "01 06 00 00 AA BB", "1:6 []"},
+        {"string set cut in a string", "0B 05 10 00 02 'A' 00 'B'", "11:5 [A]"},
+        {"string set cut between its two zeros", "0B 05 10 00 02 'A' 00", "11:5 [A]"},
+    };
+    for (const auto& [name, structures, expected] : cases) {
+        EXPECT_EQ(Describe(MakeBlob(Bytes(structures))), expected) << name;
+    }
+}
+
+TEST(SmBiosTable, TrustsNeitherTheTableLengthNorTheBlob)
+{
+    const std::string structures = Bytes(kOem + kEnd);
+    EXPECT_EQ(Describe(MakeBlob(structures, 0xFFFFFFFF)), "11:5 [A|B] 127:4 []") << "more than there is";
+    EXPECT_EQ(Describe(MakeBlob(structures, 10)), "11:5 [A|B]") << "less than there is: the rest is not the table's";
+    EXPECT_EQ(Describe(MakeBlob(structures, 3)), "");
+    for (std::size_t size = 0; size < 8; ++size) {
+        EXPECT_EQ(Describe(Blob(size, 0xFF)), "") << "header of " << size << " bytes";
+    }
+}
+
+// Parses, and adds up what the entries hold: never more than the blob has.
+void ExpectNothingFromOutside(const Blob& blob)
+{
+    try {
+        const SmBiosTable table(blob);
+        std::size_t held = 0;
+        for (int type = 0; type < 256; ++type) {
+            for (const auto& entry : table.GetEntryList(static_cast<std::uint8_t>(type))) {
+                EXPECT_LE(entry->data.size(), entry->length);
+                held += entry->data.size();
+                for (const std::string& text : entry->strings) {
+                    held += text.size() + 1;
+                }
+            }
+        }
+        EXPECT_LE(held, blob.size());
+    } catch (const std::runtime_error& failure) {
+        EXPECT_TRUE(std::string(failure.what()).starts_with("invalid entry length (")) << failure.what();
+    }
+}
+
+// Every value of every byte, and every length that the blob can be cut to.
+TEST(SmBiosTable, SurvivesAnyBytes)
+{
+    const Blob whole = MakeBlob(Bytes("01 08 01 00 01 02 AA BB 'M' 00 'P' 'Q' 00 00" + kOem + kEnd));
+    for (std::size_t at = 0; at < whole.size(); ++at) {
+        for (int value = 0; value < 256; ++value) {
+            Blob blob = whole;
+            blob[at] = static_cast<std::uint8_t>(value);
+            ExpectNothingFromOutside(blob);
+        }
+        ExpectNothingFromOutside(Blob(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(at)));
+    }
+}
+
+TEST(SmBiosTable, EntriesGiveOnlyWhatLiesInsideThem)
+{
+    std::shared_ptr<const SmBiosEntry> entry;
+    {
+        const Blob blob = MakeBlob(Bytes("0B 08 10 20 02 03 80 01 'A' 00 'B' 'C' 00 00" + kEnd));
+        entry = SmBiosTable(blob).GetEntryList(11).at(0);
+    }
+    ASSERT_EQ(entry.use_count(), 1) << "the entry outlives its table";
+    struct Case {
+        std::int32_t offset;
+        std::int64_t u8, u16, u32;  // -1: not inside
+        std::string text;
+    };
+    for (const auto& [offset, u8, u16, u32, text] : std::vector<Case>{
+             {0, 0x0B, 0x080B, 0x2010080B, "-"},
+             {2, 0x10, 0x2010, 0x03022010, "-"},
+             {4, 0x02, 0x0302, 0x01800302, "BC"},
+             {5, 0x03, 0x8003, -1, "-"},  // number 3 of two strings
+             {6, 0x80, 0x0180, -1, "-"},
+             {7, 0x01, -1, -1, "A"},
+             {8, -1, -1, -1, "-"},
+             {-1, -1, -1, -1, "-"},
+             {INT32_MAX, -1, -1, -1, "-"},
+             {INT32_MIN, -1, -1, -1, "-"},
+         }) {
+        std::uint8_t byte = 0x55;
+        std::uint16_t word = 0x5555;
+        std::uint32_t dword = 0x55555555;
+        std::string string = "-";
+        EXPECT_EQ(entry->GetU8(offset, byte) ? byte : -1, u8) << offset;
+        EXPECT_EQ(entry->GetU16(offset, word) ? word : -1, u16) << offset;
+        EXPECT_EQ(entry->GetU32(offset, dword) ? std::int64_t{dword} : -1, u32) << offset;
+        EXPECT_EQ(entry->GetString(offset, string), text != "-") << offset;
+        EXPECT_EQ(string, text) << offset << ": untouched when there is none";
+        EXPECT_TRUE(u8 != -1 || byte == 0x55) << offset;
+    }
+}
+
+}  // namespace
+}  // namespace Veyra::Orbis::Cpp::Common
