@@ -24,6 +24,9 @@ class Page {
 public:
     static constexpr std::size_t kSize = Size;
 
+    // Whether `length` bytes at byte `byte` are of this page.
+    static constexpr bool Holds(std::size_t byte, std::size_t length) { return First <= byte && byte + length <= First + Size; }
+
     explicit Page(std::span<const std::uint8_t, Size> bytes) noexcept { std::copy_n(bytes.data(), Size, m_Bytes.data()); }
 
     // The part of `whole` that stands at the same bytes.
@@ -37,26 +40,24 @@ public:
 
     // Bit `Bit` of the little-endian word that begins at byte `Byte`.
     template <std::size_t Byte, unsigned Bit>
-    [[nodiscard]] bool bit() const noexcept
+    requires(Holds(Byte, 1 + Bit / 8)) [[nodiscard]] bool bit() const noexcept
     {
-        static_assert(Holds<Byte + Bit / 8, 1>());
         return (m_Bytes[Byte - First + Bit / 8] & (1U << (Bit % 8))) != 0;
     }
 
     // Bits `High`:`Low` of the word of type `T` at byte `Byte`.
     template <std::size_t Byte, std::unsigned_integral T, unsigned High, unsigned Low>
-    [[nodiscard]] UnsignedOf<High - Low + 1> field() const noexcept
+    requires(Holds(Byte, sizeof(T)) && Low <= High && High < sizeof(T) * 8 && High - Low < 32)
+        [[nodiscard]] UnsignedOf<High - Low + 1> field() const noexcept
     {
-        static_assert(Low <= High && High < sizeof(T) * 8 && High - Low < 32);
         constexpr std::uint64_t kMask = (std::uint64_t{1} << (High - Low + 1)) - 1;
         return static_cast<UnsignedOf<High - Low + 1>>((std::uint64_t{word<Byte, T>()} >> Low) & kMask);
     }
 
     // The word of type `T` at byte `Byte`.
     template <std::size_t Byte, std::unsigned_integral T>
-    [[nodiscard]] T word() const noexcept
+    requires(Holds(Byte, sizeof(T))) [[nodiscard]] T word() const noexcept
     {
-        static_assert(Holds<Byte, sizeof(T)>());
         std::uint64_t value = 0;
         for (std::size_t index = sizeof(T); index-- > 0;) {
             value = (value << 8U) | m_Bytes[Byte - First + index];
@@ -66,38 +67,32 @@ public:
 
     // `Length` bytes at byte `Byte`, as they are; valid while the page lives.
     template <std::size_t Byte, std::size_t Length>
-    [[nodiscard]] const Carray<Length>& bytes() const noexcept
+    requires(Holds(Byte, Length)) [[nodiscard]] const Carray<Length>& bytes() const noexcept
     {
         return View<Byte, Carray<Length>>();
     }
 
     // The three bytes of an IEEE OUI at byte `Byte`.
     template <std::size_t Byte>
-    [[nodiscard]] const Array<unsigned char, 3>& oui() const noexcept
+    requires(Holds(Byte, 3)) [[nodiscard]] const Array<unsigned char, 3>& oui() const noexcept
     {
         return View<Byte, Array<unsigned char, 3>>();
     }
 
     // Element `index` of `Count` elements of `Length` bytes that begin at byte `Byte`; `index` is below `Count`.
     template <std::size_t Byte, std::size_t Length, std::size_t Count>
-    [[nodiscard]] std::span<const std::uint8_t, Length> element(std::size_t index) const noexcept
+    requires(Holds(Byte, Length* Count))
+        [[nodiscard]] std::span<const std::uint8_t, Length> element(std::size_t index) const noexcept
     {
-        static_assert(Holds<Byte, Length * Count>());
         return std::span<const std::uint8_t, Length>(m_Bytes.data() + (Byte - First) + index * Length, Length);
     }
 
 private:
-    template <std::size_t Byte, std::size_t Length>
-    static consteval bool Holds()
-    {
-        return First <= Byte && Byte + Length <= First + Size;
-    }
-
     // An array of bytes begins the lifetime of the plain objects that are looked for in it (implicit object creation, C++20).
     template <std::size_t Byte, class T>
     [[nodiscard]] const T& View() const noexcept
     {
-        static_assert(Holds<Byte, sizeof(T)>() && std::is_trivially_copyable_v<T> && alignof(T) == 1);
+        static_assert(std::is_trivially_copyable_v<T> && alignof(T) == 1);
         return *std::launder(reinterpret_cast<const T*>(m_Bytes.data() + (Byte - First)));
     }
 

@@ -93,7 +93,7 @@ std::uint32_t QueryProtocolProperty(const DeviceHandle& device, std::uint32_t pr
     const auto answer = Read<StorageProtocolDataDescriptor>(buffer);
     const auto start = std::uint64_t{offsetof(StorageProtocolDataDescriptor, protocol)} + answer.protocol.dataOffset;
     const bool isSound = answer.version == kHead && answer.size == kHead && start >= kHead && answer.protocol.dataLength >= Size &&
-                         start + Size <= returned;
+                         start + answer.protocol.dataLength <= returned;
     if (!isSound) {
         return win32::kInvalidData;
     }
@@ -143,7 +143,7 @@ std::uint32_t GetLogPage(const DeviceHandle& device, std::uint8_t identifier, st
     }
     const auto answer = Read<StorageProtocolCommandHead>(buffer);
     const bool isSound = answer.returnStatus == kProtocolStatusSuccess && answer.dataFromDeviceBufferOffset == kData &&
-                         answer.dataFromDeviceTransferLength >= Size;
+                         answer.dataFromDeviceTransferLength == Size;
     if (!isSound) {
         return win32::kInvalidData;
     }

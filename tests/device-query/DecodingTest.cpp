@@ -1,0 +1,131 @@
+// Bytes of a real drive against readings of another program, and the maker's layouts.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "FakeDrives.h"
+#include "Owned.h"
+#include "sondix/sondix.h"
+
+namespace orbis::tests {
+namespace {
+
+using namespace veyra::sondix::nvme;
+
+class DecodingTest : public testing::Test {
+protected:
+    FakeDrives m_Machine;
+    FakeDrive& m_Drive = m_Machine.drives[0];
+};
+
+TEST_F(DecodingTest, IdentifyOfARealDrive)
+{
+    m_Drive.identify = ReadHex("nvme-4tb-identify-controller.hex", 4096);
+    ASSERT_EQ(m_Drive.identify->size(), 4096U);
+    const auto identify = Owned(SXNvmNewIdentifyControllerData(0));
+    ASSERT_NE(identify, nullptr);
+    EXPECT_EQ(identify->VID(), 0x1D97);
+    EXPECT_EQ(identify->SN().Str(), "SERIALMASKED        ");
+    EXPECT_EQ(identify->MN().Str(), "Lexar SSD NM790 4TB                     ");
+    EXPECT_EQ(identify->FR().Str(), "12237   ");
+    EXPECT_EQ(identify->IEEE().Hex(), "CAF25B");
+    EXPECT_EQ(identify->MDTS(), 7);
+    EXPECT_EQ(identify->CNTRLTYPE(), 1);
+    EXPECT_EQ(identify->WCTEMP() - 273, 90);
+    EXPECT_EQ(identify->CCTEMP() - 273, 95);
+    EXPECT_EQ(identify->TNVMCAP().Str(), "");  // 4 TB is a multiple of 256 bytes
+    EXPECT_EQ(identify->NPSS(), 4);
+    const auto version = Owned(identify->VER());
+    EXPECT_EQ(version->Major(), 2);
+    EXPECT_EQ(version->Minor(), 0);
+    EXPECT_EQ(version->Tertiary(), 0);
+    EXPECT_EQ(Owned(identify->FRMW())->NumberOfFirmwareSlots(), 2);
+    EXPECT_TRUE(Owned(identify->OACS())->DeviceSelfTest());
+    EXPECT_FALSE(Owned(identify->OACS())->NamespaceManagementAndAttachment());
+}
+
+TEST_F(DecodingTest, HealthLogOfARealDrive)
+{
+    m_Drive.identify = Bytes(4096);
+    m_Drive.logs[0x02] = ReadHex("nvme-4tb-health-log.hex", 512);
+    const auto health = Owned(SXNvmNewHealthInfo(0));
+    ASSERT_NE(health, nullptr);
+    EXPECT_EQ(health->CompositeTemperature(), 33);
+    EXPECT_EQ(health->TemperatureSensor1(), 33);
+    EXPECT_EQ(health->TemperatureSensor2(), 25);
+    EXPECT_EQ(health->TemperatureSensor3(), -273);  // not implemented
+    EXPECT_EQ(health->AvailableSpare(), 100);
+    EXPECT_EQ(health->AvailableSpareThreshold(), 10);
+    EXPECT_EQ(health->PowerCycles().bytes[0], 3);
+    EXPECT_EQ(health->UnsafeShutdowns().bytes[0], 2);
+    EXPECT_EQ(health->NumberOfErrorInformationLogEntries().bytes[0], 2);
+    EXPECT_EQ(health->HostReadCommands().bytes[0], 40);
+    EXPECT_EQ(health->HostReadCommands().Str().size(), 16U);
+    EXPECT_EQ(health->HostWriteCommands().Str(), "");
+}
+
+TEST_F(DecodingTest, VendorAreaInTheMakersLayoutIsCustomizedControllerData)
+{
+    m_Drive.identify = MakersIdentify();
+    const auto vendor = Owned(Owned(SXNvmNewIdentifyControllerData(0))->VendorSpecific());
+    const auto* customized = dynamic_cast<const ICustomizedControllerData*>(vendor.get());
+    ASSERT_NE(customized, nullptr);
+    EXPECT_EQ(customized->EPPID().Str(), "PART-0123456789-ABCDEFGHIJ      ");
+    EXPECT_EQ(customized->FormFactor(), NominalFormFactor::M2);
+    EXPECT_FALSE(customized->SupportsSystemCrashProtection());
+    EXPECT_TRUE(customized->SupportsHostMetadataLog());
+    EXPECT_EQ(customized->Guid().Str(), "GUID of 16 bytes");
+    EXPECT_EQ(customized->ComponentId().Str(), "COMP-7  ");
+    const auto category = Owned(customized->DeviceCategory());
+    ASSERT_NE(category, nullptr);
+    EXPECT_EQ(category->Class0(), 0x1001);
+    EXPECT_EQ(category->Class1(), 0x2002);
+    EXPECT_EQ(category->Class2(), 0x3003);
+    EXPECT_EQ(category->Class11(), 0xB00B);
+}
+
+// Every single bit of the layout is under the signature, the version, the length or the checksum.
+TEST_F(DecodingTest, OneWrongBitIsAnotherLayout)
+{
+    const auto isMakers = [] {
+        const auto vendor = Owned(Owned(SXNvmNewIdentifyControllerData(0))->VendorSpecific());
+        EXPECT_NE(vendor, nullptr);
+        return dynamic_cast<ICustomizedControllerData*>(vendor.get()) != nullptr;
+    };
+    const auto expectEveryBitMatters = [](Bytes& page, std::size_t start, std::size_t length,
+                                          const std::function<bool()>& isRecognised) {
+        ASSERT_TRUE(isRecognised());
+        for (std::size_t bit = start * 8; bit < (start + length) * 8; ++bit) {
+            page[bit / 8] = static_cast<std::uint8_t>(page[bit / 8] ^ 1U << bit % 8);
+            EXPECT_FALSE(isRecognised()) << "byte " << bit / 8 << " bit " << bit % 8;
+            page[bit / 8] = static_cast<std::uint8_t>(page[bit / 8] ^ 1U << bit % 8);
+        }
+        page.back() = 0xAB;  // beyond the layout anything may stand
+        EXPECT_TRUE(isRecognised());
+
+        // A right checksum makes no other version, length or signature right.
+        const auto whole = page;
+        for (const auto byte : {0, 7, 8, 9, 10}) {
+            page[start + static_cast<std::size_t>(byte)] ^= 0x03;
+            PutChecksum(page, start, length);
+            EXPECT_FALSE(isRecognised()) << "byte " << byte;
+            page = whole;
+        }
+    };
+    m_Drive.identify = MakersIdentify();
+    expectEveryBitMatters(*m_Drive.identify, 3072, 96, isMakers);
+
+    m_Drive.identify = MakersIdentify();
+    auto& log = m_Drive.logs[0xD1] = MakersHealthLog();
+    expectEveryBitMatters(log, 0, 64, [] { return Owned(SXNvmNewCustomizedHealthInfo(0)) != nullptr; });
+
+    // Neither zeros nor ones are anybody's layout.
+    for (const auto fill : {0x00, 0xFF}) {
+        m_Drive.identify = Bytes(4096, static_cast<std::uint8_t>(fill));
+        EXPECT_FALSE(isMakers());
+    }
+}
+
+}  // namespace
+}  // namespace orbis::tests
