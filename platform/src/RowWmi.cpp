@@ -282,7 +282,7 @@ std::uint32_t RowWmiObjects::StringLength(Bstr text) const noexcept
     if (text != nullptr) {
         std::memcpy(&bytes, reinterpret_cast<const unsigned char*>(text) - sizeof(bytes), sizeof(bytes));
     }
-    return bytes / sizeof(char16_t);
+    return static_cast<std::uint32_t>(bytes / sizeof(char16_t));
 }
 
 Hresult RowWmiObjects::CreateLocator(ComObject** locator)
