@@ -171,10 +171,10 @@ INSTANTIATE_TEST_SUITE_P(
         FailureCase{"bool", {}, Fail("Get", kDenied), kBool, kDenied, kLibUnit, 158},
         FailureCase{"bool NULL", kNull, {}, kBool, kUnexpected, kLibUnit, 159},
         FailureCase{"bool of a text", kSomeText, {}, kBool, kUnexpected, kLibUnit, 160}),
-    [](const auto& info) {
-        std::string name = info.param.name;
+    [](const auto& test) {
+        std::string name = test.param.name;
         std::ranges::replace(name, ' ', '_');
-        return "Line" + std::to_string(info.param.line) + "_" + name;
+        return "Line" + std::to_string(test.param.line) + "_" + name;
     });
 
 // ---- The road of a query ----
