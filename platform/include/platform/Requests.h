@@ -51,6 +51,7 @@ struct AtaPassThroughDirect {
     std::uint32_t dataTransferLength = 0;
     std::uint32_t timeOutValue = 0;  // seconds
     std::uint32_t reservedAsUlong = 0;
+    std::uint32_t padding = 0;  // named, so that no byte leaves for a driver unset
     void* dataBuffer = nullptr;
     std::array<std::uint8_t, 8> previousTaskFile{};
     std::array<std::uint8_t, 8> currentTaskFile{};  // features, count, LBA low, mid, high, device, command or status, reserved
@@ -70,11 +71,14 @@ struct ScsiPassThroughDirect {
     std::uint8_t cdbLength = 0;
     std::uint8_t senseInfoLength = 0;
     std::uint8_t dataIn = 0;
+    std::array<std::uint8_t, 3> padding{};  // named here and below, so that no byte leaves for a driver unset
     std::uint32_t dataTransferLength = 0;
     std::uint32_t timeOutValue = 0;  // seconds
+    std::uint32_t padding2 = 0;
     void* dataBuffer = nullptr;
     std::uint32_t senseInfoOffset = 0;
     std::array<std::uint8_t, 16> cdb{};
+    std::uint32_t padding3 = 0;
 };
 static_assert(sizeof(ScsiPassThroughDirect) == 56 && offsetof(ScsiPassThroughDirect, dataTransferLength) == 12 &&
               offsetof(ScsiPassThroughDirect, dataBuffer) == 24 && offsetof(ScsiPassThroughDirect, senseInfoOffset) == 32 &&
