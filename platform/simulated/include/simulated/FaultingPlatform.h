@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/Platform.h"
+#include "simulated/Export.h"
+
+namespace orbis::simulated {
+
+// How a platform call can be made to fail.
+enum class FaultKind {
+    Error,      // fails with the fault's code: a Win32 error, an HRESULT or a PDH status, as the call reports it
+    ShortData,  // succeeds with fewer bytes, rows or characters than there are
+    Null,       // succeeds with a null result
+    BadAlloc,   // throws std::bad_alloc
+};
+
+// One call that can fail, as it was counted.
+struct CountedCall {
+    std::string operation;         // such as "Wmi::ConnectServer"
+    std::vector<FaultKind> kinds;  // how this operation can be made to fail
+};
+
+// A decorator over every port of a platform: forwards every operation, counts those that can fail, and makes one of them fail.
+// Operations that cannot fail (closing, releasing, the last error, lengths) are forwarded uncounted. Safe to use from several
+// threads.
+class ORBIS_SIMULATED_EXPORT FaultingPlatform final : public platform::Platform {
+public:
+    // `inner` is not owned and must outlive this object.
+    explicit FaultingPlatform(platform::Platform& inner);
+    ~FaultingPlatform() override;
+    FaultingPlatform(const FaultingPlatform&) = delete;
+    FaultingPlatform& operator=(const FaultingPlatform&) = delete;
+
+    // Counts anew from 0 and makes call number `call` fail. `code` is the error for FaultKind::Error; without one the operation's
+    // usual one: access denied for Win32 errors and HRESULTs, no memory for PDH.
+    void FailAt(std::uint64_t call, FaultKind kind, std::optional<std::uint32_t> code = std::nullopt);
+    // Counts anew from 0 and lets every call pass.
+    void PassAll();
+
+    // Calls counted since the last FailAt or PassAll, in order.
+    [[nodiscard]] std::vector<CountedCall> Calls() const;
+    // Whether the call asked for by FailAt was reached, and failed.
+    [[nodiscard]] bool Reached() const;
+
+    [[nodiscard]] platform::DeviceIo& DeviceIoPort() noexcept override;
+    [[nodiscard]] platform::Setup& SetupPort() noexcept override;
+    [[nodiscard]] platform::Wmi& WmiPort() noexcept override;
+    [[nodiscard]] platform::Firmware& FirmwarePort() noexcept override;
+    [[nodiscard]] platform::Pdh& PdhPort() noexcept override;
+    [[nodiscard]] platform::Time& TimePort() noexcept override;
+    [[nodiscard]] platform::Text& TextPort() noexcept override;
+
+private:
+    class Ports;
+    std::unique_ptr<Ports> m_Ports;
+};
+
+}  // namespace orbis::simulated

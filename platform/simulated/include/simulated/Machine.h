@@ -1,0 +1,90 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/Platform.h"
+#include "simulated/Export.h"
+
+namespace orbis::simulated {
+
+namespace description {
+class Machine;  // orbis/simulated/machine.pb.h
+}
+class MachineState;
+
+// What the users of a machine hold at a moment. All of it is zero on a fresh machine and after every balanced use.
+struct OpenCounts {
+    std::int64_t deviceHandles = 0;
+    std::int64_t deviceSets = 0;
+    std::int64_t comInitialisations = 0;  // negative after more CoUninitialize than successful CoInitializeEx
+    std::int64_t interfaces = 0;          // locators, services, enumerators, rows
+    std::int64_t strings = 0;             // BSTRs, those inside variants included
+    std::int64_t variants = 0;            // variants filled by Get and not cleared
+    std::int64_t arrays = 0;              // safe arrays
+    std::int64_t counterQueries = 0;      // PDH queries
+    std::int64_t counters = 0;            // PDH counters
+
+    friend bool operator==(const OpenCounts&, const OpenCounts&) = default;
+};
+// Prints what is not zero, for test failures.
+ORBIS_SIMULATED_EXPORT std::ostream& operator<<(std::ostream& out, const OpenCounts& open);
+
+// One request as it reached the machine, kept while the journal is on.
+struct JournalEntry {
+    std::string operation;                 // the port's operation, such as "DeviceIo::Control"
+    std::string subject;                   // UTF-8: device path, namespace, query, property, counter path, firmware provider
+    std::uint32_t access = 0;              // Open: the access asked for; Control: the access of the handle
+    std::uint32_t controlCode = 0;         // Control
+    std::vector<std::uint8_t> input;       // Control: the input buffer (the data pointer of a direct pass-through is zeroed)
+    std::uint32_t outputSize = 0;          // bytes of the output buffer
+    std::vector<std::uint8_t> command;     // pass-through: CDB, current task file (8 bytes) or NVMe command (64 bytes)
+    bool dataToDevice = false;             // pass-through: data travels to the device
+    std::uint32_t dataTransferLength = 0;  // pass-through: bytes of data
+    std::uint32_t error = 0;               // Win32 error, HRESULT bits or PDH status of the result; 0 is success
+};
+
+// A whole simulated machine: every port, answered from one description. Safe to use from several threads at once.
+class ORBIS_SIMULATED_EXPORT Machine final : public platform::Platform {
+public:
+    // Throws MachineFileError (see MachineFile.h) for a description of which no machine can be made.
+    explicit Machine(const description::Machine& description);
+    ~Machine() override;
+    Machine(const Machine&) = delete;
+    Machine& operator=(const Machine&) = delete;
+
+    [[nodiscard]] platform::DeviceIo& DeviceIoPort() noexcept override;
+    [[nodiscard]] platform::Setup& SetupPort() noexcept override;
+    [[nodiscard]] platform::Wmi& WmiPort() noexcept override;
+    [[nodiscard]] platform::Firmware& FirmwarePort() noexcept override;
+    [[nodiscard]] platform::Pdh& PdhPort() noexcept override;
+    [[nodiscard]] platform::Time& TimePort() noexcept override;
+    [[nodiscard]] platform::Text& TextPort() noexcept override;
+
+    // What is open now, over all threads.
+    [[nodiscard]] OpenCounts OpenObjects() const;
+    // What was done that no correct user does: a handle closed twice, an interface used after its release or on a foreign thread, a
+    // string freed that never was. One line each; empty after every correct use.
+    [[nodiscard]] std::vector<std::string> Misuses() const;
+
+    // Starts or stops the journal of requests.
+    void KeepJournal(bool keep);
+    // The requests since the journal began or was last taken, in order.
+    [[nodiscard]] std::vector<JournalEntry> TakeJournal();
+
+    // Moves the machine's clock, as Sleep does.
+    void AdvanceClock(std::chrono::nanoseconds time);
+
+    // Makes the calling thread one of a single-threaded apartment, initialised by somebody else, and ends that again.
+    void EnterSingleThreadedApartment();
+    void LeaveSingleThreadedApartment();
+
+private:
+    std::unique_ptr<MachineState> m_State;
+};
+
+}  // namespace orbis::simulated

@@ -1,0 +1,60 @@
+#include "Activity.h"
+
+#include <algorithm>
+
+namespace orbis::simulated {
+namespace {
+
+// What one activity adds in a span of seconds.
+ActivityTotals During(const description::Activity& activity, double seconds)
+{
+    const double readPart = activity.reads_per_second() * activity.seconds_per_read();
+    const double writePart = activity.writes_per_second() * activity.seconds_per_write();
+    const double idle = activity.has_idle() ? activity.idle() : std::max(0.0, 1.0 - readPart - writePart);
+    return {activity.reads_per_second() * seconds,
+            activity.writes_per_second() * seconds,
+            activity.read_bytes_per_second() * seconds,
+            activity.write_bytes_per_second() * seconds,
+            readPart * seconds,
+            writePart * seconds,
+            idle * seconds};
+}
+
+}  // namespace
+
+ActivityTotals& ActivityTotals::operator+=(const ActivityTotals& other)
+{
+    reads += other.reads;
+    writes += other.writes;
+    bytesRead += other.bytesRead;
+    bytesWritten += other.bytesWritten;
+    readSeconds += other.readSeconds;
+    writeSeconds += other.writeSeconds;
+    idleSeconds += other.idleSeconds;
+    return *this;
+}
+
+ActivityTotals TotalsAt(const DiskModel& disk, double seconds)
+{
+    const description::Disk& description = *disk.description;
+    const double begin = description.has_arrives_at() ? std::max(0.0, description.arrives_at()) : 0.0;
+    const double end = description.has_leaves_at() ? std::min(seconds, description.leaves_at()) : seconds;
+    ActivityTotals totals;
+    totals.bytesRead = static_cast<double>(description.bytes_read_before());
+    totals.bytesWritten = static_cast<double>(description.bytes_written_before());
+
+    // The time before the first activity is idle.
+    const int count = description.activity_size();
+    const double first = count > 0 ? description.activity(0).from() : end;
+    totals.idleSeconds = std::max(0.0, std::min(first, end) - begin);
+    for (int i = 0; i < count; ++i) {
+        const double from = std::max(description.activity(i).from(), begin);
+        const double to = i + 1 < count ? std::min(description.activity(i + 1).from(), end) : end;
+        if (to > from) {
+            totals += During(description.activity(i), to - from);
+        }
+    }
+    return totals;
+}
+
+}  // namespace orbis::simulated

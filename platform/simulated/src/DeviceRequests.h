@@ -1,0 +1,107 @@
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <type_traits>
+
+#include "DiskModel.h"
+#include "platform/Errors.h"
+#include "platform/Requests.h"
+
+namespace orbis::simulated {
+
+// One DeviceIoControl request.
+struct Request {
+    std::uint32_t code = 0;
+    ByteVector input;
+    std::uint32_t outputSize = 0;
+    double now = 0;  // seconds after the start
+
+    // The input as a structure, or nothing when it is too short.
+    template <typename T>
+    [[nodiscard]] std::optional<T> As() const
+    {
+        static_assert(std::is_trivially_copyable_v<T>);
+        if (input.size() < sizeof(T)) {
+            return std::nullopt;
+        }
+        T value;
+        std::memcpy(&value, input.data(), sizeof(T));
+        return value;
+    }
+};
+
+// Its answer.
+struct Reply {
+    std::uint32_t error = platform::win32::kSuccess;
+    ByteVector output;                      // for the output buffer
+    ByteVector data;                        // for the data buffer of a direct pass-through
+    std::optional<std::uint32_t> returned;  // when it differs from what is put into the output buffer
+
+    [[nodiscard]] static Reply Error(std::uint32_t error) { return {error, {}, {}, std::nullopt}; }
+    [[nodiscard]] static Reply Output(ByteVector output)
+    {
+        return {platform::win32::kSuccess, std::move(output), {}, std::nullopt};
+    }
+    template <typename T>
+    [[nodiscard]] static Reply Of(const T& value)
+    {
+        static_assert(std::is_trivially_copyable_v<T>);
+        ByteVector bytes(sizeof(T));
+        std::memcpy(bytes.data(), &value, sizeof(T));
+        return Output(std::move(bytes));
+    }
+};
+
+// What an open handle stands for: a disk, a volume on a disk, a drive letter of its own, or nothing but recorded exchanges.
+struct Target {
+    std::string path;
+    std::uint32_t access = 0;
+    const DiskModel* disk = nullptr;
+    const VolumeModel* volume = nullptr;
+    const description::LooseVolume* looseVolume = nullptr;
+    const ExchangeList* exchanges = nullptr;
+};
+
+// What the device itself answers: storage requests of disk and volume, protocol requests, pass-through.
+[[nodiscard]] Reply AnswerRequest(const Target& target, const Request& request);
+
+// Handlers of single requests; `target.disk` is not null.
+[[nodiscard]] Reply QueryProtocolProperty(const Target& target, const Request& request);
+[[nodiscard]] Reply ProtocolCommand(const Target& target, const Request& request);
+[[nodiscard]] Reply AtaPassThrough(const Target& target, const Request& request);
+[[nodiscard]] Reply ScsiPassThrough(const Target& target, const Request& request);
+
+// Outcome of one ATA command.
+struct AtaResult {
+    std::uint8_t status = 0x50;  // DRDY, DSC; bit 0 is ERR
+    std::uint8_t error = 0;
+    ByteVector data;
+};
+struct AtaCommand {
+    std::uint8_t command = 0;
+    std::uint8_t features = 0;
+    std::uint8_t count = 0;
+    std::uint8_t lbaLow = 0;
+    std::uint8_t lbaMid = 0;
+    std::uint8_t lbaHigh = 0;
+};
+[[nodiscard]] AtaResult ExecuteAta(const DiskModel& disk, const AtaCommand& command);
+
+// A pass-through request as it travels: what the journal keeps of it and what exchanges compare.
+struct PassThroughSummary {
+    ByteVector command;  // CDB, current task file or NVMe command
+    bool dataToDevice = false;
+    std::uint32_t dataTransferLength = 0;
+    std::optional<AtaCommand> ata;             // however it travels
+    std::optional<std::uint8_t> scsiOpcode;    // SCSI pass-through
+    std::optional<std::uint32_t> nvmeLogPage;  // property query or protocol command
+};
+[[nodiscard]] PassThroughSummary Summarise(const Request& request);
+// Whether a request carries a pointer to its data at offset 24 of its structure.
+[[nodiscard]] bool IsDirect(std::uint32_t code);
+inline constexpr std::size_t kDataPointerOffset = 24;
+
+}  // namespace orbis::simulated

@@ -1,0 +1,184 @@
+#include "DiskModel.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+
+namespace orbis::simulated {
+namespace {
+
+using description::DiskKind;
+using platform::BusType;
+
+constexpr std::array<KindTraits, 8> kKinds{{
+    // kind, bus, media, removable, NVMe, ATA, ATA pass-through, SCSI pass-through, translation, rotation, interface type, summary
+    {DiskKind::DISK_KIND_UNSPECIFIED, BusType::Unknown, 0, false, false, false, false, true, false, 0, "SCSI", "disk"},
+    {DiskKind::NVME, BusType::Nvme, 4, false, true, false, false, true, false, 0, "SCSI", "NVMe"},
+    {DiskKind::NVME_RAID, BusType::Raid, 4, false, true, false, false, true, false, 0, "SCSI", "NVMe behind RAID"},
+    {DiskKind::SATA_HDD, BusType::Sata, 3, false, false, true, true, true, true, 7200, "IDE", "SATA HDD"},
+    {DiskKind::SATA_SSD, BusType::Sata, 4, false, false, true, true, true, true, 1, "IDE", "SATA SSD"},
+    {DiskKind::USB_STICK, BusType::Usb, 0, true, false, false, false, true, false, 0, "USB", "USB stick"},
+    {DiskKind::USB_SATA, BusType::Usb, 0, false, false, true, false, true, true, 5400, "USB", "USB to SATA"},
+    {DiskKind::SCM, BusType::Scm, 5, false, false, false, false, false, false, 0, "SCSI", "SCM"},
+}};
+
+std::string TrimBlanks(std::string text)
+{
+    const auto isBlank = [](char c) { return c == ' ' || c == '\0'; };
+    text.erase(std::find_if_not(text.rbegin(), text.rend(), isBlank).base(), text.end());
+    text.erase(text.begin(), std::find_if_not(text.begin(), text.end(), isBlank));
+    return text;
+}
+
+// A part of a device id: blanks and what Windows does not take become underscores.
+std::string IdPart(std::string_view text, std::size_t width)
+{
+    std::string part = ToUpper(text.substr(0, width));
+    std::replace_if(
+        part.begin(), part.end(), [](char c) { return c <= ' ' || c > '~' || c == ',' || c == '\\' || c == '&'; }, '_');
+    return part;
+}
+
+std::string DefaultPnpDeviceId(const DiskModel& disk)
+{
+    const std::string& model = disk.windowsModel;
+    const std::size_t blank = std::min(model.find(' '), model.size());
+    const std::string vendor = IdPart(model.substr(0, blank), 8);
+    const std::string product = IdPart(blank < model.size() ? model.substr(blank + 1) : model, 16);
+    switch (disk.description->kind()) {
+        case DiskKind::NVME:
+        case DiskKind::NVME_RAID:
+            return fmt::format("SCSI\\DISK&VEN_NVME&PROD_{}\\5&{:08X}&0&000000", IdPart(model, 16), 0x1A2B3C00 + disk.number);
+        case DiskKind::USB_STICK:
+        case DiskKind::USB_SATA:
+            return fmt::format("USBSTOR\\DISK&VEN_{}&PROD_{}&REV_{}\\{}&0", vendor, product, IdPart(disk.firmware, 4),
+                               IdPart(disk.serial, 20));
+        case DiskKind::SCM:
+            return fmt::format("SCMDISK\\DISK&VEN_{}&PROD_{}\\6&{:08X}&0&{:04}", vendor, product, 0x2B3C4D00 + disk.number,
+                               disk.number);
+        default:
+            return fmt::format("SCSI\\DISK&VEN_{}&PROD_{}\\4&{:08X}&0&{:02}0000", vendor, product, 0x3C4D5E00 + disk.number,
+                               disk.number);
+    }
+}
+
+std::string DefaultInterfacePath(std::string instanceId)
+{
+    std::replace(instanceId.begin(), instanceId.end(), '\\', '#');
+    return "\\\\?\\" + ToLower(instanceId) + "#{53f56307-b6bf-11d0-94f2-00a0c91efb8b}";
+}
+
+void BuildPages(DiskModel& disk)
+{
+    const description::Disk& description = *disk.description;
+    disk.descriptor = BuildDescriptor(disk);
+    disk.inquiry = BuildInquiry(disk);
+    if (disk.traits->isNvme) {
+        disk.identifyController = BuildIdentifyController(description);
+        disk.nvmeLogPages[0x02].content = BuildHealthLog(description.nvme().health());
+        for (const description::NvmeLogPage& page : description.nvme().log_page()) {
+            disk.nvmeLogPages[page.identifier()] = {ToBytes(page.content()), page.query_error(), page.device_status()};
+        }
+    }
+    if (disk.traits->isAta) {
+        const description::AtaDevice& ata = description.ata();
+        const std::uint32_t rotation = ata.has_rotation_rate() ? ata.rotation_rate() : disk.traits->rotationRate;
+        disk.identifyDevice = BuildIdentifyDevice(description, disk.sectorSize, rotation);
+        disk.smartData = BuildSmartData(ata);
+        disk.smartThresholds = BuildSmartThresholds(ata);
+        for (const description::AtaLogPage& page : ata.log_page()) {
+            disk.ataLogPages[page.address()] = BuildAtaLogPage(page);
+        }
+    }
+}
+
+}  // namespace
+
+const KindTraits& TraitsOf(description::DiskKind kind)
+{
+    const auto* found = std::find_if(kKinds.begin(), kKinds.end(), [&](const KindTraits& traits) { return traits.kind == kind; });
+    return found != kKinds.end() ? *found : kKinds.front();
+}
+
+ExchangeModel::ExchangeModel(const description::Exchange& exchange)
+    : description(exchange), input(ToBytes(exchange.input())), output(ToBytes(exchange.output())), data(ToBytes(exchange.data()))
+{}
+
+ExchangeList BuildExchanges(const google::protobuf::RepeatedPtrField<description::Exchange>& exchanges)
+{
+    ExchangeList list;
+    for (const description::Exchange& exchange : exchanges) {
+        list.push_back(std::make_unique<ExchangeModel>(exchange));
+    }
+    return list;
+}
+
+bool DiskModel::PresentAt(double seconds) const
+{
+    return (!description->has_arrives_at() || seconds >= description->arrives_at()) &&
+           (!description->has_leaves_at() || seconds < description->leaves_at());
+}
+
+std::string DiskModel::CounterInstance() const
+{
+    std::string letters;
+    for (const auto& volume : volumes) {
+        if (volume->letter != 0) {
+            letters += fmt::format(" {}:", volume->letter);
+        }
+    }
+    return fmt::format("{}{}", number, letters);
+}
+
+ByteVector BuildDescriptor(const DiskModel& disk)
+{
+    const std::size_t strings = platform::kStorageDeviceDescriptorSize;
+    const std::string product = disk.windowsModel + '\0';
+    const std::string revision = disk.firmware + '\0';
+    const std::string serial = disk.serial + '\0';
+    PageWriter page(strings + product.size() + revision.size() + serial.size());
+    page.Put32(0, platform::kStorageDeviceDescriptorSize);
+    page.Put32(4, page.Page().size());
+    page.Put8(10, disk.removable ? 1 : 0);
+    page.Put8(11, 1);  // command queueing
+    page.Put32(16, strings);
+    page.Put32(20, strings + product.size());
+    page.Put32(24, strings + product.size() + revision.size());
+    page.Put32(28, disk.busType);
+    page.PutText(strings, product.size() + revision.size() + serial.size(), product + revision + serial);
+    ApplyPatches(page.Page(), disk.description->device_descriptor());
+    return page.Take();
+}
+
+std::unique_ptr<DiskModel> BuildDisk(const description::Disk& description, std::uint32_t position)
+{
+    auto disk = std::make_unique<DiskModel>();
+    const KindTraits& traits = TraitsOf(description.kind());
+    disk->description = &description;
+    disk->traits = &traits;
+    disk->number = description.number();
+    disk->position = position;
+    disk->sectorSize = description.has_sector_size() ? description.sector_size() : 512;
+    disk->busType = description.has_bus_type() ? description.bus_type() : static_cast<std::uint32_t>(traits.busType);
+    disk->mediaType = description.has_media_type() ? description.media_type() : traits.mediaType;
+    disk->removable = description.has_removable() ? description.removable() : traits.removable;
+    disk->serial = TrimBlanks(description.serial());
+    disk->firmware = TrimBlanks(description.firmware());
+    disk->windowsModel = description.has_windows_model() ? description.windows_model() : TrimBlanks(description.model());
+    disk->pnpDeviceId = description.has_pnp_device_id() ? description.pnp_device_id() : DefaultPnpDeviceId(*disk);
+    disk->instanceId = description.has_instance_id() ? description.instance_id() : disk->pnpDeviceId;
+    disk->interfacePath = description.has_interface_path() ? description.interface_path() : DefaultInterfacePath(disk->instanceId);
+    disk->scsiPort = description.has_scsi_port() ? description.scsi_port() : position;
+
+    const description::AtaDevice& ata = description.ata();
+    disk->ataPassThrough = ata.has_ata_pass_through() ? ata.ata_pass_through() : traits.ataPassThrough;
+    disk->scsiTranslation = ata.has_scsi_translation() ? ata.scsi_translation() : traits.scsiTranslation;
+    disk->scsiPassThrough = description.scsi().has_pass_through() ? description.scsi().pass_through() : traits.scsiPassThrough;
+    BuildPages(*disk);
+    BuildPartitions(*disk);
+    disk->exchanges = BuildExchanges(description.exchange());
+    return disk;
+}
+
+}  // namespace orbis::simulated

@@ -1,0 +1,63 @@
+#include "simulated/Machine.h"
+
+#include <array>
+#include <ostream>
+#include <utility>
+
+#include "MachineChecks.h"
+#include "MachineState.h"
+#include "simulated/MachineFile.h"
+
+namespace orbis::simulated {
+
+std::ostream& operator<<(std::ostream& out, const OpenCounts& open)
+{
+    const std::array<std::pair<const char*, std::int64_t>, 9> counts{{{"device handles", open.deviceHandles},
+                                                                      {"device sets", open.deviceSets},
+                                                                      {"COM initialisations", open.comInitialisations},
+                                                                      {"interfaces", open.interfaces},
+                                                                      {"strings", open.strings},
+                                                                      {"variants", open.variants},
+                                                                      {"arrays", open.arrays},
+                                                                      {"counter queries", open.counterQueries},
+                                                                      {"counters", open.counters}}};
+    const char* separator = "open: ";
+    for (const auto& [name, count] : counts) {
+        if (count != 0) {
+            out << std::exchange(separator, ", ") << count << ' ' << name;
+        }
+    }
+    return open == OpenCounts{} ? out << "nothing open" : out;
+}
+
+Machine::Machine(const description::Machine& description)
+{
+    ThrowFirstError(CheckDescription(description, nullptr, "machine"));
+    m_State = std::make_unique<MachineState>(description);
+}
+
+Machine::~Machine() = default;
+
+platform::DeviceIo& Machine::DeviceIoPort() noexcept { return *m_State->deviceIo; }
+platform::Setup& Machine::SetupPort() noexcept { return *m_State->setup; }
+platform::Wmi& Machine::WmiPort() noexcept { return *m_State->wmi; }
+platform::Firmware& Machine::FirmwarePort() noexcept { return *m_State->firmware; }
+platform::Pdh& Machine::PdhPort() noexcept { return *m_State->pdh; }
+platform::Time& Machine::TimePort() noexcept { return *m_State->time; }
+platform::Text& Machine::TextPort() noexcept { return *m_State->text; }
+
+OpenCounts Machine::OpenObjects() const
+{
+    const OpenCounters& open = m_State->open;
+    return {open.deviceHandles, open.deviceSets, open.comInitialisations, open.interfaces, open.strings,
+            open.variants,      open.arrays,     open.counterQueries,     open.counters};
+}
+
+std::vector<std::string> Machine::Misuses() const { return m_State->Misuses(); }
+void Machine::KeepJournal(bool keep) { m_State->KeepJournal(keep); }
+std::vector<JournalEntry> Machine::TakeJournal() { return m_State->TakeJournal(); }
+void Machine::AdvanceClock(std::chrono::nanoseconds time) { m_State->clock.Advance(time); }
+void Machine::EnterSingleThreadedApartment() { m_State->wmi->EnterSingleThreadedApartment(); }
+void Machine::LeaveSingleThreadedApartment() { m_State->wmi->LeaveSingleThreadedApartment(); }
+
+}  // namespace orbis::simulated

@@ -1,0 +1,122 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "DiskModel.h"
+#include "simulated/Machine.h"
+
+namespace orbis::simulated {
+
+// Each port keeps what it needs behind its own interface.
+[[nodiscard]] std::unique_ptr<platform::DeviceIo> MakeDeviceIoPort(MachineState& machine);
+[[nodiscard]] std::unique_ptr<platform::Setup> MakeSetupPort(MachineState& machine);
+[[nodiscard]] std::unique_ptr<platform::Firmware> MakeFirmwarePort(MachineState& machine);
+[[nodiscard]] std::unique_ptr<platform::Pdh> MakePdhPort(MachineState& machine);
+[[nodiscard]] std::unique_ptr<platform::Time> MakeTimePort(MachineState& machine);
+[[nodiscard]] std::unique_ptr<platform::Text> MakeTextPort(MachineState& machine);
+
+// The WMI port also knows the apartments of threads.
+class ApartmentWmi : public platform::Wmi {
+public:
+    virtual void EnterSingleThreadedApartment() = 0;
+    virtual void LeaveSingleThreadedApartment() = 0;
+};
+[[nodiscard]] std::unique_ptr<ApartmentWmi> MakeWmiPort(MachineState& machine);
+
+// The machine's clock, in nanoseconds after the start.
+class Clock {
+public:
+    explicit Clock(std::chrono::system_clock::time_point start) : m_Start(start) {}
+
+    [[nodiscard]] std::chrono::system_clock::time_point UtcNow() const
+    {
+        return m_Start +
+               std::chrono::duration_cast<std::chrono::system_clock::duration>(std::chrono::nanoseconds(m_Elapsed.load()));
+    }
+    [[nodiscard]] double Seconds() const { return static_cast<double>(m_Elapsed.load()) / 1e9; }
+    void Advance(std::chrono::nanoseconds time) { m_Elapsed += time.count(); }
+
+private:
+    std::chrono::system_clock::time_point m_Start;
+    std::atomic<std::int64_t> m_Elapsed{0};
+};
+
+// Atomic twins of OpenCounts.
+struct OpenCounters {
+    std::atomic<std::int64_t> deviceHandles{0};
+    std::atomic<std::int64_t> deviceSets{0};
+    std::atomic<std::int64_t> comInitialisations{0};
+    std::atomic<std::int64_t> interfaces{0};
+    std::atomic<std::int64_t> strings{0};
+    std::atomic<std::int64_t> variants{0};
+    std::atomic<std::int64_t> arrays{0};
+    std::atomic<std::int64_t> counterQueries{0};
+    std::atomic<std::int64_t> counters{0};
+};
+
+// Everything that the ports of one machine share. The model never changes after construction.
+class MachineState {
+public:
+    explicit MachineState(const description::Machine& machine);
+
+    const description::Machine description;
+    std::vector<std::unique_ptr<DiskModel>> disks;
+    std::uint32_t codePage;
+    Clock clock;
+    OpenCounters open;
+
+    // Disks that are plugged in now, in the order of the file.
+    [[nodiscard]] std::vector<const DiskModel*> PresentDisks() const;
+
+    void ReportMisuse(std::string what);
+    [[nodiscard]] std::vector<std::string> Misuses() const;
+
+    // Keeps what `entry` makes, while the journal is on.
+    void Record(const std::function<JournalEntry()>& entry);
+    void KeepJournal(bool keep) { m_KeepJournal = keep; }
+    [[nodiscard]] std::vector<JournalEntry> TakeJournal();
+
+    std::unique_ptr<platform::DeviceIo> deviceIo;
+    std::unique_ptr<platform::Setup> setup;
+    std::unique_ptr<ApartmentWmi> wmi;
+    std::unique_ptr<platform::Firmware> firmware;
+    std::unique_ptr<platform::Pdh> pdh;
+    std::unique_ptr<platform::Time> time;
+    std::unique_ptr<platform::Text> text;
+
+private:
+    std::atomic<bool> m_KeepJournal{false};
+    mutable std::mutex m_Mutex;
+    std::vector<JournalEntry> m_Journal;
+    std::vector<std::string> m_Misuses;
+};
+
+// GetLastError and SetLastError of the calling thread, shared by all machines of the process.
+[[nodiscard]] std::uint32_t LastError() noexcept;
+void SetLastError(std::uint32_t error) noexcept;
+// Sets the last error and returns the result of a failed call.
+template <typename T>
+[[nodiscard]] T FailWith(std::uint32_t error, T result) noexcept
+{
+    SetLastError(error);
+    return result;
+}
+
+// Text of a machine file's start, or nothing.
+[[nodiscard]] std::optional<std::chrono::system_clock::time_point> ParseUtcTime(const std::string& text);
+
+// Code pages: whether one is known, and its narrow text as UTF-16.
+[[nodiscard]] bool IsKnownCodePage(std::uint32_t codePage);
+[[nodiscard]] std::u16string DecodeCodePage(std::uint32_t codePage, std::string_view text);
+
+// SMBIOS data as GetSystemFirmwareTable gives it for 'RSMB'.
+[[nodiscard]] ByteVector BuildSmbios(const description::Smbios& smbios);
+
+}  // namespace orbis::simulated

@@ -1,0 +1,115 @@
+// SMBIOS structures (DMTF DSP0134) behind the header of RawSMBIOSData, as GetSystemFirmwareTable gives them.
+#include <cstdio>
+
+#include "MachineState.h"
+
+namespace orbis::simulated {
+namespace {
+
+constexpr std::size_t kRawHeader = 8;
+constexpr std::uint8_t kBiosInformation = 0;
+constexpr std::uint8_t kSystemInformation = 1;
+constexpr std::uint8_t kOemStrings = 11;
+constexpr std::uint8_t kEndOfTable = 127;
+
+class TableWriter {
+public:
+    // Appends one structure: header, formatted area, strings each ended by a zero, one more zero.
+    void Add(std::uint8_t type, const ByteVector& formatted, const std::vector<std::string>& strings,
+             std::uint32_t claimedLength = 0)
+    {
+        const std::size_t length = claimedLength != 0 ? claimedLength : formatted.size() + 4;
+        m_Table.push_back(type);
+        m_Table.push_back(static_cast<std::uint8_t>(length));
+        m_Table.push_back(static_cast<std::uint8_t>(m_Handle));
+        m_Table.push_back(static_cast<std::uint8_t>(m_Handle >> 8));
+        ++m_Handle;
+        m_Table.insert(m_Table.end(), formatted.begin(), formatted.end());
+        for (const std::string& text : strings) {
+            m_Table.insert(m_Table.end(), text.begin(), text.end());
+            m_Table.push_back(0);
+        }
+        m_Table.push_back(0);
+        if (strings.empty()) {
+            m_Table.push_back(0);
+        }
+    }
+
+    [[nodiscard]] const ByteVector& Table() const { return m_Table; }
+
+private:
+    ByteVector m_Table;
+    std::uint32_t m_Handle = 0;
+};
+
+// Numbers of texts in a string set: the next number for a text, 0 for none.
+class StringSet {
+public:
+    std::uint8_t Add(const std::string& text)
+    {
+        if (text.empty()) {
+            return 0;
+        }
+        m_Texts.push_back(text);
+        return static_cast<std::uint8_t>(m_Texts.size());
+    }
+    [[nodiscard]] const std::vector<std::string>& Texts() const { return m_Texts; }
+
+private:
+    std::vector<std::string> m_Texts;
+};
+
+void AddBiosInformation(TableWriter& table, const description::Smbios& smbios)
+{
+    StringSet strings;
+    PageWriter page(0x14);
+    page.Put8(0, strings.Add(smbios.bios_vendor()));
+    page.Put8(1, strings.Add(smbios.bios_version()));
+    page.Put16(2, 0xE000);  // starting address segment
+    table.Add(kBiosInformation, page.Take(), strings.Texts());
+}
+
+void AddSystemInformation(TableWriter& table, const description::Smbios& smbios)
+{
+    StringSet strings;
+    PageWriter page(0x17);
+    page.Put8(0, strings.Add(smbios.manufacturer()));
+    page.Put8(1, strings.Add(smbios.product()));
+    page.Put8(3, strings.Add(smbios.serial()));
+    page.Put8(0x14, 6);  // wake-up type: power switch
+    table.Add(kSystemInformation, page.Take(), strings.Texts());
+}
+
+}  // namespace
+
+ByteVector BuildSmbios(const description::Smbios& smbios)
+{
+    TableWriter table;
+    AddBiosInformation(table, smbios);
+    AddSystemInformation(table, smbios);
+    for (const description::OemStrings& oem : smbios.oem_strings()) {
+        const std::uint32_t count = oem.has_count() ? oem.count() : static_cast<std::uint32_t>(oem.text_size());
+        table.Add(kOemStrings, {static_cast<std::uint8_t>(count)}, {oem.text().begin(), oem.text().end()});
+    }
+    for (const description::SmbiosStructure& structure : smbios.structure()) {
+        table.Add(static_cast<std::uint8_t>(structure.type()), ToBytes(structure.formatted()),
+                  {structure.text().begin(), structure.text().end()}, structure.length());
+    }
+    if (!smbios.no_end()) {
+        table.Add(kEndOfTable, {}, {});
+    }
+
+    unsigned major = 3;
+    unsigned minor = 3;
+    if (!smbios.version().empty()) {
+        std::sscanf(smbios.version().c_str(), "%u.%u", &major, &minor);
+    }
+    PageWriter data(kRawHeader + table.Table().size());
+    data.Put8(1, major).Put8(2, minor);
+    data.Put32(4, smbios.has_table_length() ? smbios.table_length() : table.Table().size());
+    data.PutBytes(kRawHeader, table.Table());
+    ApplyPatches(data.Page(), smbios.data());
+    return data.Take();
+}
+
+}  // namespace orbis::simulated
