@@ -204,16 +204,18 @@ TEST_F(WmiTest, ReleasesTheRowItStandsOnBeforeTheRest)
                 ElementsAre("Release row", "Release enumerator", "Release services", "Release locator", "UninitializeCom"));
 }
 
-TEST_F(WmiTest, ConnectingAndQueryingAgainReleasesWhatWasThere)
+TEST_F(WmiTest, ReleasesWhatWasThereBeforeItAsksAgain)
 {
     WmiQuery query;
-    for (int round = 0; round < 2; ++round) {
-        query.Connect(u"root\\cimv2");
-        query.Execute(kQuery);
-        m_Balance = {.com = 1, .interfaces = 3};
-        EXPECT_EQ(Wmi().balance, m_Balance);
-    }
-    m_Balance = {};
+    query.Connect(u"n");
+    query.Execute(u"q");
+    Wmi().calls.clear();
+    query.Connect(u"n");
+    query.Execute(u"q");
+    EXPECT_THAT(Wmi().calls,
+                ElementsAre("AllocateString n", "Release locator", "CreateLocator", "Release services", "ConnectServer n",
+                            "SetProxyBlanket 10 0 3 3 0", "FreeString n", "AllocateString q", "AllocateString WQL",
+                            "Release enumerator", "ExecQuery WQL q 0x30", "FreeString WQL", "FreeString q"));
 }
 
 TEST_F(WmiTest, EndsAtOnceWithoutRows) { EXPECT_TRUE(WmiCommonLib(kQuery, WmiNamespace::CimV2).IsEnd()); }

@@ -1,0 +1,154 @@
+// The five rules by which a failure is translated for the host.
+#include <functional>
+#include <new>
+#include <stdexcept>
+#include <string>
+
+#include <gmock/gmock.h>
+
+#include "CommonCLI/ExceptionSupport.h"
+#include "RecordingLog.h"
+
+namespace Veyra::Orbis::Cpp::Common {
+namespace {
+
+using namespace Sdk::Exceptions;
+using Orbis::Common::CancellationToken;
+using orbis::fakes::LogLine;
+using orbis::fakes::RecordingLog;
+using Sdk::Common::Identifiers::ItemId;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using enum NotSupportedExceptionBehaviour;
+
+LogLine Line(const char* level, const char* message)
+{
+    return {level, message, R"(cpp\CommonCLI\include\CommonCLI\ExceptionSupport)",
+            "Veyra::Orbis::Cpp::Common::ItemHandler<`generic-class-parameter-1'>::ExecuteHandlingException"};
+}
+
+class ItemHandlerTest : public ::testing::Test {
+protected:
+    int Execute(const ItemHandlerDelegate<int>& delegate, NotSupportedExceptionBehaviour behaviour = WrapInZelException,
+                const CancellationToken* token = nullptr)
+    {
+        return ItemHandler<int>::ExecuteHandlingException(delegate, m_Id, behaviour, m_Log, token);
+    }
+
+    // What leaves as ZelException, by its full text.
+    std::string ZelFrom(const ItemHandlerDelegate<int>& delegate)
+    {
+        try {
+            Execute(delegate);
+        } catch (const ZelException& exception) {
+            return exception.ToString();
+        }
+        return "nothing was thrown";
+    }
+
+    ItemId m_Id{"Disk_1"};
+    RecordingLog m_Log;
+};
+
+template <class Exception>
+ItemHandlerDelegate<int> Throwing(Exception exception)
+{
+    return [exception](const ItemId&) -> int { throw exception; };
+}
+
+// A host exception that is a native one too: the first rule that matches is the first in order.
+class Both final : public ArgumentException, public std::runtime_error {
+public:
+    Both() : ArgumentException("host side"), std::runtime_error("native side") {}
+};
+
+TEST_F(ItemHandlerTest, HandsTheIdToTheDelegateAndItsResultBack)
+{
+    EXPECT_EQ(Execute([](const ItemId& id) { return static_cast<int>(id.ToString().size()); }), 6);
+    EXPECT_THAT(m_Log.lines, IsEmpty());
+}
+
+TEST_F(ItemHandlerTest, NativeExceptionsLeaveAsTheirDescription)
+{
+    EXPECT_EQ(ZelFrom(Throwing(std::runtime_error("no such drive"))), "Veyra.Orbis.Sdk.Exceptions.ZelException: no such drive");
+    EXPECT_EQ(ZelFrom(Throwing(Both())), "Veyra.Orbis.Sdk.Exceptions.ZelException: native side");
+    EXPECT_THAT(m_Log.lines,
+                ElementsAre(Line("Error", "Native exception : no such drive"), Line("Error", "Native exception : native side")));
+}
+
+TEST_F(ItemHandlerTest, DescriptionsBecomeValidUtf8)
+{
+    EXPECT_EQ(ZelFrom(Throwing(std::runtime_error("drive \xFF{0}"))),
+              "Veyra.Orbis.Sdk.Exceptions.ZelException: drive \xEF\xBF\xBD{0}");
+    EXPECT_THAT(m_Log.lines, ElementsAre(Line("Error", "Native exception : drive \xEF\xBF\xBD{0}")));
+}
+
+TEST_F(ItemHandlerTest, ZelExceptionsLeaveAsTheVeryObject)
+{
+    const ZelException* thrown = nullptr;
+    const auto delegate = [&thrown](const ItemId&) -> int {
+        try {
+            throw ZelException("outer", std::make_shared<ArgumentException>("inner"));
+        } catch (const ZelException& exception) {
+            thrown = &exception;
+            throw;
+        }
+    };
+    try {
+        Execute(delegate);
+        FAIL() << "nothing was thrown";
+    } catch (const ZelException& exception) {
+        EXPECT_EQ(&exception, thrown);
+    }
+    EXPECT_THAT(m_Log.lines, ElementsAre(Line("Error", "ZEL Exception : outer")));
+}
+
+TEST_F(ItemHandlerTest, NotSupportedIsTracedAndWrapped)
+{
+    EXPECT_EQ(ZelFrom(Throwing(NotSupportedException("no SMART"))),
+              "Veyra.Orbis.Sdk.Exceptions.ZelException: no SMART ---> System.NotSupportedException: no SMART");
+    EXPECT_THAT(m_Log.lines, ElementsAre(Line("Trace", "Not Supported Exception : no SMART")));
+}
+
+TEST_F(ItemHandlerTest, NotSupportedLeavesUnloggedWhenAskedTo)
+{
+    EXPECT_THROW(Execute(Throwing(NotSupportedException("no SMART")), ReThrow), NotSupportedException);
+    EXPECT_THAT(m_Log.lines, IsEmpty());
+}
+
+TEST_F(ItemHandlerTest, OtherHostExceptionsAreWrapped)
+{
+    EXPECT_EQ(ZelFrom(Throwing(ArgumentOutOfRangeException("cannot find data with specific ID: Disk_1"))),
+              "Veyra.Orbis.Sdk.Exceptions.ZelException: cannot find data with specific ID: Disk_1 ---> "
+              "System.ArgumentOutOfRangeException: cannot find data with specific ID: Disk_1");
+    // Cancelled while collecting: too late to be the host's cancellation of the request.
+    EXPECT_EQ(ZelFrom(Throwing(OperationCanceledException("stopped"))),
+              "Veyra.Orbis.Sdk.Exceptions.ZelException: stopped ---> System.OperationCanceledException: stopped");
+    EXPECT_THAT(m_Log.lines, ElementsAre(Line("Error", "Exception : cannot find data with specific ID: Disk_1"),
+                                         Line("Error", "Exception : stopped")));
+}
+
+TEST_F(ItemHandlerTest, AnythingElseIsUnknown)
+{
+    EXPECT_EQ(ZelFrom(Throwing(42)), "Veyra.Orbis.Sdk.Exceptions.ZelException: Unknown exception");
+    EXPECT_THAT(m_Log.lines, ElementsAre(Line("Error", "Unknown exception")));
+}
+
+TEST_F(ItemHandlerTest, CancellationComesFirst)
+{
+    bool ran = false;
+    const auto delegate = [&ran](const ItemId&) {
+        ran = true;
+        return 1;
+    };
+    const CancellationToken cancelled([] { return true; });
+    EXPECT_THROW(Execute(delegate, WrapInZelException, &cancelled), OperationCanceledException);
+    EXPECT_FALSE(ran);
+    EXPECT_THAT(m_Log.lines, IsEmpty());
+
+    const CancellationToken going([] { return false; });
+    EXPECT_EQ(Execute(delegate, WrapInZelException, &going), 1);
+}
+
+}  // namespace
+}  // namespace Veyra::Orbis::Cpp::Common
