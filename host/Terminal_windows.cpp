@@ -1,0 +1,62 @@
+#include <fcntl.h>
+#include <io.h>
+#include <windows.h>
+
+#include <cstdio>
+#include <string>
+
+#include "Terminal.h"
+
+namespace orbis::host {
+
+bool OutputIsTerminal()
+{
+    DWORD mode = 0;
+    return ::GetConsoleMode(::GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
+}
+
+TerminalSize GetTerminalSize()
+{
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    if (::GetConsoleScreenBufferInfo(::GetStdHandle(STD_OUTPUT_HANDLE), &info) != 0) {
+        return {static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1),
+                static_cast<std::size_t>(info.srWindow.Bottom - info.srWindow.Top + 1)};
+    }
+    return {};
+}
+
+void PrepareOutput(bool /*binary*/)
+{
+    // No carriage returns are added in either mode: piped results are the same bytes on every system.
+    (void)::_setmode(::_fileno(stdout), _O_BINARY);
+    if (OutputIsTerminal()) {
+        ::SetConsoleOutputCP(CP_UTF8);
+        DWORD mode = 0;
+        const HANDLE output = ::GetStdHandle(STD_OUTPUT_HANDLE);
+        if (::GetConsoleMode(output, &mode) != 0) {
+            ::SetConsoleMode(output, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
+        }
+    }
+}
+
+std::filesystem::path ProgramFolder()
+{
+    std::wstring path(MAX_PATH, L'\0');
+    for (;;) {
+        const DWORD length = ::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+        if (length == 0) {
+            return ".";
+        }
+        if (length < path.size()) {
+            path.resize(length);
+            return std::filesystem::path(path).parent_path();
+        }
+        path.resize(path.size() * 2);
+    }
+}
+
+std::filesystem::path PluginFileName(const char* name) { return std::string(name) + ".dll"; }
+
+const char* MoreRightsAdvice() { return "run orbis-host from an elevated prompt (Run as administrator)"; }
+
+}  // namespace orbis::host

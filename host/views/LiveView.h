@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstddef>
+#include <deque>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "views/Views.h"
+
+namespace orbis::host {
+
+// Activity of the disks over the passes of a watch: the latest figures and a short history of how busy each was. A disk that is
+// gone keeps its line, without figures, while its history lasts; a new one gets a line.
+class LiveView {
+public:
+    void Add(const ViewItems<datatypes::PhysicalDiskDynamicInfo>& items);
+    [[nodiscard]] std::string Render(std::size_t width) const;
+
+private:
+    struct Disk {
+        datatypes::PhysicalDiskDynamicInfo latest;
+        bool isPresent = false;
+        std::deque<float> busy;  // percent, newest last; negative: no figure
+    };
+    std::vector<std::string> m_Order;
+    std::map<std::string, Disk> m_Disks;
+};
+
+// One character a value, U+2581 to U+2588, `full` being the highest; a blank where there is no value.
+[[nodiscard]] std::string Sparkline(const std::deque<float>& values, float full);
+
+}  // namespace orbis::host
