@@ -167,7 +167,6 @@ bool DriveExists(std::int32_t drive)
         case win32::kDevNotExist:
         case win32::kNoSuchDevice:
         case win32::kDeviceNotConnected:
-            return false;
         // The process ran out, not the drive: this says nothing of any drive.
         case win32::kTooManyOpenFiles:
         case win32::kNotEnoughMemory:

@@ -18,8 +18,8 @@ public:
     // Slots 0 to 6, in this order.
     virtual const Carray<32>& EPPID() const = 0;       // electronic part identifier, text
     virtual NominalFormFactor FormFactor() const = 0;  // as the drive reports it, unlisted values too
-    virtual IDeviceCategory* DeviceCategory()
-        const = 0;  // new object, freed by the caller with SXDelete; null when memory is short
+    // A new object, freed by the caller with SXDelete; null when memory is short.
+    virtual IDeviceCategory* DeviceCategory() const = 0;
     virtual bool SupportsSystemCrashProtection() const = 0;
     virtual bool SupportsHostMetadataLog() const = 0;
     virtual const Carray<16>& Guid() const = 0;        // raw bytes as on the drive
