@@ -1,5 +1,6 @@
 #include "platform/Text.h"
 
+#include <algorithm>
 #include <limits>
 
 namespace orbis::platform {
@@ -61,6 +62,10 @@ std::string DefaultToUtf8(std::string_view text)
 {
     if (text.empty() || text.size() > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
         return {};
+    }
+    // ASCII reads the same in every default code page, and nearly all drive texts are ASCII: no need to ask the system.
+    if (std::all_of(text.begin(), text.end(), [](char character) { return static_cast<unsigned char>(character) < 0x80; })) {
+        return std::string{text};
     }
     Text& port = Text::Current();
     const auto bytes = static_cast<std::int32_t>(text.size());
