@@ -14,6 +14,7 @@
 namespace Veyra::Orbis::Plugins {
 namespace {
 
+using NvmeMapping::NewArena;
 using NvmeMapping::Own;
 using veyra::sondix::StorageBusType;
 
@@ -52,15 +53,6 @@ void WalkDrives(const Site& site, std::string_view what, Visit visit)
 Sdk::Common::Identifiers::ItemId ItemIdOfDrive(const std::vector<DiskDeviceInfo>& devices, std::int32_t drive)
 {
     return StorageHelper::itemIdOf(StorageHelper::findDeviceIdByPhysicalDriveNumber(devices, static_cast<std::uint32_t>(drive)));
-}
-
-// An arena whose first block holds what one drive needs; more drives add blocks.
-std::shared_ptr<google::protobuf::Arena> NewArena()
-{
-    google::protobuf::ArenaOptions options;
-    options.start_block_size = 16 * 1024;
-    options.max_block_size = 64 * 1024;
-    return std::make_shared<google::protobuf::Arena>(options);
 }
 
 // The words of a text with "_" between them: a model name as a key. No collector calls it yet.

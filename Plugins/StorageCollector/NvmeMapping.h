@@ -16,6 +16,15 @@
 // right.
 namespace Veyra::Orbis::Plugins::NvmeMapping {
 
+// An arena for the messages of one collection. Its first block holds what one drive needs; more drives add blocks.
+[[nodiscard]] inline std::shared_ptr<google::protobuf::Arena> NewArena()
+{
+    google::protobuf::ArenaOptions options;
+    options.start_block_size = 16 * 1024;
+    options.max_block_size = 64 * 1024;
+    return std::make_shared<google::protobuf::Arena>(options);
+}
+
 // Holds an object of the device-query library from the moment that it is returned. Null stays null.
 template <class Object>
 [[nodiscard]] std::shared_ptr<Object> Own(Object* object)

@@ -1,0 +1,217 @@
+// Both NVMe retrievers over a scripted device-query library: which drives they ask, what they answer, and what they say about it.
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "FakeSondix.h"
+#include "HostSdk/Exceptions.h"
+#include "NvmeIdentifyControllerDataRetriever.h"
+#include "RecordingLog.h"
+#include "SmartNvmeInfoRetriever.h"
+#include "simulated/MachineFile.h"
+
+namespace Veyra::Orbis::Plugins {
+namespace {
+
+namespace datatypes = ::veyra::orbis::datatypes;
+using namespace std::string_literals;
+using orbis::fakes::FakeSondix;
+using orbis::fakes::LogLine;
+using Sdk::Common::Identifiers::ItemId;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using veyra::sondix::StorageBusType;
+
+constexpr auto kIdentifyFile = "Plugins\\StorageCollector\\NvmeIdentifyControllerDataRetriever";
+constexpr auto kHealthFile = "Plugins\\StorageCollector\\SmartNvmeInfoRetriever";
+
+LogLine IdentifyGetter(const std::string& text)
+{
+    return {"Debug", text, kIdentifyFile, "Veyra::Orbis::Plugins::NvmeDataGetter::GetIdentifyControllerData"};
+}
+LogLine IdentifyRetriever(const std::string& level, const std::string& text)
+{
+    return {level, text, kIdentifyFile, "Veyra::Orbis::Plugins::NvmeIdentifyControllerDataRetriever::CollectData"};
+}
+LogLine HealthGetter(const std::string& text)
+{
+    return {"Debug", text, kHealthFile, "Veyra::Orbis::Plugins::NvmeDataGetter::GetNvmeHealthData"};
+}
+LogLine HealthRetriever(const std::string& level, const std::string& text)
+{
+    return {level, text, kHealthFile, "Veyra::Orbis::Plugins::SmartNvmeInfoRetriever::CollectData"};
+}
+
+// WMI knows drives 0 and 2; what they are comes from the scripted library.
+class NvmeRetrieverTest : public ::testing::Test {
+protected:
+    NvmeRetrieverTest() { orbis::platform::Platform::Replace(m_Machine.get()); }
+    ~NvmeRetrieverTest() override
+    {
+        orbis::platform::Platform::Replace(nullptr);
+        EXPECT_THAT(m_Library.Live(), IsEmpty());
+        EXPECT_THAT(m_Library.faults, IsEmpty());
+        EXPECT_EQ(m_Machine->OpenObjects(), orbis::simulated::OpenCounts{});
+    }
+
+    template <class Retriever>
+    std::vector<std::string> Keys(const ItemId& itemId)
+    {
+        m_Log->lines.clear();
+        const auto list = Retriever(m_Log).CollectData(itemId);
+        std::vector<std::string> keys;
+        EXPECT_TRUE(list.has_value()) << "an empty list is not no list";
+        for (const auto& item : list.value()) {
+            EXPECT_NE(item.Value(), nullptr);
+            EXPECT_EQ(item.Time(), m_Machine->TimePort().UtcNow());
+            keys.push_back(item.ItemId().ToString());
+        }
+        return keys;
+    }
+    std::vector<std::string> Identify(const ItemId& itemId) { return Keys<NvmeIdentifyControllerDataRetriever>(itemId); }
+    std::vector<std::string> Health(const ItemId& itemId) { return Keys<SmartNvmeInfoRetriever>(itemId); }
+
+    std::unique_ptr<orbis::simulated::Machine> m_Machine = orbis::simulated::ParseMachine(R"pb(
+        disk { number: 0 kind: NVME model: "One" serial: "1" firmware: "F" size: 1000 pnp_device_id: "NVME\\0" }
+        disk { number: 2 kind: NVME model: "Two" serial: "2" firmware: "F" size: 1000 pnp_device_id: "NVME\\2" })pb");
+    FakeSondix m_Library;
+    std::shared_ptr<orbis::fakes::RecordingLog> m_Log = std::make_shared<orbis::fakes::RecordingLog>();
+};
+
+TEST_F(NvmeRetrieverTest, IdentifySaysWhatItDoes)
+{
+    m_Library.drives[0].bytes = {{"IIdentifyControllerData::FGUID", "\x01\0\xFF"s}, {"IIdentifyControllerData::UNVMCAP", "A"}};
+    m_Library.drives[2].busType = StorageBusType::BusTypeSata;
+    m_Library.drives[3].nulls = {"SXNvmNewIdentifyControllerData"};
+    EXPECT_THAT(Identify(ItemId::All()), ElementsAre("Disk_NVME\\0"));
+    const auto zeros = [](std::size_t count) { return std::string(count, '\0'); };
+    EXPECT_THAT(
+        m_Log->lines,
+        ElementsAre(
+            IdentifyRetriever("Debug", "datatypeId: 'NvmeIdentifyControllerData', itemId: '*'"),
+            IdentifyGetter("Fetching IdentifyControllerData for PhysicalDrive0"), IdentifyGetter("Disk_NVME\\0 collected."),
+            IdentifyGetter("Fetching IdentifyControllerData for PhysicalDrive1"),
+            IdentifyGetter("Skipping PhysicalDrive1 because it doesn't exist"),
+            IdentifyGetter("Fetching IdentifyControllerData for PhysicalDrive2"),
+            IdentifyGetter("Skipping 11 because its bustype is 11"),
+            IdentifyGetter("Fetching IdentifyControllerData for PhysicalDrive3"),
+            IdentifyGetter("!controllerData is true, skip this one."),
+            // Raw bytes as UTF-8, zeros too; what is none becomes U+FFFD.
+            IdentifyRetriever("Trace", "Disk_NVME\\0 ByteStringObjects: FruGloballyUniqueIdentifier: 0x\x01" + zeros(1) + "\uFFFD" +
+                                           zeros(13) + ", TotalNvmCapacity: 0x, UnallocatedNvmCapacity: 0xA" + zeros(15)),
+            IdentifyRetriever("Debug", "get all data for NvmeIdentifyControllerDataRetriever"),
+            LogLine{"Trace", "Got total info for NvmeIdentifyControllerDataRetriever: {0}", "", ""}));
+    EXPECT_EQ(m_Log->sourceLines.back(), 1) << "the count stands where the line belongs";
+}
+
+TEST_F(NvmeRetrieverTest, HealthSaysWhatItDoes)
+{
+    m_Library.drives[0].busType = StorageBusType::BusTypeRAID;
+    m_Library.drives[1].busType = StorageBusType::BusTypeUsb;
+    m_Library.drives[2].nulls = {"SXNvmNewHealthInfo", "SXNvmNewCustomizedHealthInfo"};
+    EXPECT_THAT(Health(ItemId::All()), ElementsAre("Disk_NVME\\0", "Disk_NVME\\2")) << "also one that answers neither log";
+    EXPECT_THAT(
+        m_Log->lines,
+        ElementsAre(HealthGetter("Fetching NvmeHealthInfo for PhysicalDrive0"),
+                    HealthGetter("Fetching HealthInfo for PhysicalDrive0"),
+                    HealthGetter("Fetching CuctomizedHealthInfo for PhysicalDrive0"), HealthGetter("Disk_NVME\\0 collected."),
+                    HealthGetter("Fetching NvmeHealthInfo for PhysicalDrive1"), HealthGetter("Skipping 7 because its bustype is 7"),
+                    HealthGetter("Fetching NvmeHealthInfo for PhysicalDrive2"), HealthGetter("Disk_NVME\\2 collected."),
+                    HealthRetriever("Trace", "Got total info for SmartNvmeInfoCollector: 2")));
+
+    const auto list = SmartNvmeInfoRetriever(m_Log).CollectData(ItemId::All());
+    EXPECT_TRUE(list->at(0).Value()->has_health_info() && list->at(0).Value()->has_customized_health_info());
+    EXPECT_FALSE(list->at(1).Value()->has_health_info() || list->at(1).Value()->has_customized_health_info());
+}
+
+TEST_F(NvmeRetrieverTest, AnswersOneItemOrRefuses)
+{
+    m_Library.drives[0];
+    m_Library.drives[2];
+    const ItemId second("Disk_NVME\\2");
+    EXPECT_THAT(Identify(second), ElementsAre("Disk_NVME\\2"));
+    EXPECT_THAT(m_Log->lines, ::testing::Contains(IdentifyRetriever(
+                                  "Debug", "get specific data for NvmeIdentifyControllerDataRetriever, itemID: Disk_NVME\\2")));
+    EXPECT_THAT(Health(second), ElementsAre("Disk_NVME\\2"));
+    EXPECT_THAT(m_Log->lines,
+                ::testing::Contains(HealthRetriever("Debug", "Specific data for SmartNvmeInfoRetriever, itemId : Disk_NVME\\2")));
+
+    const auto refuses = [](const std::function<void()>& collect) {
+        try {
+            collect();
+            ADD_FAILURE() << "answered an item that is not there";
+        } catch (const Sdk::Exceptions::ArgumentOutOfRangeException& failure) {
+            EXPECT_EQ(failure.Message(), "cannot find data with specific ID: Disk_{0}");
+        }
+    };
+    refuses([this] { static_cast<void>(Identify(ItemId("Disk_{0}"))); });  // and what looks like a format is none
+    refuses([this] { static_cast<void>(Health(ItemId("Disk_{0}"))); });
+}
+
+TEST_F(NvmeRetrieverTest, WithoutDrivesAnswersAnEmptyListWhateverIsAsked)
+{
+    for (const auto& itemId : {ItemId::All(), ItemId("Disk_NVME\\0")}) {
+        EXPECT_THAT(Identify(itemId), IsEmpty());
+        EXPECT_EQ(m_Log->lines.back(), IdentifyRetriever("Debug", "No identify controller data has been reached out"));
+        EXPECT_THAT(Health(itemId), IsEmpty());
+        EXPECT_THAT(m_Log->lines, ElementsAre(HealthRetriever("Debug", "No SMART NVMe data has been reached out")));
+    }
+    EXPECT_THAT(m_Library.calls, ::testing::Each("SXGetPhysicalDrives"));
+}
+
+// A native failure anywhere in the pass gives an empty list and drops what was built; a host exception leaves.
+TEST_F(NvmeRetrieverTest, FailuresEndThePass)
+{
+    m_Library.drives[0];
+    m_Library.drives[2].numbers["IIdentifyControllerData::NPSS"] = 1;
+    const auto native = [] { throw std::runtime_error("out of \xFF {0}"); };
+    for (const auto* call :
+         {"SXGetPhysicalDrives", "SXQueryStorageBusType", "SXNvmNewIdentifyControllerData", "IIdentifyControllerData::PSD(1)",
+          "IPowerStateDesc(1)::MaxPower", "ICustomizedControllerData::Guid"}) {
+        m_Library.ThrowAt(call, native);
+        EXPECT_THAT(Identify(ItemId::All()), IsEmpty()) << call;
+        EXPECT_EQ(m_Log->lines.back(),
+                  IdentifyRetriever("Error", "Exception from GetIdentifyControllerData() : out of \uFFFD {0}"));
+        m_Library.ThrowAt(call, [] {});
+    }
+    for (const auto* call :
+         {"SXGetPhysicalDrives", "SXNvmNewHealthInfo", "SXNvmNewCustomizedHealthInfo", "ICriticalWarning::MediaReadOnly"}) {
+        m_Library.ThrowAt(call, native);
+        EXPECT_THAT(Health(ItemId::All()), IsEmpty()) << call;
+        EXPECT_EQ(m_Log->lines.back(), HealthRetriever("Error", "Exception from GetNvmeHealthData() : out of \uFFFD {0}"));
+        m_Library.ThrowAt(call, [] {});
+    }
+    m_Library.ThrowAt("IVersion::Major", [] { throw Sdk::Exceptions::NotSupportedException("x"); });
+    EXPECT_THROW(Identify(ItemId::All()), Sdk::Exceptions::NotSupportedException);
+}
+
+TEST_F(NvmeRetrieverTest, TwoDrivesWithoutInventoryRecordCollide)
+{
+    m_Library.drives[1];
+    EXPECT_THAT(Identify(ItemId::All()), ElementsAre("Disk_"));
+    EXPECT_THAT(Health(ItemId::All()), ElementsAre("Disk_"));
+    m_Library.drives[31];
+    EXPECT_THROW(Identify(ItemId::All()), Sdk::Exceptions::ArgumentException);
+    EXPECT_EQ(m_Log->lines.back(), IdentifyGetter("Disk_ collected.")) << "said before the dictionary refuses";
+    EXPECT_THROW(Health(ItemId::All()), Sdk::Exceptions::ArgumentException);
+}
+
+// The messages live as long as any item of the collection.
+TEST_F(NvmeRetrieverTest, ItemsOutliveTheListAndTheRetriever)
+{
+    m_Library.drives[0].bytes["IIdentifyControllerData::MN"] = "A model name that is longer than it";
+    m_Library.drives[2];
+    std::shared_ptr<const datatypes::NvmeIdentifyControllerData> kept;
+    {
+        auto list = NvmeIdentifyControllerDataRetriever(m_Log).CollectData(ItemId::All());
+        kept = list->front().Value();
+    }
+    EXPECT_EQ(kept->model_number(), "A model name that is longer than it");
+}
+
+}  // namespace
+}  // namespace Veyra::Orbis::Plugins
