@@ -1,0 +1,23 @@
+# Runs orbis-host on one example machine and compares what it prints with the golden file; UPDATE=1 writes it instead.
+#   EMULATOR: what runs a foreign program, words joined by |   HOST: orbis-host   MACHINES, MACHINE, FORMAT: what to collect from and how to print   GOLDEN, OUTPUT: files
+# The machine file is named relative to its folder, so that no path of this computer is printed.
+string(REPLACE "|" ";" emulator "${EMULATOR}")
+execute_process(
+    COMMAND ${emulator} ${HOST} collect all --machine ${MACHINE}.txtpb --format ${FORMAT} --log-level off
+    WORKING_DIRECTORY ${MACHINES}
+    OUTPUT_FILE ${OUTPUT}
+    ERROR_VARIABLE errors
+    RESULT_VARIABLE status)
+# 1: a collection failed, which is what odd machines are for; the golden output shows what was still printed.
+if(NOT status EQUAL 0 AND NOT status EQUAL 1)
+    message(FATAL_ERROR "orbis-host ended with ${status}: ${errors}")
+endif()
+if(UPDATE)
+    return()
+endif()
+execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files ${GOLDEN} ${OUTPUT} RESULT_VARIABLE differs)
+if(differs)
+    file(READ ${OUTPUT} got LIMIT 4000)
+    message(FATAL_ERROR "${MACHINE} as ${FORMAT} is not what ${GOLDEN} says. It begins:\n${got}\n"
+                        "If the difference is meant: cmake --build BUILD --target golden-update")
+endif()
