@@ -1,141 +1,171 @@
 #include "MachineChecks.h"
 
 #include <fmt/format.h>
-#include <google/protobuf/descriptor.h>
+
+#include <algorithm>
+#include <map>
+#include <tuple>
 
 #include "Bytes.h"
-#include "MachineState.h"
+#include "Checker.h"
+#include "DiskModel.h"
 
 namespace orbis::simulated {
 namespace {
 
 using google::protobuf::FieldDescriptor;
-using google::protobuf::Message;
 using google::protobuf::TextFormat;
 
-constexpr std::uint32_t kLongestBytes = 16U << 20;
-
-// A message of the file with its path, and the lines of its fields where they are known.
-struct Place {
-    const Message& message;
-    const TextFormat::ParseInfoTree* tree = nullptr;
-    std::string path;
-
-    [[nodiscard]] const FieldDescriptor& Field(const char* name) const { return *message.GetDescriptor()->FindFieldByName(name); }
-    [[nodiscard]] std::string PathOf(const FieldDescriptor& field, int index) const
-    {
-        return (path.empty() ? "" : path + ".") + field.name() + (field.is_repeated() ? fmt::format("[{}]", index) : "");
-    }
-    [[nodiscard]] Place Inner(const FieldDescriptor& field, int index) const
-    {
-        const auto& reflection = *message.GetReflection();
-        const Message& inner =
-            field.is_repeated() ? reflection.GetRepeatedMessage(message, &field, index) : reflection.GetMessage(message, &field);
-        return {inner, tree != nullptr ? tree->GetTreeForNested(&field, field.is_repeated() ? index : -1) : nullptr,
-                PathOf(field, index)};
-    }
-};
-
-class Checker {
+// Values that may stand in a machine only once, and where each was seen first.
+class Unique {
 public:
-    explicit Checker(std::string file) : m_File(std::move(file)) {}
-
-    // Visits every message of the file.
-    void Visit(const Place& place);
-
-    [[nodiscard]] std::vector<Finding> Take() { return std::move(m_Findings); }
+    // The place of the value's first use, or nothing.
+    [[nodiscard]] std::optional<std::string> SeenBefore(const std::string& value, const Place& place)
+    {
+        const auto [entry, isNew] = m_Seen.emplace(value, place.path);
+        return isNew ? std::nullopt : std::optional(entry->second);
+    }
 
 private:
-    void Add(Finding::Severity severity, const Place& place, const char* fieldName, int index, std::string message,
-             std::string wayOut)
-    {
-        const FieldDescriptor& field = place.Field(fieldName);
-        Finding finding{severity, m_File, 0, 0, place.PathOf(field, index), std::move(message), std::move(wayOut)};
-        if (place.tree != nullptr) {
-            const TextFormat::ParseLocation at = place.tree->GetLocation(&field, field.is_repeated() ? index : -1);
-            finding.line = at.line + 1;
-            finding.column = at.column + 1;
-        }
-        m_Findings.push_back(std::move(finding));
-    }
-    void Error(const Place& place, const char* field, std::string message, std::string wayOut, int index = 0)
-    {
-        Add(Finding::Severity::Error, place, field, index, std::move(message), std::move(wayOut));
-    }
-
-    void Check(const Place& place, const description::Bytes& bytes);
-    void Check(const Place& place, const description::Patch& patch);
-    void Check(const Place& place, const description::Machine& machine);
-    void CheckHex(const Place& place, const std::string& hex);
-
-    std::string m_File;
-    std::vector<Finding> m_Findings;
+    std::map<std::string, std::string> m_Seen;
 };
 
-void Checker::CheckHex(const Place& place, const std::string& hex)
+void CheckLetter(const Place& place, const std::string& letter, Unique& letters, Findings& findings)
 {
-    if (!ParseHex(hex)) {
-        Error(place, "hex", "not pairs of hexadecimal digits", "write each byte as two digits, blanks between bytes if you like");
+    if (letter.empty()) {
+        return;
+    }
+    if (const auto first = letters.SeenBefore(ToUpper(letter), place)) {
+        findings.Error(place, "letter", fmt::format("drive letter {} is used already in {}", ToUpper(letter), *first),
+                       "give each volume its own letter");
     }
 }
 
-void Checker::Check(const Place& place, const description::Bytes& bytes)
+// What must differ between disks, volumes and classes.
+void CheckUniqueness(const Place& machine, Findings& findings)
 {
-    CheckHex(place, bytes.hex());
-    if (bytes.size() > kLongestBytes) {
-        Error(place, "size", "more than 16 MiB", "no request answers so much");
-    }
-}
-
-void Checker::Check(const Place& place, const description::Patch& patch)
-{
-    CheckHex(place, patch.hex());
-    if (patch.offset() > kLongestBytes) {
-        Error(place, "offset", "past 16 MiB", "no page is so long");
-    }
-}
-
-void Checker::Check(const Place& place, const description::Machine& machine)
-{
-    if (machine.has_code_page() && !IsKnownCodePage(machine.code_page())) {
-        Error(place, "code_page", fmt::format("unknown code page {}", machine.code_page()), "use 65001, 1252, 437, 28591 or 20127");
-    }
-    if (!machine.start().empty() && !ParseUtcTime(machine.start())) {
-        Error(place, "start", "not a UTC time", "write it as 2024-05-17T08:30:00Z");
-    }
-}
-
-void Checker::Visit(const Place& place)
-{
-    if (const auto* bytes = dynamic_cast<const description::Bytes*>(&place.message)) {
-        Check(place, *bytes);
-    } else if (const auto* patch = dynamic_cast<const description::Patch*>(&place.message)) {
-        Check(place, *patch);
-    } else if (const auto* machine = dynamic_cast<const description::Machine*>(&place.message)) {
-        Check(place, *machine);
-    }
-    const auto& reflection = *place.message.GetReflection();
-    std::vector<const FieldDescriptor*> fields;
-    reflection.ListFields(place.message, &fields);
-    for (const FieldDescriptor* field : fields) {
-        if (field->cpp_type() != FieldDescriptor::CPPTYPE_MESSAGE) {
-            continue;
+    Unique numbers;
+    Unique instances;
+    Unique letters;
+    for (const Place& place : machine.Each("disk")) {
+        const auto& disk = dynamic_cast<const description::Disk&>(place.message);
+        if (const auto first = numbers.SeenBefore(std::to_string(disk.number()), place)) {
+            findings.Error(place, "number", fmt::format("physical drive {} is described already in {}", disk.number(), *first),
+                           "give each disk its own number; rows of WMI may be doubled with wmi_class");
         }
-        const int count = field->is_repeated() ? reflection.FieldSize(place.message, field) : 1;
-        for (int i = 0; i < count; ++i) {
-            Visit(place.Inner(*field, i));
+        if (disk.has_pnp_device_id()) {
+            if (const auto first = instances.SeenBefore(ToUpper(disk.pnp_device_id()), place)) {
+                findings.Warning(place, "pnp_device_id", fmt::format("used already in {}", *first),
+                                 "give each disk its own, unless this is meant");
+            }
+        }
+        const char* table = disk.has_gpt() ? "gpt" : disk.has_mbr() ? "mbr" : nullptr;
+        if (table != nullptr) {
+            for (const Place& partition : place.Inner(table).Each("partition")) {
+                const auto& volume = dynamic_cast<const description::Partition&>(partition.message).volume();
+                CheckLetter(partition.Inner("volume"), volume.letter(), letters, findings);
+            }
+        }
+    }
+    for (const Place& place : machine.Each("volume")) {
+        CheckLetter(place, dynamic_cast<const description::LooseVolume&>(place.message).letter(), letters, findings);
+        if (dynamic_cast<const description::LooseVolume&>(place.message).letter().empty()) {
+            findings.Error(place, "letter", "is empty", "write one letter from A to Z, without a colon");
+        }
+    }
+    Unique classes;
+    for (const Place& place : machine.Each("wmi_class")) {
+        const auto& wmiClass = dynamic_cast<const description::WmiClass&>(place.message);
+        if (const auto first = classes.SeenBefore(ToLower(wmiClass.wmi_namespace() + ':' + wmiClass.name()), place)) {
+            findings.Error(place, "name", fmt::format("class {} is described already in {}", wmiClass.name(), *first),
+                           "put all rows into one class");
+        }
+    }
+}
+
+void Visit(const Place& place, Findings& findings)
+{
+    CheckFields(place, findings);
+    if (place.message.GetDescriptor() == description::Disk::descriptor()) {
+        CheckDisk(place, findings);
+    } else if (const auto* property = dynamic_cast<const description::WmiProperty*>(&place.message)) {
+        if (property->value_case() == description::WmiProperty::VALUE_NOT_SET) {
+            findings.Error(place, "name", fmt::format("property {} has no value", property->name()),
+                           "give it one, or null: true for VT_NULL");
+        }
+    }
+    std::vector<const FieldDescriptor*> fields;
+    place.message.GetReflection()->ListFields(place.message, &fields);
+    for (const FieldDescriptor* field : fields) {
+        if (field->cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE) {
+            for (const Place& inner : place.Each(*field)) {
+                Visit(inner, findings);
+            }
         }
     }
 }
 
 }  // namespace
 
+const FieldDescriptor& Place::Field(const char* name) const { return *message.GetDescriptor()->FindFieldByName(name); }
+
+std::string Place::PathOf(const FieldDescriptor& field, int index) const
+{
+    return (path.empty() ? "" : path + ".") + field.name() + (field.is_repeated() ? fmt::format("[{}]", index) : "");
+}
+
+Place Place::Inner(const FieldDescriptor& field, int index) const
+{
+    const auto& reflection = *message.GetReflection();
+    const auto& inner =
+        field.is_repeated() ? reflection.GetRepeatedMessage(message, &field, index) : reflection.GetMessage(message, &field);
+    const int position = field.is_repeated() ? index : -1;
+    if (tree == nullptr) {
+        return {inner, nullptr, PathOf(field, index), line, column};
+    }
+    const TextFormat::ParseLocation at = tree->GetLocation(&field, position);
+    return {inner, tree->GetTreeForNested(&field, position), PathOf(field, index), at.line + 1, at.column + 1};
+}
+
+std::vector<Place> Place::Each(const FieldDescriptor& field) const
+{
+    std::vector<Place> places;
+    const int count = field.is_repeated() ? message.GetReflection()->FieldSize(message, &field) : 1;
+    for (int i = 0; i < count; ++i) {
+        places.push_back(Inner(field, i));
+    }
+    return places;
+}
+
+void Findings::Add(Finding::Severity severity, const Place& place, const FieldDescriptor& field, int index, std::string message,
+                   std::string wayOut)
+{
+    Finding finding{severity, m_File, place.line, place.column, place.PathOf(field, index), std::move(message), std::move(wayOut)};
+    const TextFormat::ParseLocation at =
+        place.tree != nullptr ? place.tree->GetLocation(&field, field.is_repeated() ? index : -1) : TextFormat::ParseLocation();
+    if (at.line >= 0) {  // else the field is not in the file, and its message's place is all there is
+        finding.line = at.line + 1;
+        finding.column = at.column + 1;
+    }
+    m_Findings.push_back(std::move(finding));
+}
+
+std::vector<Finding> Findings::Take()
+{
+    std::stable_sort(m_Findings.begin(), m_Findings.end(), [](const Finding& left, const Finding& right) {
+        return std::tie(left.line, left.column) < std::tie(right.line, right.column);
+    });
+    return std::move(m_Findings);
+}
+
 std::vector<Finding> CheckDescription(const description::Machine& machine, const TextFormat::ParseInfoTree* locations,
                                       const std::string& name)
 {
-    Checker checker(name);
-    checker.Visit({machine, locations, {}});
-    return checker.Take();
+    Findings findings(name);
+    const Place place{machine, locations, {}, locations != nullptr ? 1 : 0, locations != nullptr ? 1 : 0};
+    CheckUniqueness(place, findings);
+    Visit(place, findings);
+    return findings.Take();
 }
 
 }  // namespace orbis::simulated

@@ -15,6 +15,8 @@ namespace orbis::simulated {
 [[nodiscard]] std::vector<Finding> CheckDescription(const description::Machine& machine,
                                                     const google::protobuf::TextFormat::ParseInfoTree* locations,
                                                     const std::string& name);
+// What a checked description describes, for people.
+[[nodiscard]] std::string SummaryOf(const description::Machine& machine);
 // Throws MachineFileError for the first finding that is an error.
 void ThrowFirstError(const std::vector<Finding>& findings);
 

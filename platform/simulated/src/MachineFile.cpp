@@ -224,4 +224,8 @@ std::vector<Finding> ValidateMachineFile(const std::string& path)
     }
 }
 
+std::string ShowMachine(std::string_view text, const std::string& name) { return SummaryOf(ParseValid(text, name)->machine); }
+
+std::string ShowMachineFile(const std::string& path) { return ShowMachine(ReadFile(path), path); }
+
 }  // namespace orbis::simulated

@@ -14,14 +14,15 @@ namespace orbis::simulated {
 // How a platform call can be made to fail.
 enum class FaultKind {
     Error,      // fails with the fault's code: a Win32 error, an HRESULT or a PDH status, as the call reports it
-    ShortData,  // succeeds with fewer bytes, rows or characters than there are
-    Null,       // succeeds with a null result
+    ShortData,  // reports less than there is: half of the bytes, no further row, a required size of 0
+    Null,       // succeeds with nothing: a null handle, interface or string, no bytes, a VT_NULL
     BadAlloc,   // throws std::bad_alloc
 };
 
 // One call that can fail, as it was counted.
 struct CountedCall {
     std::string operation;         // such as "Wmi::ConnectServer"
+    std::string subject;           // what it was about: path, control code and path, namespace, query, property, counter path
     std::vector<FaultKind> kinds;  // how this operation can be made to fail
 };
 
@@ -36,8 +37,8 @@ public:
     FaultingPlatform(const FaultingPlatform&) = delete;
     FaultingPlatform& operator=(const FaultingPlatform&) = delete;
 
-    // Counts anew from 0 and makes call number `call` fail. `code` is the error for FaultKind::Error; without one the operation's
-    // usual one: access denied for Win32 errors and HRESULTs, no memory for PDH.
+    // Counts anew from 0 and makes call number `call` fail, if its operation can fail so. `code` is the error for FaultKind::Error;
+    // without one it is access denied, or the operation's usual error where it has one of its own.
     void FailAt(std::uint64_t call, FaultKind kind, std::optional<std::uint32_t> code = std::nullopt);
     // Counts anew from 0 and lets every call pass.
     void PassAll();

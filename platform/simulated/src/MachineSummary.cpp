@@ -1,0 +1,151 @@
+#include <fmt/format.h>
+
+#include <array>
+#include <iterator>
+
+#include "MachineChecks.h"
+#include "MachineState.h"
+#include "platform/Text.h"
+
+namespace orbis::simulated {
+namespace {
+
+// Bytes in the largest binary unit that leaves a whole part, one decimal above MiB.
+std::string Size(std::uint64_t bytes)
+{
+    constexpr std::array kUnits{"B", "KiB", "MiB", "GiB", "TiB", "PiB", "EiB"};
+    auto value = static_cast<double>(bytes);
+    std::size_t unit = 0;
+    for (; value >= 1024 && unit + 1 < kUnits.size(); ++unit) {
+        value /= 1024;
+    }
+    return fmt::format("{:.{}f} {}", value, unit > 2 ? 1 : 0, kUnits[unit]);
+}
+
+// Device text for a terminal: valid UTF-8 without control characters.
+std::string Printable(std::string_view text)
+{
+    std::string result = platform::ValidUtf8(text);
+    for (char& c : result) {
+        c = static_cast<unsigned char>(c) < ' ' || c == '\x7F' ? '?' : c;
+    }
+    return result;
+}
+
+class Summary {
+public:
+    template <typename... Arguments>
+    void Line(int depth, fmt::format_string<Arguments...> format, Arguments&&... arguments)
+    {
+        fmt::format_to(std::back_inserter(m_Text), "{:{}}", "", depth * 2);
+        fmt::format_to(std::back_inserter(m_Text), format, std::forward<Arguments>(arguments)...);
+        m_Text += '\n';
+    }
+    [[nodiscard]] std::string Take() { return std::move(m_Text); }
+
+private:
+    std::string m_Text;
+};
+
+std::string VolumeText(const description::Volume& volume)
+{
+    std::string text = volume.letter().empty() ? "no letter" : ToUpper(volume.letter()) + ":";
+    for (const std::string& part : {volume.label(), volume.file_system()}) {
+        text += part.empty() ? "" : " " + Printable(part);
+    }
+    text += volume.boot() ? ", boot" : "";
+    text += volume.system() ? ", system" : "";
+    text += volume.page_file() ? ", page file" : "";
+    return text;
+}
+
+void AddPartitions(Summary& summary, const description::Disk& disk)
+{
+    const bool gpt = disk.has_gpt();
+    if (!gpt && !disk.has_mbr()) {
+        summary.Line(2, "not partitioned");
+        return;
+    }
+    const auto& partitions = gpt ? disk.gpt().partition() : disk.mbr().partition();
+    summary.Line(2, "{}, partitions: {}", gpt ? "GPT " + disk.gpt().disk_id() : fmt::format("MBR {:08X}", disk.mbr().signature()),
+                 partitions.size());
+    for (int i = 0; i < partitions.size(); ++i) {
+        const description::Partition& partition = partitions.Get(i);
+        const std::string type = gpt ? PartitionTypeName(PartitionType(partition.type()).value_or(platform::Guid{}))
+                                     : fmt::format("{:#04x}", partition.has_mbr_type() ? partition.mbr_type() : 7);
+        summary.Line(3, "{:>2}  {:<8}  {:>10}  {}", partition.has_number() ? partition.number() : static_cast<std::uint32_t>(i) + 1,
+                     type, Size(partition.size()),
+                     partition.has_volume() ? VolumeText(partition.volume()) : Printable(partition.name()));
+    }
+}
+
+void AddDisk(Summary& summary, const description::Disk& description, std::uint32_t position)
+{
+    const std::unique_ptr<DiskModel> disk = BuildDisk(description, position);
+    summary.Line(1, "disk {}: {}, {}, {}", disk->number, disk->traits->summary, Size(description.size()),
+                 Printable(disk->windowsModel));
+    summary.Line(2, "serial {}, firmware {}, bus type {}, media type {}", Printable(disk->serial), Printable(disk->firmware),
+                 disk->busType, disk->mediaType);
+    summary.Line(2, "{}", Printable(disk->pnpDeviceId));
+    if (description.has_arrives_at()) {
+        summary.Line(2, "arrives after {} s", description.arrives_at());
+    }
+    if (description.has_leaves_at()) {
+        summary.Line(2, "leaves after {} s", description.leaves_at());
+    }
+    if (description.open_error() != 0) {
+        summary.Line(2, "refuses to be opened: error {}", description.open_error());
+    }
+    for (const auto& [identifier, page] : disk->nvmeLogPages) {
+        summary.Line(2, "log page {:02X}h, {} bytes", identifier, page.content.size());
+    }
+    if (disk->traits->isAta) {
+        summary.Line(2, "SMART attributes: {}",
+                     description.ata().attribute_size() > 0    ? std::to_string(description.ata().attribute_size())
+                     : description.ata().smart_data_size() > 0 ? std::string("by bytes")
+                                                               : std::string("none"));
+    }
+    if (description.exchange_size() > 0) {
+        summary.Line(2, "recorded exchanges: {}", description.exchange_size());
+    }
+    AddPartitions(summary, description);
+}
+
+}  // namespace
+
+std::string SummaryOf(const description::Machine& machine)
+{
+    Summary summary;
+    summary.Line(0, "{}", machine.title().empty() ? "A machine without a title" : Printable(machine.title()));
+    summary.Line(1, "code page {}, {}", machine.has_code_page() ? machine.code_page() : 65001,
+                 machine.has_elevated() && !machine.elevated() ? "not elevated" : "elevated");
+    std::uint32_t position = 0;
+    for (const description::Disk& disk : machine.disk()) {
+        AddDisk(summary, disk, position++);
+    }
+    if (machine.disk_size() == 0) {
+        summary.Line(1, "no disks");
+    }
+    for (const description::LooseVolume& volume : machine.volume()) {
+        summary.Line(1, "{}: on no disk of this machine", ToUpper(volume.letter()));
+    }
+    for (const description::Device& device : machine.device()) {
+        summary.Line(1, "device {}, recorded exchanges: {}", Printable(device.path()), device.exchange_size());
+    }
+    if (machine.has_smbios()) {
+        summary.Line(1, "SMBIOS: {} {}, {} bytes", Printable(machine.smbios().manufacturer()),
+                     Printable(machine.smbios().product()), BuildSmbios(machine.smbios()).size());
+    }
+    for (const description::FirmwareTable& table : machine.firmware_table()) {
+        summary.Line(1, "firmware table {} {}, {} bytes", table.provider(), table.table(), ToBytes(table.content()).size());
+    }
+    for (const description::WmiClass& wmiClass : machine.wmi_class()) {
+        summary.Line(1, "WMI class {}, rows of its own: {}", Printable(wmiClass.name()), wmiClass.row_size());
+    }
+    for (const description::CounterObject& object : machine.counter_object()) {
+        summary.Line(1, "counter object {}, recorded instances: {}", Printable(object.name()), object.instance_size());
+    }
+    return summary.Take();
+}
+
+}  // namespace orbis::simulated
