@@ -91,13 +91,9 @@ bool DriveDouble::DeviceControl(const DeviceHandle& /*device*/, std::uint32_t co
     auto* request = static_cast<std::uint8_t*>(in);
     std::memcpy(&data, request + layout.data, sizeof(data));
     std::memcpy(&length, request + layout.length, sizeof(length));
-    requests.push_back({layout.ask,
-                        code,
-                        {request, request + inSize},
-                        outSize,
-                        in == out,
-                        std::all_of(data, data + length, [](std::uint8_t byte) { return byte == 0; }),
-                        layout.data});
+    const bool zeroedData = std::all_of(data, data + length, [](std::uint8_t byte) { return byte == 0; });
+    requests.push_back({layout.ask, code, {request, request + inSize}, outSize, in == out, zeroedData});
+    std::fill_n(requests.back().bytes.begin() + static_cast<std::ptrdiff_t>(layout.data), sizeof(data), std::uint8_t{0});
 
     const auto fault = faults.find(opened.size());
     if (fault != faults.end()) {
@@ -126,7 +122,7 @@ bool DriveDouble::DeviceControl(const DeviceHandle& /*device*/, std::uint32_t co
 
 Sector ReadSector(const std::string& file)
 {
-    std::ifstream lines(std::string(ORBIS_TEST_DATA "/") + file);
+    std::ifstream lines("testdata/" + file);
     Sector sector{};
     std::size_t at = 0;
     for (std::string line; std::getline(lines, line);) {

@@ -29,7 +29,7 @@ enum class Fault {
     OtherException,
 };
 
-// One request as the drive got it. The pointer to the data is taken out of the bytes.
+// One request as the drive got it, the pointer to the data zeroed.
 struct DriveRequest {
     Ask ask{};
     std::uint32_t code = 0;
@@ -37,7 +37,6 @@ struct DriveRequest {
     std::uint32_t outSize = 0;
     bool sameBuffer = false;  // for input and output
     bool zeroedData = false;
-    std::size_t pointerOffset = 0;
 };
 
 // A drive in the place of the platform: it substitutes the fetcher's opening and asking of devices.
@@ -91,7 +90,7 @@ private:
     Port m_Port;
 };
 
-// The bytes of a file of the tests' data: lines of "offset: bytes" in hexadecimal, comments after "#".
+// The bytes of a file of testdata/: lines of "offset: bytes" in hexadecimal, comments after "#".
 [[nodiscard]] Sector ReadSector(const std::string& file);
 
 // A page with bytes at offsets.
