@@ -25,7 +25,7 @@ struct LogLine {
 };
 
 // Keeps every line. For one thread.
-class RecordingLog final : public Veyra::Orbis::Common::IZelLog {
+class RecordingLog : public Veyra::Orbis::Common::IZelLog {
 public:
     std::vector<LogLine> lines;
     std::vector<std::int32_t> sourceLines;
