@@ -212,7 +212,7 @@ void* CustomizedViewOf(void* vendorSpecificInfo)
 Bytes ReadHex(const std::string& file, std::size_t size)
 {
     Bytes bytes;
-    std::ifstream lines(std::string(ORBIS_TEST_DATA) + "/" + file);
+    std::ifstream lines("testdata/" + file);
     for (std::string line; std::getline(lines, line);) {
         if (!line.starts_with('#')) {
             std::istringstream row(line.substr(line.find(':') + 1));
