@@ -1,0 +1,17 @@
+# cmake -D EXPECTED=FILE -P compare.cmake -- COMMAND...: runs the command and compares what it prints with the file.
+set(command)
+set(collecting FALSE)
+foreach(index RANGE ${CMAKE_ARGC})
+    if(collecting AND index LESS CMAKE_ARGC)
+        list(APPEND command "${CMAKE_ARGV${index}}")
+    elseif("${CMAKE_ARGV${index}}" STREQUAL "--")
+        set(collecting TRUE)
+    endif()
+endforeach()
+
+execute_process(COMMAND ${command} OUTPUT_VARIABLE printed ERROR_VARIABLE log RESULT_VARIABLE status)
+string(REPLACE "\r\n" "\n" printed "${printed}")
+file(READ ${EXPECTED} expected)
+if(NOT status EQUAL 0 OR NOT printed STREQUAL expected)
+    message(FATAL_ERROR "exit status ${status}\nprinted:\n${printed}\nexpected (${EXPECTED}):\n${expected}\nlog:\n${log}")
+endif()
