@@ -1,6 +1,6 @@
 #include <cstddef>
 #include <cstdint>
-#include <string>
+#include <string_view>
 
 #include "NvmeDataGetter.h"
 #include "NvmeMapping.h"
@@ -15,7 +15,7 @@ using NvmeMapping::Map;
 // The counter as a double: 0 exactly where its bytes are sent empty.
 double Approximate(const veyra::Carray<16>& counter)
 {
-    const std::string bytes = counter.Str();
+    const std::string_view bytes = counter.View();
     return NvmeDataGetter::RawBufferToDouble(bytes.data(), static_cast<std::int32_t>(bytes.size()), false);
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include <google/protobuf/arena.h>
@@ -56,7 +57,7 @@ template <std::size_t N>
 template <std::size_t N>
 [[nodiscard]] std::string Bytes(const veyra::Carray<N>& field)
 {
-    const std::string bytes = field.Str();
+    const std::string_view bytes = field.View();
     return StorageHelper::RawBufferToByteString(reinterpret_cast<const std::uint8_t*>(bytes.data()),
                                                 static_cast<std::int32_t>(bytes.size()));
 }

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 // Value types that cross the library's border, and the base of every object that it hands out. Their members are functions of the
 // including program, so no std::string crosses.
@@ -17,9 +18,11 @@ struct Carray {
 
     // Empty when the first byte is zero, otherwise all N bytes, zeros inside or at the end included. Meant for raw numbers too,
     // where it makes a number whose lowest byte is zero read as empty.
-    [[nodiscard]] std::string Str() const
+    [[nodiscard]] std::string Str() const { return std::string{View()}; }
+    // The same without a copy, valid while the array is.
+    [[nodiscard]] std::string_view View() const
     {
-        return bytes[0] == 0 ? std::string{} : std::string{reinterpret_cast<const char*>(bytes), N};
+        return bytes[0] == 0 ? std::string_view{} : std::string_view{reinterpret_cast<const char*>(bytes), N};
     }
 };
 
