@@ -72,7 +72,9 @@ std::unique_ptr<VolumeModel> BuildVolume(const DiskModel& disk, const descriptio
     volume->partitionNumber = number;
     volume->letter = description.letter().empty() ? '\0' : ToUpper(description.letter()).front();
     const std::string& guid = description.guid().empty() ? partition.id() : description.guid();
-    volume->guidPath = "\\\\?\\Volume{" + GuidText(ParseGuid(guid).value_or(platform::Guid{})) + "}\\";
+    // Windows gives a volume without an identifier of its own one for this boot.
+    const platform::Guid made{0x00C0FFEE, static_cast<std::uint16_t>(disk.number), static_cast<std::uint16_t>(number), {}};
+    volume->guidPath = "\\\\?\\Volume{" + GuidText(ParseGuid(guid).value_or(made)) + "}\\";
     volume->size = extent.size;
     volume->free = description.has_free() ? description.free() : extent.size / 2;
     volume->partitionInformation = std::move(entry);

@@ -11,6 +11,9 @@ namespace {
 using description::DiskKind;
 using platform::BusType;
 
+constexpr std::uint32_t kHealthLog = 0x02;
+constexpr std::uint32_t kMakerHealthLog = 0xD1;
+
 constexpr std::array<KindTraits, 8> kKinds{{
     // kind, bus, media, removable, NVMe, ATA, ATA pass-through, SCSI pass-through, translation, rotation, interface type, summary
     {DiskKind::DISK_KIND_UNSPECIFIED, BusType::Unknown, 0, false, false, false, false, true, false, 0, "SCSI", "disk"},
@@ -76,7 +79,10 @@ void BuildPages(DiskModel& disk)
     disk.inquiry = BuildInquiry(disk);
     if (disk.traits->isNvme) {
         disk.identifyController = BuildIdentifyController(description);
-        disk.nvmeLogPages[0x02].content = BuildHealthLog(description.nvme().health());
+        disk.nvmeLogPages[kHealthLog].content = BuildHealthLog(description.nvme().health());
+        if (const description::MakerArea& maker = description.nvme().maker(); maker.has_health()) {
+            disk.nvmeLogPages[kMakerHealthLog] = {BuildMakerHealthLog(maker.health()), maker.health().query_error(), 0};
+        }
         for (const description::NvmeLogPage& page : description.nvme().log_page()) {
             disk.nvmeLogPages[page.identifier()] = {ToBytes(page.content()), page.query_error(), page.device_status()};
         }

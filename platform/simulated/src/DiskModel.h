@@ -112,6 +112,8 @@ struct DiskModel {
 // Pages, built from the documents' tables.
 [[nodiscard]] ByteVector BuildIdentifyController(const description::Disk& disk);
 [[nodiscard]] ByteVector BuildHealthLog(const description::NvmeHealth& health);
+[[nodiscard]] ByteVector BuildMakerArea(const description::MakerArea& maker);
+[[nodiscard]] ByteVector BuildMakerHealthLog(const description::MakerHealth& health);
 [[nodiscard]] ByteVector BuildIdentifyDevice(const description::Disk& disk, std::uint32_t sectorSize, std::uint32_t rotationRate);
 [[nodiscard]] ByteVector BuildSmartData(const description::AtaDevice& ata);
 [[nodiscard]] ByteVector BuildSmartThresholds(const description::AtaDevice& ata);

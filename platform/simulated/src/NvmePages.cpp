@@ -76,6 +76,9 @@ ByteVector BuildIdentifyController(const description::Disk& disk)
     for (int i = 0; i < states; ++i) {
         page.PutBytes(2048 + kPowerStateSize * static_cast<std::size_t>(i), BuildPowerState(nvme.power_state(i)));
     }
+    if (nvme.has_maker()) {
+        page.PutBytes(3072, BuildMakerArea(nvme.maker()));
+    }
     ApplyPatches(page.Page(), nvme.identify());
     return page.Take();
 }

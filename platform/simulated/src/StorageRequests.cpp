@@ -1,6 +1,7 @@
 // Requests of the disk class driver: device number, geometry, descriptors, partition tables, performance.
 #include <algorithm>
 #include <array>
+#include <limits>
 
 #include "Activity.h"
 #include "DeviceRequests.h"
@@ -19,6 +20,12 @@ constexpr std::size_t kPropertyQuerySize = 12;  // sizeof STORAGE_PROPERTY_QUERY
 constexpr std::uint32_t kPropertyExistsQuery = 1;
 constexpr std::size_t kDescriptorHeader = 8;  // STORAGE_DESCRIPTOR_HEADER
 constexpr double kTicksPerSecond = 1e7;       // of 100 ns
+
+// A counter of the driver, which holds no more than its type does.
+std::int64_t Whole(double value)
+{
+    return value < 9.2e18 ? static_cast<std::int64_t>(value) : std::numeric_limits<std::int64_t>::max();
+}
 
 Reply DeviceNumber(const Target& target, const Request& request)
 {
@@ -112,14 +119,14 @@ Reply Performance(const Target& target, const Request& request)
     }
     const ActivityTotals totals = TotalsAt(*target.disk, request.now);
     const double share = target.volume != nullptr ? target.volume->activityShare : 1.0;
-    performance.bytesRead = static_cast<std::int64_t>(totals.bytesRead * share);
-    performance.bytesWritten = static_cast<std::int64_t>(totals.bytesWritten * share);
-    performance.readTime = static_cast<std::int64_t>(totals.readSeconds * share * kTicksPerSecond);
-    performance.writeTime = static_cast<std::int64_t>(totals.writeSeconds * share * kTicksPerSecond);
-    performance.idleTime = static_cast<std::int64_t>(totals.idleSeconds * kTicksPerSecond);
-    performance.readCount = static_cast<std::uint32_t>(totals.reads * share);
-    performance.writeCount = static_cast<std::uint32_t>(totals.writes * share);
-    performance.queryTime = static_cast<std::int64_t>(request.now * kTicksPerSecond);
+    performance.bytesRead = Whole(totals.bytesRead * share);
+    performance.bytesWritten = Whole(totals.bytesWritten * share);
+    performance.readTime = Whole(totals.readSeconds * share * kTicksPerSecond);
+    performance.writeTime = Whole(totals.writeSeconds * share * kTicksPerSecond);
+    performance.idleTime = Whole(totals.idleSeconds * kTicksPerSecond);
+    performance.readCount = static_cast<std::uint32_t>(Whole(totals.reads * share));
+    performance.writeCount = static_cast<std::uint32_t>(Whole(totals.writes * share));
+    performance.queryTime = Whole(request.now * kTicksPerSecond);
     performance.storageDeviceNumber = target.disk->number;
     performance.storageManagerName = target.volume != nullptr
                                          ? std::array<char16_t, 8>{u'V', u'o', u'l', u'm', u'g', u'r'}
