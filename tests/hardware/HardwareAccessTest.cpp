@@ -157,6 +157,8 @@ TEST(HardwareAccess, ReadsWhatTheDeviceTells)
         {"the error bit the first way: the second is tried", Sata("ata_command: 0x2F usual: true ata_status: 0x51"), model, eppid},
         {"and CHECK CONDITION the second", Sata("ata_command: 0x2F usual: true ata_status: 0x51 scsi_status: 2"), model, ""},
         {"an empty page", Sata("ata_command: 0x2F data { size: 512 }"), model, ""},
+        {"log page answered without data, not with what IDENTIFY left", Sata("ata_command: 0x2F ata_status: 0x50"), model, ""},
+        {"the same the second way", Sata("control_code: 0x4D030 data { size: 512 } } exchange { ata_command: 0x2F"), model, ""},
         {"log page refused", Sata("ata_command: 0x2F error: 5"), model, ""},
         {"no such disk", "", "", ""},
     };

@@ -125,7 +125,8 @@ TEST(StaticInfo, SystemIdIsTheSecondOemString)
     for (const auto& [structures, expected] : std::vector<std::pair<std::string, std::string>>{
              {"oem_strings { text: 'a' text: '1[0A1B]' }", "0A1B"},
              {"oem_strings { text: 'only one' } oem_strings { text: 'a' text: 'second' text: 'third' }", "second"},
-             {"oem_strings { text: 'a' text: '1[x]y]11[[z' }", "xy1[z"},                      // what a removal joins together stays
+             {"oem_strings { text: 'a' text: '1[x]y]11[[z' }", "xy1[z"},  // what a removal joins together stays
+             {"oem_strings { text: 'a' text: '1[1[x]]' }", "x"},
              {"oem_strings { text: 'a' count: 2 } oem_strings { text: 'b' text: 'c' }", ""},  // claimed, not stored
              {"oem_strings { count: 0 text: 'a' text: 'b' }", ""},
              {"structure { type: 11 }", ""},  // no byte that counts
