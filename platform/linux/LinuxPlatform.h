@@ -1,24 +1,17 @@
 #pragma once
 
 #include <memory>
-#include <string>
 
+#include "LinuxKernel.h"
 #include "platform/Export.h"
 #include "platform/Platform.h"
 
 namespace orbis::platform {
 
-// Where the kernel's file systems stand; a test points them at a captured tree.
-struct Roots {
-    std::string sys = "/sys";
-    std::string proc = "/proc";
-    std::string dev = "/dev";
-};
-
 // A running Linux kernel as a machine: the ports' requests, answered from its file systems and devices.
 class ORBIS_PLATFORM_EXPORT LinuxPlatform final : public Platform {
 public:
-    explicit LinuxPlatform(Roots roots = {});
+    explicit LinuxPlatform(Roots roots = {}, KernelCalls calls = {});
     LinuxPlatform(const LinuxPlatform&) = delete;
     LinuxPlatform& operator=(const LinuxPlatform&) = delete;
     ~LinuxPlatform() override;

@@ -1,0 +1,63 @@
+#include "LinuxDiskStats.h"
+
+#include <array>
+
+#include "LinuxFiles.h"
+
+namespace orbis::platform {
+namespace {
+
+constexpr std::size_t kFields = 10;
+constexpr std::uint64_t kStatSector = 512;
+constexpr std::size_t kDiskStatsLimit = std::size_t{4} << 20;
+
+}  // namespace
+
+std::optional<LinuxDiskStats> ParseDiskStats(const std::vector<std::string_view>& words)
+{
+    std::array<std::uint64_t, kFields> fields{};
+    if (words.size() < kFields) {
+        return std::nullopt;
+    }
+    for (std::size_t i = 0; i < kFields; ++i) {
+        const std::optional<std::uint64_t> value = ParseNumber(words[i]);
+        if (!value) {
+            return std::nullopt;
+        }
+        fields[i] = *value;
+    }
+    // reads, merged, sectors, time; writes, merged, sectors, time; in flight, busy time
+    return LinuxDiskStats{.reads = fields[0],
+                          .readBytes = fields[2] * kStatSector,
+                          .readMilliseconds = fields[3],
+                          .writes = fields[4],
+                          .writtenBytes = fields[6] * kStatSector,
+                          .writeMilliseconds = fields[7],
+                          .inFlight = fields[8],
+                          .busyMilliseconds = fields[9]};
+}
+
+std::optional<LinuxDiskStats> ReadDiskStats(const Roots& roots, const std::string& blockName)
+{
+    return ParseDiskStats(SplitWords(ReadText(roots.sys + "/class/block/" + blockName + "/stat")));
+}
+
+std::map<std::string, LinuxDiskStats> ReadAllDiskStats(const Roots& roots)
+{
+    constexpr std::size_t kNameAt = 2;  // after major and minor number
+    std::map<std::string, LinuxDiskStats> all;
+    const std::string text = ReadBytes(roots.proc + "/diskstats", kDiskStatsLimit).value_or(std::string());
+    for (const std::string_view line : SplitLines(text)) {
+        std::vector<std::string_view> words = SplitWords(line);
+        if (words.size() > kNameAt) {
+            const std::string name(words[kNameAt]);
+            words.erase(words.begin(), words.begin() + kNameAt + 1);
+            if (const std::optional<LinuxDiskStats> stats = ParseDiskStats(words)) {
+                all.emplace(name, *stats);
+            }
+        }
+    }
+    return all;
+}
+
+}  // namespace orbis::platform

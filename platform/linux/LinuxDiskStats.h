@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "LinuxKernel.h"
+
+namespace orbis::platform {
+
+// Activity of one block device since it appeared, as the kernel counts it (Documentation/admin-guide/iostats.rst).
+struct LinuxDiskStats {
+    std::uint64_t reads = 0;
+    std::uint64_t readBytes = 0;
+    std::uint64_t readMilliseconds = 0;  // summed over requests, so it may pass faster than the clock; wraps at 2^32
+    std::uint64_t writes = 0;
+    std::uint64_t writtenBytes = 0;
+    std::uint64_t writeMilliseconds = 0;
+    std::uint64_t inFlight = 0;
+    std::uint64_t busyMilliseconds = 0;  // some request was under way; wraps at 2^32
+};
+
+// From the words of a "stat" attribute, or of a diskstats line past the device's name.
+[[nodiscard]] std::optional<LinuxDiskStats> ParseDiskStats(const std::vector<std::string_view>& words);
+// One block device, by kernel name.
+[[nodiscard]] std::optional<LinuxDiskStats> ReadDiskStats(const Roots& roots, const std::string& blockName);
+// All block devices in one read of diskstats, by kernel name.
+[[nodiscard]] std::map<std::string, LinuxDiskStats> ReadAllDiskStats(const Roots& roots);
+
+}  // namespace orbis::platform

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <string>
+
+namespace orbis::platform {
+
+// Where the kernel's file systems stand; a test points them at a captured tree.
+struct Roots {
+    std::string sys = "/sys";
+    std::string proc = "/proc";
+    std::string dev = "/dev";
+};
+
+// What no captured tree can answer: requests to a driver, and time passing. An empty member means the kernel's own.
+struct KernelCalls {
+    std::function<int(int descriptor, unsigned long request, void* argument)> ioctl;  // as ioctl(2): -1 with errno
+    std::function<std::chrono::nanoseconds()> monotonicClock;
+};
+
+}  // namespace orbis::platform

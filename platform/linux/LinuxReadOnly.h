@@ -1,0 +1,19 @@
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+// Which device commands pass. This system only looks, so a command that could change a drive's data or state, and every command
+// that is not known here, is refused before the kernel sees it.
+namespace orbis::platform {
+
+enum class Transfer : std::uint8_t { None, FromDevice };
+
+// ATA command by its command and feature registers (ACS). READ LOG EXT and its like, IDENTIFY, SMART reads, CHECK POWER MODE.
+[[nodiscard]] bool IsReadOnlyAta(std::uint8_t command, std::uint8_t features, Transfer transfer) noexcept;
+// SCSI command descriptor block (SPC, SBC, SAT); an ATA command inside one is judged by its own registers.
+[[nodiscard]] bool IsReadOnlyScsi(std::span<const std::uint8_t> cdb, Transfer transfer) noexcept;
+// NVMe admin command by its opcode: Identify, Get Log Page, Get Features.
+[[nodiscard]] bool IsReadOnlyNvmeAdmin(std::uint8_t opcode) noexcept;
+
+}  // namespace orbis::platform
