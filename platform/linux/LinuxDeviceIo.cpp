@@ -110,13 +110,15 @@ Win32Error QueryProperty(const LinuxTarget& target, const KernelDevice& device, 
     return isProtocol ? QueryNvmeProtocolData(device, buffers) : GetDeviceDescriptor(target, buffers);
 }
 
-// Requests that every caller may ask, in front of those that need the device.
+// Requests that the kernel answers without the device.
 bool IsForEverybody(std::uint32_t code, const ControlBuffers& buffers)
 {
     const auto query = buffers.Request<StoragePropertyQueryHead>();
     switch (code) {
         case kIoctlStorageGetDeviceNumber:
         case kIoctlDiskGetDriveGeometry:
+        case kIoctlDiskGetDriveLayoutEx:
+        case kIoctlDiskGetPartitionInfoEx:
         case kIoctlDiskPerformance:
             return true;
         case kIoctlStorageQueryProperty:
@@ -126,16 +128,17 @@ bool IsForEverybody(std::uint32_t code, const ControlBuffers& buffers)
     }
 }
 
-// The table is on the disk, which for a volume's handle is another device.
-template <typename Handler>
-Win32Error WithDisk(const LinuxMachine& machine, const LinuxTarget& target, int node, ControlBuffers& buffers, Handler handler)
+using TableRequest = Win32Error(const LinuxMachine&, const LinuxTarget&, int, ControlBuffers&);
+
+// A partition table is on the disk, which for a volume's handle is another device.
+Win32Error AskDisk(TableRequest& request, const LinuxMachine& machine, const LinuxTarget& target, int node, ControlBuffers& buffers)
 {
-    if (!target.volume) {
-        return handler(target, node, buffers);
+    if (!target.volume || node < 0) {
+        return request(machine, target, node, buffers);
     }
     Win32Error refusal = win32::kSuccess;
     const UniqueFd disk = OpenNode(machine.roots, target.disk.name, refusal);
-    return disk.IsValid() ? handler(target, disk.Get(), buffers) : refusal;
+    return disk.IsValid() || refusal == win32::kAccessDenied ? request(machine, target, disk.Get(), buffers) : refusal;
 }
 
 Win32Error Dispatch(LinuxMachine& machine, const LinuxTarget& target, int node, std::uint32_t code, ControlBuffers& buffers)
@@ -154,9 +157,9 @@ Win32Error Dispatch(LinuxMachine& machine, const LinuxTarget& target, int node, 
         case kIoctlDiskPerformance:
             return GetDiskPerformance(machine, target, buffers);
         case kIoctlDiskGetDriveLayoutEx:
-            return WithDisk(machine, target, node, buffers, GetDriveLayout);
+            return AskDisk(GetDriveLayout, machine, target, node, buffers);
         case kIoctlDiskGetPartitionInfoEx:
-            return WithDisk(machine, target, node, buffers, GetPartitionInfo);
+            return AskDisk(GetPartitionInfo, machine, target, node, buffers);
         case kIoctlAtaPassThroughDirect:
             return RunAtaPassThrough(device, target.disk.busType, buffers);
         case kIoctlScsiPassThroughDirect:
@@ -170,7 +173,7 @@ Win32Error Dispatch(LinuxMachine& machine, const LinuxTarget& target, int node, 
 
 LinuxDeviceIo::~LinuxDeviceIo() = default;
 
-NativeHandle LinuxDeviceIo::Open(const char16_t* path, std::uint32_t access, std::uint32_t /*share*/, void* /*security*/,
+NativeHandle LinuxDeviceIo::Open(const char16_t* path, std::uint32_t /*access*/, std::uint32_t /*share*/, void* /*security*/,
                                  std::uint32_t disposition, std::uint32_t /*flags*/, NativeHandle /*templateFile*/)
 {
     const auto fail = [](Win32Error error) {
@@ -188,8 +191,7 @@ NativeHandle LinuxDeviceIo::Open(const char16_t* path, std::uint32_t access, std
         auto device = std::make_shared<OpenDevice>();
         device->target = std::move(*target);
         device->node = OpenNode(m_Machine.roots, device->target.BlockName(), device->refusal);
-        const bool wantsContent = (access & (kGenericRead | kGenericWrite)) != 0;
-        if (!device->node.IsValid() && (wantsContent || device->refusal != win32::kAccessDenied)) {
+        if (!device->node.IsValid() && device->refusal != win32::kAccessDenied) {
             return fail(device->refusal);
         }
         const std::scoped_lock lock(m_Lock);

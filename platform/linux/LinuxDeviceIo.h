@@ -12,8 +12,9 @@
 namespace orbis::platform {
 
 // Disks ("\\.\PhysicalDrive0", a device interface path) and volumes ("\\.\C:") over block devices. A device is opened for reading
-// only, whatever access was asked. A handle for attributes alone (no generic access) needs no rights, as on Windows: it answers
-// what the kernel tells everybody, and refuses the rest.
+// only, whatever access was asked. What the kernel tells everybody (number, size, descriptor, activity, partitions) is told to
+// everybody here: a device that may not be opened gets a handle all the same, and each request that needs the device itself is
+// refused with kAccessDenied. So a user without rights still sees the disks.
 class LinuxDeviceIo final : public DeviceIo {
 public:
     explicit LinuxDeviceIo(LinuxMachine& machine) : m_Machine(machine) {}

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-#include "src/RowWmi.h"
+#include "RowWmi.h"
 
 namespace orbis::platform {
 namespace {

@@ -4,9 +4,9 @@
 #include <cerrno>
 #include <string_view>
 
-#include "LinuxBlkid.h"
 #include "LinuxDiskStats.h"
 #include "LinuxLastError.h"
+#include "LinuxPartitionTable.h"
 #include "platform/Errors.h"
 #include "platform/Requests.h"
 
@@ -35,6 +35,17 @@ std::uint32_t Append(std::vector<std::byte>& descriptor, std::string_view text)
     descriptor.insert(descriptor.end(), bytes.begin(), bytes.end());
     descriptor.push_back(std::byte{0});
     return offset;
+}
+
+// Nothing, with errno set, when it cannot be told.
+std::optional<LinuxPartitionTable> TableOf(const LinuxMachine& machine, const LinuxTarget& target, int descriptor)
+{
+    if (descriptor >= 0) {
+        return ReadPartitionTable(descriptor, target.disk);
+    }
+    std::optional<LinuxPartitionTable> table = KnownPartitionTable(machine.roots, target.disk);
+    errno = EACCES;
+    return table;
 }
 
 }  // namespace
@@ -114,9 +125,9 @@ Win32Error GetDiskPerformance(const LinuxMachine& machine, const LinuxTarget& ta
     return AnswerWhole(performance, buffers);
 }
 
-Win32Error GetDriveLayout(const LinuxTarget& target, int descriptor, ControlBuffers& buffers)
+Win32Error GetDriveLayout(const LinuxMachine& machine, const LinuxTarget& target, int descriptor, ControlBuffers& buffers)
 {
-    const std::optional<LinuxPartitionTable> table = ReadPartitionTable(descriptor, target.disk);
+    const std::optional<LinuxPartitionTable> table = TableOf(machine, target, descriptor);
     if (!table) {
         return Win32FromErrno(errno);
     }
@@ -129,18 +140,18 @@ Win32Error GetDriveLayout(const LinuxTarget& target, int descriptor, ControlBuff
     return win32::kSuccess;
 }
 
-Win32Error GetPartitionInfo(const LinuxTarget& target, int descriptor, ControlBuffers& buffers)
+Win32Error GetPartitionInfo(const LinuxMachine& machine, const LinuxTarget& target, int descriptor, ControlBuffers& buffers)
 {
-    if (target.PartitionNumber() == 0) {
-        // A whole disk: its own length, no identifier.
-        PartitionInformationEx whole{};
-        whole.partitionStyle = PartitionStyle::Raw;
-        whole.partitionLength = static_cast<std::int64_t>(target.disk.bytes);
-        return AnswerWhole(whole, buffers);
-    }
-    const std::optional<LinuxPartitionTable> table = ReadPartitionTable(descriptor, target.disk);
+    const std::optional<LinuxPartitionTable> table = TableOf(machine, target, descriptor);
     if (!table) {
         return Win32FromErrno(errno);
+    }
+    if (target.PartitionNumber() == 0) {
+        // The whole disk: no entry, so no identifier.
+        PartitionInformationEx whole;
+        whole.partitionStyle = table->head.partitionStyle;
+        whole.partitionLength = static_cast<std::int64_t>(target.disk.bytes);
+        return AnswerWhole(whole, buffers);
     }
     const auto entry = std::ranges::find(table->entries, target.PartitionNumber(), &PartitionInformationEx::partitionNumber);
     return entry != table->entries.end() ? AnswerWhole(*entry, buffers) : win32::kInvalidFunction;

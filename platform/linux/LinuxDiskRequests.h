@@ -25,8 +25,11 @@ struct LinuxTarget {
 // descriptor's beginning.
 [[nodiscard]] Win32Error GetDeviceDescriptor(const LinuxTarget& target, ControlBuffers& buffers);
 [[nodiscard]] Win32Error GetDiskPerformance(const LinuxMachine& machine, const LinuxTarget& target, ControlBuffers& buffers);
-// Both read the table from the disk; `descriptor` is that of the whole disk.
-[[nodiscard]] Win32Error GetDriveLayout(const LinuxTarget& target, int descriptor, ControlBuffers& buffers);
-[[nodiscard]] Win32Error GetPartitionInfo(const LinuxTarget& target, int descriptor, ControlBuffers& buffers);
+// Both read the table from the disk; `descriptor` is that of the whole disk, or -1 for one that may not be opened, of which only
+// what everybody may know is told.
+[[nodiscard]] Win32Error GetDriveLayout(const LinuxMachine& machine, const LinuxTarget& target, int descriptor,
+                                        ControlBuffers& buffers);
+[[nodiscard]] Win32Error GetPartitionInfo(const LinuxMachine& machine, const LinuxTarget& target, int descriptor,
+                                          ControlBuffers& buffers);
 
 }  // namespace orbis::platform

@@ -1,7 +1,6 @@
 #include "LinuxPdh.h"
 
 #include <algorithm>
-#include <limits>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -66,27 +65,35 @@ Sample TakeSample(LinuxMachine& machine)
 }  // namespace
 
 struct LinuxPdh::Query {
+    [[nodiscard]] PdhCounterValue Value(const Counter& counter, std::uint32_t format) const;
+
     std::vector<std::unique_ptr<Counter>> counters;
     std::size_t samples = 0;
     Sample before;
     Sample after;
 };
 
-namespace {
-
-std::vector<DiskInterval> Intervals(const Counter& counter, const Sample& before, const Sample& after)
+PdhCounterValue LinuxPdh::Query::Value(const Counter& counter, std::uint32_t format) const
 {
+    const std::size_t taken = samples - counter.sinceSample;
+    const bool isGone = !counter.isTotal && (!counter.disk || !after.disks.contains(*counter.disk));
+    if (taken > 0 && isGone) {
+        return {pdh::kNoInstance, 0};
+    }
     std::vector<DiskInterval> intervals;
     for (const auto& [number, stats] : after.disks) {
         const auto earlier = before.disks.find(number);
-        if ((counter.isTotal || counter.disk == number) && earlier != before.disks.end()) {
+        if (taken >= 2 && (counter.isTotal || counter.disk == number) && earlier != before.disks.end()) {
             intervals.push_back({earlier->second, stats});
         }
     }
-    return intervals;
+    const std::optional<double> value = DiskCounterValue(counter.kind, intervals, after.time - before.time);
+    if (!value) {
+        return {pdh::kInvalidData, 0};
+    }
+    const bool isCapped = counter.kind <= DiskCounter::WriteTime && (format & pdh::kFormatNoCap100) == 0;
+    return {pdh::kValidData, isCapped ? std::min(*value, 100.0) : *value};
 }
-
-}  // namespace
 
 LinuxPdh::LinuxPdh(LinuxMachine& machine) : m_Machine(machine) {}
 LinuxPdh::~LinuxPdh() = default;
@@ -197,23 +204,8 @@ PdhStatus LinuxPdh::FormattedValue(PdhCounterObject* counter, std::uint32_t form
         if (found == query->counters.end()) {
             continue;
         }
-        const Counter& asked = **found;
-        const bool isGone = !asked.isTotal && (!asked.disk || !query->after.disks.contains(*asked.disk));
-        if (query->samples == asked.sinceSample) {
-            value->status = pdh::kNotValidYet;
-        } else if (isGone) {
-            value->status = pdh::kNoInstance;
-        } else if (query->samples - asked.sinceSample < 2) {
-            value->status = pdh::kNotValidYet;
-        } else {
-            const auto intervals = Intervals(asked, query->before, query->after);
-            const auto result = DiskCounterValue(asked.kind, intervals, query->after.time - query->before.time);
-            const bool isPercentage = asked.kind <= DiskCounter::WriteTime;
-            const double most = isPercentage && (format & pdh::kFormatNoCap100) == 0 ? 100 : std::numeric_limits<double>::max();
-            value->value = std::min(result.value_or(0), most);
-            value->status = result ? pdh::kValidData : intervals.empty() ? pdh::kNotValidYet : pdh::kInvalidData;
-        }
-        return value->status;
+        *value = query->Value(**found, format);
+        return value->status == pdh::kValidData ? pdh::kOk : pdh::kNotValidYet;
     }
     return pdh::kInvalidHandle;
 }

@@ -28,7 +28,7 @@ struct LinuxPlatform::Ports {
     LinuxDeviceIo deviceIo;
     LinuxSetup setup;
     LinuxWmiRows rows;
-    std::unique_ptr<RowWmi> wmi;
+    std::unique_ptr<Wmi> wmi;
     LinuxFirmware firmware;
     LinuxPdh pdh;
     LinuxTime time;

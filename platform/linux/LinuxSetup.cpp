@@ -11,6 +11,8 @@
 namespace orbis::platform {
 namespace {
 
+constexpr std::uint32_t kInvalidUserBuffer = 1784;  // ERROR_INVALID_USER_BUFFER
+
 bool Fail(std::uint32_t error) noexcept
 {
     SetLinuxLastError(error);
@@ -27,10 +29,10 @@ std::shared_ptr<const LinuxSetup::InstanceIds> LinuxSetup::Find(DeviceInfoSetHan
 }
 
 DeviceInfoSetHandle LinuxSetup::ClassDevices(const Guid* classGuid, const char16_t* enumerator, void* /*parentWindow*/,
-                                             std::uint32_t /*flags*/)
+                                             std::uint32_t flags)
 {
     auto ids = std::make_shared<InstanceIds>();
-    const bool isDisks = classGuid != nullptr && *classGuid == kDiskInterfaceGuid;
+    const bool isDisks = classGuid != nullptr && *classGuid == kDiskInterfaceGuid && (flags & kDigcfDeviceInterface) != 0;
     if (isDisks && enumerator == nullptr) {
         for (LinuxDisk& disk : m_Machine.inventory.Disks()) {
             ids->push_back(std::move(disk.instanceId));
@@ -85,7 +87,7 @@ bool LinuxSetup::DeviceInterfaceDetail(DeviceInfoSetHandle set, const DeviceInte
     std::uint32_t headerSize = 0;
     std::memcpy(&headerSize, detail, sizeof(headerSize));
     if (headerSize != kDeviceInterfaceDetailHeaderSize) {
-        return Fail(win32::kInvalidParameter);
+        return Fail(kInvalidUserBuffer);
     }
     std::memcpy(static_cast<std::byte*>(detail) + kDeviceInterfaceDetailPathOffset, path.c_str(), bytes);
     return true;

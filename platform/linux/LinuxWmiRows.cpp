@@ -8,8 +8,9 @@
 
 #include <fmt/format.h>
 
-#include "LinuxBlkid.h"
 #include "LinuxFiles.h"
+#include "LinuxGuid.h"
+#include "LinuxVolumeSerial.h"
 #include "platform/Text.h"
 
 namespace orbis::platform {

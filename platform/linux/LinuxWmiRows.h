@@ -1,7 +1,7 @@
 #pragma once
 
 #include "LinuxMachine.h"
-#include "src/RowWmi.h"
+#include "RowWmi.h"
 
 namespace orbis::platform {
 

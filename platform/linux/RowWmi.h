@@ -8,11 +8,10 @@
 #include <variant>
 #include <vector>
 
-#include "platform/Export.h"
 #include "platform/Wmi.h"
 
 // WMI for machines that have none: objects, strings, variants and safe arrays over plain rows. Whoever knows a machine's rows
-// implements RowSource; RowWmi plays COM and WMI on top of it.
+// implements RowSource; the port made of it plays COM and WMI on top of it.
 namespace orbis::platform {
 
 // One property's value, and with it the variant type that a reader gets. WMI hands uint32 out as VT_I4, uint16 as VT_I4 too, and
@@ -27,9 +26,9 @@ using RowValue = std::variant<RowNull,           // VT_NULL
                               std::u16string,    // VT_BSTR
                               RowBytes, RowStrings>;
 
-[[nodiscard]] ORBIS_PLATFORM_EXPORT RowValue RowUint32(std::uint32_t value);
-[[nodiscard]] ORBIS_PLATFORM_EXPORT RowValue RowUint64(std::uint64_t value);
-[[nodiscard]] ORBIS_PLATFORM_EXPORT RowValue RowBool(bool value);
+[[nodiscard]] RowValue RowUint32(std::uint32_t value);
+[[nodiscard]] RowValue RowUint64(std::uint64_t value);
+[[nodiscard]] RowValue RowBool(bool value);
 
 struct RowProperty {
     std::u16string name;
@@ -48,25 +47,10 @@ public:
     [[nodiscard]] virtual Hresult Rows(std::u16string_view path, std::u16string_view className, std::vector<Row>& rows) = 0;
 };
 
-[[nodiscard]] ORBIS_PLATFORM_EXPORT bool EqualIgnoreCase(std::u16string_view left, std::u16string_view right) noexcept;
+[[nodiscard]] bool EqualIgnoreCase(std::u16string_view left, std::u16string_view right) noexcept;
 
-// What is in callers' hands at this moment.
-struct RowWmiUse {
-    std::int64_t comInitialisations = 0;  // successful InitializeCom minus UninitializeCom; negative when unbalanced that way
-    std::int64_t interfaces = 0;
-    std::int64_t strings = 0;
-    std::int64_t arrays = 0;
-
-    friend bool operator==(const RowWmiUse&, const RowWmiUse&) = default;
-};
-
-// Understands "SELECT * FROM Class" and "SELECT Property, ... FROM Class"; a WHERE clause is an invalid query here.
-class RowWmi : public Wmi {
-public:
-    [[nodiscard]] virtual RowWmiUse InUse() const noexcept = 0;
-};
-
-// `source` must outlive the result and everything that it hands out.
-[[nodiscard]] ORBIS_PLATFORM_EXPORT std::unique_ptr<RowWmi> MakeRowWmi(RowSource& source);
+// Understands "SELECT * FROM Class" and "SELECT Property, ... FROM Class"; a WHERE clause is an invalid query here. `source` must
+// outlive the result and everything that it hands out.
+[[nodiscard]] std::unique_ptr<Wmi> MakeRowWmi(RowSource& source);
 
 }  // namespace orbis::platform

@@ -167,11 +167,9 @@ Hresult Guarded(Function&& function) noexcept
     }
 }
 
-class RowWmiObjects final : public RowWmi {
+class RowWmi final : public Wmi {
 public:
-    explicit RowWmiObjects(RowSource& source) : m_Source(source) {}
-
-    RowWmiUse InUse() const noexcept override;
+    explicit RowWmi(RowSource& source) : m_Source(source) {}
 
     Hresult InitializeCom(std::uint32_t flags) override;
     Hresult InitializeSecurity(std::int32_t authenticationServices, std::uint32_t authenticationLevel,
@@ -206,18 +204,12 @@ private:
     [[nodiscard]] Bstr NewString(std::u16string_view text);
 
     RowSource& m_Source;
-    std::atomic<std::int64_t> m_ComInitialisations{0};
-    std::atomic<std::int64_t> m_Interfaces{0};
-    std::atomic<std::int64_t> m_Strings{0};
-    std::atomic<std::int64_t> m_Arrays{0};
     std::atomic<bool> m_SecuritySet{false};
     std::mutex m_ApartmentsLock;
     std::map<std::thread::id, Apartment> m_Apartments;
 };
 
-RowWmiUse RowWmiObjects::InUse() const noexcept { return {m_ComInitialisations, m_Interfaces, m_Strings, m_Arrays}; }
-
-Hresult RowWmiObjects::InitializeCom(std::uint32_t flags)
+Hresult RowWmi::InitializeCom(std::uint32_t flags)
 {
     const std::scoped_lock lock(m_ApartmentsLock);
     Apartment& apartment = m_Apartments[std::this_thread::get_id()];
@@ -226,19 +218,17 @@ Hresult RowWmiObjects::InitializeCom(std::uint32_t flags)
         return hresult::kRpcChangedMode;
     }
     apartment.flags = model;
-    ++m_ComInitialisations;
     return apartment.count++ == 0 ? hresult::kOk : hresult::kFalse;
 }
 
-Hresult RowWmiObjects::InitializeSecurity(std::int32_t /*authenticationServices*/, std::uint32_t /*authenticationLevel*/,
-                                          std::uint32_t /*impersonationLevel*/, std::uint32_t /*capabilities*/)
+Hresult RowWmi::InitializeSecurity(std::int32_t /*authenticationServices*/, std::uint32_t /*authenticationLevel*/,
+                                   std::uint32_t /*impersonationLevel*/, std::uint32_t /*capabilities*/)
 {
     return m_SecuritySet.exchange(true) ? hresult::kRpcTooLate : hresult::kOk;
 }
 
-void RowWmiObjects::UninitializeCom() noexcept
+void RowWmi::UninitializeCom() noexcept
 {
-    --m_ComInitialisations;
     const std::scoped_lock lock(m_ApartmentsLock);
     const auto apartment = m_Apartments.find(std::this_thread::get_id());
     if (apartment != m_Apartments.end() && apartment->second.count > 0 && --apartment->second.count == 0) {
@@ -246,7 +236,7 @@ void RowWmiObjects::UninitializeCom() noexcept
     }
 }
 
-Bstr RowWmiObjects::NewString(std::u16string_view text)
+Bstr RowWmi::NewString(std::u16string_view text)
 {
     const std::size_t bytes = text.size() * sizeof(char16_t);
     if (bytes > 0x7FFFFFFF) {
@@ -261,22 +251,20 @@ Bstr RowWmiObjects::NewString(std::u16string_view text)
     auto* out = reinterpret_cast<char16_t*>(block + kBstrPrefix);
     std::ranges::copy(text, out);
     out[text.size()] = u'\0';
-    ++m_Strings;
     return out;
 }
 
-Bstr RowWmiObjects::AllocateString(const char16_t* text) { return text != nullptr ? NewString(text) : nullptr; }
+Bstr RowWmi::AllocateString(const char16_t* text) { return text != nullptr ? NewString(text) : nullptr; }
 
-void RowWmiObjects::FreeString(Bstr text) noexcept
+void RowWmi::FreeString(Bstr text) noexcept
 {
     if (text != nullptr) {
-        --m_Strings;
         auto* block = reinterpret_cast<unsigned char*>(const_cast<char16_t*>(text)) - kBstrPrefix;
         ::operator delete(block);
     }
 }
 
-std::uint32_t RowWmiObjects::StringLength(Bstr text) const noexcept
+std::uint32_t RowWmi::StringLength(Bstr text) const noexcept
 {
     std::uint32_t bytes = 0;
     if (text != nullptr) {
@@ -285,17 +273,16 @@ std::uint32_t RowWmiObjects::StringLength(Bstr text) const noexcept
     return static_cast<std::uint32_t>(bytes / sizeof(char16_t));
 }
 
-Hresult RowWmiObjects::CreateLocator(ComObject** locator)
+Hresult RowWmi::CreateLocator(ComObject** locator)
 {
     *locator = nullptr;
     return Guarded([&] {
         *locator = HandOut(std::make_unique<Locator>());
-        ++m_Interfaces;
         return hresult::kOk;
     });
 }
 
-Hresult RowWmiObjects::ConnectServer(ComObject* locator, Bstr path, ComObject** services)
+Hresult RowWmi::ConnectServer(ComObject* locator, Bstr path, ComObject** services)
 {
     *services = nullptr;
     if (As<Locator>(locator) == nullptr || path == nullptr) {
@@ -307,19 +294,18 @@ Hresult RowWmiObjects::ConnectServer(ComObject* locator, Bstr path, ComObject** 
             return hresult::kWbemInvalidNamespace;
         }
         *services = HandOut(std::make_unique<Services>(std::move(normalised)));
-        ++m_Interfaces;
         return hresult::kOk;
     });
 }
 
-Hresult RowWmiObjects::SetProxyBlanket(ComObject* services, std::uint32_t /*authentication*/, std::uint32_t /*authorization*/,
-                                       std::uint32_t /*authenticationLevel*/, std::uint32_t /*impersonationLevel*/,
-                                       std::uint32_t /*capabilities*/)
+Hresult RowWmi::SetProxyBlanket(ComObject* services, std::uint32_t /*authentication*/, std::uint32_t /*authorization*/,
+                                std::uint32_t /*authenticationLevel*/, std::uint32_t /*impersonationLevel*/,
+                                std::uint32_t /*capabilities*/)
 {
     return As<Services>(services) != nullptr ? hresult::kOk : hresult::kInvalidArgument;
 }
 
-Hresult RowWmiObjects::ExecQuery(ComObject* services, Bstr language, Bstr query, std::int32_t flags, ComObject** enumerator)
+Hresult RowWmi::ExecQuery(ComObject* services, Bstr language, Bstr query, std::int32_t flags, ComObject** enumerator)
 {
     *enumerator = nullptr;
     const auto* connection = As<Services>(services);
@@ -340,12 +326,11 @@ Hresult RowWmiObjects::ExecQuery(ComObject* services, Bstr language, Bstr query,
             KeepOnly(parsed.properties, result->rows);
         }
         *enumerator = HandOut(std::move(result));
-        ++m_Interfaces;
         return hresult::kOk;
     });
 }
 
-Hresult RowWmiObjects::Next(ComObject* enumerator, std::uint32_t /*timeout*/, ComObject** object, std::uint32_t* returned)
+Hresult RowWmi::Next(ComObject* enumerator, std::uint32_t /*timeout*/, ComObject** object, std::uint32_t* returned)
 {
     *object = nullptr;
     *returned = 0;
@@ -362,13 +347,12 @@ Hresult RowWmiObjects::Next(ComObject* enumerator, std::uint32_t /*timeout*/, Co
     return Guarded([&] {
         *object = HandOut(std::make_unique<ClassObject>(std::move(rows->rows[rows->next])));
         ++rows->next;
-        ++m_Interfaces;
         *returned = 1;
         return hresult::kOk;
     });
 }
 
-Hresult RowWmiObjects::Get(ComObject* object, const char16_t* name, Variant* value)
+Hresult RowWmi::Get(ComObject* object, const char16_t* name, Variant* value)
 {
     const auto* row = As<ClassObject>(object);
     if (row == nullptr || name == nullptr || value == nullptr) {
@@ -384,7 +368,6 @@ Hresult RowWmiObjects::Get(ComObject* object, const char16_t* name, Variant* val
         (*array).*member = content;
         array->holdsStrings = type == VariantType::StringArray;
         *value = {type, reinterpret_cast<std::uintptr_t>(array.release())};
-        ++m_Arrays;
         return hresult::kOk;
     };
     const auto convert = [&](const auto& content) -> Hresult {
@@ -409,26 +392,24 @@ Hresult RowWmiObjects::Get(ComObject* object, const char16_t* name, Variant* val
     return Guarded([&] { return std::visit(convert, property->value); });
 }
 
-void RowWmiObjects::Release(ComObject* object) noexcept
+void RowWmi::Release(ComObject* object) noexcept
 {
     if (object != nullptr) {
         delete reinterpret_cast<Object*>(object);
-        --m_Interfaces;
     }
 }
 
-void RowWmiObjects::ClearVariant(Variant* value) noexcept
+void RowWmi::ClearVariant(Variant* value) noexcept
 {
     if (value->type == VariantType::String) {
         FreeString(value->AsString());
     } else if (value->type == VariantType::UInt8Array || value->type == VariantType::StringArray) {
         delete reinterpret_cast<Array*>(value->AsArray());
-        --m_Arrays;
     }
     *value = {};
 }
 
-Hresult RowWmiObjects::ArrayUpperBound(SafeArray* array, std::uint32_t dimension, std::int32_t* bound)
+Hresult RowWmi::ArrayUpperBound(SafeArray* array, std::uint32_t dimension, std::int32_t* bound)
 {
     if (array == nullptr || bound == nullptr) {
         return hresult::kInvalidArgument;
@@ -440,7 +421,7 @@ Hresult RowWmiObjects::ArrayUpperBound(SafeArray* array, std::uint32_t dimension
     return hresult::kOk;
 }
 
-Hresult RowWmiObjects::ArrayElement(SafeArray* array, std::int32_t index, void* element)
+Hresult RowWmi::ArrayElement(SafeArray* array, std::int32_t index, void* element)
 {
     if (array == nullptr || element == nullptr) {
         return hresult::kInvalidArgument;
@@ -459,7 +440,7 @@ Hresult RowWmiObjects::ArrayElement(SafeArray* array, std::int32_t index, void* 
     return text != nullptr ? hresult::kOk : hresult::kOutOfMemory;
 }
 
-SafeArrayBounds RowWmiObjects::ArrayBounds(const SafeArray* array) const noexcept
+SafeArrayBounds RowWmi::ArrayBounds(const SafeArray* array) const noexcept
 {
     return array != nullptr ? SafeArrayBounds{0, static_cast<std::uint32_t>(AsArray(array).Count())} : SafeArrayBounds{};
 }
@@ -485,6 +466,6 @@ bool EqualIgnoreCase(std::u16string_view left, std::u16string_view right) noexce
     return std::ranges::equal(left, right, [](char16_t a, char16_t b) { return LowerAscii(a) == LowerAscii(b); });
 }
 
-std::unique_ptr<RowWmi> MakeRowWmi(RowSource& source) { return std::make_unique<RowWmiObjects>(source); }
+std::unique_ptr<Wmi> MakeRowWmi(RowSource& source) { return std::make_unique<RowWmi>(source); }
 
 }  // namespace orbis::platform
