@@ -84,7 +84,7 @@ TEST_F(InventoryTest, AFailingQueryLeaves)
 {
     m_Machine.wmi.rows = {Row(0, u"first"), Row(1, u"second")};
     m_Machine.wmi.Fail("Next", orbis::platform::hresult::kWbemFailed, 1);
-    EXPECT_THROW(PnpDeviceIds(), Cpp::Common::ResultException);
+    EXPECT_THROW(static_cast<void>(PnpDeviceIds()), Cpp::Common::ResultException);
 }
 
 TEST_F(InventoryTest, FindsTheFirstRecordOfADriveNumber)
