@@ -35,5 +35,6 @@ struct CollectOptions {
 [[nodiscard]] int Describe(const DescribeOptions& options);
 [[nodiscard]] int Collect(const CollectOptions& options);
 [[nodiscard]] int ValidateMachineFiles(const std::vector<std::filesystem::path>& files);
+[[nodiscard]] int ShowMachineFile(const std::filesystem::path& file);
 
 }  // namespace orbis::host

@@ -33,4 +33,16 @@ int ValidateMachineFiles(const std::vector<std::filesystem::path>& files)
     return isUsable ? kExitOk : kExitUsage;
 }
 
+int ShowMachineFile(const std::filesystem::path& file)
+{
+    try {
+        const std::string text = simulated::ShowMachineFile(Utf8(file));
+        std::fwrite(text.data(), 1, text.size(), stdout);
+        return kExitOk;
+    } catch (const simulated::MachineFileError& error) {
+        std::fprintf(stderr, "%s\n", Printable(error.what()).c_str());
+        return kExitUsage;
+    }
+}
+
 }  // namespace orbis::host

@@ -91,6 +91,9 @@ int main(int argc, char** argv)
     CLI::App& validateCommand =
         *machineCommand.add_subcommand("validate", "Check machine files; findings name file, line and field");
     validateCommand.add_option("FILE", validateFiles, "Machine files (*.txtpb)")->required();
+    std::filesystem::path showFile;
+    CLI::App& showCommand = *machineCommand.add_subcommand("show", "Describe the machine of a file");
+    showCommand.add_option("FILE", showFile, "A machine file (*.txtpb)")->required();
 
     try {
         app.parse(argc, argv);
@@ -108,7 +111,7 @@ int main(int argc, char** argv)
         if (collectCommand.parsed()) {
             return Collect(collect);
         }
-        return ValidateMachineFiles(validateFiles);
+        return validateCommand.parsed() ? ValidateMachineFiles(validateFiles) : ShowMachineFile(showFile);
     } catch (const std::exception& error) {
         std::fprintf(stderr, "orbis-host: %s\n", error.what());
         return kExitCollectionFailed;
