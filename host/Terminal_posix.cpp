@@ -30,6 +30,10 @@ std::filesystem::path ProgramFolder()
 
 std::filesystem::path PluginFileName(const char* name) { return std::string(name) + ".so"; }
 
-const char* MoreRightsAdvice() { return "run orbis-host as root (sudo orbis-host ...)"; }
+const char* MoreRightsAdvice()
+{
+    return ::geteuid() == 0 ? "run orbis-host where root may open disks (this looks like a container or a sandbox)"
+                            : "run orbis-host as root (sudo orbis-host ...)";
+}
 
 }  // namespace orbis::host

@@ -64,6 +64,9 @@ std::string Render(const ViewItems<datatypes::PhysicalDiskStaticInfo>& items, st
         disks.AddRow({disk.name(), disk.make_model(), Kind(disk), Mebibytes(disk.size().value()), disk.firmware_revision(),
                       DiskTitle(item.itemId)});
         for (const auto& partition : disk.partitions()) {
+            if (partition.name() == "Not Used" && partition.size().value() == 0) {
+                continue;  // an empty entry of the partition table
+            }
             partitions.AddRow({disk.name(), fmt::format("{}", partition.index().value()), partition.name(),
                                Mebibytes(partition.size().value()), partition.serial_number(), Flags(partition), partition.guid()});
         }
