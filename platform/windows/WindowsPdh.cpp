@@ -1,0 +1,87 @@
+#include "WindowsPdh.h"
+
+#include "WindowsHeaders.h"
+// After windows.h, which they need.
+#include <pdh.h>
+#include <pdhmsg.h>
+
+#include <string>
+#include <vector>
+
+#include "LocalCounterName.h"
+
+namespace orbis::platform {
+namespace {
+
+// pdhmsg.h types its codes now as unsigned, now as signed.
+constexpr PdhStatus Status(auto code) noexcept { return static_cast<PdhStatus>(code); }
+static_assert(pdh::kValidData == Status(PDH_CSTATUS_VALID_DATA) && pdh::kNewData == Status(PDH_CSTATUS_NEW_DATA) &&
+              pdh::kNoInstance == Status(PDH_CSTATUS_NO_INSTANCE) && pdh::kMoreData == Status(PDH_MORE_DATA) &&
+              pdh::kNoData == Status(PDH_NO_DATA) && pdh::kNoObject == Status(PDH_CSTATUS_NO_OBJECT) &&
+              pdh::kNoCounter == Status(PDH_CSTATUS_NO_COUNTER) && pdh::kInvalidData == Status(PDH_CSTATUS_INVALID_DATA) &&
+              pdh::kInvalidHandle == Status(PDH_INVALID_HANDLE) && pdh::kInvalidArgument == Status(PDH_INVALID_ARGUMENT) &&
+              pdh::kBadCounterName == Status(PDH_CSTATUS_BAD_COUNTERNAME) &&
+              pdh::kMemoryAllocation == Status(PDH_MEMORY_ALLOCATION_FAILURE) && pdh::kNotValidYet == Status(PDH_INVALID_DATA));
+static_assert(pdh::kFormatDouble == PDH_FMT_DOUBLE && pdh::kFormatNoCap100 == PDH_FMT_NOCAP100);
+static_assert(sizeof(PDH_HQUERY) == sizeof(PdhQueryObject*) && sizeof(PDH_HCOUNTER) == sizeof(PdhCounterObject*));
+
+}  // namespace
+
+PdhStatus WindowsPdh::OpenQuery(const char16_t* dataSource, std::uintptr_t userData, PdhQueryObject** query)
+{
+    PDH_HQUERY opened{};
+    const PDH_STATUS status = ::PdhOpenQueryW(AsWide(dataSource), userData, &opened);
+    *query = reinterpret_cast<PdhQueryObject*>(opened);
+    return Status(status);
+}
+
+PdhStatus WindowsPdh::EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters)
+{
+    // PdhEnumObjectItemsW knows the object by its name in the system's language only, and fills the instances only when there is
+    // room for the counters too.
+    const std::wstring local = LocalCounterName(AsWide(object));
+    const auto enumerate = [&](wchar_t* counters, DWORD* counterCharacters, wchar_t* instances, DWORD* instanceCharacters) {
+        return ::PdhEnumObjectItemsW(nullptr, nullptr, local.c_str(), counters, counterCharacters, instances, instanceCharacters,
+                                     PERF_DETAIL_WIZARD, 0);
+    };
+    DWORD counterCharacters = 0;
+    DWORD instanceCharacters = 0;
+    PDH_STATUS status = enumerate(nullptr, &counterCharacters, nullptr, &instanceCharacters);
+    if (Status(status) == pdh::kMoreData && buffer != nullptr) {
+        std::vector<wchar_t> counters(counterCharacters);
+        instanceCharacters = *characters;
+        status = enumerate(counters.data(), &counterCharacters, AsWide(buffer), &instanceCharacters);
+    }
+    *characters = instanceCharacters;
+    return Status(status);
+}
+
+PdhStatus WindowsPdh::AddEnglishCounter(PdhQueryObject* query, const char16_t* path, std::uintptr_t userData,
+                                        PdhCounterObject** counter)
+{
+    PDH_HCOUNTER added{};
+    const PDH_STATUS status = ::PdhAddEnglishCounterW(reinterpret_cast<PDH_HQUERY>(query), AsWide(path), userData, &added);
+    *counter = reinterpret_cast<PdhCounterObject*>(added);
+    return Status(status);
+}
+
+PdhStatus WindowsPdh::CollectQueryData(PdhQueryObject* query)
+{
+    return Status(::PdhCollectQueryData(reinterpret_cast<PDH_HQUERY>(query)));
+}
+
+PdhStatus WindowsPdh::FormattedValue(PdhCounterObject* counter, std::uint32_t format, PdhCounterValue* value)
+{
+    PDH_FMT_COUNTERVALUE native{};
+    const PDH_STATUS status = ::PdhGetFormattedCounterValue(reinterpret_cast<PDH_HCOUNTER>(counter), format, nullptr, &native);
+    value->status = Status(native.CStatus);
+    value->value = native.doubleValue;
+    return Status(status);
+}
+
+PdhStatus WindowsPdh::CloseQuery(PdhQueryObject* query) noexcept
+{
+    return Status(::PdhCloseQuery(reinterpret_cast<PDH_HQUERY>(query)));
+}
+
+}  // namespace orbis::platform

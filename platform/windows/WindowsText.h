@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/Text.h"
+
+namespace orbis::platform {
+
+// Kernel32's conversions; the system default code page is the active ANSI one.
+class WindowsText final : public Text {
+public:
+    std::int32_t WideToUtf8(const char16_t* text, std::int32_t characters, char* out, std::int32_t outBytes) override;
+    std::int32_t DefaultToWide(const char* text, std::int32_t bytes, char16_t* out, std::int32_t outCharacters) override;
+};
+
+}  // namespace orbis::platform
