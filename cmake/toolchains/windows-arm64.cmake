@@ -1,0 +1,3 @@
+set(ORBIS_WINDOWS_ARCHITECTURE arm64)
+set(ORBIS_WINDOWS_CPU aarch64)
+include(${CMAKE_CURRENT_LIST_DIR}/windows.cmake)
