@@ -20,20 +20,29 @@ using google::protobuf::TextFormat;
 
 constexpr std::size_t kLongestFile = 64U << 20;
 
-// The field in which the parser stopped: the names of the messages that are open there, with their positions, then the last name.
-class FieldPathScanner {
+// Where the parser stopped, for people: the field that it was in, with the messages around it, and where that field begins. The
+// parser itself reports the token after, which may stand lines below.
+struct FieldPlace {
+    std::string path;
+    int line = 0;  // 0: in no field
+    int column = 0;
+};
+
+class FieldScanner {
 public:
-    [[nodiscard]] static std::string PathAt(std::string_view text, int line, int column)
+    // The field before a position.
+    [[nodiscard]] static FieldPlace Before(std::string_view text, int line, int column)
     {
-        FieldPathScanner scanner;
-        int row = 1;
-        int position = 1;
-        for (std::size_t at = 0; at < text.size() && (row < line || (row == line && position <= column)); ++at) {
-            scanner.Take(text[at]);
-            position = text[at] == '\n' ? 1 : position + 1;
-            row += text[at] == '\n' ? 1 : 0;
+        FieldScanner scanner;
+        for (const char c : text) {
+            if (scanner.m_Line > line || (scanner.m_Line == line && scanner.m_Column >= column)) {
+                break;
+            }
+            scanner.Take(c);
+            scanner.m_Column = c == '\n' ? 1 : scanner.m_Column + 1;
+            scanner.m_Line += c == '\n' ? 1 : 0;
         }
-        return scanner.Path();
+        return scanner.Place();
     }
 
 private:
@@ -47,22 +56,27 @@ private:
         if (m_Quote != 0) {
             m_Quote = c == m_Quote && !m_Escaped ? '\0' : m_Quote;
             m_Escaped = c == '\\' && !m_Escaped;
-            return;
-        }
-        if (m_Comment) {
+        } else if (m_Comment) {
             m_Comment = c != '\n';
-            return;
+        } else if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_') {
+            TakeWord(c);
+        } else {
+            m_InValue = c == ':' || (m_InValue && !m_InWord);
+            m_InWord = false;
+            TakeMark(c);
         }
-        const bool isWord = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
-        if (isWord) {
-            m_Word = m_InWord ? m_Word + c : std::string(1, c);
-            m_InWord = true;
-            m_Field = m_AfterColon ? m_Field : m_Word;
-            return;
+    }
+
+    // A word is a field's name, unless it follows a colon.
+    void TakeWord(char c)
+    {
+        if (!m_InValue && !m_InWord) {
+            m_Field = {{}, m_Line, m_Column};
         }
-        m_AfterColon = c == ':' || (m_AfterColon && !m_InWord);
-        m_InWord = false;
-        TakeMark(c);
+        if (!m_InValue) {
+            m_Field.path += c;
+        }
+        m_InWord = true;
     }
 
     void TakeMark(char c)
@@ -72,34 +86,36 @@ private:
         } else if (c == '#') {
             m_Comment = true;
         } else if (c == '{' || c == '<') {
-            const int index = m_Levels.back().count[m_Field]++;
-            m_Levels.push_back({fmt::format("{}[{}]", m_Field, index), {}});
-            m_Field.clear();
-            m_AfterColon = false;
+            const int index = m_Levels.back().count[m_Field.path]++;
+            m_Levels.push_back({fmt::format("{}[{}]", m_Field.path, index), {}});
+            EndField();
         } else if ((c == '}' || c == '>') && m_Levels.size() > 1) {
             m_Levels.pop_back();
-            m_Field.clear();
-            m_AfterColon = false;
+            EndField();
         }
     }
 
-    [[nodiscard]] std::string Path() const
+    void EndField()
     {
-        std::string path;
-        for (std::size_t i = 1; i < m_Levels.size(); ++i) {
-            path += (path.empty() ? "" : ".") + m_Levels[i].name;
-        }
-        if (!m_Field.empty()) {
-            path += (path.empty() ? "" : ".") + m_Field;
-        }
-        return path;
+        m_Field = {};
+        m_InValue = false;
     }
 
+    [[nodiscard]] FieldPlace Place() const
+    {
+        FieldPlace place = m_Field;
+        for (auto level = m_Levels.rbegin(); level + 1 != m_Levels.rend(); ++level) {
+            place.path = level->name + (place.path.empty() ? "" : ".") + place.path;
+        }
+        return place;
+    }
+
+    int m_Line = 1;
+    int m_Column = 1;
     std::vector<Level> m_Levels{1};
-    std::string m_Field;
-    std::string m_Word;
+    FieldPlace m_Field;
     bool m_InWord = false;
-    bool m_AfterColon = false;
+    bool m_InValue = false;
     char m_Quote = 0;
     bool m_Escaped = false;
     bool m_Comment = false;
@@ -138,9 +154,11 @@ std::unique_ptr<Parsed> Parse(std::string_view text, const std::string& name)
     parser.WriteLocationsTo(&parsed->locations);
     parser.SetRecursionLimit(32);
     if (!parser.ParseFromString(std::string(text), &parsed->machine)) {
-        parsed->findings.push_back({Finding::Severity::Error, name, error.line, error.column,
-                                    FieldPathScanner::PathAt(text, error.line, error.column),
-                                    error.message.empty() ? "not a machine in protobuf text format" : error.message,
+        const FieldPlace place = FieldScanner::Before(text, error.line, error.column);
+        const std::string what = error.message.empty() ? "not a machine in protobuf text format" : error.message;
+        parsed->findings.push_back({Finding::Severity::Error, name, place.line > 0 ? place.line : error.line,
+                                    place.line > 0 ? place.column : error.column, place.path,
+                                    what.back() == '.' ? what.substr(0, what.size() - 1) : what,
                                     "correct the field; machine.proto names every field and its values"});
         return parsed;
     }

@@ -39,6 +39,7 @@ public:
     {
         fmt::format_to(std::back_inserter(m_Text), "{:{}}", "", depth * 2);
         fmt::format_to(std::back_inserter(m_Text), format, std::forward<Arguments>(arguments)...);
+        m_Text.erase(m_Text.find_last_not_of(' ') + 1);
         m_Text += '\n';
     }
     [[nodiscard]] std::string Take() { return std::move(m_Text); }

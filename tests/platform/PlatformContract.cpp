@@ -1,0 +1,258 @@
+#include "PlatformContract.h"
+
+#include <algorithm>
+#include <array>
+#include <set>
+
+#include "PortHelpers.h"
+
+namespace orbis::tests {
+namespace {
+
+using namespace platform;
+
+constexpr std::array<std::uint32_t, 2> kUnsupported{win32::kInvalidFunction, win32::kNotSupported};
+
+bool IsOneOf(std::uint32_t error, const auto& errors) { return std::find(errors.begin(), errors.end(), error) != errors.end(); }
+
+std::uint32_t NumberOf(DeviceIo& io, const DeviceHandle& device)
+{
+    return Ask(io, device, kIoctlStorageGetDeviceNumber, {}, sizeof(StorageDeviceNumber)).As<StorageDeviceNumber>().deviceNumber;
+}
+
+}  // namespace
+
+TEST_P(PlatformContract, OpeningWhatIsNotThereFailsAsAbsent)
+{
+    DeviceIo& io = ports.DeviceIoPort();
+    for (const char16_t* path : {u"\\\\.\\PhysicalDrive4711", u"\\\\.\\NoSuchDevice", u"\\\\.\\1:", u""}) {
+        EXPECT_FALSE(OpenDevice(io, path).IsValid());
+        EXPECT_TRUE(IsOneOf(io.LastError(), std::array{win32::kFileNotFound, win32::kPathNotFound})) << io.LastError();
+    }
+}
+
+TEST_P(PlatformContract, EveryDiskOfTheWalkIsTheOneOfItsDriveNumber)
+{
+    DeviceIo& io = ports.DeviceIoPort();
+    std::set<std::uint32_t> numbers;
+    for (const WalkedDisk& disk : WalkDisks(ports.SetupPort())) {
+        EXPECT_FALSE(disk.instanceId.empty());
+        const DeviceHandle byPath = OpenDevice(io, disk.path, kGenericRead);
+        ASSERT_TRUE(byPath.IsValid()) << io.LastError();
+        const Answer answer = Ask(io, byPath, kIoctlStorageGetDeviceNumber, {}, 64);
+        ASSERT_EQ(answer.bytes.size(), sizeof(StorageDeviceNumber));
+        const auto number = answer.As<StorageDeviceNumber>();
+        EXPECT_EQ(number.deviceType, kFileDeviceDisk);
+        EXPECT_EQ(number.partitionNumber, 0U);
+        EXPECT_TRUE(numbers.insert(number.deviceNumber).second) << "drive number " << number.deviceNumber << " twice";
+        const DeviceHandle byNumber = OpenDevice(io, DrivePath(number.deviceNumber), 0);
+        ASSERT_TRUE(byNumber.IsValid());
+        EXPECT_EQ(NumberOf(io, byNumber), number.deviceNumber);
+    }
+}
+
+TEST_P(PlatformContract, TheWalkCountsInBytesAndEndsWithNoMoreItems)
+{
+    platform::Setup& setup = ports.SetupPort();
+    const std::size_t disks = WalkDisks(setup).size();
+    const DeviceInfoSet set(setup,
+                            setup.ClassDevices(&kDiskInterfaceGuid, nullptr, nullptr, kDigcfPresent | kDigcfDeviceInterface));
+    ASSERT_TRUE(set.IsValid());
+    DeviceInterfaceData data;
+    DeviceInfoData info;
+    EXPECT_FALSE(setup.EnumDeviceInterfaces(set.Get(), kDiskInterfaceGuid, static_cast<std::uint32_t>(disks), &data));
+    EXPECT_EQ(setup.LastError(), win32::kNoMoreItems);
+    EXPECT_FALSE(setup.EnumDeviceInfo(set.Get(), static_cast<std::uint32_t>(disks), &info));
+    EXPECT_EQ(setup.LastError(), win32::kNoMoreItems);
+    if (disks == 0) {
+        return;
+    }
+    ASSERT_TRUE(setup.EnumDeviceInterfaces(set.Get(), kDiskInterfaceGuid, 0, &data));
+    std::uint32_t required = 0;
+    EXPECT_FALSE(setup.DeviceInterfaceDetail(set.Get(), data, nullptr, 0, &required));
+    EXPECT_EQ(setup.LastError(), win32::kInsufficientBuffer);
+    EXPECT_EQ(required % 2, 0U);
+
+    ASSERT_TRUE(setup.EnumDeviceInfo(set.Get(), 0, &info));
+    std::array<char16_t, 512> id{};
+    std::uint32_t type = 0;
+    ASSERT_TRUE(setup.DeviceProperty(set.Get(), info, kDeviceInstanceIdKey, &type, id.data(), sizeof(id), &required, 0));
+    EXPECT_EQ(type, kDevicePropertyTypeString);
+    EXPECT_EQ(required, (std::u16string(id.data()).size() + 1) * sizeof(char16_t));
+    EXPECT_TRUE(setup.DeviceProperty(set.Get(), info, kDeviceInstanceIdKey, &type, id.data(), required, nullptr, 0));
+    EXPECT_FALSE(setup.DeviceProperty(set.Get(), info, kDeviceInstanceIdKey, &type, id.data(), required - 1, nullptr, 0));
+    EXPECT_EQ(setup.LastError(), win32::kInsufficientBuffer);
+    EXPECT_FALSE(
+        setup.DeviceProperty(set.Get(), info, {kDeviceInstanceIdKey.category, 4711}, &type, id.data(), sizeof(id), nullptr, 0));
+    EXPECT_EQ(setup.LastError(), win32::kNotFound);
+}
+
+TEST_P(PlatformContract, RequestsAnswerWholeStructuresOrSayThatTheBufferIsShort)
+{
+    DeviceIo& io = ports.DeviceIoPort();
+    for (const WalkedDisk& disk : WalkDisks(ports.SetupPort())) {
+        const DeviceHandle device = OpenDevice(io, disk.path);
+        if (!device.IsValid()) {
+            EXPECT_EQ(io.LastError(), win32::kAccessDenied);
+            continue;
+        }
+        EXPECT_TRUE(IsOneOf(Ask(io, device, 0x00070FFC, {}, 64).error, kUnsupported)) << "an unknown control code";
+        EXPECT_EQ(Ask(io, device, kIoctlStorageGetDeviceNumber, {}, 11).error, win32::kInsufficientBuffer);
+        EXPECT_EQ(Ask(io, device, kIoctlDiskGetDriveGeometry, {}, 23).error, win32::kInsufficientBuffer);
+        const Answer geometry = Ask(io, device, kIoctlDiskGetDriveGeometry, {}, 64);
+        EXPECT_EQ(geometry.bytes.size(), sizeof(DiskGeometry));
+        EXPECT_GE(geometry.As<DiskGeometry>().bytesPerSector, 512U);
+
+        EXPECT_EQ(Ask(io, device, kIoctlDiskGetDriveLayoutEx, {}, 0x2F).error, win32::kInsufficientBuffer);
+        const Answer layout = Ask(io, device, kIoctlDiskGetDriveLayoutEx, {}, 0x30 + 0x90 * 256);
+        const auto head = layout.As<DriveLayoutHead>();
+        EXPECT_LE(static_cast<std::uint32_t>(head.partitionStyle), 2U);
+        EXPECT_EQ(layout.bytes.size(), 0x30 + std::size_t{0x90} * head.partitionCount);
+        if (head.partitionCount > 0) {
+            EXPECT_EQ(Ask(io, device, kIoctlDiskGetDriveLayoutEx, {}, layout.bytes.size() - 1).error, win32::kInsufficientBuffer);
+        }
+
+        const auto query = BytesOf(StoragePropertyQueryHead{}, 12);
+        const Answer descriptor = Ask(io, device, kIoctlStorageQueryProperty, query, 1024);
+        EXPECT_EQ(descriptor.As<StorageDeviceDescriptorHead>().version, kStorageDeviceDescriptorSize);
+        EXPECT_EQ(descriptor.As<StorageDeviceDescriptorHead>().size, descriptor.bytes.size());
+    }
+}
+
+TEST_P(PlatformContract, DriveStringsAreCountedAsDocumentedAndNameVolumes)
+{
+    DeviceIo& io = ports.DeviceIoPort();
+    const std::uint32_t needed = io.LogicalDriveStrings(0, nullptr);
+    std::u16string strings(needed, u'#');
+    const std::uint32_t written = io.LogicalDriveStrings(needed, strings.data());
+    ASSERT_EQ(written + 1, needed);
+    ASSERT_EQ(written % 4, 0U);
+    EXPECT_EQ(strings[written], u'\0');
+    for (std::size_t at = 0; at < written; at += 4) {
+        EXPECT_EQ(strings.substr(at + 1, 3), std::u16string(u":\\\0", 3));
+        const DeviceHandle volume = OpenDevice(io, u"\\\\.\\" + strings.substr(at, 2), kGenericRead);
+        ASSERT_TRUE(volume.IsValid()) << io.LastError();
+        const Answer information = Ask(io, volume, kIoctlDiskGetPartitionInfoEx, {}, 512);
+        EXPECT_EQ(information.bytes.size(), sizeof(PartitionInformationEx)) << information.error;
+        EXPECT_EQ(Ask(io, volume, kIoctlDiskGetPartitionInfoEx, {}, 143).error, win32::kInsufficientBuffer);
+        EXPECT_EQ(Ask(io, volume, kIoctlDiskPerformance, {}, 88).bytes.size(), sizeof(DiskPerformance));
+    }
+}
+
+TEST_P(PlatformContract, WmiReportsRowsTheirEndAndWhatItDoesNotKnow)
+{
+    Wmi& wmi = ports.WmiPort();
+    const WmiResult disks =
+        Query(wmi, u"root\\cimv2", u"SELECT * FROM Win32_DiskDrive", {u"Index", u"index", u"NoSuchProperty", u"Model"});
+    EXPECT_EQ(disks.result, hresult::kWbemSFalse);
+    for (const auto& row : disks.rows) {
+        EXPECT_EQ(row[0].type, VariantType::Int32);
+        EXPECT_EQ(row[0].payload, row[1].payload) << "property names know no case";
+        EXPECT_EQ(row[2].result, hresult::kWbemNotFound);
+        EXPECT_TRUE(row[3].text.has_value());
+        EXPECT_TRUE(OpenDevice(ports.DeviceIoPort(), DrivePath(row[0].Number()), 0).IsValid());
+    }
+    EXPECT_EQ(Query(wmi, u"root\\no_such_namespace", u"SELECT * FROM Win32_DiskDrive").result, hresult::kWbemInvalidNamespace);
+    EXPECT_EQ(Query(wmi, u"root\\cimv2", u"SELECT * FROM No_Such_Class").result, hresult::kWbemInvalidClass);
+    EXPECT_EQ(Query(wmi, u"root\\cimv2", u"no query at all").result, hresult::kWbemInvalidQuery);
+}
+
+TEST_P(PlatformContract, StringsKeepTheirLengthAndNothingIsFreedTwice)
+{
+    Wmi& wmi = ports.WmiPort();
+    const ComString text(wmi, wmi.AllocateString(u"two"));
+    EXPECT_EQ(wmi.StringLength(text.Get()), 3U);
+    EXPECT_EQ(std::u16string(text.Get()), u"two");
+    EXPECT_EQ(wmi.StringLength(nullptr), 0U);
+    wmi.FreeString(nullptr);
+    wmi.Release(nullptr);
+    Variant empty;
+    wmi.ClearVariant(&empty);
+    EXPECT_EQ(empty.type, VariantType::Empty);
+}
+
+TEST_P(PlatformContract, FirmwareTablesAreAskedForTwice)
+{
+    Firmware& firmware = ports.FirmwarePort();
+    EXPECT_EQ(firmware.SystemFirmwareTable(0x4E4F4E45, 0, nullptr, 0), 0U);
+    EXPECT_EQ(firmware.LastError(), win32::kInvalidFunction);
+    const std::uint32_t needed = firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, nullptr, 0);
+    if (needed == 0) {
+        return;
+    }
+    std::vector<std::uint8_t> table(needed + 8, 0xA5);
+    EXPECT_EQ(firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, table.data(), needed - 1), needed);
+    EXPECT_EQ(table[0], 0xA5) << "a short buffer stays untouched";
+    EXPECT_EQ(firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, table.data(), needed), needed);
+    EXPECT_EQ(table[needed], 0xA5);
+}
+
+namespace {
+
+class CounterQuery final {
+public:
+    explicit CounterQuery(Pdh& pdh) : m_Pdh(pdh) { EXPECT_EQ(pdh.OpenQuery(nullptr, 0, &m_Query), pdh::kOk); }
+    CounterQuery(const CounterQuery&) = delete;
+    CounterQuery& operator=(const CounterQuery&) = delete;
+    ~CounterQuery() { m_Pdh.CloseQuery(m_Query); }
+    [[nodiscard]] PdhQueryObject* Get() const { return m_Query; }
+    PdhStatus Add(const std::u16string& path, PdhCounterObject** counter)
+    {
+        return m_Pdh.AddEnglishCounter(m_Query, path.c_str(), 0, counter);
+    }
+
+private:
+    Pdh& m_Pdh;
+    PdhQueryObject* m_Query = nullptr;
+};
+
+}  // namespace
+
+TEST_P(PlatformContract, CountersNeedTwoSamplesAndTellWhatIsUnknown)
+{
+    Pdh& pdh = ports.PdhPort();
+    std::uint32_t characters = 0;
+    EXPECT_EQ(pdh.EnumInstances(u"NoSuchObject", nullptr, &characters), pdh::kNoObject);
+    characters = 0;
+    ASSERT_EQ(pdh.EnumInstances(u"PhysicalDisk", nullptr, &characters), pdh::kMoreData);
+    std::u16string names(characters, u'#');
+    ASSERT_EQ(pdh.EnumInstances(u"PhysicalDisk", names.data(), &characters), pdh::kOk);
+    EXPECT_EQ(names.substr(characters - 2), std::u16string(2, u'\0'));
+    EXPECT_NE(names.find(u"_Total"), std::u16string::npos);
+
+    CounterQuery query(pdh);
+    EXPECT_EQ(pdh.CollectQueryData(query.Get()), pdh::kNoData) << "no counter yet";
+    PdhCounterObject* idle = nullptr;
+    PdhCounterObject* bytes = nullptr;
+    EXPECT_EQ(query.Add(u"\\PhysicalDisk(_Total)\\No such counter", &idle), pdh::kNoCounter);
+    ASSERT_EQ(query.Add(u"\\PhysicalDisk(_Total)\\% Idle Time", &idle), pdh::kOk);
+    ASSERT_EQ(query.Add(u"\\PhysicalDisk(_Total)\\Disk Read Bytes/sec", &bytes), pdh::kOk);
+    PdhCounterValue value;
+    ASSERT_EQ(pdh.CollectQueryData(query.Get()), pdh::kOk);
+    EXPECT_EQ(pdh.FormattedValue(bytes, pdh::kFormatDouble, &value), pdh::kNotValidYet) << "a rate before its second sample";
+    subject->Advance(std::chrono::milliseconds(100));
+    ASSERT_EQ(pdh.CollectQueryData(query.Get()), pdh::kOk);
+    ASSERT_EQ(pdh.FormattedValue(bytes, pdh::kFormatDouble, &value), pdh::kOk);
+    EXPECT_GE(value.value, 0);
+    ASSERT_EQ(pdh.FormattedValue(idle, pdh::kFormatDouble, &value), pdh::kOk);
+    EXPECT_TRUE(value.value >= 0 && value.value <= 100) << value.value;
+}
+
+TEST_P(PlatformContract, TextIsMeasuredFirstAndNeverInvalid)
+{
+    Text& text = ports.TextPort();
+    const std::u16string wide = u"a\u00e9\u20ac\xD83D\xDCBE\xD800z";
+    const std::int32_t needed = text.WideToUtf8(wide.data(), static_cast<std::int32_t>(wide.size()), nullptr, 0);
+    std::string narrow(static_cast<std::size_t>(needed), '#');
+    ASSERT_EQ(text.WideToUtf8(wide.data(), static_cast<std::int32_t>(wide.size()), narrow.data(), needed), needed);
+    EXPECT_EQ(narrow, "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x92\xBE\xEF\xBF\xBDz");
+    EXPECT_EQ(text.WideToUtf8(wide.data(), static_cast<std::int32_t>(wide.size()), narrow.data(), needed - 1), 0);
+
+    const std::int32_t characters = text.DefaultToWide("ascii \xFF\xFE", 8, nullptr, 0);
+    std::u16string decoded(static_cast<std::size_t>(characters), u'#');
+    ASSERT_EQ(text.DefaultToWide("ascii \xFF\xFE", 8, decoded.data(), characters), characters);
+    EXPECT_EQ(decoded.substr(0, 6), u"ascii ");
+    EXPECT_GT(characters, 6);
+}
+
+}  // namespace orbis::tests

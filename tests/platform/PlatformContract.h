@@ -1,0 +1,40 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <ostream>
+#include <string>
+
+#include "platform/Platform.h"
+
+namespace orbis::tests {
+
+// A platform under the contract, with the means to move its clock without waiting where it has them.
+class ContractSubject {
+public:
+    virtual ~ContractSubject() = default;
+    [[nodiscard]] virtual platform::Platform& Ports() = 0;
+    virtual void Advance(std::chrono::milliseconds time) { Ports().TimePort().Sleep(static_cast<std::uint32_t>(time.count())); }
+};
+
+struct ContractFactory {
+    std::string name;
+    std::function<std::unique_ptr<ContractSubject>()> make;
+};
+inline std::ostream& operator<<(std::ostream& out, const ContractFactory& factory) { return out << factory.name; }
+
+// What the port headers promise, for every implementation and whatever machine it stands for: a test that needs a disk or a volume
+// says nothing about a machine that has none. Instantiate with INSTANTIATE_TEST_SUITE_P(Name, PlatformContract,
+// testing::Values(factory)).
+class PlatformContract : public testing::TestWithParam<ContractFactory> {
+protected:
+    PlatformContract() : subject(GetParam().make()), ports(subject->Ports()) {}
+
+    std::unique_ptr<ContractSubject> subject;
+    platform::Platform& ports;
+};
+
+}  // namespace orbis::tests

@@ -1,0 +1,49 @@
+#include "PlatformContract.h"
+#include "simulated/FaultingPlatform.h"
+#include "simulated/MachineFile.h"
+
+namespace orbis::tests {
+namespace {
+
+// A machine from its file; at the end it is in balance and was not misused.
+class SimulatedSubject : public ContractSubject {
+public:
+    explicit SimulatedSubject(const std::string& file) : m_Machine(simulated::LoadMachineFile(file)) {}
+    ~SimulatedSubject() override
+    {
+        EXPECT_EQ(m_Machine->OpenObjects(), simulated::OpenCounts{});
+        EXPECT_TRUE(m_Machine->Misuses().empty()) << m_Machine->Misuses().front();
+    }
+
+    platform::Platform& Ports() override { return *m_Machine; }
+    void Advance(std::chrono::milliseconds time) override { m_Machine->AdvanceClock(time); }
+
+protected:
+    std::unique_ptr<simulated::Machine> m_Machine;
+};
+
+// The decorator forwards every operation: behind it the contract holds as well.
+class DecoratedSubject final : public SimulatedSubject {
+public:
+    explicit DecoratedSubject(const std::string& file) : SimulatedSubject(file), m_Faults(*m_Machine) {}
+    platform::Platform& Ports() override { return m_Faults; }
+
+private:
+    simulated::FaultingPlatform m_Faults;
+};
+
+template <typename Subject>
+ContractFactory Of(const std::string& name, const std::string& file)
+{
+    return {name, [file] { return std::make_unique<Subject>(file); }};
+}
+
+INSTANTIATE_TEST_SUITE_P(Simulated, PlatformContract,
+                         testing::Values(Of<SimulatedSubject>("laptop", "machines/laptop-arm64.txtpb"),
+                                         Of<SimulatedSubject>("workstation", "machines/workstation.txtpb"),
+                                         Of<SimulatedSubject>("empty", "machines/empty.txtpb"),
+                                         Of<DecoratedSubject>("decorated", "machines/workstation.txtpb")),
+                         [](const auto& factory) { return factory.param.name; });
+
+}  // namespace
+}  // namespace orbis::tests
