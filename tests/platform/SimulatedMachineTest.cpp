@@ -1,7 +1,14 @@
 #include <gtest/gtest.h>
 
-#include "platform/Requests.h"
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <fstream>
+#include <numeric>
+#include <sstream>
+#include <thread>
 
+#include "PortHelpers.h"
 #include "simulated/Machine.h"
 #include "simulated/MachineFile.h"
 
@@ -9,20 +16,639 @@ namespace orbis::simulated {
 namespace {
 
 using namespace orbis::platform;
+using tests::Answer;
+using tests::Ask;
+using tests::BytesOf;
+using tests::OpenDevice;
+using Bytes = std::vector<std::uint8_t>;
 
-TEST(SimulatedMachine, ADiskIsOpenedByItsNumber)
+class SimulatedMachineTest : public testing::Test {
+protected:
+    ~SimulatedMachineTest() override
+    {
+        if (machine != nullptr) {
+            EXPECT_EQ(machine->OpenObjects(), OpenCounts{});
+            EXPECT_TRUE(machine->Misuses().empty()) << machine->Misuses().front();
+        }
+    }
+    void Make(const std::string& text) { machine = ParseMachine(text); }
+    DeviceIo& Io() { return machine->DeviceIoPort(); }
+    DeviceHandle Drive(std::uint32_t number) { return OpenDevice(Io(), tests::DrivePath(number)); }
+
+    Answer Protocol(const DeviceHandle& drive, std::uint32_t dataType, std::uint32_t value, std::uint32_t length = 512,
+                    std::uint32_t offset = 0, std::uint32_t dataOffset = sizeof(StorageProtocolSpecificData))
+    {
+        StorageProtocolQuery query;
+        query.query.propertyId = kStorageDeviceProtocolSpecificProperty;
+        query.protocol.protocolType = kProtocolTypeNvme;
+        query.protocol.dataType = dataType;
+        query.protocol.requestValue = value;
+        query.protocol.requestSubValue = offset;
+        query.protocol.dataOffset = dataOffset;
+        query.protocol.dataLength = length;
+        return Ask(Io(), drive, kIoctlStorageQueryProperty, BytesOf(query), 8 + dataOffset + std::size_t{length});
+    }
+
+    // One ATA command through ATA_PASS_THROUGH_DIRECT: the data, and the task file that came back.
+    struct AtaOutcome {
+        std::uint32_t error = 0;
+        std::uint8_t status = 0;
+        Bytes data = Bytes(512, 0xEE);
+    };
+    AtaOutcome Ata(const DeviceHandle& drive, std::uint8_t command, std::uint8_t features = 0, std::uint8_t lbaLow = 0)
+    {
+        AtaOutcome outcome;
+        AtaPassThroughDirect pass;
+        pass.length = sizeof(pass);
+        pass.ataFlags = kAtaFlagsDataIn;
+        pass.dataTransferLength = 512;
+        pass.timeOutValue = 60;
+        pass.dataBuffer = outcome.data.data();
+        pass.currentTaskFile = {features, 1, lbaLow, 0x4F, 0xC2, 0, command, 0};
+        const Answer answer = Ask(Io(), drive, kIoctlAtaPassThroughDirect, BytesOf(pass), sizeof(pass));
+        outcome.error = answer.error;
+        outcome.status = answer.As<AtaPassThroughDirect>().currentTaskFile[6];
+        EXPECT_TRUE(answer.error != 0 || answer.As<AtaPassThroughDirect>().dataBuffer == outcome.data.data());
+        return outcome;
+    }
+
+    // One CDB through SCSI_PASS_THROUGH_DIRECT with a sense area at offset 64.
+    struct ScsiOutcome {
+        std::uint32_t error = 0;
+        std::uint8_t status = 0;
+        Bytes sense;
+        Bytes data = Bytes(512, 0xEE);
+    };
+    ScsiOutcome Scsi(const DeviceHandle& drive, const std::array<std::uint8_t, 16>& cdb, std::uint8_t cdbLength = 16)
+    {
+        ScsiOutcome outcome;
+        ScsiPassThroughDirect pass;
+        pass.length = sizeof(pass);
+        pass.cdbLength = cdbLength;
+        pass.senseInfoLength = 64;
+        pass.dataIn = kScsiIoctlDataIn;
+        pass.dataTransferLength = 512;
+        pass.timeOutValue = 60;
+        pass.dataBuffer = outcome.data.data();
+        pass.senseInfoOffset = 64;
+        pass.cdb = cdb;
+        const Answer answer = Ask(Io(), drive, kIoctlScsiPassThroughDirect, BytesOf(pass, 128), 128);
+        outcome.error = answer.error;
+        outcome.status = answer.As<ScsiPassThroughDirect>().scsiStatus;
+        outcome.sense.assign(answer.bytes.begin() + std::min<std::ptrdiff_t>(64, std::ssize(answer.bytes)), answer.bytes.end());
+        return outcome;
+    }
+    static std::array<std::uint8_t, 16> AtaInScsi(std::uint8_t command, std::uint8_t features = 0)
+    {
+        return {0x85, 0x08, 0x0E, 0, features, 0, 1, 0, 0, 0, 0x4F, 0, 0xC2, 0, command, 0};
+    }
+
+    std::unique_ptr<Machine> machine;
+};
+
+// The bytes that follow the colons of a hex dump.
+Bytes Vector(const std::string& name)
 {
-    const auto machine = ParseMachine(R"(disk { number: 3 kind: NVME model: "Drive" size: 1000000000 })");
-    DeviceIo& io = machine->DeviceIoPort();
-    const NativeHandle handle = io.Open(u"\\\\.\\PhysicalDrive3", kGenericRead, 3, nullptr, kOpenExisting, 0, 0);
-    ASSERT_NE(handle, kInvalidHandle);
-    StorageDeviceNumber number;
-    std::uint32_t returned = 0;
-    ASSERT_TRUE(io.Control(handle, kIoctlStorageGetDeviceNumber, nullptr, 0, &number, sizeof(number), &returned, nullptr));
-    EXPECT_EQ(number.deviceNumber, 3U);
-    EXPECT_EQ(machine->OpenObjects().deviceHandles, 1);
-    io.Close(handle);
+    std::ifstream file("testdata/" + name);
+    Bytes bytes;
+    for (std::string line; std::getline(file, line);) {
+        if (line.size() > 4 && line[3] == ':') {
+            std::istringstream row(line.substr(4));
+            for (unsigned value = 0; row >> std::hex >> value;) {
+                bytes.push_back(static_cast<std::uint8_t>(value));
+            }
+        }
+    }
+    EXPECT_EQ(bytes.size(), 512U) << name;
+    return bytes;
+}
+
+Bytes Part(const Bytes& bytes, std::size_t offset, std::size_t length)
+{
+    return {bytes.begin() + static_cast<std::ptrdiff_t>(offset), bytes.begin() + static_cast<std::ptrdiff_t>(offset + length)};
+}
+
+TEST_F(SimulatedMachineTest, TheLaptopsDriveGivesTheBytesOfTheRealOne)
+{
+    machine = LoadMachineFile("machines/laptop-arm64.txtpb");
+    const DeviceHandle drive = Drive(0);
+    const Answer identify = Protocol(drive, kNvmeDataTypeIdentify, 1, 4096);
+    ASSERT_EQ(identify.bytes.size(), 48U + 4096U);
+    EXPECT_EQ(identify.As<StorageProtocolDataDescriptor>().version, 48U);
+    EXPECT_EQ(Part(identify.bytes, 48, 512), Vector("nvme-4tb-identify-controller.hex"));
+    EXPECT_EQ(std::string(identify.bytes.begin() + 48 + 3072, identify.bytes.begin() + 48 + 3080), "VEYRA-ID");
+    EXPECT_EQ(Part(Protocol(drive, kNvmeDataTypeLogPage, 2).bytes, 48, 512), Vector("nvme-4tb-health-log.hex"));
+    // Only the protocol command reaches the maker's page.
+    EXPECT_EQ(Protocol(drive, kNvmeDataTypeLogPage, 0xD1).error, win32::kInvalidFunction);
+    StorageProtocolCommandHead head;
+    head.protocolType = kProtocolTypeNvme;
+    head.flags = kProtocolCommandFlagAdapterRequest;
+    head.commandLength = kProtocolCommandLengthNvme;
+    head.dataFromDeviceTransferLength = 512;
+    head.dataFromDeviceBufferOffset = 144;
+    head.timeOutValue = 10;
+    head.commandSpecific = kProtocolSpecificNvmeAdminCommand;
+    Bytes command = BytesOf(head, 144);
+    command[80] = 0x02;              // Get Log Page
+    command[80 + 40] = 0xD1;         // log identifier
+    command[80 + 42] = 512 / 4 - 1;  // double words, zero-based
+    const Answer page = Ask(Io(), drive, kIoctlStorageProtocolCommand, command, 144 + 512);
+    EXPECT_EQ(page.As<StorageProtocolCommandHead>().returnStatus, kProtocolStatusSuccess);
+    EXPECT_EQ(std::string(page.bytes.begin() + 144, page.bytes.begin() + 152), "VEYRA-HL");
+    command[80 + 40] = 0xC0;
+    const auto refused = Ask(Io(), drive, kIoctlStorageProtocolCommand, command, 144 + 512).As<StorageProtocolCommandHead>();
+    EXPECT_EQ(refused.returnStatus, kProtocolStatusError);
+    EXPECT_EQ(refused.errorCode, 0x109U) << "Invalid Log Page";
+    command[80] = 0x01;  // whatever is no read
+    EXPECT_EQ(Ask(Io(), drive, kIoctlStorageProtocolCommand, command, 144 + 512).As<StorageProtocolCommandHead>().errorCode, 1U);
+}
+
+TEST_F(SimulatedMachineTest, TheWorkstationsSsdGivesTheBytesOfTheRealOneBothWays)
+{
+    machine = LoadMachineFile("machines/workstation.txtpb");
+    const DeviceHandle drive = Drive(3);
+    EXPECT_EQ(Ata(drive, 0xEC).data, Vector("sata-ssd-4tb-identify.hex"));
+    EXPECT_EQ(Scsi(drive, AtaInScsi(0xEC)).data, Vector("sata-ssd-4tb-identify.hex"));
+    EXPECT_EQ(Ata(drive, 0xB0, 0xD0).data, Vector("sata-ssd-4tb-smart-data.hex"));
+    EXPECT_EQ(Scsi(drive, AtaInScsi(0xB0, 0xD1)).data, Vector("sata-ssd-4tb-smart-thresholds.hex"));
+    const auto smart =
+        tests::Query(machine->WmiPort(), u"root\\WMI", u"SELECT * FROM MSStorageDriver_ATAPISmartData", {u"InstanceName"});
+    ASSERT_EQ(smart.rows.size(), 2U);
+    EXPECT_EQ(smart.rows[0][0].text, u"SCSI\\DISK&VEN_SAMSUNG&PROD_SSD_870_QVO_4TB\\4&2A1B0C9D&0&030000_0");
+}
+
+TEST_F(SimulatedMachineTest, FriendlyAtaPagesCarryTheirFieldsAndAValidChecksum)
+{
+    Make(R"(disk { number: 0 kind: SATA_HDD model: "Model" serial: "S1" firmware: "FW" size: 1048576 ata { rotation_rate: 5400
+              attribute { id: 194 flags: 0x22 value: 60 worst: 50 threshold: 5 raw: 0x0605040302FF }
+              log_page { address: 0x9A text: "PART-1" } } })");
+    const DeviceHandle drive = Drive(0);
+    const Bytes identify = Ata(drive, 0xEC).data;
+    EXPECT_EQ(std::string(identify.begin() + 54, identify.begin() + 60), "oMed l") << "words 27 and on, bytes swapped";
+    EXPECT_EQ(identify[2 * 217] | identify[2 * 217 + 1] << 8, 5400);
+    EXPECT_EQ(identify[200] | identify[201] << 8, 2048) << "sectors, word 100";
+    const Bytes smart = Ata(drive, 0xB0, 0xD0).data;
+    EXPECT_EQ(Part(smart, 2, 12), (Bytes{194, 0x22, 0, 60, 50, 0xFF, 2, 3, 4, 5, 6, 0}));
+    const Bytes thresholds = Ata(drive, 0xB0, 0xD1).data;
+    EXPECT_EQ(Part(thresholds, 2, 3), (Bytes{194, 5, 0}));
+    for (const Bytes& page : {identify, smart, thresholds}) {
+        EXPECT_EQ(std::accumulate(page.begin(), page.end(), 0U) % 256, 0U);
+    }
+    EXPECT_EQ(Part(Ata(drive, 0x2F, 0, 0x9A).data, 0, 8), (Bytes{'A', 'P', 'T', 'R', '1', '-', ' ', ' '}));
+
+    // What a real device aborts: commands that write or that it does not know, log addresses that it does not have.
+    for (const auto& [command, features, log] : {std::tuple{0xCA, 0, 0}, {0x2F, 0, 0x30}, {0xB0, 0xD8, 0}, {0xEF, 2, 0}}) {
+        const auto outcome =
+            Ata(drive, static_cast<std::uint8_t>(command), static_cast<std::uint8_t>(features), static_cast<std::uint8_t>(log));
+        EXPECT_EQ(outcome.error, 0U);
+        EXPECT_EQ(outcome.status, 0x51) << command;
+        EXPECT_EQ(outcome.data, Bytes(512, 0xEE)) << "no data";
+    }
+    const auto aborted = Scsi(drive, AtaInScsi(0xCA));
+    EXPECT_EQ(aborted.status, 2) << "CHECK CONDITION";
+    EXPECT_EQ(Part(aborted.sense, 0, 2), (Bytes{0x72, 0x0B})) << "aborted command";
+}
+
+TEST_F(SimulatedMachineTest, EachKindRefusesWhatItsDriverRefuses)
+{
+    struct Case {
+        const char* kind;
+        std::uint32_t busType;
+        std::uint32_t ata;         // error of ATA pass-through
+        std::uint32_t translated;  // error of ATA PASS-THROUGH(16)
+        std::uint8_t status;       // its SCSI status
+        std::uint32_t inquiry;     // error of INQUIRY
+        std::uint32_t nvme;        // error of a protocol-specific query
+    };
+    constexpr std::uint32_t kRefused = win32::kInvalidFunction;
+    for (const Case& expected :
+         {Case{"NVME", 17, kRefused, kRefused, 0, 0, 0}, Case{"NVME_RAID", 8, kRefused, kRefused, 0, 0, 0},
+          Case{"SATA_HDD", 11, 0, 0, 0, 0, kRefused}, Case{"SATA_SSD", 11, 0, 0, 0, 0, kRefused},
+          Case{"USB_STICK", 7, kRefused, 0, 2, 0, kRefused}, Case{"USB_SATA", 7, kRefused, 0, 0, 0, kRefused},
+          Case{"SCM", 18, kRefused, kRefused, 0, kRefused, kRefused}}) {
+        SCOPED_TRACE(expected.kind);
+        Make(std::string("disk { number: 5 size: 1048576 model: \"A B\" kind: ") + expected.kind + " }");
+        const DeviceHandle drive = Drive(5);
+        EXPECT_EQ(Ask(Io(), drive, kIoctlStorageQueryProperty, BytesOf(StoragePropertyQueryHead{}, 12), 1024)
+                      .As<StorageDeviceDescriptorHead>()
+                      .busType,
+                  static_cast<BusType>(expected.busType));
+        EXPECT_EQ(Ata(drive, 0xEC).error, expected.ata);
+        const auto translated = Scsi(drive, AtaInScsi(0xEC));
+        EXPECT_EQ(translated.error, expected.translated);
+        EXPECT_EQ(translated.status, expected.status);
+        const auto inquiry = Scsi(drive, {0x12, 0, 0, 0, 36}, 6);
+        EXPECT_EQ(inquiry.error, expected.inquiry);
+        EXPECT_EQ(inquiry.data[36], 0xEE) << "no more than asked for";
+        EXPECT_EQ(Protocol(drive, kNvmeDataTypeIdentify, 1, 4096).error, expected.nvme);
+    }
+}
+
+TEST_F(SimulatedMachineTest, MalformedRequestsAreRefusedAsTheDriverDoes)
+{
+    Make(R"(disk { number: 0 kind: NVME size: 1048576 nvme { log_page { identifier: 5 content { hex: "0102030405060708" } } } }
+            disk { number: 1 kind: SATA_SSD size: 1048576 })");
+    const DeviceHandle nvme = Drive(0);
+    EXPECT_EQ(Ask(Io(), nvme, kIoctlStorageQueryProperty, Bytes(11), 64).error, win32::kBadLength);
+    EXPECT_EQ(Ask(Io(), nvme, kIoctlStorageQueryProperty, BytesOf(StoragePropertyQueryHead{99, 0}, 12), 64).error,
+              win32::kInvalidFunction);
+    EXPECT_EQ(Protocol(nvme, kNvmeDataTypeLogPage, 2, 512, 0, 39).error, win32::kInvalidParameter) << "data inside the structure";
+    EXPECT_EQ(Protocol(nvme, kNvmeDataTypeLogPage, 2, 0).error, win32::kInvalidParameter);
+    EXPECT_EQ(Protocol(nvme, kNvmeDataTypeIdentify, 0x1F, 4096).error, win32::kIoDevice);
+    EXPECT_EQ(Part(Protocol(nvme, kNvmeDataTypeLogPage, 5, 8, 4).bytes, 48, 8), (Bytes{5, 6, 7, 8, 0, 0, 0, 0}))
+        << "from an offset";
+    EXPECT_EQ(Protocol(nvme, kNvmeDataTypeLogPage, 5, 8, 9).error, win32::kIoDevice) << "past the page";
+
+    const DeviceHandle ata = Drive(1);
+    AtaPassThroughDirect pass;
+    pass.length = sizeof(pass);
+    pass.timeOutValue = 60;
+    const auto ask = [&] { return Ask(Io(), ata, kIoctlAtaPassThroughDirect, BytesOf(pass), sizeof(pass)).error; };
+    EXPECT_EQ(ask(), 0U);
+    pass.timeOutValue = 0;
+    EXPECT_EQ(ask(), win32::kInvalidParameter);
+    pass.timeOutValue = 60;
+    pass.dataTransferLength = 512;
+    EXPECT_EQ(ask(), win32::kInvalidParameter) << "data without a buffer";
+    pass.length = 40;
+    EXPECT_EQ(ask(), win32::kInvalidParameter);
+}
+
+TEST_F(SimulatedMachineTest, AccessDecidesWhatAHandleMayAskFor)
+{
+    const std::string disk =
+        R"(disk { number: 0 kind: SATA_SSD size: 4194304 gpt { partition { size: 1048576 volume { letter: "c" } } } })";
+    Make(disk);
+    for (const char16_t* path : {u"\\\\.\\physicaldrive0", u"\\\\.\\C:", u"\\\\?\\volume{00c0ffee-0000-0001-0000-000000000000}"}) {
+        const DeviceHandle attributes = OpenDevice(Io(), path, kFileReadAttributes);
+        ASSERT_TRUE(attributes.IsValid());
+        EXPECT_EQ(Ask(Io(), attributes, kIoctlDiskPerformance, {}, 88).bytes.size(), 88U) << "any access will do";
+        EXPECT_EQ(Ata(attributes, 0xEC).error, win32::kAccessDenied);
+        EXPECT_EQ(Ata(OpenDevice(Io(), path, kGenericRead), 0xEC).error, win32::kAccessDenied);
+        EXPECT_EQ(Ata(OpenDevice(Io(), path), 0xEC).error, 0U);
+    }
+    machine = ParseMachine("elevated: false " + disk);
+    EXPECT_FALSE(OpenDevice(Io(), u"\\\\.\\PhysicalDrive0", kGenericRead).IsValid());
+    EXPECT_EQ(Io().LastError(), win32::kAccessDenied);
+    EXPECT_TRUE(OpenDevice(Io(), u"\\\\.\\PhysicalDrive0", 0).IsValid());
+    machine = ParseMachine("disk { number: 0 kind: NVME size: 512 open_error: 32 open_error_access: 0x40000000 }");
+    EXPECT_FALSE(OpenDevice(Io(), u"\\\\.\\PhysicalDrive0").IsValid());
+    EXPECT_EQ(Io().LastError(), win32::kSharingViolation);
+    EXPECT_TRUE(OpenDevice(Io(), u"\\\\.\\PhysicalDrive0", kGenericRead).IsValid());
+}
+
+TEST_F(SimulatedMachineTest, RecordedExchangesComeBeforeTheDevice)
+{
+    Make(
+        R"(device { path: "\\\\.\\Recorded" exchange { control_code: 0x70000 input { hex: "01 02" } output { hex: "aabb" } returned: 99 }
+                     exchange { control_code: 0x70000 error: 23 } }
+            disk { number: 0 kind: SATA_HDD size: 1048576
+              exchange { ata_command: 0xEC uses: 1 error: 121 }
+              exchange { ata_command: 0xB0 ata_features: 0xD0 usual: true ata_status: 0x51 scsi_status: 2 data { hex: "0102" } }
+              exchange { scsi_opcode: 0x12 data { raw: "raw" } } }
+            disk { number: 1 kind: NVME size: 1048576 exchange { nvme_log_page: 2 usual: true output { patch { offset: 50 hex: "ff" } } } })");
+    const DeviceHandle recorded = OpenDevice(Io(), u"\\\\.\\RECORDED", kGenericRead);
+    EXPECT_EQ(Ask(Io(), recorded, 0x70000, {1, 2, 3}, 4).bytes, (Bytes{0xAA, 0xBB, 0, 0}));
+    EXPECT_EQ(Ask(Io(), recorded, 0x70000, {1}, 4).error, win32::kCrc);
+    EXPECT_EQ(Ask(Io(), recorded, 0x70004, {}, 4).error, win32::kInvalidFunction);
+
+    const DeviceHandle disk = Drive(0);
+    EXPECT_EQ(Ata(disk, 0xEC).error, win32::kSemTimeout) << "once";
+    EXPECT_EQ(Ata(disk, 0xEC).error, 0U);
+    const auto smart = Ata(disk, 0xB0, 0xD0);
+    EXPECT_EQ(smart.status, 0x51);
+    EXPECT_EQ(Part(smart.data, 0, 4), (Bytes{1, 2, 0, 0}));
+    EXPECT_EQ(Scsi(disk, AtaInScsi(0xB0, 0xD0)).status, 2);
+    EXPECT_EQ(Ata(disk, 0xB0, 0xD1).status, 0x50) << "other features";
+    EXPECT_EQ(Part(Scsi(disk, {0x12}, 6).data, 0, 4), (Bytes{'r', 'a', 'w', 0xEE}));
+    EXPECT_EQ(Protocol(Drive(1), kNvmeDataTypeLogPage, 2).bytes.at(50), 0xFF);
+}
+
+TEST_F(SimulatedMachineTest, LayoutsHoldTheTableAsWindowsReportsIt)
+{
+    Make(R"(disk { number: 0 kind: NVME size: 1073741824 gpt { disk_id: "{00112233-4455-6677-8899-AABBCCDDEEFF}"
+              partition { size: 1048577 type: "efi" id: "01020304-0506-0708-090a-0b0c0d0e0f10" name: "N" attributes: 1 }
+              partition { number: 9 size: 512 } } }
+            disk { number: 1 kind: NVME size: 1073741824 mbr { signature: 0x11223344 partition { size: 1048576 mbr_type: 0x83 active: true } } }
+            disk { number: 2 kind: NVME size: 1073741824 })");
+    const Answer gpt = Ask(Io(), Drive(0), kIoctlDiskGetDriveLayoutEx, {}, 4096);
+    ASSERT_EQ(gpt.bytes.size(), 0x30U + 2 * 0x90U);
+    EXPECT_EQ(Part(gpt.bytes, 8, 16),
+              (Bytes{0x33, 0x22, 0x11, 0, 0x55, 0x44, 0x77, 0x66, 0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF}));
+    const auto first = gpt.As<PartitionInformationEx>(0x30);
+    EXPECT_EQ(std::pair(first.startingOffset, first.partitionLength), std::pair(std::int64_t{1048576}, std::int64_t{1048577}));
+    EXPECT_EQ(first.gpt.partitionType.data1, 0xC12A7328U);
+    EXPECT_EQ(first.gpt.partitionId.data4[7], 0x10);
+    EXPECT_EQ(first.gpt.name[0], u'N');
+    const auto second = gpt.As<PartitionInformationEx>(0x30 + 0x90);
+    EXPECT_EQ(std::pair(second.startingOffset, second.partitionNumber), std::pair(std::int64_t{3145728}, 9U))
+        << "at the next full MiB";
+
+    const Answer mbr = Ask(Io(), Drive(1), kIoctlDiskGetDriveLayoutEx, {}, 4096);
+    ASSERT_EQ(mbr.bytes.size(), 0x30U + 4 * 0x90U) << "four entries, empty ones too";
+    EXPECT_EQ(Part(mbr.bytes, 8, 4), (Bytes{0x44, 0x33, 0x22, 0x11}));
+    EXPECT_EQ(Part(mbr.bytes, 0x30 + 32, 8), (Bytes{0x83, 1, 1, 0, 0, 8, 0, 0})) << "type, active, recognised, hidden sectors";
+    EXPECT_EQ(Ask(Io(), Drive(2), kIoctlDiskGetDriveLayoutEx, {}, 4096).As<DriveLayoutHead>().partitionStyle, PartitionStyle::Raw);
+}
+
+TEST_F(SimulatedMachineTest, DisksComeAndGoWithTheClock)
+{
+    Make(
+        R"(disk { number: 0 kind: NVME size: 1048576 } disk { number: 1 kind: USB_STICK size: 1048576 arrives_at: 1 leaves_at: 2 })");
+    const auto disks = [&] { return tests::WalkDisks(machine->SetupPort()).size(); };
+    EXPECT_EQ(disks(), 1U);
+    EXPECT_FALSE(Drive(1).IsValid());
+    machine->TimePort().Sleep(1000);
+    EXPECT_EQ(disks(), 2U);
+    const DeviceHandle stick = Drive(1);
+    EXPECT_EQ(Ask(Io(), stick, kIoctlDiskGetDriveGeometry, {}, 24).bytes.size(), 24U);
+    machine->AdvanceClock(std::chrono::seconds(1));
+    EXPECT_EQ(disks(), 1U);
+    EXPECT_EQ(Ask(Io(), stick, kIoctlDiskGetDriveGeometry, {}, 24).error, win32::kDeviceNotConnected);
+    const auto start = std::chrono::sys_days(std::chrono::year(2024) / 1 / 1);
+    EXPECT_EQ(machine->TimePort().UtcNow(), start + std::chrono::seconds(2));
+}
+
+TEST_F(SimulatedMachineTest, CountersAreComputedFromWhatMoves)
+{
+    Make(
+        R"(disk { number: 0 kind: NVME size: 4194304 bytes_read_before: 7 gpt { partition { size: 1048576 volume { letter: "C" } } }
+              activity { from: 1 reads_per_second: 100 read_bytes_per_second: 4096000 seconds_per_read: 0.02 }
+              activity { from: 2 writes_per_second: 10 write_bytes_per_second: 10240 seconds_per_write: 0.01 } }
+            disk { number: 1 kind: NVME size: 1048576 leaves_at: 3 })");
+    Pdh& pdh = machine->PdhPort();
+    PdhQueryObject* query = nullptr;
+    ASSERT_EQ(pdh.OpenQuery(nullptr, 0, &query), pdh::kOk);
+    const auto add = [&](const char16_t* path) {
+        PdhCounterObject* counter = nullptr;
+        EXPECT_EQ(pdh.AddEnglishCounter(query, path, 0, &counter), pdh::kOk);
+        return counter;
+    };
+    PdhCounterObject* idle = add(u"\\PhysicalDisk(0 C:)\\% Idle Time");
+    PdhCounterObject* readTime = add(u"\\physicaldisk(0 c:)\\% disk read time");
+    PdhCounterObject* readBytes = add(u"\\PhysicalDisk(0 C:)\\Disk Read Bytes/sec");
+    PdhCounterObject* perRead = add(u"\\PhysicalDisk(0 C:)\\Avg. Disk sec/Read");
+    PdhCounterObject* perWrite = add(u"\\PhysicalDisk(0 C:)\\Avg. Disk sec/Write");
+    PdhCounterObject* total = add(u"\\PhysicalDisk(_Total)\\% Idle Time");
+    PdhCounterObject* leaving = add(u"\\PhysicalDisk(1)\\Disk Read Bytes/sec");
+    const auto read = [&](PdhCounterObject* counter, std::uint32_t format = pdh::kFormatDouble | pdh::kFormatNoCap100) {
+        PdhCounterValue value;
+        EXPECT_EQ(pdh.FormattedValue(counter, format, &value), pdh::kOk);
+        return value.value;
+    };
+    EXPECT_EQ(pdh.CollectQueryData(query), pdh::kOk);
+    machine->AdvanceClock(std::chrono::seconds(2));  // one second of nothing, one of reads
+    EXPECT_EQ(pdh.CollectQueryData(query), pdh::kOk);
+    EXPECT_DOUBLE_EQ(read(idle), 50);
+    EXPECT_DOUBLE_EQ(read(readTime), 100) << "2 seconds of reads at once, in 2 seconds";
+    EXPECT_DOUBLE_EQ(read(readBytes), 2048000);
+    EXPECT_DOUBLE_EQ(read(perRead), 0.02);
+    EXPECT_DOUBLE_EQ(read(perWrite), 0) << "no request";
+    EXPECT_DOUBLE_EQ(read(total), 75);
+    EXPECT_DOUBLE_EQ(read(leaving), 0);
+    machine->AdvanceClock(std::chrono::seconds(2));
+    EXPECT_EQ(pdh.CollectQueryData(query), pdh::kOk);
+    EXPECT_DOUBLE_EQ(read(perWrite), 0.01);
+    EXPECT_DOUBLE_EQ(read(idle), 90);
+    PdhCounterValue value;
+    EXPECT_EQ(pdh.FormattedValue(leaving, pdh::kFormatDouble, &value), pdh::kNotValidYet);
+    EXPECT_EQ(value.status, pdh::kNoInstance);
+    const auto performance =
+        Ask(Io(), OpenDevice(Io(), u"\\\\.\\C:", kFileReadAttributes), kIoctlDiskPerformance, {}, 88).As<DiskPerformance>();
+    EXPECT_EQ(std::pair(performance.bytesRead, performance.bytesWritten), std::pair(std::int64_t{4096007}, std::int64_t{20480}));
+    EXPECT_EQ(pdh.CloseQuery(query), pdh::kOk);
+
+    // Percentages pass 100 only where it is asked for; rates of one moment have no interval.
+    Make("disk { number: 0 kind: NVME size: 512 activity { reads_per_second: 100 seconds_per_read: 0.03 } } sample_step_ms: 10");
+    ASSERT_EQ(machine->PdhPort().OpenQuery(nullptr, 0, &query), pdh::kOk);
+    PdhCounterObject* busy = nullptr;
+    ASSERT_EQ(machine->PdhPort().AddEnglishCounter(query, u"\\PhysicalDisk(0)\\% Disk Read Time", 0, &busy), pdh::kOk);
+    EXPECT_EQ(machine->PdhPort().CollectQueryData(query), pdh::kOk);
+    EXPECT_EQ(machine->PdhPort().CollectQueryData(query), pdh::kOk);
+    EXPECT_EQ(machine->PdhPort().FormattedValue(busy, pdh::kFormatDouble, &value), pdh::kOk);
+    EXPECT_DOUBLE_EQ(value.value, 100);
+    EXPECT_EQ(machine->PdhPort().FormattedValue(busy, pdh::kFormatDouble | pdh::kFormatNoCap100, &value), pdh::kOk);
+    EXPECT_DOUBLE_EQ(value.value, 300);
+    machine->PdhPort().CloseQuery(query);
+}
+
+TEST_F(SimulatedMachineTest, WmiRowsAreMadeFromDisksChangedAndRecorded)
+{
+    Make(R"(disk { number: 7 kind: SCM model: "M \303\251" firmware: "F" size: 512 pnp_device_id: "P"
+              row_change { class_name: "win32_diskdrive" property { name: "FIRMWAREREVISION" missing: true } property { name: "Extra" u64: 5 } } }
+            wmi_class { name: "Win32_DiskDrive" append: true row {
+              property { name: "Index" i2: -1 } property { name: "Model" utf16: "0041 D800" } property { name: "Extra" null_text: true }
+              property { name: "FirmwareRevision" get_error: 0x80041001 } } }
+            wmi_class { name: "Win32_LogicalDisk" row { next_error: 0x80041001 } }
+            wmi_class { wmi_namespace: "root\\own" name: "Own" error: 0x80070005 })");
+    Wmi& wmi = machine->WmiPort();
+    const auto disks =
+        tests::Query(wmi, u"ROOT\\CIMV2", u"select * from WIN32_DiskDrive", {u"Index", u"Model", u"FirmwareRevision", u"Extra"});
+    ASSERT_EQ(disks.rows.size(), 2U);
+    const auto& made = disks.rows[0];
+    EXPECT_EQ(std::pair(made[0].type, made[0].Number()), std::pair(VariantType::Int32, 7U));
+    EXPECT_EQ(made[1].text, u"M \u00e9");
+    EXPECT_EQ(made[2].result, hresult::kWbemNotFound);
+    EXPECT_EQ(made[3].text, u"5") << "64-bit numbers are text";
+    const auto& recorded = disks.rows[1];
+    EXPECT_EQ(std::pair(recorded[0].type, recorded[0].payload), std::pair(VariantType::Int16, std::uint64_t{0xFFFF}));
+    EXPECT_EQ(recorded[1].text, (std::u16string{u'A', 0xD800}));
+    EXPECT_EQ(recorded[2].result, hresult::kWbemFailed);
+    EXPECT_EQ(std::pair(recorded[3].type, recorded[3].payload), std::pair(VariantType::String, std::uint64_t{0}));
+    EXPECT_EQ(tests::Query(wmi, u"root\\cimv2", u"SELECT Index, Model FROM Win32_DiskDrive", {u"PNPDeviceID"}).rows[0][0].result,
+              hresult::kWbemNotFound)
+        << "not selected";
+    EXPECT_EQ(tests::Query(wmi, u"root\\cimv2", u"SELECT * FROM Win32_LogicalDisk").result, hresult::kWbemFailed);
+    EXPECT_EQ(tests::Query(wmi, u"root\\own", u"SELECT * FROM Own").result, hresult::kAccessDenied);
+}
+
+TEST_F(SimulatedMachineTest, ArraysHaveTheBoundsTheyAreGivenAndFailWhereTheyShould)
+{
+    Make(R"(wmi_class { name: "A" row {
+      property { name: "Bytes" byte_array { content { hex: "0a0b" } lower_bound: 3 upper_bound: 9 element_error: 0x80004005 failing_index: 4 } }
+      property { name: "Texts" string_array { element { text: "x" } element { null: true } lower_bound: -1 } } } })");
+    Wmi& wmi = machine->WmiPort();
+    wmi.InitializeCom(0);
+    {
+        const ComString path(wmi, wmi.AllocateString(u"root\\cimv2"));
+        const ComString language(wmi, wmi.AllocateString(u"WQL"));
+        const ComString text(wmi, wmi.AllocateString(u"SELECT * FROM A"));
+        ComObject* object = nullptr;
+        ASSERT_EQ(wmi.CreateLocator(&object), hresult::kOk);
+        const ComReference locator(wmi, object);
+        ASSERT_EQ(wmi.ConnectServer(object, path.Get(), &object), hresult::kOk);
+        const ComReference services(wmi, object);
+        ASSERT_EQ(wmi.ExecQuery(object, language.Get(), text.Get(), 0x30, &object), hresult::kOk);
+        const ComReference rows(wmi, object);
+        std::uint32_t returned = 0;
+        ASSERT_EQ(wmi.Next(object, 0, &object, &returned), hresult::kOk);
+        const ComReference row(wmi, object);
+
+        ComVariant bytes(wmi);
+        ASSERT_EQ(wmi.Get(row.Get(), u"bytes", bytes.Put()), hresult::kOk);
+        std::int32_t bound = 0;
+        std::uint8_t byte = 0;
+        EXPECT_EQ(wmi.ArrayUpperBound(bytes.Get().AsArray(), 1, &bound), hresult::kOk);
+        EXPECT_EQ(bound, 9);
+        EXPECT_EQ(wmi.ArrayBounds(bytes.Get().AsArray()).lower, 3);
+        EXPECT_EQ(wmi.ArrayElement(bytes.Get().AsArray(), 3, &byte), hresult::kOk);
+        EXPECT_EQ(byte, 0x0A);
+        EXPECT_EQ(wmi.ArrayElement(bytes.Get().AsArray(), 4, &byte), hresult::kFail);
+        for (const std::int32_t outside : {0, 5, 9}) {
+            EXPECT_EQ(wmi.ArrayElement(bytes.Get().AsArray(), outside, &byte), hresult::kDispBadIndex);
+        }
+        EXPECT_EQ(wmi.ArrayUpperBound(reinterpret_cast<SafeArray*>(std::uintptr_t{5}), 1, &bound), hresult::kInvalidArgument)
+            << "a number that was taken for an array";
+
+        ComVariant texts(wmi);
+        ASSERT_EQ(wmi.Get(row.Get(), u"Texts", texts.Put()), hresult::kOk);
+        Bstr element = nullptr;
+        EXPECT_EQ(wmi.ArrayElement(texts.Get().AsArray(), -1, &element), hresult::kOk);
+        EXPECT_EQ(std::u16string(element), u"x");
+        const OpenCounts open = machine->OpenObjects();
+        EXPECT_EQ(std::tuple(open.interfaces, open.strings, open.variants, open.arrays, open.comInitialisations),
+                  std::tuple(4, 4, 2, 2, 1));
+        wmi.FreeString(element);
+        EXPECT_EQ(wmi.ArrayElement(texts.Get().AsArray(), 0, &element), hresult::kOk);
+        EXPECT_EQ(element, nullptr);
+    }
+    wmi.UninitializeCom();
+}
+
+TEST_F(SimulatedMachineTest, ApartmentsAreKeptByThread)
+{
+    Make("");
+    Wmi& wmi = machine->WmiPort();
+    ComObject* locator = nullptr;
+    EXPECT_EQ(wmi.CreateLocator(&locator), hresult::Make(0x800401F0)) << "COM is not initialised";
+    EXPECT_EQ(wmi.InitializeCom(0), hresult::kOk);
+    EXPECT_EQ(wmi.InitializeCom(0), hresult::kFalse);
+    EXPECT_EQ(wmi.InitializeSecurity(-1, 0, 3, 0), hresult::kOk);
+    EXPECT_EQ(wmi.InitializeSecurity(-1, 0, 3, 0), hresult::kRpcTooLate);
+    std::thread([&] {
+        machine->EnterSingleThreadedApartment();
+        EXPECT_EQ(wmi.InitializeCom(0), hresult::kRpcChangedMode);
+        EXPECT_EQ(wmi.CreateLocator(&locator), hresult::kOk);
+        wmi.Release(locator);
+        wmi.UninitializeCom();  // one too many
+        machine->LeaveSingleThreadedApartment();
+    }).join();
+    EXPECT_EQ(machine->OpenObjects().comInitialisations, 1) << "two here, minus the one too many";
+    wmi.InitializeCom(0);
+    wmi.UninitializeCom();
+    wmi.UninitializeCom();
+    Make("com { single_threaded: true locator_error: 0x80040154 }");
+    EXPECT_EQ(machine->WmiPort().InitializeCom(0), hresult::kRpcChangedMode);
+    EXPECT_EQ(machine->WmiPort().CreateLocator(&locator), hresult::kClassNotRegistered);
+}
+
+TEST_F(SimulatedMachineTest, MisuseIsSeenAndSurvived)
+{
+    Make("disk { number: 0 kind: NVME size: 512 }");
+    const NativeHandle handle = Io().Open(u"\\\\.\\PhysicalDrive0", kGenericRead, 3, nullptr, kOpenExisting, 0, 0);
+    EXPECT_TRUE(Io().Close(handle));
+    EXPECT_FALSE(Io().Close(handle));
+    EXPECT_EQ(Io().LastError(), win32::kInvalidHandle);
+    Wmi& wmi = machine->WmiPort();
+    const Bstr text = wmi.AllocateString(u"x");
+    wmi.FreeString(text);
+    wmi.FreeString(text);
+    wmi.InitializeCom(0);
+    ComObject* locator = nullptr;
+    EXPECT_EQ(wmi.CreateLocator(&locator), hresult::kOk);
+    std::thread([&] { wmi.Release(locator); }).join();
+    wmi.Release(locator);
+    wmi.UninitializeCom();
+    EXPECT_EQ(machine->Misuses(),
+              (std::vector<std::string>{
+                  "DeviceIo::Close of a handle that is not open", "Wmi::FreeString of a string that is not allocated",
+                  "Wmi::Release on a thread that did not make the interface", "Wmi::Release of an interface that is not held"}));
     EXPECT_EQ(machine->OpenObjects(), OpenCounts{});
+    machine.reset();
+}
+
+TEST_F(SimulatedMachineTest, TheJournalKeepsEveryRequestWithItsCommand)
+{
+    Make("disk { number: 0 kind: SATA_SSD size: 512 } smbios {}");
+    static_cast<void>(Drive(0));
+    machine->KeepJournal(true);
+    const DeviceHandle drive = Drive(0);
+    Ata(drive, 0xB0, 0xD0);
+    Scsi(drive, AtaInScsi(0xEC));
+    tests::Query(machine->WmiPort(), u"root\\cimv2", u"SELECT * FROM Win32_DiskDrive");
+    machine->FirmwarePort().SystemFirmwareTable(0x41435049, 0, nullptr, 0);
+    const std::vector<JournalEntry> journal = machine->TakeJournal();
+    ASSERT_EQ(journal.size(), 6U);
+    EXPECT_EQ(journal[0].operation + " " + journal[0].subject, "DeviceIo::Open \\\\.\\PhysicalDrive0");
+    EXPECT_EQ(journal[0].access, kGenericRead | kGenericWrite);
+    EXPECT_EQ(journal[1].controlCode, kIoctlAtaPassThroughDirect);
+    EXPECT_EQ(journal[1].command, (Bytes{0xD0, 1, 0, 0x4F, 0xC2, 0, 0xB0, 0}));
+    EXPECT_EQ(std::pair(journal[1].dataToDevice, journal[1].dataTransferLength), std::pair(false, 512U));
+    EXPECT_EQ(Part(journal[1].input, 24, 8), Bytes(8)) << "no address of this run";
+    EXPECT_EQ(journal[2].command.size(), 16U);
+    EXPECT_EQ(journal[3].subject, "root\\cimv2");
+    EXPECT_EQ(journal[4].subject, "SELECT * FROM Win32_DiskDrive");
+    EXPECT_EQ(std::pair(journal[5].subject, journal[5].error), std::pair(std::string("ACPI"), win32::kInvalidFunction));
+    EXPECT_TRUE(machine->TakeJournal().empty());
+}
+
+TEST_F(SimulatedMachineTest, NarrowTextIsDecodedByTheCodePageOfTheFile)
+{
+    struct Case {
+        const char* codePage;
+        std::u16string expected;  // of 41 80 E9 FF
+    };
+    for (const Case& expected :
+         {Case{"65001", u"A\uFFFD\uFFFD\uFFFD"}, Case{"1252", u"A\u20ac\u00e9\u00ff"}, Case{"437", u"A\u00c7\u0398\u00a0"},
+          Case{"28591", u"A\u0080\u00e9\u00ff"}, Case{"20127", u"A\uFFFD\uFFFD\uFFFD"}}) {
+        Make(std::string("code_page: ") + expected.codePage);
+        std::u16string wide(4, u'#');
+        EXPECT_EQ(machine->TextPort().DefaultToWide("A\x80\xE9\xFF", 4, wide.data(), 4), 4);
+        EXPECT_EQ(wide, expected.expected) << expected.codePage;
+    }
+}
+
+TEST_F(SimulatedMachineTest, FirmwareTablesAreMadeOrRecorded)
+{
+    Make(
+        R"(smbios { version: "2.8" oem_strings { text: "A" text: "B" } structure { type: 200 formatted { hex: "01" } length: 3 } table_length: 77 }
+            firmware_table { provider: "ACPI" table: 7 content { hex: "010203" } } firmware_table { provider: "FIRM" error: 5 })");
+    Firmware& firmware = machine->FirmwarePort();
+    Bytes table(firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, nullptr, 0));
+    firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, table.data(), static_cast<std::uint32_t>(table.size()));
+    EXPECT_EQ(Part(table, 0, 8), (Bytes{0, 2, 8, 0, 77, 0, 0, 0}));
+    const Bytes tail{11, 5, 2, 0, 2, 'A', 0, 'B', 0, 0, 200, 3, 3, 0, 1, 0, 0, 127, 4, 4, 0, 0, 0};
+    EXPECT_EQ(Part(table, table.size() - tail.size(), tail.size()), tail);
+    EXPECT_EQ(firmware.SystemFirmwareTable(0x41435049, 7, nullptr, 0), 3U);
+    EXPECT_EQ(firmware.SystemFirmwareTable(0x41435049, 8, nullptr, 0), 0U);
+    EXPECT_EQ(firmware.SystemFirmwareTable(0x4649524D, 0, nullptr, 0), 0U);
+    EXPECT_EQ(firmware.LastError(), win32::kAccessDenied);
+}
+
+TEST_F(SimulatedMachineTest, SeveralThreadsMayUseItAtOnce)
+{
+    Make(
+        R"(disk { number: 0 kind: NVME size: 1048576 exchange { nvme_log_page: 2 uses: 50 error: 170 } } disk { number: 1 kind: SATA_SSD size: 512 })");
+    machine->KeepJournal(true);
+    std::atomic<int> busy{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 25; ++round) {
+                busy += Protocol(Drive(0), kNvmeDataTypeLogPage, 2).error == win32::kBusy ? 1 : 0;
+                EXPECT_EQ(Ata(Drive(1), 0xEC).error, 0U);
+                EXPECT_EQ(
+                    tests::Query(machine->WmiPort(), u"root\\cimv2", u"SELECT * FROM Win32_DiskDrive", {u"Model"}).rows.size(), 2U);
+                EXPECT_EQ(tests::WalkDisks(machine->SetupPort()).size(), 2U);
+                machine->TimePort().Sleep(1);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(busy, 50) << "each use counted once";
+    EXPECT_EQ(machine->TimePort().UtcNow().time_since_epoch() % std::chrono::seconds(1), std::chrono::milliseconds(100));
 }
 
 }  // namespace
