@@ -20,9 +20,10 @@ namespace Veyra::Orbis::Plugins::NvmeMapping {
 // An arena for the messages of one collection. Its first block holds what one drive needs; more drives add blocks.
 [[nodiscard]] inline std::shared_ptr<google::protobuf::Arena> NewArena()
 {
+    constexpr std::size_t kKiB = 1024;
     google::protobuf::ArenaOptions options;
-    options.start_block_size = 16 * 1024;
-    options.max_block_size = 64 * 1024;
+    options.start_block_size = 16 * kKiB;
+    options.max_block_size = 64 * kKiB;
     return std::make_shared<google::protobuf::Arena>(options);
 }
 

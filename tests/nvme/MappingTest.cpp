@@ -267,15 +267,19 @@ TEST_F(NvmeMappingTest, TextsAreTrimmedEndAtAZeroAndAreAlwaysUtf8)
     auto& bytes = m_Drive.bytes;
     bytes["IIdentifyControllerData::SN"] = "ABC123XYZ           ";
     bytes["IIdentifyControllerData::MN"] = "Two\0parts"s;
-    bytes["IIdentifyControllerData::FR"] = "\xFF\xFE\x80\xC3(\xE2\x82\xF0";
+    EXPECT_EQ(Identify().serial_number(), "ABC123XYZ");
+    EXPECT_EQ(Identify().model_number(), "Two");
+
+    bytes["IIdentifyControllerData::SN"] = "\xFF\xFE\x80\xC3(\xE2\x82\xF0";
+    bytes["IIdentifyControllerData::MN"] = "\xED\xA0\x80\xED\xB0\x80!!";  // surrogates are no UTF-8
+    bytes["IIdentifyControllerData::FR"] = "FR\xC0\x80";                  // nor is a long zero
     bytes["IIdentifyControllerData::SUBNQN"] = std::string(256, '\xC3');
     bytes["ICustomizedControllerData::EPPID"] = std::string(32, '\xF5');
-    bytes["ICustomizedControllerData::ComponentId"] = "\xED\xA0\x80\xED\xB0\x80!!";  // surrogates are no UTF-8
+    bytes["ICustomizedControllerData::ComponentId"] = "\xF4\x90\x80\x80";  // beyond the last code point
     const auto& message = Identify();
-    EXPECT_EQ(message.serial_number(), "ABC123XYZ");
-    EXPECT_EQ(message.model_number(), "Two");
-    for (const auto* text : {&message.firmware_revision(), &message.nvm_subsystem_nvme_qualified_name(),
-                             &message.customized_controller_data().eppid(), &message.customized_controller_data().component_id()}) {
+    const auto& customized = message.customized_controller_data();
+    for (const auto* text : {&message.serial_number(), &message.model_number(), &message.firmware_revision(),
+                             &message.nvm_subsystem_nvme_qualified_name(), &customized.eppid(), &customized.component_id()}) {
         EXPECT_NE(text->find("\uFFFD"), std::string::npos);
         EXPECT_EQ(*text, orbis::platform::ValidUtf8(*text));
     }
