@@ -1,0 +1,20 @@
+# Completion of orbis-host for bash: source this file, or put it where bash-completion looks.
+_orbis_host() {
+    local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} choices=
+    case $before in
+        --format) choices="table json text binary" ;;
+        --log-level) choices="trace debug warning error off" ;;
+        --machine | --plugin | validate | show) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
+        --watch | --count | --item) return ;;
+        *)
+            case ${COMP_WORDS[1]} in
+                collect) choices="all PhysicalDiskStaticInfo PhysicalDiskDynamicInfo SmartStaticInfo SmartDynamicInfo SmartNvmeInfo
+                    NvmeIdentifyControllerData --item --machine --format --log-level --watch --count --plugin --help" ;;
+                describe) choices="--plugin --help" ;;
+                machine) choices="validate show --help" ;;
+                *) choices="describe collect machine --help --version" ;;
+            esac ;;
+    esac
+    mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$word")
+}
+complete -F _orbis_host orbis-host
