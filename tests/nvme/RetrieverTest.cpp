@@ -9,8 +9,8 @@
 
 #include "FakeSondix.h"
 #include "HostSdk/Exceptions.h"
+#include "LogLines.h"
 #include "NvmeIdentifyControllerDataRetriever.h"
-#include "RecordingLog.h"
 #include "SmartNvmeInfoRetriever.h"
 #include "simulated/MachineFile.h"
 
@@ -21,30 +21,14 @@ namespace datatypes = ::veyra::orbis::datatypes;
 using namespace std::string_literals;
 using orbis::fakes::FakeSondix;
 using orbis::fakes::LogLine;
+using orbis::tests::HealthGetter;
+using orbis::tests::HealthRetriever;
+using orbis::tests::IdentifyGetter;
+using orbis::tests::IdentifyRetriever;
 using Sdk::Common::Identifiers::ItemId;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using veyra::sondix::StorageBusType;
-
-constexpr auto kIdentifyFile = "Plugins\\StorageCollector\\NvmeIdentifyControllerDataRetriever";
-constexpr auto kHealthFile = "Plugins\\StorageCollector\\SmartNvmeInfoRetriever";
-
-LogLine IdentifyGetter(const std::string& text)
-{
-    return {"Debug", text, kIdentifyFile, "Veyra::Orbis::Plugins::NvmeDataGetter::GetIdentifyControllerData"};
-}
-LogLine IdentifyRetriever(const std::string& level, const std::string& text)
-{
-    return {level, text, kIdentifyFile, "Veyra::Orbis::Plugins::NvmeIdentifyControllerDataRetriever::CollectData"};
-}
-LogLine HealthGetter(const std::string& text)
-{
-    return {"Debug", text, kHealthFile, "Veyra::Orbis::Plugins::NvmeDataGetter::GetNvmeHealthData"};
-}
-LogLine HealthRetriever(const std::string& level, const std::string& text)
-{
-    return {level, text, kHealthFile, "Veyra::Orbis::Plugins::SmartNvmeInfoRetriever::CollectData"};
-}
 
 // WMI knows drives 0 and 2; what they are comes from the scripted library.
 class NvmeRetrieverTest : public ::testing::Test {
