@@ -83,8 +83,7 @@ std::optional<LinuxDisk> ReadLinuxDisk(const Roots& roots, const std::string& na
 
     LinuxDisk disk;
     disk.name = name;
-    const std::string sys = RealPath(roots.sys);
-    disk.position = device.starts_with(sys) ? device.substr(sys.size()) : device;
+    disk.position = device.starts_with(roots.sys) ? device.substr(roots.sys.size()) : device;
     disk.bytes = Bytes(directory + "/size");
     disk.bytesPerSector = SectorSize(directory + "/queue/logical_block_size");
     disk.bytesPerPhysicalSector = SectorSize(directory + "/queue/physical_block_size");

@@ -184,7 +184,7 @@ void ReadScsiIdentity(const Roots& roots, const std::string& device, LinuxDisk& 
     }
     if (disk.busType == BusType::Usb) {
         // Bridges make up the disk's serial number more often than their own.
-        const std::string usb = Ancestor(device, RealPath(roots.sys), "idVendor");
+        const std::string usb = Ancestor(device, roots.sys, "idVendor");
         const std::string serial = usb.empty() ? std::string() : ReadText(usb + "/serial");
         disk.serial = serial.empty() ? disk.serial : serial;
     }

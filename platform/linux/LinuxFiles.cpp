@@ -96,6 +96,13 @@ std::string RealPath(const std::string& path)
     return error ? std::string() : real.string();
 }
 
+std::string LinkTarget(const std::string& path)
+{
+    std::error_code error;
+    const std::filesystem::path target = std::filesystem::read_symlink(path, error);
+    return error ? std::string() : target.string();
+}
+
 std::string BaseName(const std::string& path)
 {
     const std::size_t slash = path.find_last_of('/');

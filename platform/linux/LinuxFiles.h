@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -44,6 +45,8 @@ private:
 [[nodiscard]] bool Exists(const std::string& path) noexcept;
 // The path with every link followed; empty when there is no such file.
 [[nodiscard]] std::string RealPath(const std::string& path);
+// Where a link points, as it stands; empty when it is no link.
+[[nodiscard]] std::string LinkTarget(const std::string& path);
 // What follows the last slash.
 [[nodiscard]] std::string BaseName(const std::string& path);
 

@@ -56,6 +56,11 @@ bool EqualIgnoreAsciiCase(std::string_view left, std::string_view right)
 
 std::vector<LinuxDisk> LinuxInventory::Disks()
 {
+    {
+        std::vector<std::string> listing = Listing();
+        const std::scoped_lock lock(m_Lock);
+        m_Listing = std::move(listing);
+    }
     std::vector<std::string> names = DirectoryNames(m_Roots.sys + "/block");
     std::ranges::sort(names, KernelNameLess);
     std::vector<LinuxDisk> disks;
@@ -78,18 +83,64 @@ std::optional<LinuxDisk> LinuxInventory::Find(std::uint32_t number)
             known = m_Known[number];
         }
     }
-    if (!known.name.empty()) {
-        std::optional<LinuxDisk> disk = ReadLinuxDisk(m_Roots, known.name);
-        if (disk && InstanceIdOf(*disk) == known.identity) {
-            disk->number = number;
-            disk->instanceId = known.instanceId;
-            return disk;
-        }
+    if (std::optional<LinuxDisk> disk = Reread(number, known)) {
+        return disk;
     }
-    // Not seen yet, gone, or under another name by now.
+    // A disk that is gone, or under another name by now, or one that came since the last walk.
+    if (!HasNewDisks()) {
+        return std::nullopt;
+    }
     std::vector<LinuxDisk> disks = Disks();
     const auto found = std::ranges::find(disks, number, &LinuxDisk::number);
     return found != disks.end() ? std::optional(std::move(*found)) : std::nullopt;
+}
+
+std::optional<LinuxDisk> LinuxInventory::FindByName(const std::string& name)
+{
+    std::vector<std::pair<std::uint32_t, Known>> candidates;
+    {
+        const std::scoped_lock lock(m_Lock);
+        for (std::size_t number = 0; number < m_Known.size(); ++number) {
+            if (m_Known[number].name == name) {
+                candidates.emplace_back(static_cast<std::uint32_t>(number), m_Known[number]);
+            }
+        }
+    }
+    for (const auto& [number, known] : candidates) {
+        if (std::optional<LinuxDisk> disk = Reread(number, known)) {
+            return disk;
+        }
+    }
+    std::vector<LinuxDisk> disks = Disks();
+    const auto found = std::ranges::find(disks, name, &LinuxDisk::name);
+    return found != disks.end() ? std::optional(std::move(*found)) : std::nullopt;
+}
+
+std::vector<std::string> LinuxInventory::Listing() const
+{
+    std::vector<std::string> listing = DirectoryNames(m_Roots.sys + "/block");
+    for (std::string& name : listing) {
+        name = LinkTarget(m_Roots.sys + "/block/" + name);
+    }
+    return listing;
+}
+
+bool LinuxInventory::HasNewDisks()
+{
+    const std::vector<std::string> listing = Listing();
+    const std::scoped_lock lock(m_Lock);
+    return listing != m_Listing;
+}
+
+std::optional<LinuxDisk> LinuxInventory::Reread(std::uint32_t number, const Known& known) const
+{
+    std::optional<LinuxDisk> disk = known.name.empty() ? std::nullopt : ReadLinuxDisk(m_Roots, known.name);
+    if (!disk || InstanceIdOf(*disk) != known.identity) {
+        return std::nullopt;
+    }
+    disk->number = number;
+    disk->instanceId = known.instanceId;
+    return disk;
 }
 
 std::optional<LinuxDisk> LinuxInventory::FindByInterfacePath(std::string_view path)

@@ -20,8 +20,9 @@ public:
 
     // All disks present now, by ascending number.
     [[nodiscard]] std::vector<LinuxDisk> Disks();
-    // One disk, without walking the others where possible.
+    // One disk, without a look at the others where possible: callers ask for every number there might be.
     [[nodiscard]] std::optional<LinuxDisk> Find(std::uint32_t number);
+    [[nodiscard]] std::optional<LinuxDisk> FindByName(const std::string& name);
     // By device interface path, whatever the case of its letters.
     [[nodiscard]] std::optional<LinuxDisk> FindByInterfacePath(std::string_view path);
 
@@ -33,12 +34,17 @@ private:
         std::string instanceId;  // the same, or with its slot when another disk had it first
     };
 
+    // Which block devices there are, and in which slots.
+    [[nodiscard]] std::vector<std::string> Listing() const;
+    [[nodiscard]] bool HasNewDisks();
+    [[nodiscard]] std::optional<LinuxDisk> Reread(std::uint32_t number, const Known& known) const;
     void Number(std::vector<LinuxDisk>& disks);
     [[nodiscard]] std::uint32_t NumberOf(const LinuxDisk& disk, const std::string& identity, std::vector<bool>& taken);
 
     const Roots m_Roots;
     std::mutex m_Lock;
     std::vector<Known> m_Known;
+    std::vector<std::string> m_Listing;  // at the last walk
 };
 
 }  // namespace orbis::platform

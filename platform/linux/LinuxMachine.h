@@ -2,16 +2,25 @@
 
 #include <utility>
 
+#include "LinuxFiles.h"
 #include "LinuxInventory.h"
 #include "LinuxKernel.h"
 #include "LinuxVolumes.h"
 
 namespace orbis::platform {
 
+// Paths below /sys are compared with what its links lead to, so it must not be a link itself.
+[[nodiscard]] inline Roots Canonical(Roots roots)
+{
+    std::string sys = RealPath(roots.sys);
+    roots.sys = sys.empty() ? roots.sys : std::move(sys);
+    return roots;
+}
+
 // What all ports of one Linux machine share.
 struct LinuxMachine {
     LinuxMachine(Roots machineRoots, KernelCalls kernelCalls)
-        : roots(std::move(machineRoots)), calls(std::move(kernelCalls)), inventory(roots), volumes(roots, inventory)
+        : roots(Canonical(std::move(machineRoots))), calls(std::move(kernelCalls)), inventory(roots), volumes(roots, inventory)
     {}
 
     const Roots roots;

@@ -9,6 +9,7 @@
 #include "LinuxControl.h"
 #include "LinuxDiskCounters.h"
 #include "LinuxDiskStats.h"
+#include "LinuxFiles.h"
 #include "LinuxWmiRows.h"
 #include "platform/Text.h"
 
@@ -46,6 +47,17 @@ std::optional<CounterPath> ParsePath(std::u16string_view path)
         return std::nullopt;
     }
     return CounterPath{path.substr(1, open - 1), path.substr(open + 1, close - open - 1), path.substr(close + 2)};
+}
+
+// The number of the disk whose instance is called so now. It stands first in the name.
+std::optional<std::uint32_t> DiskOfInstance(LinuxMachine& machine, std::u16string_view instance)
+{
+    const std::string name = Utf16ToUtf8(instance);
+    const std::optional<std::uint64_t> number = ParseNumber(std::string_view(name).substr(0, name.find(' ')));
+    const std::optional<LinuxDisk> disk =
+        number && *number <= 0xFFFF ? machine.inventory.Find(static_cast<std::uint32_t>(*number)) : std::nullopt;
+    const bool isCalledSo = disk && EqualIgnoreCase(Utf8ToUtf16(PerformanceInstance(*disk, machine.volumes.Volumes())), instance);
+    return isCalledSo ? std::optional(disk->number) : std::nullopt;
 }
 
 Sample TakeSample(LinuxMachine& machine)
@@ -167,11 +179,8 @@ PdhStatus LinuxPdh::AddEnglishCounter(PdhQueryObject* query, const char16_t* pat
     added->kind = *kind;
     added->isTotal = EqualIgnoreCase(parsed->instance, kTotal);
     added->sinceSample = opened->samples;
-    const LinuxVolumeSet volumes = m_Machine.volumes.Volumes();
-    for (const LinuxDisk& disk : m_Machine.inventory.Disks()) {
-        if (EqualIgnoreCase(Utf8ToUtf16(PerformanceInstance(disk, volumes)), parsed->instance)) {
-            added->disk = disk.number;
-        }
+    if (!added->isTotal) {
+        added->disk = DiskOfInstance(m_Machine, parsed->instance);
     }
     *counter = reinterpret_cast<PdhCounterObject*>(added.get());
     opened->counters.push_back(std::move(added));

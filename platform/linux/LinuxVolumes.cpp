@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <string_view>
 #include <tuple>
 
@@ -13,7 +14,7 @@ namespace {
 constexpr std::size_t kMountInfoLimit = std::size_t{16} << 20;
 
 struct Place {
-    const LinuxDisk* disk = nullptr;
+    LinuxDisk disk;
     std::uint32_t partition = 0;
 };
 
@@ -44,24 +45,24 @@ std::vector<LinuxMount> ReadMounts(const Roots& roots)
     return mounts;
 }
 
-// The disk, or the one partition, that everything below a block device comes down to.
-Place PlaceOf(const Roots& roots, const std::vector<LinuxDisk>& disks, const std::string& blockName, int depth = 0)
+// The disk, or the one partition, that everything below a block device comes down to. A partition's folder stands in its disk's.
+std::optional<Place> PlaceOf(const Roots& roots, LinuxInventory& inventory, const std::string& blockName, int depth = 0)
 {
     constexpr int kDeepestStack = 8;
-    if (blockName.empty() || depth > kDeepestStack) {
-        return {};
+    const std::string folder = RealPath(roots.sys + "/class/block/" + blockName);
+    if (blockName.empty() || folder.empty() || depth > kDeepestStack) {
+        return std::nullopt;
     }
-    for (const LinuxDisk& disk : disks) {
-        if (disk.name == blockName) {
-            return {&disk, 0};
-        }
-        const auto partition = std::ranges::find(disk.partitions, blockName, &LinuxPartition::name);
-        if (partition != disk.partitions.end()) {
-            return {&disk, partition->number};
-        }
+    if (const std::optional<std::uint64_t> partition = ReadNumber(folder + "/partition")) {
+        std::optional<LinuxDisk> disk = inventory.FindByName(BaseName(folder.substr(0, folder.find_last_of('/'))));
+        return disk ? std::optional(Place{std::move(*disk), static_cast<std::uint32_t>(*partition)}) : std::nullopt;
     }
-    const std::vector<std::string> below = DirectoryNames(roots.sys + "/class/block/" + blockName + "/slaves");
-    return below.size() == 1 ? PlaceOf(roots, disks, below.front(), depth + 1) : Place{};
+    const std::vector<std::string> below = DirectoryNames(folder + "/slaves");
+    if (below.size() == 1) {
+        return PlaceOf(roots, inventory, below.front(), depth + 1);
+    }
+    std::optional<LinuxDisk> disk = below.empty() && Exists(folder + "/device") ? inventory.FindByName(blockName) : std::nullopt;
+    return disk ? std::optional(Place{std::move(*disk), 0}) : std::nullopt;
 }
 
 bool IsBelow(std::string_view path, std::string_view directory)
@@ -184,11 +185,10 @@ LinuxVolumeSet LinuxVolumes::Volumes()
             }
         }
     }
-    const std::vector<LinuxDisk> disks = m_Inventory.Disks();
     for (const auto& [blockName, mount] : chosen) {
-        if (const Place place = PlaceOf(m_Roots, disks, blockName); place.disk != nullptr) {
+        if (const std::optional<Place> place = PlaceOf(m_Roots, m_Inventory, blockName)) {
             set.volumes.push_back(
-                {'\0', place.disk->number, place.disk->instanceId, place.partition, blockName, mount->root, mount->mountPoint});
+                {'\0', place->disk.number, place->disk.instanceId, place->partition, blockName, mount->root, mount->mountPoint});
         }
     }
     std::ranges::sort(set.volumes, {}, [](const LinuxVolume& volume) {
