@@ -1,8 +1,6 @@
 // What the NVMe collections cost: one mapping of each kind, and whole collections of 1, 8 and 32 drives.
 #include <cstdint>
-#include <memory>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <benchmark/benchmark.h>
@@ -10,29 +8,20 @@
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
 
-#include "Allocations.h"
+#include "Collecting.h"
 #include "NvmeDataGetter.h"
 #include "NvmeIdentifyControllerDataRetriever.h"
 #include "NvmeMapping.h"
 #include "SmartNvmeInfoRetriever.h"
-#include "simulated/MachineFile.h"
 
 namespace {
 
 using google::protobuf::Arena;
 using google::protobuf::Message;
+using orbis::bench::MachineInForce;
+using orbis::bench::Measure;
 namespace NvmeMapping = Veyra::Orbis::Plugins::NvmeMapping;
 using Veyra::Orbis::Plugins::NvmeDataGetter;
-using Veyra::Orbis::Sdk::Common::Identifiers::ItemId;
-
-class NullLog final : public Veyra::Orbis::Common::IZelLog {
-    using Text = std::string_view;
-    IZelLog& Error(Text, std::int32_t, Text, Text) override { return *this; }
-    IZelLog& Error(const Veyra::Orbis::Sdk::Exceptions::HostException&, std::int32_t, Text, Text) override { return *this; }
-    IZelLog& Warning(Text, std::int32_t, Text, Text) override { return *this; }
-    IZelLog& Debug(Text, std::int32_t, Text, Text) override { return *this; }
-    IZelLog& Trace(Text, std::int32_t, Text, Text) override { return *this; }
-};
 
 // An ordinary NVMe drive with five power states.
 constexpr const char* kDrive = R"pb(
@@ -64,26 +53,16 @@ constexpr const char* kDrive = R"pb(
     }
 )pb";
 
-// A machine of such drives, in force while it lives.
-class NvmeMachine {
-public:
-    explicit NvmeMachine(std::int64_t drives)
-    {
-        std::string text;
-        for (std::int64_t i = 0; i < drives; ++i) {
-            const auto number = std::to_string(i);
-            text += "disk { number: " + number + " serial: \"BENCH-" + number + "\"" + kDrive + "}\n";
-        }
-        m_Machine = orbis::simulated::ParseMachine(text);
-        orbis::platform::Platform::Replace(m_Machine.get());
+// The description of a machine of such drives.
+std::string Machine(std::int64_t drives)
+{
+    std::string text;
+    for (std::int64_t i = 0; i < drives; ++i) {
+        const auto number = std::to_string(i);
+        text += "disk { number: " + number + " serial: \"BENCH-" + number + "\"" + kDrive + "}\n";
     }
-    NvmeMachine(const NvmeMachine&) = delete;
-    NvmeMachine& operator=(const NvmeMachine&) = delete;
-    ~NvmeMachine() { orbis::platform::Platform::Replace(nullptr); }
-
-private:
-    std::unique_ptr<orbis::simulated::Machine> m_Machine;
-};
+    return text;
+}
 
 // The message and its sub-messages, without the wrappers that stand for single values.
 std::int64_t Messages(const Message& message)
@@ -106,20 +85,6 @@ std::int64_t Messages(const Message& message)
     return count;
 }
 
-// Runs `work` on `drives` drives and reports the heap allocations for each.
-template <class Work>
-void Measure(benchmark::State& state, std::int64_t drives, Work work)
-{
-    const auto before = orbis::bench::Allocations();
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(work());
-    }
-    const auto allocations = orbis::bench::Allocations() - before;
-    state.counters["drives"] = static_cast<double>(drives);
-    state.counters["allocations"] =
-        static_cast<double>(allocations) / static_cast<double>(state.iterations()) / static_cast<double>(drives);
-}
-
 // A mapping may take `nanoseconds`, and three allocations for each message and one for each of its byte arrays, which protobuf
 // keeps outside the arena.
 template <class Object, class Map>
@@ -138,14 +103,14 @@ void MeasureMapping(benchmark::State& state, Object* object, Map map, double nan
 
 void MapIdentify(benchmark::State& state)
 {
-    const NvmeMachine machine(1);
+    const MachineInForce machine(Machine(1));
     MeasureMapping(state, SXNvmNewIdentifyControllerData(0), NvmeDataGetter::toIdentifyControllerData, 5000, 3);
 }
 BENCHMARK(MapIdentify);
 
 void MapHealth(benchmark::State& state)
 {
-    const NvmeMachine machine(1);
+    const MachineInForce machine(Machine(1));
     MeasureMapping(state, SXNvmNewHealthInfo(0), NvmeDataGetter::toNvmeHealthInfo, 2000, 10);
 }
 BENCHMARK(MapHealth);
@@ -153,9 +118,8 @@ BENCHMARK(MapHealth);
 template <class Retriever>
 void Collect(benchmark::State& state)
 {
-    const NvmeMachine machine(state.range(0));
-    Retriever retriever(std::make_shared<NullLog>());
-    Measure(state, state.range(0), [&] { return retriever.CollectData(ItemId::All())->size(); });
+    const MachineInForce machine(Machine(state.range(0)));
+    orbis::bench::MeasureCollection<Retriever>(state, state.range(0));
 }
 BENCHMARK(Collect<Veyra::Orbis::Plugins::NvmeIdentifyControllerDataRetriever>)->Name("CollectIdentify")->Arg(1)->Arg(8)->Arg(32);
 BENCHMARK(Collect<Veyra::Orbis::Plugins::SmartNvmeInfoRetriever>)->Name("CollectHealth")->Arg(1)->Arg(8)->Arg(32);

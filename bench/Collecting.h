@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include <benchmark/benchmark.h>
+
+#include "Allocations.h"
+#include "HostSdk/IZelLog.h"
+#include "HostSdk/ItemId.h"
+#include "platform/Platform.h"
+#include "simulated/MachineFile.h"
+
+// What the benchmarks of collections share.
+namespace orbis::bench {
+
+class NullLog final : public Veyra::Orbis::Common::IZelLog {
+    using Text = std::string_view;
+    IZelLog& Error(Text, std::int32_t, Text, Text) override { return *this; }
+    IZelLog& Error(const Veyra::Orbis::Sdk::Exceptions::HostException&, std::int32_t, Text, Text) override { return *this; }
+    IZelLog& Warning(Text, std::int32_t, Text, Text) override { return *this; }
+    IZelLog& Debug(Text, std::int32_t, Text, Text) override { return *this; }
+    IZelLog& Trace(Text, std::int32_t, Text, Text) override { return *this; }
+};
+
+// A simulated machine, in force while it lives.
+class MachineInForce {
+public:
+    explicit MachineInForce(std::string_view text) : m_Machine(simulated::ParseMachine(text))
+    {
+        platform::Platform::Replace(m_Machine.get());
+    }
+    MachineInForce(const MachineInForce&) = delete;
+    MachineInForce& operator=(const MachineInForce&) = delete;
+    ~MachineInForce() { platform::Platform::Replace(nullptr); }
+
+private:
+    std::unique_ptr<simulated::Machine> m_Machine;
+};
+
+// Runs `work` on `drives` drives and reports the heap allocations for each.
+template <class Work>
+void Measure(benchmark::State& state, std::int64_t drives, Work work)
+{
+    const auto before = Allocations();
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(work());
+    }
+    const auto allocations = Allocations() - before;
+    state.counters["drives"] = static_cast<double>(drives);
+    state.counters["allocations"] =
+        static_cast<double>(allocations) / static_cast<double>(state.iterations()) / static_cast<double>(drives);
+}
+
+// Collects one datatype of a whole machine of `drives` drives.
+template <class Retriever>
+void MeasureCollection(benchmark::State& state, std::int64_t drives)
+{
+    Retriever retriever(std::make_shared<NullLog>());
+    Measure(state, drives, [&] { return retriever.CollectData(Veyra::Orbis::Sdk::Common::Identifiers::ItemId::All())->size(); });
+}
+
+}  // namespace orbis::bench

@@ -1,0 +1,39 @@
+// What the static collection costs on machines of 1, 16 and 128 disks.
+#include <cstdint>
+#include <string>
+
+#include <fmt/format.h>
+
+#include "Collecting.h"
+#include "PhysicalDiskStaticInfoRetriever.h"
+
+namespace {
+
+// Every disk has IDENTIFY data, three partitions and a volume; the system's disk has the only drive letter.
+std::string Machine(std::int64_t disks)
+{
+    std::string text = "smbios { oem_strings { text: 'first' text: '1[0A1B]' } } recovery { mini_dump_directory: 'C:/Minidump' } ";
+    for (std::int64_t disk = 0; disk < disks; ++disk) {
+        const std::string letter = disk == 0 ? "letter: 'C' boot: true page_file: true" : "";
+        text += fmt::format("disk {{ number: {} kind: SATA_SSD model: 'Bench SSD' serial: 'B{}' size: 1000204886016 ", disk, disk);
+        text += "gpt { disk_id: '00000000-0000-0000-0001-000000000000' ";
+        for (int partition = 0; partition < 3; ++partition) {
+            text += fmt::format("partition {{ id: '00000000-0000-0000-0002-{:012}' size: 1048576 ", 3 * disk + partition);
+            text += partition == 0 ? "volume { serial: 7 " + letter + " } } " : "} ";
+        }
+        text += "} } ";
+    }
+    return text;
+}
+
+void CollectStatic(benchmark::State& state)
+{
+    const orbis::bench::MachineInForce machine(Machine(state.range(0)));
+    orbis::bench::MeasureCollection<Veyra::Orbis::Plugins::PhysicalDiskStaticInfoRetriever>(state, state.range(0));
+    // For each disk the walk makes a set of all disks and the join reads the volumes of all disks anew, as both are meant to: the
+    // cost per disk may grow as the number of disks does, and no faster.
+    state.counters["budget_growth"] = 128.0 / 16.0;
+}
+BENCHMARK(CollectStatic)->Arg(1)->Arg(16)->Arg(128);
+
+}  // namespace
