@@ -10,7 +10,7 @@
 namespace Veyra::Orbis::Cpp::Common {
 namespace {
 
-constexpr std::string_view kUnit = "cpp\\Common\\src\\WideText";
+constexpr std::string_view kUnit = R"(cpp\Common\src\WideText)";
 constexpr std::uint32_t kArithmeticOverflow = 534;  // ERROR_ARITHMETIC_OVERFLOW
 
 std::int32_t NarrowLength(std::size_t length, std::int32_t line)

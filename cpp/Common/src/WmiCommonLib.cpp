@@ -11,7 +11,6 @@ using orbis::platform::Bstr;
 using orbis::platform::ComString;
 using orbis::platform::ComVariant;
 using orbis::platform::SafeArray;
-using orbis::platform::Variant;
 using orbis::platform::VariantType;
 using orbis::platform::Wmi;
 namespace hresult = orbis::platform::hresult;
@@ -19,7 +18,7 @@ namespace hresult = orbis::platform::hresult;
 namespace {
 
 // The lines that failures carry are fixed, because logs quote them; they are not lines of this file.
-constexpr std::string_view kUnit = "cpp\\Common\\src\\WmiCommonLib";
+constexpr std::string_view kUnit = R"(cpp\Common\src\WmiCommonLib)";
 
 [[noreturn]] void ThrowUnexpected(std::int32_t line) { throw ResultException(hresult::kUnexpected, kUnit, line); }
 

@@ -15,7 +15,7 @@ namespace hresult = orbis::platform::hresult;
 namespace {
 
 // The lines that failures carry are fixed, because logs quote them; they are not lines of this file.
-constexpr std::string_view kUnit = "cpp\\Common\\src\\WmiQuery";
+constexpr std::string_view kUnit = R"(cpp\Common\src\WmiQuery)";
 
 constexpr std::uint32_t kAuthenticationWinNt = 10;    // RPC_C_AUTHN_WINNT
 constexpr std::uint32_t kAuthorizationNone = 0;       // RPC_C_AUTHZ_NONE

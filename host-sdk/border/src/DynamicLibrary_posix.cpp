@@ -11,7 +11,7 @@ DynamicLibrary::DynamicLibrary(const std::filesystem::path& absolutePath)
     : m_Handle(dlopen(absolutePath.c_str(), RTLD_NOW | RTLD_LOCAL))
 {
     if (m_Handle == nullptr) {
-        const char* reason = dlerror();
+        const char* reason = dlerror();  // NOLINT(concurrency-mt-unsafe): glibc keeps one for each thread
         throw PluginLoadError("cannot load " + absolutePath.string() + ": " + (reason != nullptr ? reason : "no reason given"));
     }
 }

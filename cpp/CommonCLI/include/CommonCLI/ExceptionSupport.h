@@ -37,7 +37,7 @@ public:
         // The host's name of this function, for every instance of the template.
         constexpr std::string_view kFunction =
             "Veyra::Orbis::Cpp::Common::ItemHandler<`generic-class-parameter-1'>::ExecuteHandlingException";
-        constexpr std::string_view kFile = "cpp\\CommonCLI\\include\\CommonCLI\\ExceptionSupport";
+        constexpr std::string_view kFile = R"(cpp\CommonCLI\include\CommonCLI\ExceptionSupport)";
         using namespace Sdk::Exceptions;
 
         if (ct != nullptr) {

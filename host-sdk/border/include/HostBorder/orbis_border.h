@@ -18,6 +18,7 @@
  * another function uses it is an error of the host. The host's functions are called on the thread that creates or collects, before
  * that call returns.
  */
+/* NOLINTBEGIN(modernize-*): this is C. */
 #ifndef ORBIS_BORDER_H
 #define ORBIS_BORDER_H
 
@@ -169,3 +170,4 @@ ORBIS_EXPORT const OrbisRegistration* ORBIS_CALL OrbisPluginRegistration(void);
 #endif
 
 #endif
+/* NOLINTEND(modernize-*) */
