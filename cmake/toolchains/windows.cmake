@@ -25,6 +25,7 @@ set(CMAKE_AR ${toolchain}/bin/${triple}-ar CACHE FILEPATH "")
 set(CMAKE_RANLIB ${toolchain}/bin/${triple}-ranlib CACHE FILEPATH "")
 set(CMAKE_STRIP ${toolchain}/bin/${triple}-strip CACHE FILEPATH "")
 set(CMAKE_READOBJ ${toolchain}/bin/${triple}-readobj CACHE FILEPATH "")
+set(CMAKE_CXXFILT /usr/bin/llvm-cxxfilt-19)
 
 set(CMAKE_FIND_ROOT_PATH ${toolchain}/${triple} ${protobuf})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

@@ -18,12 +18,14 @@ void orbis_guard_dispatch(void);
 
 #if defined(__x86_64__)
 /* Check: the target is in rcx and every register is kept. Dispatch: the target is in rax. */
-__asm__(".globl orbis_guard_check\norbis_guard_check:\n\tret\n"
-        ".globl orbis_guard_dispatch\norbis_guard_dispatch:\n\tjmp *%rax\n");
+__asm__(
+    ".globl orbis_guard_check\norbis_guard_check:\n\tret\n"
+    ".globl orbis_guard_dispatch\norbis_guard_dispatch:\n\tjmp *%rax\n");
 #elif defined(__aarch64__)
 /* Check: the target is in x15 and every argument register is kept. Dispatch: the target is in x9. */
-__asm__(".globl orbis_guard_check\norbis_guard_check:\n\tret\n"
-        ".globl orbis_guard_dispatch\norbis_guard_dispatch:\n\tbr x9\n");
+__asm__(
+    ".globl orbis_guard_check\norbis_guard_check:\n\tret\n"
+    ".globl orbis_guard_dispatch\norbis_guard_dispatch:\n\tbr x9\n");
 #else
 #error "Control Flow Guard is set up for x86-64 and AArch64"
 #endif

@@ -24,13 +24,19 @@ cpu_of() {
 }
 triple_of() { echo "$(cpu_of "$1")-w64-mingw32"; }
 
-# cache_path NAME VERSION INPUT...: the folder that keeps a result. Its name holds the version and a hash of what makes it (files,
-# or words such as another result's folder), comments aside; so a changed recipe is another result, and a folder that exists is
-# a result that was finished.
+# cache_path NAME VERSION INPUT...: the folder that keeps a result. Its name holds the version and a hash of what makes it (scripts
+# without their comments, sources, and words such as another result's folder); so a changed recipe is another result, and a
+# folder that exists is a result that was finished.
 cache_path() {
     local name=$1 version=$2 input; shift 2
     local hash
-    hash=$(for input in "$@"; do if [ -f "$input" ]; then sed '/^ *#/d' "$input"; else echo "${input##*/}"; fi; done | sha256sum)
+    hash=$(for input in "$@"; do
+        case $input in
+            *.sh) sed '/^ *#/d' "$input" ;;
+            *.c) cat "$input" ;;
+            *) echo "${input##*/}" ;;
+        esac
+    done | sha256sum)
     echo "$cache/$name-$version-${hash:0:12}"
 }
 
