@@ -3,8 +3,8 @@
  *
  *     host_in_c PLUGIN [SIMULATED_LIBRARY MACHINE_FILE]
  *
- * With a simulated machine, the plug-in sees that machine instead of this one. What a message holds is left to a protocol-buffer
- * library; this host is content to know that there is one.
+ * With a simulated machine, the plug-in sees that machine instead of this one. Of a message this host reads three texts on its own;
+ * one that reads more uses a protocol-buffer library and the .proto files.
  */
 #include <stdio.h>
 #include <string.h>
@@ -65,6 +65,86 @@ static void print_failure(const OrbisFailure* failure)
     }
 }
 
+/* ---- Messages: as much of the protocol-buffer encoding as it takes to find a text ---- */
+
+/* Takes one base-128 number off the front of `bytes`; 0 when there is no whole one. */
+static int take_number(OrbisText* bytes, uint64_t* number)
+{
+    unsigned shift;
+    *number = 0;
+    for (shift = 0; shift < 64 && bytes->length != 0; shift += 7) {
+        const unsigned char byte = (unsigned char)*bytes->data;
+        ++bytes->data;
+        --bytes->length;
+        *number |= (uint64_t)(byte & 0x7F) << shift;
+        if (byte < 0x80) {
+            return 1;
+        }
+    }
+    return 0;
+}
+
+/* Takes `count` bytes off the front; 0 when there are not as many. */
+static int take_bytes(OrbisText* bytes, uint64_t count, OrbisText* taken)
+{
+    if (count > bytes->length) {
+        return 0;
+    }
+    taken->data = bytes->data;
+    taken->length = (size_t)count;
+    bytes->data += count;
+    bytes->length -= (size_t)count;
+    return 1;
+}
+
+/* The text of a message's field, or an empty one when the message has none. */
+static OrbisText text_field(OrbisText message, uint64_t field)
+{
+    const OrbisText none = {"", 0};
+    OrbisText value = none;
+    uint64_t key;
+    uint64_t number = 0;
+    while (take_number(&message, &key)) {
+        int whole;
+        switch (key & 7) {
+            case 0:
+                whole = take_number(&message, &number);
+                break;
+            case 1:
+                whole = take_bytes(&message, 8, &value);
+                break;
+            case 2:
+                whole = take_number(&message, &number) && take_bytes(&message, number, &value);
+                break;
+            case 5:
+                whole = take_bytes(&message, 4, &value);
+                break;
+            default:
+                whole = 0;
+                break;
+        }
+        if (!whole) {
+            return none;
+        }
+        if (key == (field << 3 | 2)) {
+            return value;
+        }
+    }
+    return none;
+}
+
+/* NvmeIdentifyControllerData: serial_number = 3, model_number = 4, firmware_revision = 5. */
+static void print_controller(OrbisText message)
+{
+    fputs("    ", stdout);
+    print_text(text_field(message, 4));
+    fputs(", serial number ", stdout);
+    print_text(text_field(message, 3));
+    fputs(", firmware ", stdout);
+    print_text(text_field(message, 5));
+    putchar('\n');
+}
+
 static void print_item(const OrbisItem* item)
 {
     const time_t seconds = (time_t)(item->collectionTime / 1000000000);
@@ -73,6 +153,9 @@ static void print_item(const OrbisItem* item)
     fputs("  ", stdout);
     print_text(item->itemId);
     printf(", collected %s, %s\n", when, item->hasMessage ? "with a message" : "without a message");
+    if (item->hasMessage) {
+        print_controller(item->message);
+    }
 }
 
 static void print_result(const OrbisResult* result)
