@@ -32,3 +32,13 @@ function(orbis_version_resource target description)
     configure_file(${CMAKE_SOURCE_DIR}/cmake/version.rc.in ${CMAKE_BINARY_DIR}/version/${target}.rc @ONLY)
     target_sources(${target} PRIVATE ${CMAKE_BINARY_DIR}/version/${target}.rc)
 endfunction()
+
+# orbis_restrict_imports(<program>): the DLLs that it is linked to are looked for beside it and in the system's folder
+# (LOAD_LIBRARY_SEARCH_APPLICATION_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32), never in the current folder or PATH.
+function(orbis_restrict_imports target)
+    if(MSVC)
+        target_link_options(${target} PRIVATE /DEPENDENTLOADFLAG:0xA00)
+    else()
+        target_link_options(${target} PRIVATE LINKER:-Xlink=-dependentloadflag:0xA00)
+    endif()
+endfunction()

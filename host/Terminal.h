@@ -6,6 +6,10 @@
 // What the host asks of the operating system around it; one implementation each in Terminal_posix.cpp and Terminal_windows.cpp.
 namespace orbis::host {
 
+// To be called before anything else: from here on libraries are loaded from this program's folder and the system's only, never from
+// the current folder or PATH, where the system makes a difference.
+void RestrictLibrarySearch();
+
 // True when standard output is a terminal (and not a file or a pipe).
 [[nodiscard]] bool OutputIsTerminal();
 // Columns and rows of that terminal; 80 and 24 when it does not say.

@@ -8,6 +8,8 @@
 
 namespace orbis::host {
 
+void RestrictLibrarySearch() {}  // the program names its libraries' folder by its run path
+
 bool OutputIsTerminal() { return ::isatty(STDOUT_FILENO) == 1; }
 
 TerminalSize GetTerminalSize()

@@ -9,6 +9,8 @@
 
 namespace orbis::host {
 
+void RestrictLibrarySearch() { ::SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_APPLICATION_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32); }
+
 bool OutputIsTerminal()
 {
     DWORD mode = 0;

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Commands.h"
+#include "Terminal.h"
 #include "Version.h"
 
 namespace {
@@ -42,6 +43,7 @@ std::vector<std::string> Names(const std::map<std::string, T>& choices)
 
 int main(int argc, char** argv)
 {
+    RestrictLibrarySearch();
     CLI::App app{"Collects storage telemetry of this machine's disks, or of a simulated machine's, through the plug-in."};
     app.name("orbis-host");
     app.footer(kFooter);
