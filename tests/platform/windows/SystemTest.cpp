@@ -1,0 +1,85 @@
+// Firmware tables, text and time of this Windows.
+#include <windows.h>
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "platform/Errors.h"
+#include "platform/Firmware.h"
+#include "platform/Text.h"
+#include "platform/Time.h"
+
+namespace orbis::platform {
+namespace {
+
+TEST(WindowsFirmware, GivesTheSmbiosTable)
+{
+    Firmware& firmware = Firmware::Current();
+    const std::uint32_t needed = firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, nullptr, 0);
+    constexpr std::uint32_t kHeader = 8;
+    ASSERT_GT(needed, kHeader) << "error " << firmware.LastError();
+
+    std::vector<std::uint8_t> table(needed, 0xEE);
+    EXPECT_EQ(firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, table.data(), 4), needed);
+    EXPECT_EQ(table[0], 0xEE) << "too small a buffer was written to";
+
+    ASSERT_EQ(firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, table.data(), needed), needed);
+    const std::uint32_t length = table[4] | table[5] << 8 | table[6] << 16 | static_cast<std::uint32_t>(table[7]) << 24;
+    EXPECT_EQ(length + kHeader, needed);
+}
+
+TEST(WindowsFirmware, KnowsNoOtherProviders)
+{
+    constexpr std::uint32_t kNoProvider = 0x3F3F3F3F;
+    EXPECT_EQ(Firmware::Current().SystemFirmwareTable(kNoProvider, 0, nullptr, 0), 0U);
+    EXPECT_THAT(Firmware::Current().LastError(), ::testing::AnyOf(win32::kInvalidFunction, win32::kNotSupported));
+}
+
+TEST(WindowsText, WritesUtf8)
+{
+    Text& text = Text::Current();
+    const std::u16string wide = u"a\u00e9\u20ac\xD83D\xDE00\xD800z";
+    const auto characters = static_cast<std::int32_t>(wide.size());
+    const std::int32_t needed = text.WideToUtf8(wide.data(), characters, nullptr, 0);
+    ASSERT_GT(needed, 0);
+    std::string narrow(static_cast<std::size_t>(needed), '?');
+    ASSERT_EQ(text.WideToUtf8(wide.data(), characters, narrow.data(), needed), needed);
+    EXPECT_EQ(narrow, "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xEF\xBF\xBDz") << "a lone surrogate is replaced";
+
+    EXPECT_EQ(text.WideToUtf8(wide.data(), characters, narrow.data(), 3), 0);
+    EXPECT_EQ(::GetLastError(), win32::kInsufficientBuffer);
+}
+
+// 0x80 is the euro sign in Windows-1252, a lead byte or nothing elsewhere; the code page decides, never UTF-8 by itself.
+TEST(WindowsText, ReadsTheActiveCodePage)
+{
+    EXPECT_EQ(DefaultToUtf8("plain"), "plain");
+    EXPECT_EQ(DefaultToUtf8(std::string_view("a\0b", 3)), std::string("a\0b", 3));
+    if (::GetACP() == 1252) {
+        EXPECT_EQ(DefaultToUtf8("\x80\xE9"), "\xE2\x82\xAC\xC3\xA9");
+    } else {
+        EXPECT_EQ(ValidUtf8(DefaultToUtf8("\x80\xE9")), DefaultToUtf8("\x80\xE9"));
+    }
+}
+
+TEST(WindowsTime, TellsUtcAndSleeps)
+{
+    using namespace std::chrono;
+    const auto before = Time::Current().UtcNow();
+    SYSTEMTIME now{};
+    ::GetSystemTime(&now);
+    const sys_days today = year{now.wYear} / month{now.wMonth} / day{now.wDay};
+    const auto system = today + hours{now.wHour} + minutes{now.wMinute} + seconds{now.wSecond};
+    EXPECT_LT(abs(before - system), 2s);
+
+    Time::Current().Sleep(1);
+    EXPECT_GT(Time::Current().UtcNow(), before);
+}
+
+}  // namespace
+}  // namespace orbis::platform

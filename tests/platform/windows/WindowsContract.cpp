@@ -1,0 +1,16 @@
+#include "PlatformContract.h"
+
+namespace orbis::tests {
+namespace {
+
+class WindowsSubject final : public ContractSubject {
+public:
+    platform::Platform& Ports() override { return platform::Platform::System(); }
+};
+
+INSTANTIATE_TEST_SUITE_P(Windows, PlatformContract,
+                         testing::Values(ContractFactory{"system", [] { return std::make_unique<WindowsSubject>(); }}),
+                         [](const auto& factory) { return factory.param.name; });
+
+}  // namespace
+}  // namespace orbis::tests
