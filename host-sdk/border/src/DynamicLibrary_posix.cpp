@@ -4,6 +4,7 @@
 
 #include "DynamicLibrary.h"
 #include "HostBorder/PluginHost.h"
+#include "TextOf.h"
 
 namespace orbis::border {
 
@@ -12,7 +13,7 @@ DynamicLibrary::DynamicLibrary(const std::filesystem::path& absolutePath)
 {
     if (m_Handle == nullptr) {
         const char* reason = dlerror();  // NOLINT(concurrency-mt-unsafe): glibc keeps one for each thread
-        throw PluginLoadError("cannot load " + absolutePath.string() + ": " + (reason != nullptr ? reason : "no reason given"));
+        throw PluginLoadError("cannot load " + TextOf(absolutePath) + ": " + (reason != nullptr ? reason : "no reason given"));
     }
 }
 

@@ -1,10 +1,10 @@
 #include <windows.h>
 
 #include <string>
-#include <system_error>
 
 #include "DynamicLibrary.h"
 #include "HostBorder/PluginHost.h"
+#include "TextOf.h"
 
 namespace orbis::border {
 
@@ -13,8 +13,7 @@ DynamicLibrary::DynamicLibrary(const std::filesystem::path& absolutePath)
     : m_Handle(LoadLibraryExW(absolutePath.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS))
 {
     if (m_Handle == nullptr) {
-        const std::error_code reason(static_cast<int>(GetLastError()), std::system_category());
-        throw PluginLoadError("cannot load " + absolutePath.string() + ": " + reason.message());
+        throw PluginLoadError("cannot load " + TextOf(absolutePath) + ": Windows error " + std::to_string(GetLastError()));
     }
 }
 

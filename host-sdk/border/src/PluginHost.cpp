@@ -13,13 +13,13 @@ const OrbisRegistration& RegistrationOf(const std::filesystem::path& library)
     std::error_code error;
     const std::filesystem::path path = std::filesystem::absolute(library, error);
     if (error) {
-        throw PluginLoadError("cannot load " + library.string() + ": " + error.message());
+        throw PluginLoadError("cannot load " + TextOf(library) + ": " + error.message());
     }
     const DynamicLibrary loaded(path);
     const auto function = reinterpret_cast<OrbisPluginRegistrationFunction>(loaded.Find(ORBIS_PLUGIN_REGISTRATION_NAME));
     const OrbisRegistration* registration = function != nullptr ? function() : nullptr;
     if (registration == nullptr) {
-        throw PluginLoadError(path.string() + " is no plug-in: it has no function " ORBIS_PLUGIN_REGISTRATION_NAME);
+        throw PluginLoadError(TextOf(path) + " is no plug-in: it has no function " ORBIS_PLUGIN_REGISTRATION_NAME);
     }
     return *registration;
 }
