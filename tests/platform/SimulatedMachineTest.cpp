@@ -576,7 +576,7 @@ TEST_F(SimulatedMachineTest, TheJournalKeepsEveryRequestWithItsCommand)
     Ata(drive, 0xB0, 0xD0);
     Scsi(drive, AtaInScsi(0xEC));
     tests::Query(machine->WmiPort(), u"root\\cimv2", u"SELECT * FROM Win32_DiskDrive");
-    machine->FirmwarePort().SystemFirmwareTable(0x41435049, 0, nullptr, 0);
+    EXPECT_EQ(machine->FirmwarePort().SystemFirmwareTable(0x41435049, 0, nullptr, 0), 0U);
     const std::vector<JournalEntry> journal = machine->TakeJournal();
     ASSERT_EQ(journal.size(), 6U);
     EXPECT_EQ(journal[0].operation + " " + journal[0].subject, "DeviceIo::Open \\\\.\\PhysicalDrive0");
@@ -615,7 +615,8 @@ TEST_F(SimulatedMachineTest, FirmwareTablesAreMadeOrRecorded)
             firmware_table { provider: "ACPI" table: 7 content { hex: "010203" } } firmware_table { provider: "FIRM" error: 5 })");
     Firmware& firmware = machine->FirmwarePort();
     Bytes table(firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, nullptr, 0));
-    firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, table.data(), static_cast<std::uint32_t>(table.size()));
+    EXPECT_EQ(firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, table.data(), static_cast<std::uint32_t>(table.size())),
+              table.size());
     EXPECT_EQ(Part(table, 0, 8), (Bytes{0, 2, 8, 0, 77, 0, 0, 0}));
     const Bytes tail{11, 5, 2, 0, 2, 'A', 0, 'B', 0, 0, 200, 3, 3, 0, 1, 0, 0, 127, 4, 4, 0, 0, 0};
     EXPECT_EQ(Part(table, table.size() - tail.size(), tail.size()), tail);

@@ -7,8 +7,9 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <map>
+#include <sstream>
+#include <utility>
 #include <vector>
 
 #include "MachineChecks.h"
@@ -175,14 +176,13 @@ std::string ReadFile(const std::string& path)
 {
     const std::filesystem::path file(std::u8string(path.begin(), path.end()));
     std::ifstream stream(file, std::ios::binary);
-    std::string text;
-    if (stream) {
-        text.assign(std::istreambuf_iterator<char>(stream), {});
-    }
     std::error_code ignored;
     if (!stream || std::filesystem::is_directory(file, ignored)) {
         throw MachineFileError(FileFinding(path, "the machine file cannot be read", "name a readable *.txtpb file"));
     }
+    std::ostringstream content;
+    content << stream.rdbuf();
+    std::string text = std::move(content).str();
     if (text.size() > kLongestFile) {
         throw MachineFileError(FileFinding(path, "the machine file is longer than 64 MiB", "describe fewer disks or bytes"));
     }
