@@ -22,9 +22,13 @@ using uint32_t = unsigned int;
 using uint64_t = unsigned long long;
 using int32_t = int;
 using size_t = decltype(sizeof 0);
+struct string_view {
+    string_view();
+    string_view(const char*, size_t);
+};
 struct string {
     string();
-    string(const char*, size_t);
+    explicit string(string_view);
     bool empty() const;
     string& operator+=(char);
 };
@@ -53,7 +57,7 @@ def laid_out(clang, target, include, interfaces):
     with tempfile.TemporaryDirectory() as folder:
         root = pathlib.Path(folder)
         (root / "cstdint").write_text(STANDARD, encoding="utf-8")
-        for name in ("cstddef", "string"):
+        for name in ("cstddef", "string", "string_view"):
             (root / name).write_text("#pragma once\n#include <cstdint>\n", encoding="utf-8")
         (root / "probe.cpp").write_text(probe, encoding="utf-8")
         command = [clang, f"--target={target}", "-std=c++20", "-nostdinc", f"-I{root}", f"-I{include}", "-Xclang",
