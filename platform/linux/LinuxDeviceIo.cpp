@@ -23,7 +23,7 @@
 
 namespace orbis::platform {
 
-struct LinuxDeviceIo::OpenDevice {
+struct LinuxDeviceIo::OpenTarget {
     LinuxTarget target;
     UniqueFd node;
     Win32Error refusal = win32::kSuccess;  // why there is no node
@@ -71,9 +71,10 @@ std::optional<LinuxTarget> Resolve(LinuxMachine& machine, const std::string& pat
 }
 
 // Opens the node of a block device and makes sure that it is the device which sysfs speaks of, whatever stands in /dev.
-UniqueFd OpenNode(const Roots& roots, const std::string& blockName, Win32Error& refusal)
+UniqueFd OpenNode(const LinuxMachine& machine, const std::string& blockName, Win32Error& refusal)
 {
-    UniqueFd node = OpenForReading(roots.dev + "/" + blockName);
+    const Roots& roots = machine.roots;
+    UniqueFd node = OpenDevice(machine.calls, roots.dev + "/" + blockName);
     if (!node.IsValid()) {
         refusal = Win32FromErrno(errno);
         return {};
@@ -89,81 +90,82 @@ UniqueFd OpenNode(const Roots& roots, const std::string& blockName, Win32Error& 
     return node;
 }
 
-Win32Error QueryProperty(const LinuxTarget& target, const KernelDevice& device, ControlBuffers& buffers)
+// One request on its way: what it is asked of, and the node, or why there is none.
+struct Asked {
+    LinuxMachine& machine;
+    const LinuxTarget& target;
+    int node;
+    Win32Error refusal;
+
+    [[nodiscard]] bool IsNvme() const { return target.disk.busType == BusType::Nvme || target.disk.busType == BusType::NvmeOf; }
+};
+
+// Requests that go to the device end here when it may not be opened.
+template <typename Handler>
+Win32Error WithNode(const Asked& asked, Handler handler)
+{
+    return asked.node >= 0 ? handler(KernelDevice{asked.machine.calls, asked.node}) : asked.refusal;
+}
+
+Win32Error QueryProperty(const Asked& asked, ControlBuffers& buffers)
 {
     const auto query = buffers.Request<StoragePropertyQueryHead>();
     if (!query) {
         return win32::kInvalidParameter;
     }
-    const bool isNvme = target.disk.busType == BusType::Nvme || target.disk.busType == BusType::NvmeOf;
     const bool isProtocol =
         query->propertyId == kStorageAdapterProtocolSpecificProperty || query->propertyId == kStorageDeviceProtocolSpecificProperty;
-    if (query->propertyId != kStorageDeviceProperty && !(isProtocol && isNvme)) {
+    if (query->propertyId != kStorageDeviceProperty && !(isProtocol && asked.IsNvme())) {
         return win32::kInvalidFunction;
     }
     if (query->queryType == kStorageQueryExists) {
         return win32::kSuccess;
     }
     if (query->queryType != kPropertyStandardQuery) {
-        return win32::kInvalidParameter;
+        return win32::kNotSupported;
     }
-    return isProtocol ? QueryNvmeProtocolData(device, buffers) : GetDeviceDescriptor(target, buffers);
-}
-
-// Requests that the kernel answers without the device.
-bool IsForEverybody(std::uint32_t code, const ControlBuffers& buffers)
-{
-    const auto query = buffers.Request<StoragePropertyQueryHead>();
-    switch (code) {
-        case kIoctlStorageGetDeviceNumber:
-        case kIoctlDiskGetDriveGeometry:
-        case kIoctlDiskGetDriveLayoutEx:
-        case kIoctlDiskGetPartitionInfoEx:
-        case kIoctlDiskPerformance:
-            return true;
-        case kIoctlStorageQueryProperty:
-            return query && query->propertyId == kStorageDeviceProperty;
-        default:
-            return false;
+    if (!isProtocol) {
+        return GetDeviceDescriptor(asked.target, buffers);
     }
+    return WithNode(asked, [&](const KernelDevice& device) { return QueryNvmeProtocolData(device, buffers); });
 }
 
 using TableRequest = Win32Error(const LinuxMachine&, const LinuxTarget&, int, ControlBuffers&);
 
 // A partition table is on the disk, which for a volume's handle is another device.
-Win32Error AskDisk(TableRequest& request, const LinuxMachine& machine, const LinuxTarget& target, int node, ControlBuffers& buffers)
+Win32Error AskDisk(TableRequest& request, const Asked& asked, ControlBuffers& buffers)
 {
-    if (!target.volume || node < 0) {
-        return request(machine, target, node, buffers);
+    if (!asked.target.volume || asked.node < 0) {
+        return request(asked.machine, asked.target, asked.node, buffers);
     }
     Win32Error refusal = win32::kSuccess;
-    const UniqueFd disk = OpenNode(machine.roots, target.disk.name, refusal);
-    return disk.IsValid() || refusal == win32::kAccessDenied ? request(machine, target, disk.Get(), buffers) : refusal;
+    const UniqueFd disk = OpenNode(asked.machine, asked.target.disk.name, refusal);
+    return disk.IsValid() || refusal == win32::kAccessDenied ? request(asked.machine, asked.target, disk.Get(), buffers) : refusal;
 }
 
-Win32Error Dispatch(LinuxMachine& machine, const LinuxTarget& target, int node, std::uint32_t code, ControlBuffers& buffers)
+Win32Error Dispatch(std::uint32_t code, const Asked& asked, ControlBuffers& buffers)
 {
-    const KernelDevice device{machine.calls, node};
-    const bool isNvme = target.disk.busType == BusType::Nvme || target.disk.busType == BusType::NvmeOf;
     switch (code) {
         case kIoctlStorageGetDeviceNumber:
-            return GetDeviceNumber(target, buffers);
+            return GetDeviceNumber(asked.target, buffers);
         case kIoctlStorageQueryProperty:
-            return QueryProperty(target, device, buffers);
-        case kIoctlStorageProtocolCommand:
-            return isNvme ? RunNvmeProtocolCommand(device, buffers) : win32::kInvalidFunction;
+            return QueryProperty(asked, buffers);
         case kIoctlDiskGetDriveGeometry:
-            return GetDriveGeometry(target, buffers);
+            return GetDriveGeometry(asked.target, buffers);
         case kIoctlDiskPerformance:
-            return GetDiskPerformance(machine, target, buffers);
+            return GetDiskPerformance(asked.machine, asked.target, buffers);
         case kIoctlDiskGetDriveLayoutEx:
-            return AskDisk(GetDriveLayout, machine, target, node, buffers);
+            return AskDisk(GetDriveLayout, asked, buffers);
         case kIoctlDiskGetPartitionInfoEx:
-            return AskDisk(GetPartitionInfo, machine, target, node, buffers);
+            return AskDisk(GetPartitionInfo, asked, buffers);
+        case kIoctlStorageProtocolCommand:
+            return !asked.IsNvme() ? win32::kInvalidFunction
+                                   : WithNode(asked, [&](const auto& device) { return RunNvmeProtocolCommand(device, buffers); });
         case kIoctlAtaPassThroughDirect:
-            return RunAtaPassThrough(device, target.disk.busType, buffers);
+            return WithNode(asked,
+                            [&](const auto& device) { return RunAtaPassThrough(device, asked.target.disk.busType, buffers); });
         case kIoctlScsiPassThroughDirect:
-            return RunScsiPassThrough(device, buffers);
+            return WithNode(asked, [&](const auto& device) { return RunScsiPassThrough(device, buffers); });
         default:
             return win32::kInvalidFunction;
     }
@@ -188,9 +190,9 @@ NativeHandle LinuxDeviceIo::Open(const char16_t* path, std::uint32_t /*access*/,
         if (!target) {
             return fail(win32::kFileNotFound);
         }
-        auto device = std::make_shared<OpenDevice>();
+        auto device = std::make_shared<OpenTarget>();
         device->target = std::move(*target);
-        device->node = OpenNode(m_Machine.roots, device->target.BlockName(), device->refusal);
+        device->node = OpenNode(m_Machine, device->target.BlockName(), device->refusal);
         if (!device->node.IsValid() && device->refusal != win32::kAccessDenied) {
             return fail(device->refusal);
         }
@@ -202,7 +204,7 @@ NativeHandle LinuxDeviceIo::Open(const char16_t* path, std::uint32_t /*access*/,
     }
 }
 
-std::shared_ptr<LinuxDeviceIo::OpenDevice> LinuxDeviceIo::Find(NativeHandle device)
+std::shared_ptr<LinuxDeviceIo::OpenTarget> LinuxDeviceIo::Find(NativeHandle device)
 {
     const std::scoped_lock lock(m_Lock);
     const auto open = m_Open.find(device);
@@ -215,11 +217,10 @@ bool LinuxDeviceIo::Control(NativeHandle device, std::uint32_t code, void* in, s
     *returned = 0;
     Win32Error error = win32::kInvalidHandle;
     try {
-        if (const std::shared_ptr<OpenDevice> open = Find(device)) {
+        if (const std::shared_ptr<OpenTarget> open = Find(device)) {
             ControlBuffers buffers{{static_cast<const std::byte*>(in), in != nullptr ? inSize : 0},
                                    {static_cast<std::byte*>(out), out != nullptr ? outSize : 0}};
-            const bool isRefused = !open->node.IsValid() && !IsForEverybody(code, buffers);
-            error = isRefused ? open->refusal : Dispatch(m_Machine, open->target, open->node.Get(), code, buffers);
+            error = Dispatch(code, {m_Machine, open->target, open->node.Get(), open->refusal}, buffers);
             *returned = buffers.returned;
         }
     } catch (const std::bad_alloc&) {
@@ -234,7 +235,7 @@ bool LinuxDeviceIo::Control(NativeHandle device, std::uint32_t code, void* in, s
 bool LinuxDeviceIo::Close(NativeHandle device) noexcept
 {
     // The device closes outside the lock, once the last request on it has ended.
-    std::shared_ptr<OpenDevice> closing;
+    std::shared_ptr<OpenTarget> closing;
     const std::scoped_lock lock(m_Lock);
     const auto open = m_Open.find(device);
     if (open == m_Open.end()) {

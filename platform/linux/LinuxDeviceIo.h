@@ -29,14 +29,14 @@ public:
     std::uint32_t LastError() const noexcept override;
 
 private:
-    struct OpenDevice;
+    struct OpenTarget;
 
-    [[nodiscard]] std::shared_ptr<OpenDevice> Find(NativeHandle device);
+    [[nodiscard]] std::shared_ptr<OpenTarget> Find(NativeHandle device);
 
     LinuxMachine& m_Machine;
     std::mutex m_Lock;
     NativeHandle m_LastHandle = 0;
-    std::map<NativeHandle, std::shared_ptr<OpenDevice>> m_Open;
+    std::map<NativeHandle, std::shared_ptr<OpenTarget>> m_Open;
 };
 
 }  // namespace orbis::platform

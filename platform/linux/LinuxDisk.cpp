@@ -76,7 +76,7 @@ std::optional<LinuxDisk> ReadLinuxDisk(const Roots& roots, const std::string& na
     if (device.empty()) {
         return std::nullopt;
     }
-    const std::string subsystem = BaseName(RealPath(device + "/subsystem"));
+    const std::string subsystem = BaseName(LinkTarget(device + "/subsystem"));
     if (subsystem == "scsi" && !IsScsiDisk(device)) {
         return std::nullopt;
     }

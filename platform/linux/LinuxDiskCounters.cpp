@@ -68,12 +68,11 @@ std::optional<double> DiskCounterValue(DiskCounter counter, std::span<const Disk
                                        std::chrono::nanoseconds elapsed) noexcept
 {
     Activity sum;
-    if (disks.empty() || elapsed.count() <= 0 ||
-        !std::ranges::all_of(disks, [&](const DiskInterval& disk) { return Add(sum, disk); })) {
+    if (elapsed.count() <= 0 || !std::ranges::all_of(disks, [&](const DiskInterval& disk) { return Add(sum, disk); })) {
         return std::nullopt;
     }
     const double seconds = std::chrono::duration<double>(elapsed).count();
-    const double diskSeconds = seconds * static_cast<double>(disks.size());
+    const double diskSeconds = seconds * static_cast<double>(std::max<std::size_t>(1, disks.size()));
     switch (counter) {
         case DiskCounter::IdleTime:
             return std::max(0.0, 100 * (1 - sum.busySeconds / diskSeconds));

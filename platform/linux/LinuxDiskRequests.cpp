@@ -154,7 +154,20 @@ Win32Error GetPartitionInfo(const LinuxMachine& machine, const LinuxTarget& targ
         return AnswerWhole(whole, buffers);
     }
     const auto entry = std::ranges::find(table->entries, target.PartitionNumber(), &PartitionInformationEx::partitionNumber);
-    return entry != table->entries.end() ? AnswerWhole(*entry, buffers) : win32::kInvalidFunction;
+    if (entry != table->entries.end()) {
+        return AnswerWhole(*entry, buffers);
+    }
+    // A kind of table that is not known here, or one that changed since the kernel read it.
+    const auto known = std::ranges::find(target.disk.partitions, target.PartitionNumber(), &LinuxPartition::number);
+    if (known == target.disk.partitions.end()) {
+        return win32::kNoSuchDevice;
+    }
+    PartitionInformationEx place;
+    place.partitionStyle = PartitionStyle::Raw;
+    place.partitionNumber = known->number;
+    place.startingOffset = static_cast<std::int64_t>(known->startBytes);
+    place.partitionLength = static_cast<std::int64_t>(known->bytes);
+    return AnswerWhole(place, buffers);
 }
 
 }  // namespace orbis::platform

@@ -13,6 +13,8 @@
 namespace orbis::platform {
 namespace {
 
+constexpr int kReading = O_RDONLY | O_NONBLOCK | O_CLOEXEC;
+
 std::vector<std::string_view> Split(std::string_view text, std::string_view separators)
 {
     std::vector<std::string_view> parts;
@@ -37,9 +39,14 @@ UniqueFd OpenForReading(const std::string& path) noexcept
 {
     int descriptor = -1;
     do {
-        descriptor = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+        descriptor = ::open(path.c_str(), kReading);
     } while (descriptor < 0 && errno == EINTR);
     return UniqueFd(descriptor);
+}
+
+UniqueFd OpenDevice(const KernelCalls& calls, const std::string& path)
+{
+    return calls.open ? UniqueFd(calls.open(path.c_str(), kReading)) : OpenForReading(path);
 }
 
 std::optional<std::string> ReadBytes(const std::string& path, std::size_t limit)

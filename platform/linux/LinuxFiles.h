@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "LinuxKernel.h"
+
 namespace orbis::platform {
 
 // Owns one file descriptor.
@@ -32,6 +34,7 @@ private:
 
 // Opens for reading without waiting for a medium, closed on exec. Invalid with errno set on failure.
 [[nodiscard]] UniqueFd OpenForReading(const std::string& path) noexcept;
+[[nodiscard]] UniqueFd OpenDevice(const KernelCalls& calls, const std::string& path);
 
 // The first `limit` bytes of a file; nothing, with errno set, when it cannot be read.
 [[nodiscard]] std::optional<std::string> ReadBytes(const std::string& path, std::size_t limit = 65536);

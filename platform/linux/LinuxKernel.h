@@ -13,8 +13,9 @@ struct Roots {
     std::string dev = "/dev";
 };
 
-// What no captured tree can answer: requests to a driver, and time passing. An empty member means the kernel's own.
+// What no captured tree can answer: rights, requests to a driver, and time passing. An empty member means the kernel's own.
 struct KernelCalls {
+    std::function<int(const char* path, int flags)> open;                             // of a device node, as open(2): -1 with errno
     std::function<int(int descriptor, unsigned long request, void* argument)> ioctl;  // as ioctl(2): -1 with errno
     std::function<std::chrono::nanoseconds()> monotonicClock;
 };

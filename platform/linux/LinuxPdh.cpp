@@ -95,12 +95,13 @@ PdhCounterValue LinuxPdh::Query::Value(const Counter& counter, std::uint32_t for
     std::vector<DiskInterval> intervals;
     for (const auto& [number, stats] : after.disks) {
         const auto earlier = before.disks.find(number);
-        if (taken >= 2 && (counter.isTotal || counter.disk == number) && earlier != before.disks.end()) {
+        if ((counter.isTotal || counter.disk == number) && earlier != before.disks.end()) {
             intervals.push_back({earlier->second, stats});
         }
     }
     const std::optional<double> value = DiskCounterValue(counter.kind, intervals, after.time - before.time);
-    if (!value) {
+    const bool isNew = taken < 2 || (!counter.isTotal && intervals.empty());
+    if (isNew || !value) {
         return {pdh::kInvalidData, 0};
     }
     const bool isCapped = counter.kind <= DiskCounter::WriteTime && (format & pdh::kFormatNoCap100) == 0;

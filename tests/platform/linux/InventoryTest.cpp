@@ -1,0 +1,211 @@
+// The kernel's disks as Windows' sources would tell of them: one order, one number, one id everywhere.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <vector>
+
+#include "CapturedMachine.h"
+#include "PortHelpers.h"
+#include "platform/Text.h"
+
+namespace orbis::tests {
+namespace {
+
+using namespace platform;
+
+struct DriveRow {
+    std::uint32_t index = 0;
+    std::string model;
+    std::string id;
+    std::string firmware;
+
+    friend bool operator==(const DriveRow&, const DriveRow&) = default;
+    friend std::ostream& operator<<(std::ostream& out, const DriveRow& row)
+    {
+        return out << row.index << " '" << row.model << "' " << row.id << " '" << row.firmware << "'";
+    }
+};
+
+std::string Narrow(const WmiValue& value) { return Utf16ToUtf8(value.text.value_or(u"(null)")); }
+
+std::vector<DriveRow> Drives(LinuxPlatform& machine)
+{
+    std::vector<DriveRow> drives;
+    const WmiResult result = Query(machine.WmiPort(), u"root\\cimv2", u"SELECT * FROM Win32_DiskDrive",
+                                   {u"Index", u"Model", u"PNPDeviceID", u"FirmwareRevision"});
+    for (const auto& row : result.rows) {
+        drives.push_back({row[0].Number(), Narrow(row[1]), Narrow(row[2]), Narrow(row[3])});
+    }
+    return drives;
+}
+
+BusType BusTypeOf(LinuxPlatform& machine, std::uint32_t number)
+{
+    const DeviceHandle device = OpenDevice(machine.DeviceIoPort(), DrivePath(number));
+    return Ask(machine.DeviceIoPort(), device, kIoctlStorageQueryProperty, BytesOf(StoragePropertyQueryHead{}, 12), 1024)
+        .As<StorageDeviceDescriptorHead>()
+        .busType;
+}
+
+std::map<std::string, std::uint32_t> NumbersById(LinuxPlatform& machine)
+{
+    std::map<std::string, std::uint32_t> numbers;
+    for (const DriveRow& drive : Drives(machine)) {
+        numbers[drive.id] = drive.index;
+    }
+    return numbers;
+}
+
+}  // namespace
+
+// A guest of an emulator with one disk on each transport, an optical drive, and an NVMe subsystem whose namespaces have hidden
+// paths.
+TEST(LinuxInventory, TellsEveryTransportAsWindowsWould)
+{
+    const CapturedTree tree = CapturedTree::Named("every-transport.tree");
+    LinuxPlatform machine(tree.Roots());
+    const std::vector<DriveRow> expected{
+        {0, "QEMU NVMe Ctrl", R"(SCSI\DISK&VEN_NVME&PROD_QEMU_NVME_CTRL\LAB-LAPTOP-7&1)", "7.2.22"},
+        {1, "QEMU NVMe Ctrl", R"(SCSI\DISK&VEN_NVME&PROD_QEMU_NVME_CTRL\LAB-SERVER-12&1)", "7.2.22"},
+        {2, "QEMU NVMe Ctrl", R"(SCSI\DISK&VEN_NVME&PROD_QEMU_NVME_CTRL\LAB-SERVER-12&2)", "7.2.22"},
+        {3, "QEMU NVMe Ctrl", R"(SCSI\DISK&VEN_NVME&PROD_QEMU_NVME_CTRL\LAB-SERVER-12&5)", "7.2.22"},
+        {4, "Lab SATA SSD", R"(SCSI\DISK&VEN_LAB&PROD_SATA_SSD\LAB-SSD-1&0)", "SSD.1"},
+        {5, "Lab SATA HDD", R"(SCSI\DISK&VEN_LAB&PROD_SATA_HDD\LAB-HDD-2&0)", "HDD.2"},
+        {6, "Lab SATA blank", R"(SCSI\DISK&VEN_LAB&PROD_SATA_BLANK\LAB-BLANK-3&0)", "BLK.3"},
+        {7, "QEMU QEMU HARDDISK", R"(SCSI\DISK&VEN_QEMU&PROD_QEMU_HARDDISK\LAB-VSCSI&0)", "2.5+"},
+        {8, "QEMU QEMU HARDDISK", R"(USBSTOR\DISK&VEN_QEMU&PROD_QEMU_HARDDISK&REV_2.5+\LAB-UAS-1&0)", "2.5+"},
+        {9, "Lab PATA disk", R"(SCSI\DISK&VEN_LAB&PROD_PATA_DISK\LAB-PATA&0)", "2.5+"},
+        {10, "QEMU QEMU HARDDISK", R"(SCSI\DISK&VEN_QEMU&PROD_QEMU_HARDDISK\LAB-MEGA&0)", "2.5+"},
+        {11, "QEMU QEMU HARDDISK", R"(USBSTOR\DISK&VEN_QEMU&PROD_QEMU_HARDDISK&REV_2.5+\LAB-USB-9&0)", "2.5+"},
+        {12, "Red Hat VirtIO", R"(SCSI\DISK&VEN_RED_HAT&PROD_VIRTIO\LAB-VBLK-1&0)", ""},
+    };
+    EXPECT_EQ(Drives(machine), expected);
+
+    using enum BusType;
+    const std::vector<BusType> busTypes{Nvme, Nvme, Nvme, Nvme, Sata, Sata, Sata, Scsi, Usb, Ata, Raid, Usb, Scsi};
+    const std::vector<std::uint32_t> mediaTypes{4, 4, 4, 4, 4, 3, 0, 0, 0, 0, 0, 0, 0};
+    const WmiResult media = Query(machine.WmiPort(), u"root\\microsoft\\windows\\storage", u"SELECT * FROM MSFT_PhysicalDisk",
+                                  {u"DeviceId", u"MediaType"});
+    ASSERT_EQ(media.rows.size(), expected.size());
+    const std::vector<WalkedDisk> walk = WalkDisks(machine.SetupPort());
+    ASSERT_EQ(walk.size(), expected.size());
+    for (std::uint32_t number = 0; number < expected.size(); ++number) {
+        EXPECT_EQ(BusTypeOf(machine, number), busTypes[number]) << number;
+        EXPECT_EQ(Narrow(media.rows[number][0]), std::to_string(number));
+        EXPECT_EQ(media.rows[number][1].Number(), mediaTypes[number]) << number;
+        EXPECT_EQ(Utf16ToUtf8(walk[number].instanceId), expected[number].id);
+    }
+}
+
+TEST(LinuxInventory, GeometryIsThatOfLargeDisksAndDescriptorTextsAreInBounds)
+{
+    const CapturedTree tree = CapturedTree::Named("every-transport.tree");
+    LinuxPlatform machine(tree.Roots());
+    DeviceIo& io = machine.DeviceIoPort();
+    const DeviceHandle device = OpenDevice(io, DrivePath(2));  // 128 MiB in blocks of 4096 bytes
+    const auto geometry = Ask(io, device, kIoctlDiskGetDriveGeometry, {}, 24).As<DiskGeometry>();
+    EXPECT_EQ(geometry.bytesPerSector, 4096U);
+    EXPECT_EQ(geometry.cylinders, 134217728 / (255 * 63 * 4096));
+    EXPECT_EQ(geometry.mediaType, 12U);
+
+    const auto query = BytesOf(StoragePropertyQueryHead{}, 12);
+    const Answer whole = Ask(io, device, kIoctlStorageQueryProperty, query, 1024);
+    const auto head = whole.As<StorageDeviceDescriptorHead>();
+    ASSERT_LT(head.serialNumberOffset, whole.bytes.size());
+    EXPECT_STREQ(reinterpret_cast<const char*>(whole.bytes.data() + head.serialNumberOffset), "LAB-SERVER-12");
+    EXPECT_EQ(head.vendorIdOffset, 0U) << "NVMe has no vendor text";
+    const Answer start = Ask(io, device, kIoctlStorageQueryProperty, query, 8);
+    EXPECT_EQ(start.As<std::uint32_t>(4), whole.bytes.size()) << "a short buffer learns the size";
+}
+
+// Numbers are for the life of the process: they are neither moved nor given to another disk.
+TEST(LinuxInventory, NumbersStayAndAreNeverReused)
+{
+    CapturedTree tree(ScsiDiskLines("sda", "pci0/ata1/host0/0:0:0:0", "FIRST", "S1", 1 << 30) +
+                      ScsiDiskLines("sdb", "pci0/ata2/host1/1:0:0:0", "SECOND", "S2", 1 << 30) +
+                      ScsiDiskLines("sdz", "pci0/ata3/host2/2:0:0:0", "THIRD", "S3", 1 << 30) +
+                      ScsiDiskLines("sdaa", "pci0/ata4/host3/3:0:0:0", "FOURTH", "", 1 << 30));
+    LinuxPlatform machine(tree.Roots());
+    DeviceIo& io = machine.DeviceIoPort();
+    const auto first = NumbersById(machine);
+    EXPECT_EQ(first.at(R"(SCSI\DISK&VEN_ACME&PROD_FIRST\S1&0)"), 0U);
+    EXPECT_EQ(first.at(R"(SCSI\DISK&VEN_ACME&PROD_THIRD\S3&0)"), 2U) << "sdz stands before sdaa";
+
+    tree.Remove("sys/block/sdb");
+    EXPECT_FALSE(OpenDevice(io, DrivePath(1)).IsValid());
+    EXPECT_EQ(io.LastError(), win32::kFileNotFound);
+    EXPECT_TRUE(OpenDevice(io, DrivePath(3)).IsValid());
+    EXPECT_FALSE(OpenDevice(io, DrivePath(4)).IsValid());
+
+    // Another disk takes the name of the one that left, and that one comes back under a third name.
+    tree.Add(ScsiDiskLines("sdb", "pci0/usb1/1-1/host9/9:0:0:0", "NEWCOMER", "S9", 1 << 30));
+    EXPECT_TRUE(OpenDevice(io, DrivePath(4)).IsValid()) << "a newcomer is found without a walk";
+    tree.Add(ScsiDiskLines("sdc", "pci0/ata2/host5/5:0:0:0", "SECOND", "S2", 1 << 30));
+    const auto now = NumbersById(machine);
+    EXPECT_EQ(now.at(R"(USBSTOR\DISK&VEN_ACME&PROD_NEWCOMER\S9&0)"), 4U);
+    EXPECT_EQ(now.at(R"(SCSI\DISK&VEN_ACME&PROD_SECOND\S2&0)"), 1U);
+    EXPECT_EQ(now.size(), 5U);
+}
+
+// Enclosures with one serial number for all of their kind, and disks with two paths to them.
+TEST(LinuxInventory, EqualSerialNumbersStillGiveDifferentIds)
+{
+    CapturedTree tree(ScsiDiskLines("sda", "pci0/usb1/1-1/host0/0:0:0:0", "CHEAP", "0000", 1 << 30));
+    LinuxPlatform machine(tree.Roots());
+    const std::string plain = R"(USBSTOR\DISK&VEN_ACME&PROD_CHEAP\0000&0)";
+    EXPECT_EQ(NumbersById(machine).at(plain), 0U);
+    tree.Add(ScsiDiskLines("sdb", "pci0/usb1/1-2/host1/1:0:0:0", "CHEAP", "0000", 1 << 30));
+    const auto numbers = NumbersById(machine);
+    ASSERT_EQ(numbers.size(), 2U);
+    EXPECT_EQ(numbers.at(plain), 0U) << "the newcomer takes neither id nor number";
+    EXPECT_TRUE(numbers.rbegin()->first.starts_with(plain + "&"));
+    for (const WalkedDisk& disk : WalkDisks(machine.SetupPort())) {
+        const DeviceHandle device = OpenDevice(machine.DeviceIoPort(), disk.path);
+        const auto number = Ask(machine.DeviceIoPort(), device, kIoctlStorageGetDeviceNumber, {}, 12).As<StorageDeviceNumber>();
+        EXPECT_EQ(number.deviceNumber, numbers.at(Utf16ToUtf8(disk.instanceId)));
+    }
+}
+
+// Firmware texts are hostile: they may not break an id, a path, or the message that they end in.
+TEST(LinuxInventory, OddTextsGiveSoundIds)
+{
+    const std::string odd = "A#B\\\\x5cC/D,E\\xff\\x01 " + std::string(60, 'x');
+    const CapturedTree tree(ScsiDiskLines("sda", "pci0/ata1/host0/0:0:0:0", odd, "s&1", 1 << 30) +
+                            "sys/devices/pci0/ata1/host0/0:0:0:0/vpd_pg89 = \\x00\\x89\\xff\\xffshort\n");
+    LinuxPlatform machine(tree.Roots());
+    const std::vector<WalkedDisk> walk = WalkDisks(machine.SetupPort());
+    ASSERT_EQ(walk.size(), 1U);
+    EXPECT_EQ(std::ranges::count(walk[0].instanceId, u'\\'), 2);
+    EXPECT_EQ(std::ranges::count(walk[0].path, u'#'), 3);
+    EXPECT_LE(walk[0].instanceId.size(), 126U) << "callers have room for 255 bytes";
+    EXPECT_TRUE(std::ranges::all_of(walk[0].instanceId, [](char16_t c) { return c > 0x20 && c < 0x7F; }));
+    EXPECT_TRUE(OpenDevice(machine.DeviceIoPort(), walk[0].path).IsValid());
+    EXPECT_NE(Drives(machine)[0].model.find("\xEF\xBF\xBD"), std::string::npos);
+}
+
+// True of every Linux machine: what the kernel lists as whole disks with a device is what all sources agree on.
+TEST(LinuxInventory, ThisMachinesDisksHaveTheKernelsSizes)
+{
+    Platform& machine = Platform::System();
+    const WmiResult drives = Query(machine.WmiPort(), u"root\\cimv2", u"SELECT * FROM Win32_DiskDrive", {u"Index", u"Size"});
+    const std::vector<WalkedDisk> walk = WalkDisks(machine.SetupPort());
+    ASSERT_EQ(drives.rows.size(), walk.size());
+    for (const auto& row : drives.rows) {
+        const DeviceHandle device = OpenDevice(machine.DeviceIoPort(), DrivePath(row[0].Number()));
+        ASSERT_TRUE(device.IsValid());
+        const Answer answer = Ask(machine.DeviceIoPort(), device, kIoctlDiskGetDriveGeometry, {}, 24);
+        const std::uint64_t bytes = std::stoull(Narrow(row[1]));
+        if (bytes == 0) {
+            EXPECT_EQ(answer.error, win32::kNotReady);
+            continue;
+        }
+        const auto geometry = answer.As<DiskGeometry>();
+        const std::uint64_t cylinder =
+            std::uint64_t{geometry.tracksPerCylinder} * geometry.sectorsPerTrack * geometry.bytesPerSector;
+        EXPECT_EQ(static_cast<std::uint64_t>(geometry.cylinders), bytes / cylinder);
+    }
+}
+
+}  // namespace orbis::tests
