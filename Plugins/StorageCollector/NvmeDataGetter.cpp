@@ -7,6 +7,7 @@
 
 #include <fmt/format.h>
 
+#include "MessageArena.h"
 #include "NvmeMapping.h"
 #include "StorageHelper.h"
 
@@ -14,7 +15,6 @@
 namespace Veyra::Orbis::Plugins {
 namespace {
 
-using NvmeMapping::NewArena;
 using NvmeMapping::Own;
 using veyra::sondix::StorageBusType;
 
@@ -79,7 +79,7 @@ NvmeDataGetter::MessageMap<datatypes::NvmeIdentifyControllerData> NvmeDataGetter
                     "Veyra::Orbis::Plugins::NvmeDataGetter::GetIdentifyControllerData"};
     MessageMap<datatypes::NvmeIdentifyControllerData> collected;
     const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
-    const std::shared_ptr<Arena> arena = NewArena();
+    const std::shared_ptr<Arena> arena = NewMessageArena();
     WalkDrives(site, "IdentifyControllerData", [&](std::int32_t drive, const std::string& /*name*/) {
         const auto controllerData = Own(SXNvmNewIdentifyControllerData(drive));
         if (controllerData == nullptr) {
@@ -104,7 +104,7 @@ NvmeDataGetter::MessageMap<datatypes::SmartNvmeInfo> NvmeDataGetter::GetNvmeHeal
                     "Veyra::Orbis::Plugins::NvmeDataGetter::GetNvmeHealthData"};
     MessageMap<datatypes::SmartNvmeInfo> collected;
     const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
-    const std::shared_ptr<Arena> arena = NewArena();
+    const std::shared_ptr<Arena> arena = NewMessageArena();
     WalkDrives(site, "NvmeHealthInfo", [&](std::int32_t drive, const std::string& name) {
         auto* info = Arena::CreateMessage<datatypes::SmartNvmeInfo>(arena.get());
         const auto health = Own(SXNvmNewHealthInfo(drive));

@@ -17,16 +17,6 @@
 // right.
 namespace Veyra::Orbis::Plugins::NvmeMapping {
 
-// An arena for the messages of one collection. Its first block holds what one drive needs; more drives add blocks.
-[[nodiscard]] inline std::shared_ptr<google::protobuf::Arena> NewArena()
-{
-    constexpr std::size_t kKiB = 1024;
-    google::protobuf::ArenaOptions options;
-    options.start_block_size = 16 * kKiB;
-    options.max_block_size = 64 * kKiB;
-    return std::make_shared<google::protobuf::Arena>(options);
-}
-
 // Holds an object of the device-query library from the moment that it is returned. Null stays null.
 template <class Object>
 [[nodiscard]] std::shared_ptr<Object> Own(Object* object)

@@ -8,6 +8,7 @@
 #include "Common/SmartDataFetcher.h"
 #include "Common/Utilities.h"
 #include "Common/WmiCommonLib.h"
+#include "MessageArena.h"
 #include "StorageHelper.h"
 #include "platform/Text.h"
 
@@ -56,15 +57,6 @@ Sdk::Common::Identifiers::ItemId ItemIdOf(const BasicDiskInfo& disk, const std::
     return StorageHelper::itemIdOf(StorageHelper::findDeviceIdByPhysicalDriveNumber(devices, disk.physicalDriveNumber));
 }
 
-// An arena whose first block holds what one disk needs; more disks add blocks.
-std::shared_ptr<google::protobuf::Arena> NewArena()
-{
-    google::protobuf::ArenaOptions options;
-    options.start_block_size = 8 * 1024;
-    options.max_block_size = 64 * 1024;
-    return std::make_shared<google::protobuf::Arena>(options);
-}
-
 }  // namespace
 
 SmartDataGetter::MessageMap<datatypes::SmartStaticInfo> SmartDataGetter::GetStaticDiskData(Common::IZelLog& log)
@@ -74,7 +66,7 @@ SmartDataGetter::MessageMap<datatypes::SmartStaticInfo> SmartDataGetter::GetStat
     const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
     ModelList models = EnumDiskModels();
     MessageMap<datatypes::SmartStaticInfo> collected;
-    const std::shared_ptr<Arena> arena = NewArena();
+    const std::shared_ptr<Arena> arena = NewMessageArena();
     for (const BasicDiskInfo& disk : disks) {
         log.Debug(DescribeDisk(disk), __LINE__, "Plugins\\StorageCollector\\SmartStaticInfoRetriever",
                   "Veyra::Orbis::Plugins::SmartDataGetter::GetStaticDiskData");
@@ -95,7 +87,7 @@ SmartDataGetter::MessageMap<datatypes::SmartDynamicInfo> SmartDataGetter::GetDyn
     const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
     std::vector<WmiSmartDiskData> wmiRows = GetWmiSmartData();
     MessageMap<datatypes::SmartDynamicInfo> collected;
-    const std::shared_ptr<Arena> arena = NewArena();
+    const std::shared_ptr<Arena> arena = NewMessageArena();
     for (const BasicDiskInfo& disk : disks) {
         log.Debug(DescribeDisk(disk), __LINE__, "Plugins\\StorageCollector\\SmartDynamicInfoRetriever",
                   "Veyra::Orbis::Plugins::SmartDataGetter::GetDynamicDiskData");
