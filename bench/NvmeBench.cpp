@@ -9,6 +9,7 @@
 #include <google/protobuf/message.h>
 
 #include "Collecting.h"
+#include "MessageArena.h"
 #include "NvmeDataGetter.h"
 #include "NvmeIdentifyControllerDataRetriever.h"
 #include "NvmeMapping.h"
@@ -91,10 +92,10 @@ template <class Object, class Map>
 void MeasureMapping(benchmark::State& state, Object* object, Map map, double nanoseconds, double byteArrays)
 {
     const auto held = NvmeMapping::Own(object);
-    const auto arena = NvmeMapping::NewArena();
+    const auto arena = Veyra::Orbis::Plugins::NewMessageArena();
     const auto messages = Messages(*map(held.get(), *arena));
     Measure(state, 1, [&] {
-        const auto one = NvmeMapping::NewArena();
+        const auto one = Veyra::Orbis::Plugins::NewMessageArena();
         return map(held.get(), *one);
     });
     state.counters["budget_ns"] = nanoseconds;
