@@ -31,7 +31,9 @@ constexpr std::uint8_t kReadLogExt = 0x2F;
 constexpr std::uint8_t kReadLogDmaExt = 0x47;
 constexpr std::uint8_t kSmart = 0xB0;
 constexpr std::uint8_t kSmartReadLog = 0xD5;
-constexpr std::uint8_t kStatusReady = 0x50;  // device ready, seek complete
+constexpr std::uint8_t kStatusReady = 0x50;   // device ready, seek complete
+constexpr std::uint8_t kStatusError = 0x51;   // and error
+constexpr std::uint8_t kErrorAborted = 0x04;  // the drive aborted the command
 
 struct Registers {
     TaskFile current{};
@@ -95,15 +97,21 @@ std::optional<Registers> RegistersOf(std::span<const std::uint8_t> sense)
     return std::nullopt;
 }
 
-// What a refusal means when no registers come with it: the sense key says whether the command is known at all.
-Win32Error Win32FromSense(std::span<const std::uint8_t> sense)
+constexpr std::uint8_t kSenseNotReady = 0x2;
+constexpr std::uint8_t kSenseIllegalRequest = 0x5;
+constexpr std::uint8_t kSenseAbortedCommand = 0xB;
+
+std::uint8_t SenseKey(std::span<const std::uint8_t> sense)
 {
-    constexpr std::uint8_t kNotReady = 0x2;
-    constexpr std::uint8_t kIllegalRequest = 0x5;
     const bool isDescriptor = !sense.empty() && (sense[0] & 0x7F) >= 0x72;
     const std::size_t at = isDescriptor ? 1 : 2;
-    const std::uint8_t key = at < sense.size() ? sense[at] & 0x0F : 0;
-    return key == kIllegalRequest ? win32::kInvalidFunction : key == kNotReady ? win32::kNotReady : win32::kIoDevice;
+    return at < sense.size() ? sense[at] & 0x0F : 0;
+}
+
+// What a refusal means when no registers come with it: the sense key says whether the command is known at all.
+Win32Error Win32FromSense(std::uint8_t key)
+{
+    return key == kSenseIllegalRequest ? win32::kInvalidFunction : key == kSenseNotReady ? win32::kNotReady : win32::kIoDevice;
 }
 
 }  // namespace
@@ -126,7 +134,10 @@ Win32Error RunAtaPassThrough(const KernelDevice& device, BusType busType, Contro
         return win32::kInvalidParameter;
     }
 
-    const std::array<std::uint8_t, 16> cdb = PassThrough16(*request, *count, busType != BusType::Usb);
+    // With data, the registers say no more than the outcome does, and some controllers leave the data request bit in the status,
+    // which the kernel then takes for a failure. USB bridges stumble over the request for registers.
+    const bool wantsRegisters = transfer == Transfer::None && busType != BusType::Usb;
+    const std::array<std::uint8_t, 16> cdb = PassThrough16(*request, *count, wantsRegisters);
     const ScsiOutcome outcome = SendScsi(device, {cdb, request->dataTransferLength, request->timeOutValue});
     if (outcome.error != win32::kSuccess) {
         return outcome.error;
@@ -137,8 +148,11 @@ Win32Error RunAtaPassThrough(const KernelDevice& device, BusType busType, Contro
     } else if (outcome.status == kScsiGood) {
         registers.current[kFeatures] = 0;
         registers.current[kCommand] = kStatusReady;
+    } else if (SenseKey(outcome.sense) == kSenseAbortedCommand) {
+        registers.current[kFeatures] = kErrorAborted;
+        registers.current[kCommand] = kStatusError;
     } else {
-        return Win32FromSense(outcome.sense);
+        return Win32FromSense(SenseKey(outcome.sense));
     }
     if (!outcome.data.empty()) {
         std::memcpy(request->dataBuffer, outcome.data.data(), outcome.data.size());
