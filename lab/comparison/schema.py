@@ -12,7 +12,7 @@ ABSENT = "absent"
 
 _FROM_JSON = {
     "DOUBLE": float, "FLOAT": float, "BOOL": bool, "STRING": str, "BYTES": base64.b64decode,
-    "INT32": int, "INT64": int, "UINT32": int, "UINT64": int,
+    "INT32": int, "INT64": int, "UINT32": int, "UINT64": int, "ENUM": str,
 }
 # The wrappers of optional values (google.protobuf.UInt32Value and its like) are printed as the value they hold.
 _WRAPPERS = {f".google.protobuf.{name}Value": name.upper() for name in

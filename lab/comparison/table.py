@@ -10,12 +10,14 @@ class Table:
     def __init__(self):
         self.passed = self.failed = self.telling = 0
         self._message = ""
+        self._tools = TOOLS
 
     def title(self, text):
         print(f"\n{text}")
 
-    def header(self):
-        print(_row("field", "orbis-host", *TOOLS, ""))
+    def header(self, tools=TOOLS):
+        self._tools = tools
+        print(_row("field", "orbis-host", *tools, ""))
         print("-" * 79)
         self._message = ""
 
@@ -35,7 +37,7 @@ class Table:
             print(f"{message}:" if message else ":")
             self._message = message
         values = {tool: _alternatives(right) for tool, _, right in theirs}
-        print(_row(f"  {name}" if message else name, _text(ours), *(values.get(tool, "") for tool in TOOLS),
+        print(_row(f"  {name}" if message else name, _text(ours), *(values.get(tool, "") for tool in self._tools),
                    "FAILED" if wrong else "ok"))
         for tool, place, right in wrong:
             print(f"  ^ {path}: orbis-host has {ours!r}, {tool} ({place}) {' or '.join(map(repr, right))}")
