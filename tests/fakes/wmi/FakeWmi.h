@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "Utf8Text.h"
 #include "platform/Platform.h"
 
 namespace orbis::fakes {
@@ -111,7 +112,7 @@ private:
     std::map<platform::Bstr, std::unique_ptr<std::u16string>> m_Strings;
 };
 
-// Puts a FakeWmi in force for as long as it lives.
+// A machine with a FakeWmi and UTF-8 as its code page; in force for as long as it lives.
 class FakeWmiMachine final : public platform::Platform {
 public:
     FakeWmiMachine() { Replace(this); }
@@ -127,7 +128,10 @@ public:
     [[nodiscard]] platform::Firmware& FirmwarePort() noexcept override { return System().FirmwarePort(); }
     [[nodiscard]] platform::Pdh& PdhPort() noexcept override { return System().PdhPort(); }
     [[nodiscard]] platform::Time& TimePort() noexcept override { return System().TimePort(); }
-    [[nodiscard]] platform::Text& TextPort() noexcept override { return System().TextPort(); }
+    [[nodiscard]] platform::Text& TextPort() noexcept override { return m_Text; }
+
+private:
+    Utf8Text m_Text;
 };
 
 }  // namespace orbis::fakes
