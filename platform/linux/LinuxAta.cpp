@@ -35,6 +35,10 @@ constexpr std::uint8_t kStatusReady = 0x50;   // device ready, seek complete
 constexpr std::uint8_t kStatusError = 0x51;   // and error
 constexpr std::uint8_t kErrorAborted = 0x04;  // the drive aborted the command
 
+constexpr std::uint8_t kSenseNotReady = 0x2;
+constexpr std::uint8_t kSenseIllegalRequest = 0x5;
+constexpr std::uint8_t kSenseAbortedCommand = 0xB;
+
 struct Registers {
     TaskFile current{};
     TaskFile previous{};
@@ -96,10 +100,6 @@ std::optional<Registers> RegistersOf(std::span<const std::uint8_t> sense)
     }
     return std::nullopt;
 }
-
-constexpr std::uint8_t kSenseNotReady = 0x2;
-constexpr std::uint8_t kSenseIllegalRequest = 0x5;
-constexpr std::uint8_t kSenseAbortedCommand = 0xB;
 
 std::uint8_t SenseKey(std::span<const std::uint8_t> sense)
 {

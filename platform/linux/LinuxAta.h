@@ -5,9 +5,9 @@
 
 namespace orbis::platform {
 
-// IOCTL_ATA_PASS_THROUGH_DIRECT, sent as an ATA PASS-THROUGH(16) (SAT). The drive's registers come back in the current task file; a
-// command that the drive aborts is an answer with its error bit set, no failure. USB bridges are not asked for the registers, which
-// many of them hang on: a good status of the bridge stands for a drive without error.
+// IOCTL_ATA_PASS_THROUGH_DIRECT, sent as an ATA PASS-THROUGH(16) (SAT). A command that the drive aborts is an answer with the error
+// bit in its status register, no failure. The drive's registers come back in the current task file for commands without data; where
+// they are not asked for, a good status stands for a drive without error.
 [[nodiscard]] Win32Error RunAtaPassThrough(const KernelDevice& device, BusType busType, ControlBuffers& buffers);
 
 }  // namespace orbis::platform

@@ -33,7 +33,7 @@ std::string Unescaped(const std::string& text)
 
 CapturedTree CapturedTree::Named(const std::string& name)
 {
-    std::ifstream file(std::string(ORBIS_TREES) + "/" + name);
+    std::ifstream file("testdata/" + name);
     if (!file) {
         throw std::runtime_error("no tree " + name);
     }

@@ -16,7 +16,7 @@ namespace orbis::tests {
 // it.
 class CapturedTree {
 public:
-    // Of a file below trees/.
+    // Of a file in trees/, a copy of which stands beside the program.
     static CapturedTree Named(const std::string& name);
     explicit CapturedTree(const std::string& text);
     CapturedTree(CapturedTree&& other) noexcept;

@@ -93,7 +93,8 @@ std::string MbrImage()
 CapturedTree Disk(const std::string& image, const std::string& more)
 {
     CapturedTree tree(ScsiDiskLines("sda", "pci0/ata1/host0/0:0:0:0", "DISK", "S1", kDiskBytes));
-    tree.Write("dev/sda", image);
+    tree.Write("dev/sda", image.substr(0, image.find_last_not_of('\0') + 1));
+    std::filesystem::resize_file(tree.Path("dev/sda"), image.size());  // the rest is a hole
     tree.Add(more);
     return tree;
 }
