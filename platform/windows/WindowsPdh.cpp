@@ -47,6 +47,15 @@ PdhStatus WindowsPdh::EnumInstances(const char16_t* object, char16_t* buffer, st
     DWORD counterCharacters = 0;
     DWORD instanceCharacters = 0;
     PDH_STATUS status = enumerate(nullptr, &counterCharacters, nullptr, &instanceCharacters);
+    if (Status(status) == pdh::kMoreData && buffer == nullptr) {
+        // PDH goes on listing the instances that it listed first until the objects are enumerated anew: without this, a disk that
+        // was inserted since is never seen. The list of objects itself is of no interest.
+        DWORD objectCharacters = 0;
+        static_cast<void>(::PdhEnumObjectsW(nullptr, nullptr, nullptr, &objectCharacters, PERF_DETAIL_WIZARD, TRUE));
+        counterCharacters = 0;
+        instanceCharacters = 0;
+        status = enumerate(nullptr, &counterCharacters, nullptr, &instanceCharacters);
+    }
     if (Status(status) == pdh::kMoreData && buffer != nullptr) {
         std::vector<wchar_t> counters(counterCharacters);
         instanceCharacters = *characters;
