@@ -201,12 +201,11 @@ void PhysicalDiskDynamicInfoRetriever::QueryPhysicalDiskNameByWMI()
                      __LINE__, kFile, kQueryNames);
         return;
     }
-    std::string names;
+    std::vector<std::string> names;
     for (; !rows->IsEnd(); rows->Next()) {
-        names += names.empty() ? "" : ", ";
-        names += orbis::platform::DefaultToUtf8(rows->GetStringByField(u"Name"));
+        names.push_back(orbis::platform::DefaultToUtf8(rows->GetStringByField(u"Name")));
     }
-    m_Log->Debug("all physical disk names from WMI: " + names, __LINE__, kFile, kQueryNames);
+    m_Log->Debug(fmt::format("all physical disk names from WMI: {0}", fmt::join(names, ", ")), __LINE__, kFile, kQueryNames);
 }
 
 PhysicalDiskDynamicInfoRetriever::Map PhysicalDiskDynamicInfoRetriever::GetDynamicDiskData()
@@ -244,8 +243,8 @@ PhysicalDiskDynamicInfoRetriever::Map PhysicalDiskDynamicInfoRetriever::GetDynam
                 m_Log->Error(fmt::format("GetDynamicDiskData: skipped as an exception was raised ({0}).",
                                          orbis::platform::ValidUtf8(exception.what())),
                              __LINE__, kFile, kGetData);
-            } catch (const HostException& exception) {
-                m_Log->Error(fmt::format("GetDynamicDiskData: failed to collect info via PDH query: {0}", exception.Message()),
+            } catch (...) {
+                m_Log->Error(fmt::format("GetDynamicDiskData: failed to collect info via PDH query: {0}", CurrentFailure().message),
                              __LINE__, kFile, kGetData);
             }
         }
