@@ -112,9 +112,8 @@ bool DriveDouble::DeviceControl(const DeviceHandle& /*device*/, std::uint32_t co
                 break;
         }
     }
-    const bool isRefused = std::ranges::find(refused, layout.ask) != refused.end();
-    request[layout.status] = isRefused || fault != faults.end() ? layout.error : 0;
-    if (const auto page = pages.find(layout.ask); page != pages.end() && !isRefused) {
+    request[layout.status] = fault != faults.end() ? layout.error : 0;
+    if (const auto page = pages.find(layout.ask); page != pages.end()) {
         std::copy_n(page->second.begin(), length, data);
     }
     return true;

@@ -46,8 +46,6 @@ public:
     std::map<Ask, Sector> pages;
     // Faults by the number of the open, counted from 1.
     std::map<std::size_t, Fault> faults;
-    // Requests that are answered with CHECK CONDITION every time.
-    std::vector<Ask> refused;
 
     std::vector<DriveRequest> requests;
     struct Opened {

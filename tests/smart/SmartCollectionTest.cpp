@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <tuple>
@@ -278,56 +279,32 @@ TEST_F(SmartCollection, DecodesTextsInTheDefaultCodePage)
 }
 
 // Which attribute feeds which field.
-struct Field {
-    std::uint8_t id;
-    const char* name;
-};
-constexpr Field kFields[]{{1, "raw_read_error_rate"},
-                          {3, "spin_up_time"},
-                          {4, "start_stop_count"},
-                          {5, "realloc_sector_count"},
-                          {7, "seek_error_rate"},
-                          {9, "power_on_hour"},
-                          {10, "spin_retry_count"},
-                          {11, "recalibration_retries"},
-                          {12, "power_cycle_count"},
-                          {175, "program_fail_count"},
-                          {176, "erase_fail_count"},
-                          {177, "wear_leveling_count"},
-                          {178, "used_reserved_block_count"},
-                          {179, "used_reserved_block_count_total"},
-                          {180, "unused_reserved_block_count"},
-                          {181, "program_fail_count_total"},
-                          {182, "erase_fail_count_total"},
-                          {184, "uncorrectable_error_count"},
-                          {191, "shock_event"},
-                          {192, "emergency_retract_count"},
-                          {193, "load_unload_cycle_count"},
-                          {194, "temperature"},
-                          {195, "ecc_rate"},
-                          {196, "reallocation_event_count"},
-                          {197, "current_pending_sector_count"},
-                          {198, "uncorrectable_sector_count"},
-                          {199, "CRC_error_count"},
-                          {200, "write_error_rate"},
-                          {238, "program_erase_cycle_count"},
-                          {240, "head_flying_hours"},
-                          {242, "total_blocks_read"},
-                          {241, "total_blocks_written"},
-                          {254, "free_fall_count"}};
+constexpr const char* kFields =
+    "1 raw_read_error_rate  3 spin_up_time  4 start_stop_count  5 realloc_sector_count  7 seek_error_rate  "
+    "9 power_on_hour  10 spin_retry_count  11 recalibration_retries  12 power_cycle_count  175 program_fail_count  "
+    "176 erase_fail_count  177 wear_leveling_count  178 used_reserved_block_count  "
+    "179 used_reserved_block_count_total  180 unused_reserved_block_count  181 program_fail_count_total  "
+    "182 erase_fail_count_total  184 uncorrectable_error_count  191 shock_event  192 emergency_retract_count  "
+    "193 load_unload_cycle_count  194 temperature  195 ecc_rate  196 reallocation_event_count  "
+    "197 current_pending_sector_count  198 uncorrectable_sector_count  199 CRC_error_count  200 write_error_rate  "
+    "238 program_erase_cycle_count  240 head_flying_hours  242 total_blocks_read  241 total_blocks_written  "
+    "254 free_fall_count  ";
 
 TEST(SmartMapping, FeedsEachFieldFromItsAttribute)
 {
     google::protobuf::Arena arena;
-    for (const Field& field : kFields) {
+    std::istringstream fields(kFields);
+    unsigned id = 0;
+    std::size_t count = 0;
+    for (std::string name; fields >> id >> name; ++count) {
         SmartDataCollection collection;
         collection.name = "SSD";
-        *collection.Find(field.id) = SmartAttribute{0xFFFFFFFFFFFF, 200, 0, 255};
+        *collection.Find(static_cast<std::uint8_t>(id)) = SmartAttribute{0xFFFFFFFFFFFF, 200, 0, 255};
         EXPECT_TRUE(Is(*SmartDataGetter::parseCacheToIMessage<SmartDynamicInfo>(collection, arena),
-                       "name: 'SSD' " + std::string(field.name) +
+                       "name: 'SSD' " + name +
                            " { raw_value { value: 0xFFFFFFFFFFFF } normal { value: 200 } worst {} threshold { value: 255 } }"));
     }
-    EXPECT_EQ(std::size(kFields), SmartDataCollection{}.attributes.size());
+    EXPECT_EQ(count, SmartDataCollection{}.attributes.size());
     EXPECT_EQ(SmartDataGetter::toSmartAttributeDetail({}, arena), nullptr);
     EXPECT_TRUE(Is(*SmartDataGetter::toSmartAttributeDetail({{}, {}, {}, 0}, arena), "threshold {}"));
 }

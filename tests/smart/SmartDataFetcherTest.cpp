@@ -101,7 +101,7 @@ TEST(SmartRealDrive, GivesItsReadings)
 TEST(SmartRealDrive, GivesTheSameThroughWmiWithoutThresholds)
 {
     DriveDouble drive = RealDrive();
-    drive.refused = {Ask::Inquiry};
+    drive.faults[1] = Fault::Error;
     const Sector& data = drive.pages[Ask::SmartData];
     const SmartDataCollection read = drive.GetSmartInformation(Disk(), Bytes(data.begin(), data.begin() + 362));
     EXPECT_EQ(Readings(read),
