@@ -271,7 +271,7 @@ TEST(SmartBlock, HasThirtyEntriesInWhateverSize)
     std::vector<Bytes> entries(29, Entry(0));
     entries.push_back(Entry(1, {1, 0, 0, 0, 0, 0}));   // the last one
     entries.push_back(Entry(12, {1, 0, 0, 0, 0, 0}));  // behind it
-    for (const std::size_t size : {362, 374, 512, 513, 4096}) {
+    for (const std::size_t size : {362U, 374U, 512U, 513U, 4096U}) {
         EXPECT_EQ(ReadingsOf(Block(entries, size)), "1:1/100/50/- ") << size;
     }
     // What a shorter block does not hold is zero.

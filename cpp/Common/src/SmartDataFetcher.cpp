@@ -178,6 +178,7 @@ std::vector<SmartDataCollection> SmartDataFetcher::GetAllSmartInformation()
         throw ResultException(hresult::kUnexpected, kUnit, __LINE__);
     }
     std::vector<SmartDataCollection> collections;
+    collections.reserve(disks.size());
     for (const BasicDiskInfo& disk : disks) {
         collections.push_back(GetSmartInformation(disk, {}));
     }
