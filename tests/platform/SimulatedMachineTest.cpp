@@ -324,6 +324,41 @@ TEST_F(SimulatedMachineTest, RecordedExchangesComeBeforeTheDevice)
     EXPECT_EQ(Protocol(Drive(1), kNvmeDataTypeLogPage, 2).bytes.at(50), 0xFF);
 }
 
+TEST_F(SimulatedMachineTest, AMachineRecordedFromLifeNeedsNoDescribedDisk)
+{
+    Make(R"(device_walk { device_interface { path: "\\\\?\\one" } device_interface { path: "\\\\?\\two" detail_error: 5 }
+                          device { instance_id: "ONE" } device { instance_id: "TWO" property_error: 1168 } }
+            device { path: "\\\\?\\one" exchange { control_code: 0x2D1080 output { hex: "07000000 09000000 00000000" } } }
+            device { path: "\\\\?\\two" open_error: 5 }
+            counter_object { name: "PhysicalDisk" instance: "9 Z:" instance: "9 Z:"
+              counter { instance: "9 Z:" name: "% Idle Time" sample { value: 12.5 } sample { status: 0xC0000BBA } sample { value: 99 } } })");
+    const auto walked = tests::WalkDisks(machine->SetupPort());
+    ASSERT_EQ(walked.size(), 2U);
+    EXPECT_EQ(walked[0].path + u" " + walked[0].instanceId, u"\\\\?\\one ONE");
+    EXPECT_TRUE(walked[1].path.empty() && walked[1].instanceId.empty()) << "both fail as recorded";
+    EXPECT_EQ(
+        Ask(Io(), OpenDevice(Io(), walked[0].path), kIoctlStorageGetDeviceNumber, {}, 12).As<StorageDeviceNumber>().deviceNumber,
+        9U);
+
+    Pdh& pdh = machine->PdhPort();
+    std::array<char16_t, 16> names{};
+    std::uint32_t characters = 16;
+    EXPECT_EQ(pdh.EnumInstances(u"physicaldisk", names.data(), &characters), pdh::kOk);
+    EXPECT_EQ(std::u16string(names.data(), characters), std::u16string(u"9 Z:\0009 Z:\0", 11)) << "duplicates stay";
+    PdhQueryObject* query = nullptr;
+    PdhCounterObject* counter = nullptr;
+    ASSERT_EQ(pdh.OpenQuery(nullptr, 0, &query), pdh::kOk);
+    ASSERT_EQ(pdh.AddEnglishCounter(query, u"\\PhysicalDisk(9 Z:)\\% Idle Time", 0, &counter), pdh::kOk);
+    PdhCounterValue value;
+    for (const auto& [status, expected] :
+         {std::pair{pdh::kOk, 12.5}, {pdh::kNotValidYet, 0.0}, {pdh::kOk, 99.0}, {pdh::kOk, 99.0}}) {
+        EXPECT_EQ(pdh.CollectQueryData(query), pdh::kOk);
+        EXPECT_EQ(pdh.FormattedValue(counter, pdh::kFormatDouble, &value), status);
+        EXPECT_EQ(value.value, expected);
+    }
+    pdh.CloseQuery(query);
+}
+
 TEST_F(SimulatedMachineTest, LayoutsHoldTheTableAsWindowsReportsIt)
 {
     Make(R"(disk { number: 0 kind: NVME size: 1073741824 gpt { disk_id: "{00112233-4455-6677-8899-AABBCCDDEEFF}"

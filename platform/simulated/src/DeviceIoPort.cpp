@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <set>
+#include <unordered_map>
 
 #include "DeviceRequests.h"
 #include "HandleTable.h"
@@ -134,8 +135,25 @@ public:
     explicit SimulatedDeviceIo(MachineState& machine) : m_Machine(machine)
     {
         for (const description::Device& device : machine.description.device()) {
-            m_Devices.push_back({ToLower(device.path()), &device, BuildExchanges(device.exchange())});
+            m_Devices.push_back({&device, BuildExchanges(device.exchange())});
         }
+        for (const RawDevice& device : m_Devices) {
+            m_Paths[ToLower(device.description->path())].push_back({.device = &device});
+        }
+        for (const auto& disk : machine.disks) {
+            m_Paths[fmt::format("\\\\.\\physicaldrive{}", disk->number)].push_back({.disk = disk.get()});
+            m_Paths[ToLower(disk->interfacePath)].push_back({.disk = disk.get()});
+            for (const auto& volume : disk->volumes) {
+                // The volume's own path is opened without its last backslash.
+                const std::string own = ToLower(volume->guidPath);
+                m_Paths[own.substr(0, own.size() - 1)].push_back({.disk = disk.get(), .volume = volume.get()});
+                m_Paths[PathOf(volume->letter)].push_back({.disk = disk.get(), .volume = volume.get()});
+            }
+        }
+        for (const description::LooseVolume& volume : machine.description.volume()) {
+            m_Paths[PathOf(ToUpper(volume.letter()).front())].push_back({.looseVolume = &volume});
+        }
+        m_Paths.erase(PathOf('\0'));
     }
 
     platform::NativeHandle Open(const char16_t* path, std::uint32_t access, std::uint32_t /*share*/, void* /*security*/,
@@ -237,51 +255,50 @@ public:
 
 private:
     struct RawDevice {
-        std::string path;
         const description::Device* description;
         ExchangeList exchanges;
     };
 
+    // What a path names; disks and volumes only while they are plugged in.
+    struct Named {
+        const RawDevice* device = nullptr;
+        const DiskModel* disk = nullptr;
+        const VolumeModel* volume = nullptr;
+        const description::LooseVolume* looseVolume = nullptr;
+    };
+
+    static std::string PathOf(char letter) { return letter != 0 ? ToLower(fmt::format("\\\\.\\{}:", letter)) : std::string{}; }
+
     // What the path names, into `target`; the Win32 error of opening it.
     std::uint32_t Find(Target& target) const
     {
-        const std::string path = ToLower(target.path);
-        for (const RawDevice& device : m_Devices) {
-            if (device.path == path) {
-                target.exchanges = &device.exchanges;
-                return device.description->open_error();
+        const auto names = m_Paths.find(ToLower(target.path));
+        const double now = m_Machine.clock.Seconds();
+        for (const Named& named : names != m_Paths.end() ? names->second : std::vector<Named>{}) {
+            if (named.device != nullptr) {
+                target.exchanges = &named.device->exchanges;
+                return named.device->description->open_error();
             }
-        }
-        for (const DiskModel* disk : m_Machine.PresentDisks()) {
-            if (path == fmt::format("\\\\.\\physicaldrive{}", disk->number) || path == ToLower(disk->interfacePath)) {
-                target.disk = disk;
-                target.exchanges = &disk->exchanges;
-                return OpenDisk(target);
+            if (named.looseVolume != nullptr) {
+                target.looseVolume = named.looseVolume;
+                return OpenLooseVolume(target);
             }
-            for (const auto& volume : disk->volumes) {
-                if (IsPathOf(path, volume->letter) || path + '\\' == ToLower(volume->guidPath)) {
-                    target.disk = disk;
-                    target.volume = volume.get();
-                    target.exchanges = &volume->exchanges;
-                    return volume->description->open_error() != 0 ? volume->description->open_error() : OpenDisk(target);
-                }
-            }
-        }
-        for (const description::LooseVolume& volume : m_Machine.description.volume()) {
-            if (IsPathOf(path, ToUpper(volume.letter()).front())) {
-                target.looseVolume = &volume;
-                const bool network = volume.has_drive_type() && volume.drive_type() == kDriveTypeNetwork;
-                return volume.has_open_error() ? volume.open_error()
-                       : network               ? win32::kFileNotFound
-                                               : CheckElevation(target.access);
+            if (named.disk->PresentAt(now)) {
+                target.disk = named.disk;
+                target.volume = named.volume;
+                target.exchanges = named.volume != nullptr ? &named.volume->exchanges : &named.disk->exchanges;
+                const std::uint32_t error = named.volume != nullptr ? named.volume->description->open_error() : win32::kSuccess;
+                return error != win32::kSuccess ? error : OpenDisk(target);
             }
         }
         return win32::kFileNotFound;
     }
 
-    static bool IsPathOf(const std::string& path, char letter)
+    std::uint32_t OpenLooseVolume(const Target& target) const
     {
-        return letter != 0 && path == ToLower(fmt::format("\\\\.\\{}:", letter));
+        const description::LooseVolume& volume = *target.looseVolume;
+        const bool network = volume.has_drive_type() && volume.drive_type() == kDriveTypeNetwork;
+        return volume.has_open_error() ? volume.open_error() : network ? win32::kFileNotFound : CheckElevation(target.access);
     }
 
     std::uint32_t OpenDisk(const Target& target) const
@@ -363,6 +380,7 @@ private:
 
     MachineState& m_Machine;
     std::vector<RawDevice> m_Devices;
+    std::unordered_map<std::string, std::vector<Named>> m_Paths;  // by lower-case path
     HandleTable<Target> m_Handles;
 };
 

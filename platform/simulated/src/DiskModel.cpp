@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <array>
 
+#include "platform/Text.h"
+
 namespace orbis::simulated {
 namespace {
 
@@ -72,6 +74,17 @@ std::string DefaultInterfacePath(std::string instanceId)
     return "\\\\?\\" + ToLower(instanceId) + "#{53f56307-b6bf-11d0-94f2-00a0c91efb8b}";
 }
 
+std::string CounterInstance(const DiskModel& disk)
+{
+    std::string name = std::to_string(disk.number);
+    for (const auto& volume : disk.volumes) {
+        if (volume->letter != 0) {
+            name += fmt::format(" {}:", volume->letter);
+        }
+    }
+    return name;
+}
+
 void BuildPages(DiskModel& disk)
 {
     const description::Disk& description = *disk.description;
@@ -126,17 +139,6 @@ bool DiskModel::PresentAt(double seconds) const
            (!description->has_leaves_at() || seconds < description->leaves_at());
 }
 
-std::string DiskModel::CounterInstance() const
-{
-    std::string letters;
-    for (const auto& volume : volumes) {
-        if (volume->letter != 0) {
-            letters += fmt::format(" {}:", volume->letter);
-        }
-    }
-    return fmt::format("{}{}", number, letters);
-}
-
 ByteVector BuildDescriptor(const DiskModel& disk)
 {
     const std::size_t strings = platform::kStorageDeviceDescriptorSize;
@@ -183,6 +185,9 @@ std::unique_ptr<DiskModel> BuildDisk(const description::Disk& description, std::
     disk->scsiPassThrough = description.scsi().has_pass_through() ? description.scsi().pass_through() : traits.scsiPassThrough;
     BuildPages(*disk);
     BuildPartitions(*disk);
+    disk->wideInstanceId = platform::Utf8ToUtf16(disk->instanceId);
+    disk->wideInterfacePath = platform::Utf8ToUtf16(disk->interfacePath);
+    disk->counterInstance = CounterInstance(*disk);
     disk->exchanges = BuildExchanges(description.exchange());
     return disk;
 }

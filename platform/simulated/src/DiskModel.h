@@ -80,6 +80,9 @@ struct DiskModel {
     std::string pnpDeviceId;
     std::string instanceId;
     std::string interfacePath;
+    std::u16string wideInstanceId;
+    std::u16string wideInterfacePath;
+    std::string counterInstance;  // "0 C: D:", the name of the disk's performance instance
     std::uint32_t scsiPort = 0;
 
     ByteVector descriptor;          // STORAGE_DEVICE_DESCRIPTOR
@@ -102,8 +105,6 @@ struct DiskModel {
 
     // Whether the disk is plugged in at a time after the start.
     [[nodiscard]] bool PresentAt(double seconds) const;
-    // "0 C: D:", the name of the disk's performance instance.
-    [[nodiscard]] std::string CounterInstance() const;
 };
 
 [[nodiscard]] std::unique_ptr<DiskModel> BuildDisk(const description::Disk& description, std::uint32_t position);

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <mutex>
 #include <optional>
+#include <unordered_map>
 
 #include "Activity.h"
 #include "HandleTable.h"
@@ -20,7 +21,8 @@ using platform::PdhStatus;
 namespace pdh = platform::pdh;
 
 constexpr const char* kPhysicalDisk = "physicaldisk";
-constexpr const char* kTotal = "_Total";
+constexpr const char* kTotalName = "_Total";
+constexpr const char* kTotal = "_total";  // as instances are compared
 
 // What a counter is computed from: the totals' growth over an interval, over so many disks.
 struct Interval {
@@ -95,7 +97,12 @@ struct Query {};
 
 class SimulatedPdh final : public platform::Pdh {
 public:
-    explicit SimulatedPdh(MachineState& machine) : m_Machine(machine) {}
+    explicit SimulatedPdh(MachineState& machine) : m_Machine(machine)
+    {
+        for (const auto& disk : machine.disks) {
+            m_Instances[ToLower(disk->counterInstance)].push_back(disk.get());
+        }
+    }
 
     PdhStatus OpenQuery(const char16_t* dataSource, std::uintptr_t /*userData*/, PdhQueryObject** query) override
     {
@@ -225,9 +232,9 @@ private:
         }
         std::vector<std::string> instances;
         for (const DiskModel* disk : m_Machine.PresentDisks()) {
-            instances.push_back(disk->CounterInstance());
+            instances.push_back(disk->counterInstance);
         }
-        instances.emplace_back(kTotal);
+        instances.emplace_back(kTotalName);
         return instances;
     }
 
@@ -260,17 +267,20 @@ private:
 
     std::optional<Sample> TakeSample(const std::string& instance, double now) const
     {
-        const std::vector<const DiskModel*> present = m_Machine.PresentDisks();
-        if (instance == ToLower(kTotal)) {
-            Sample sample{now, {}, std::max(1.0, static_cast<double>(present.size()))};
+        if (instance == kTotal) {
+            Sample sample{now, {}, std::max(1.0, static_cast<double>(m_Machine.PresentDisks().size()))};
             for (const auto& disk : m_Machine.disks) {
                 sample.totals += TotalsAt(*disk, now);
             }
             return sample;
         }
-        const auto found = std::find_if(present.begin(), present.end(),
-                                        [&](const DiskModel* disk) { return ToLower(disk->CounterInstance()) == instance; });
-        return found != present.end() ? std::optional(Sample{now, TotalsAt(**found, now), 1.0}) : std::nullopt;
+        const auto named = m_Instances.find(instance);
+        for (const DiskModel* disk : named != m_Instances.end() ? named->second : std::vector<const DiskModel*>{}) {
+            if (disk->PresentAt(now)) {
+                return Sample{now, TotalsAt(*disk, now), 1.0};
+            }
+        }
+        return std::nullopt;
     }
 
     static PdhStatus RecordedValue(const Counter& counter, platform::PdhCounterValue& value)
@@ -301,6 +311,7 @@ private:
     }
 
     MachineState& m_Machine;
+    std::unordered_map<std::string, std::vector<const DiskModel*>> m_Instances;  // by lower-case name
     HandleTable<Query> m_Queries;
     HandleTable<Counter> m_Counters;
     std::mutex m_SampleMutex;

@@ -21,14 +21,14 @@ constexpr std::uint32_t kInvalidUserBuffer = 1784;  // ERROR_INVALID_USER_BUFFER
 // GUID_DEVCLASS_DISKDRIVE {4D36E967-E325-11CE-BFC1-08002BE10318}
 constexpr platform::Guid kDiskDriveClass{0x4D36E967, 0xE325, 0x11CE, {0xBF, 0xC1, 0x08, 0x00, 0x2B, 0xE1, 0x03, 0x18}};
 
-// The devices as they were when the set was made.
+// The devices as they were when the set was made. Their texts live as long as the machine.
 struct DeviceSet {
     struct Interface {
-        std::u16string path;
+        const std::u16string* path;
         std::uint32_t detailError = 0;
     };
     struct Node {
-        std::u16string instanceId;
+        const std::u16string* instanceId;
         std::uint32_t propertyError = 0;
     };
     std::vector<Interface> interfaces;
@@ -42,7 +42,16 @@ bool operator==(const platform::DevicePropertyKey& left, const platform::DeviceP
 
 class SimulatedSetup final : public platform::Setup {
 public:
-    explicit SimulatedSetup(MachineState& machine) : m_Machine(machine) {}
+    explicit SimulatedSetup(MachineState& machine) : m_Machine(machine)
+    {
+        const description::DeviceWalk& walk = machine.description.device_walk();
+        for (const auto& recorded : walk.device_interface()) {
+            m_RecordedPaths.push_back(platform::Utf8ToUtf16(recorded.path()));
+        }
+        for (const auto& recorded : walk.device()) {
+            m_RecordedIds.push_back(platform::Utf8ToUtf16(recorded.instance_id()));
+        }
+    }
 
     DeviceInfoSetHandle ClassDevices(const platform::Guid* classGuid, const char16_t* /*enumerator*/, void* /*parentWindow*/,
                                      std::uint32_t flags) override
@@ -97,7 +106,7 @@ public:
             return FailWith(win32::kInvalidParameter, false);
         }
         const DeviceSet::Interface& device = found->interfaces[data.reserved - 1];
-        const std::size_t pathBytes = (device.path.size() + 1) * sizeof(char16_t);
+        const std::size_t pathBytes = (device.path->size() + 1) * sizeof(char16_t);
         const auto needed = static_cast<std::uint32_t>(platform::kDeviceInterfaceDetailPathOffset + pathBytes);
         if (required != nullptr) {
             *required = needed;
@@ -113,7 +122,7 @@ public:
         if (device.detailError != win32::kSuccess) {
             return FailWith(device.detailError, false);
         }
-        std::memcpy(static_cast<std::uint8_t*>(detail) + platform::kDeviceInterfaceDetailPathOffset, device.path.c_str(),
+        std::memcpy(static_cast<std::uint8_t*>(detail) + platform::kDeviceInterfaceDetailPathOffset, device.path->c_str(),
                     pathBytes);
         return true;
     }
@@ -154,7 +163,7 @@ public:
         if (node.propertyError != win32::kSuccess) {
             return FailWith(node.propertyError, false);
         }
-        const auto needed = static_cast<std::uint32_t>((node.instanceId.size() + 1) * sizeof(char16_t));
+        const auto needed = static_cast<std::uint32_t>((node.instanceId->size() + 1) * sizeof(char16_t));
         *type = platform::kDevicePropertyTypeString;
         if (required != nullptr) {
             *required = needed;
@@ -162,7 +171,7 @@ public:
         if (buffer == nullptr || bufferSize < needed) {
             return FailWith(win32::kInsufficientBuffer, false);
         }
-        std::memcpy(buffer, node.instanceId.c_str(), needed);
+        std::memcpy(buffer, node.instanceId->c_str(), needed);
         return true;
     }
 
@@ -193,22 +202,25 @@ private:
     {
         auto set = std::make_shared<DeviceSet>();
         if (m_Machine.description.has_device_walk()) {
-            for (const auto& recorded : m_Machine.description.device_walk().device_interface()) {
-                set->interfaces.push_back({platform::Utf8ToUtf16(recorded.path()), recorded.detail_error()});
+            const description::DeviceWalk& walk = m_Machine.description.device_walk();
+            for (int i = 0; i < walk.device_interface_size(); ++i) {
+                set->interfaces.push_back({&m_RecordedPaths[static_cast<std::size_t>(i)], walk.device_interface(i).detail_error()});
             }
-            for (const auto& recorded : m_Machine.description.device_walk().device()) {
-                set->nodes.push_back({platform::Utf8ToUtf16(recorded.instance_id()), recorded.property_error()});
+            for (int i = 0; i < walk.device_size(); ++i) {
+                set->nodes.push_back({&m_RecordedIds[static_cast<std::size_t>(i)], walk.device(i).property_error()});
             }
             return set;
         }
         for (const DiskModel* disk : m_Machine.PresentDisks()) {
-            set->interfaces.push_back({platform::Utf8ToUtf16(disk->interfacePath), win32::kSuccess});
-            set->nodes.push_back({platform::Utf8ToUtf16(disk->instanceId), win32::kSuccess});
+            set->interfaces.push_back({&disk->wideInterfacePath, win32::kSuccess});
+            set->nodes.push_back({&disk->wideInstanceId, win32::kSuccess});
         }
         return set;
     }
 
     MachineState& m_Machine;
+    std::vector<std::u16string> m_RecordedPaths;
+    std::vector<std::u16string> m_RecordedIds;
     HandleTable<DeviceSet> m_Sets;
 };
 

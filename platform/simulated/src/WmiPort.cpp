@@ -36,12 +36,12 @@ struct Object {
     enum class Kind { Locator, Services, Enumerator, Row };
     Kind kind = Kind::Locator;
     std::thread::id thread;
-    std::string wmiNamespace;             // services
-    WmiRows rows;                         // enumerator
-    std::size_t next = 0;                 // enumerator: position of the next row
-    Hresult firstError = hresult::kOk;    // enumerator: an error that the query left to the first Next
-    std::shared_ptr<const WmiRow> row;    // row
-    std::vector<std::string> properties;  // enumerator and row: lower-case names that were selected; empty: all
+    std::string wmiNamespace;                // services
+    WmiRows rows;                            // enumerator
+    std::size_t next = 0;                    // enumerator: position of the next row
+    Hresult firstError = hresult::kOk;       // enumerator: an error that the query left to the first Next
+    std::shared_ptr<const WmiRow> row;       // row
+    std::vector<std::u16string> properties;  // enumerator and row: lower-case names that were selected; empty: all
 };
 
 struct Array {
@@ -197,7 +197,7 @@ public:
         if (row == nullptr || name == nullptr || value == nullptr) {
             return hresult::kInvalidArgument;
         }
-        const std::string property = ToLower(platform::Utf16ToUtf8(name));
+        const std::u16string property = ToLower(std::u16string_view(name));
         const bool isSelected =
             row->properties.empty() || std::find(row->properties.begin(), row->properties.end(), property) != row->properties.end();
         const PropertyValue* found = isSelected ? row->row->Find(property) : nullptr;
@@ -396,13 +396,30 @@ private:
         if (const Hresult error = QueryError(m_Machine, wmiNamespace, query->className); Failed(error)) {
             return error;
         }
-        std::optional<WmiRows> rows = FindRows(m_Machine, wmiNamespace, query->className);
+        std::optional<WmiRows> rows = Rows(wmiNamespace, query->className);
         if (!rows) {
             return hresult::kWbemInvalidClass;
         }
         enumerator.rows = std::move(*rows);
         enumerator.properties = std::move(query->properties);
         return hresult::kOk;
+    }
+
+    // Rows change only when a disk comes or goes, and are kept until then.
+    std::optional<WmiRows> Rows(const std::string& wmiNamespace, const std::string& className) const
+    {
+        std::vector<const DiskModel*> present = m_Machine.PresentDisks();
+        const std::string key = ToLower(wmiNamespace + ':' + className);
+        const std::lock_guard lock(m_KeptMutex);
+        const auto kept = m_Kept.find(key);
+        if (kept != m_Kept.end() && kept->second.present == present) {
+            return kept->second.rows;
+        }
+        std::optional<WmiRows> rows = FindRows(m_Machine, wmiNamespace, className);
+        if (rows) {
+            m_Kept[key] = {std::move(present), *rows};
+        }
+        return rows;
     }
 
     Variant MakeVariant(const PropertyValue& value)
@@ -422,6 +439,13 @@ private:
 
     MachineState& m_Machine;
     std::atomic<bool> m_SecurityIsSet{false};
+    struct KeptRows {
+        std::vector<const DiskModel*> present;
+        WmiRows rows;
+    };
+    mutable std::mutex m_KeptMutex;
+    mutable std::map<std::string, KeptRows> m_Kept;
+
     mutable std::mutex m_Mutex;
     std::map<std::thread::id, Apartment> m_Apartments;
     std::map<const ComObject*, std::shared_ptr<Object>> m_Objects;

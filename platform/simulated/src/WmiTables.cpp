@@ -165,7 +165,7 @@ BuiltRows PerformanceDisks(const MachineState& machine)
     BuiltRows rows;
     for (const DiskModel* disk : machine.PresentDisks()) {
         BuiltRow built{disk, {}};
-        built.row.Set("Name", TextValue(disk->CounterInstance()));
+        built.row.Set("Name", TextValue(disk->counterInstance));
         rows.push_back(std::move(built));
     }
     WmiRow total;
@@ -356,15 +356,15 @@ PropertyValue ValueOf(const description::WmiProperty& property)
 
 WmiRow& WmiRow::Set(std::string_view name, PropertyValue value)
 {
-    m_Properties[ToLower(name)] = std::move(value);
+    m_Properties[platform::Utf8ToUtf16(ToLower(name))] = std::move(value);
     return *this;
 }
 
-void WmiRow::Remove(std::string_view name) { m_Properties.erase(ToLower(name)); }
+void WmiRow::Remove(std::string_view name) { m_Properties.erase(platform::Utf8ToUtf16(ToLower(name))); }
 
-const PropertyValue* WmiRow::Find(std::string_view name) const
+const PropertyValue* WmiRow::Find(const std::u16string& lowerCaseName) const
 {
-    const auto found = m_Properties.find(ToLower(name));
+    const auto found = m_Properties.find(lowerCaseName);
     return found != m_Properties.end() ? &found->second : nullptr;
 }
 
@@ -425,7 +425,7 @@ std::optional<WmiQueryText> ParseQuery(std::string_view query)
             return std::nullopt;
         }
         if (property != "*") {
-            parsed.properties.push_back(ToLower(property));
+            parsed.properties.push_back(platform::Utf8ToUtf16(ToLower(property)));
         }
         const std::string_view separator = NextWord(query);
         if (ToLower(separator) == "from") {

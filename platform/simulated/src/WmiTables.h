@@ -37,21 +37,21 @@ struct PropertyValue {
 [[nodiscard]] PropertyValue NullValue();
 [[nodiscard]] PropertyValue ValueOf(const description::WmiProperty& property);
 
-// One row; property names are looked up without regard to case.
+// One row.
 class WmiRow {
 public:
     platform::Hresult nextError = platform::hresult::kOk;
 
     WmiRow& Set(std::string_view name, PropertyValue value);
     void Remove(std::string_view name);
-    [[nodiscard]] const PropertyValue* Find(std::string_view name) const;
+    [[nodiscard]] const PropertyValue* Find(const std::u16string& lowerCaseName) const;
 
 private:
-    std::map<std::string, PropertyValue> m_Properties;  // by lower-case name
+    std::map<std::u16string, PropertyValue> m_Properties;  // by lower-case name
 };
 using WmiRows = std::vector<std::shared_ptr<const WmiRow>>;
 
-// The rows of a class of a namespace at this moment; nothing when the namespace has no such class.
+// The rows of a class of a namespace with the disks that are plugged in now; nothing when the namespace has no such class.
 [[nodiscard]] std::optional<WmiRows> FindRows(const MachineState& machine, const std::string& wmiNamespace,
                                               const std::string& className);
 // The HRESULT with which the file makes a query of the class fail.
@@ -61,7 +61,7 @@ using WmiRows = std::vector<std::shared_ptr<const WmiRow>>;
 
 // What a WQL query asks for: SELECT list FROM class. Nothing for any other statement.
 struct WmiQueryText {
-    std::vector<std::string> properties;  // empty: all
+    std::vector<std::u16string> properties;  // in lower case; empty: all
     std::string className;
 };
 [[nodiscard]] std::optional<WmiQueryText> ParseQuery(std::string_view query);
