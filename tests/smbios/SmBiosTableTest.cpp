@@ -34,7 +34,7 @@ std::string Bytes(const std::string& text)
 {
     std::string bytes;
     for (std::size_t at = 0; at < text.size();) {
-        if (text[at] == ' ') {
+        if (text[at] == ' ' || text[at] == '\n') {
             ++at;
         } else if (text[at] == '\'') {
             bytes += text[at + 1];
@@ -98,6 +98,30 @@ TEST(SmBiosTable, FramesWholeAndBrokenTables)
     }
 }
 
+// A whole table, as QEMU's q35 machine with SeaBIOS 1.16.2 has it.
+constexpr const char* kRealTable = R"(
+    00180000010200E80300080000000000000000040000FFFF53656142494F5300312E31362E322D64656269616E2D312E31362E322D310030342F3031
+    2F323031340000
+    011B000101020304000000000000000000000000000000000600004C61620047756573740070632D7133352D372E32004C41422D4D414348494E452D
+    310000
+    0316000301010200000303030200000000000000000051454D550070632D7133352D372E320000
+    042A000401030102B10F0600FDFB8B0703000000D007D0074101FFFFFFFFFFFF0000000101010200010043505520300051454D550070632D7133352D
+    372E320000
+    0B05000E036669727374204F454D20737472696E67004C41422D53595354454D2D49442D30303432007468697264204F454D20737472696E670000
+    1017001001030600000800FEFF010000000000000000000000
+    112800110010FEFFFFFFFFFF0002090001000702000000020000000000000000000000000000000044494D4D20300051454D550000
+    131F001300000000FFFF0700001001000000000000000000000000000000000000
+    200B0020000000000000000000
+    7F04007F0000)";
+
+TEST(SmBiosTable, FramesARealTable)
+{
+    EXPECT_EQ(Describe(MakeBlob(Bytes(kRealTable))),
+              "0:24 [SeaBIOS|1.16.2-debian-1.16.2-1|04/01/2014] 1:27 [Lab|Guest|pc-q35-7.2|LAB-MACHINE-1] 3:22 [QEMU|pc-q35-7.2] "
+              "4:42 [CPU 0|QEMU|pc-q35-7.2] 11:5 [first OEM string|LAB-SYSTEM-ID-0042|third OEM string] 16:23 [] "
+              "17:40 [DIMM 0|QEMU] 19:31 [] 32:11 [] 127:4 []");
+}
+
 TEST(SmBiosTable, TrustsNeitherTheTableLengthNorTheBlob)
 {
     const std::string structures = Bytes(kOem + kEnd);
@@ -130,7 +154,7 @@ void ExpectNothingFromOutside(const Blob& blob)
     }
 }
 
-// Every value of every byte, and every length that the blob can be cut to.
+// Every value of every byte, and every length that the blob can be cut to; of the real table the values that matter.
 TEST(SmBiosTable, SurvivesAnyBytes)
 {
     const Blob whole = MakeBlob(Bytes("01 08 01 00 01 02 AA BB 'M' 00 'P' 'Q' 00 00" + kOem + kEnd));
@@ -141,6 +165,14 @@ TEST(SmBiosTable, SurvivesAnyBytes)
             ExpectNothingFromOutside(blob);
         }
         ExpectNothingFromOutside(Blob(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(at)));
+    }
+    const Blob real = MakeBlob(Bytes(kRealTable));
+    for (std::size_t at = 0; at < real.size(); ++at) {
+        for (const int value : {0, 1, 3, 4, 127, 255}) {
+            Blob blob = real;
+            blob[at] = static_cast<std::uint8_t>(value);
+            ExpectNothingFromOutside(blob);
+        }
     }
 }
 
