@@ -203,10 +203,18 @@ TEST_P(SmartFailure, LeavesWhatWasReadBefore)
     EXPECT_TRUE(drive.AllClosed());
 }
 
+std::string NameOf(const testing::TestParamInfo<SmartFailure::ParamType>& tested)
+{
+    constexpr std::array kFaults{"OpenFails", "RequestFails", "Error", "Zeros", "Exception", "OtherException"};
+    const auto [step, fault] = tested.param;
+    return "Open" + std::to_string(step + 1) + kFaults[static_cast<std::size_t>(fault)];
+}
+
 INSTANTIATE_TEST_SUITE_P(EveryStep, SmartFailure,
                          testing::Combine(testing::Range<std::size_t>(0, kSteps.size()),
                                           testing::Values(Fault::OpenFails, Fault::RequestFails, Fault::Error, Fault::Zeros,
-                                                          Fault::StandardException, Fault::OtherException)));
+                                                          Fault::StandardException, Fault::OtherException)),
+                         NameOf);
 
 TEST(SmartThresholds, RaiseWhatTheDriveRefuses)
 {
