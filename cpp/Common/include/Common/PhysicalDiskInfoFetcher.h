@@ -1,11 +1,11 @@
 #pragma once
 
-#include <compare>
 #include <cstdint>
 #include <map>
 #include <set>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <vector>
 
 #include "Common/HardwareAccess.h"
@@ -20,7 +20,11 @@ struct VolumeRecord {
     std::string drive;  // "C:"
     std::uint32_t diskNumber = 0;
 
-    friend auto operator<=>(const VolumeRecord&, const VolumeRecord&) = default;
+    friend bool operator<(const VolumeRecord& left, const VolumeRecord& right)
+    {
+        return std::tie(left.partitionGuid, left.drive, left.diskNumber) <
+               std::tie(right.partitionGuid, right.drive, right.diskNumber);
+    }
 };
 
 // What Win32_Volume knows of a volume with a drive letter.
