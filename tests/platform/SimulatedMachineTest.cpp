@@ -390,7 +390,12 @@ TEST_F(SimulatedMachineTest, DisksComeAndGoWithTheClock)
 {
     Make(
         R"(disk { number: 0 kind: NVME size: 1048576 } disk { number: 1 kind: USB_STICK size: 1048576 arrives_at: 1 leaves_at: 2 })");
-    const auto disks = [&] { return tests::WalkDisks(machine->SetupPort()).size(); };
+    // The walk and WMI see the same disks at every moment.
+    const auto disks = [&] {
+        const std::size_t walked = tests::WalkDisks(machine->SetupPort()).size();
+        EXPECT_EQ(tests::Query(machine->WmiPort(), u"root\\cimv2", u"SELECT * FROM Win32_DiskDrive").rows.size(), walked);
+        return walked;
+    };
     EXPECT_EQ(disks(), 1U);
     EXPECT_FALSE(Drive(1).IsValid());
     machine->TimePort().Sleep(1000);
@@ -410,7 +415,7 @@ TEST_F(SimulatedMachineTest, CountersAreComputedFromWhatMoves)
         R"(disk { number: 0 kind: NVME size: 4194304 bytes_read_before: 7 gpt { partition { size: 1048576 volume { letter: "C" } } }
               activity { from: 1 reads_per_second: 100 read_bytes_per_second: 4096000 seconds_per_read: 0.02 }
               activity { from: 2 writes_per_second: 10 write_bytes_per_second: 10240 seconds_per_write: 0.01 } }
-            disk { number: 1 kind: NVME size: 1048576 leaves_at: 3 })");
+            disk { number: 1 kind: NVME size: 1048576 leaves_at: 3 activity { from: 2 write_bytes_per_second: 1000 } })");
     Pdh& pdh = machine->PdhPort();
     PdhQueryObject* query = nullptr;
     ASSERT_EQ(pdh.OpenQuery(nullptr, 0, &query), pdh::kOk);
@@ -425,6 +430,7 @@ TEST_F(SimulatedMachineTest, CountersAreComputedFromWhatMoves)
     PdhCounterObject* perRead = add(u"\\PhysicalDisk(0 C:)\\Avg. Disk sec/Read");
     PdhCounterObject* perWrite = add(u"\\PhysicalDisk(0 C:)\\Avg. Disk sec/Write");
     PdhCounterObject* total = add(u"\\PhysicalDisk(_Total)\\% Idle Time");
+    PdhCounterObject* totalWritten = add(u"\\PhysicalDisk(_Total)\\Disk Write Bytes/sec");
     PdhCounterObject* leaving = add(u"\\PhysicalDisk(1)\\Disk Read Bytes/sec");
     const auto read = [&](PdhCounterObject* counter, std::uint32_t format = pdh::kFormatDouble | pdh::kFormatNoCap100) {
         PdhCounterValue value;
@@ -445,6 +451,7 @@ TEST_F(SimulatedMachineTest, CountersAreComputedFromWhatMoves)
     EXPECT_EQ(pdh.CollectQueryData(query), pdh::kOk);
     EXPECT_DOUBLE_EQ(read(perWrite), 0.01);
     EXPECT_DOUBLE_EQ(read(idle), 90);
+    EXPECT_DOUBLE_EQ(read(totalWritten), (2 * 10240 + 1000) / 2.0) << "the disk that left wrote for one second only";
     PdhCounterValue value;
     EXPECT_EQ(pdh.FormattedValue(leaving, pdh::kFormatDouble, &value), pdh::kNotValidYet);
     EXPECT_EQ(value.status, pdh::kNoInstance);
