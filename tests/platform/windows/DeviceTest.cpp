@@ -76,7 +76,7 @@ TEST(WindowsDeviceIo, ListsTheDriveLetters)
 // Every interface that the walk lists has a path that opens, and an instance id; then the walk ends.
 TEST(WindowsSetup, WalksThePresentDisks)
 {
-    Setup& setup = Setup::Current();
+    platform::Setup& setup = Setup::Current();
     const DeviceInfoSet set(setup,
                             setup.ClassDevices(&kDiskInterfaceGuid, nullptr, nullptr, kDigcfPresent | kDigcfDeviceInterface));
     ASSERT_TRUE(set.IsValid());
@@ -102,7 +102,7 @@ TEST(WindowsSetup, WalksThePresentDisks)
 TEST(WindowsSetup, ReadsTheInstanceIdOfADevice)
 {
     constexpr std::uint32_t kAllClasses = 4;  // DIGCF_ALLCLASSES
-    Setup& setup = Setup::Current();
+    platform::Setup& setup = Setup::Current();
     const DeviceInfoSet set(setup, setup.ClassDevices(nullptr, nullptr, nullptr, kAllClasses));
     ASSERT_TRUE(set.IsValid());
     DeviceInfoData device;

@@ -1,9 +1,9 @@
 // Firmware tables, text and time of this Windows.
 #include <windows.h>
 
-#include <array>
 #include <chrono>
 #include <cstdint>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -29,7 +29,8 @@ TEST(WindowsFirmware, GivesTheSmbiosTable)
     EXPECT_EQ(table[0], 0xEE) << "too small a buffer was written to";
 
     ASSERT_EQ(firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, table.data(), needed), needed);
-    const std::uint32_t length = table[4] | table[5] << 8 | table[6] << 16 | static_cast<std::uint32_t>(table[7]) << 24;
+    std::uint32_t length = 0;
+    std::memcpy(&length, table.data() + 4, sizeof(length));
     EXPECT_EQ(length + kHeader, needed);
 }
 
