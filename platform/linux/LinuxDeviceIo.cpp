@@ -43,8 +43,8 @@ std::string UpperCase(std::string_view text)
 // What a path names; nothing when there is no such disk or volume now.
 std::optional<LinuxTarget> Resolve(LinuxMachine& machine, const std::string& path)
 {
-    constexpr std::string_view kDevice = "\\\\.\\";
-    constexpr std::string_view kInterface = "\\\\?\\";
+    constexpr std::string_view kDevice = R"(\\.\)";
+    constexpr std::string_view kInterface = R"(\\?\)";
     constexpr std::string_view kDrive = "PHYSICALDRIVE";
     const auto ofDisk = [](std::optional<LinuxDisk> disk) {
         return disk ? std::optional(LinuxTarget{std::move(*disk), std::nullopt}) : std::nullopt;

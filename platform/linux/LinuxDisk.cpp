@@ -32,7 +32,7 @@ bool IsScsiDisk(const std::string& device)
     constexpr std::uint64_t kDirectAccess = 0;   // SPC peripheral device type
     constexpr std::uint64_t kZonedBlock = 0x14;  // host-managed zoned block device
     const std::optional<std::uint64_t> type = ReadNumber(device + "/type");
-    return type == kDirectAccess || type == kZonedBlock;
+    return type && (*type == kDirectAccess || *type == kZonedBlock);
 }
 
 std::uint64_t Bytes(const std::string& attribute)
@@ -54,7 +54,7 @@ std::vector<LinuxPartition> ReadPartitions(const std::string& directory, const s
         if (!name.starts_with(diskName)) {
             continue;
         }
-        const std::string path = directory + "/" + name;
+        const std::string path = PathIn(directory, name);
         const std::optional<std::uint64_t> number = ReadNumber(path + "/partition");
         if (number && *number > 0 && *number <= std::numeric_limits<std::uint32_t>::max()) {
             partitions.push_back({name, static_cast<std::uint32_t>(*number), Bytes(path + "/start"), Bytes(path + "/size")});

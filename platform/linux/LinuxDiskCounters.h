@@ -29,9 +29,9 @@ struct DiskInterval {
     LinuxDiskStats after;
 };
 
-// A counter's value over an interval of more than no time; no disk at all is idle. Over several disks ("_Total") percentages are averages, rates are sums,
-// and times per transfer count all transfers. Percentages of time may pass 100 when requests overlap. Nothing when a disk counts
-// less than before: it was replaced.
+// A counter's value over an interval of more than no time; no disk at all is idle. Over several disks ("_Total") percentages are
+// averages, rates are sums, and times per transfer count all transfers. Percentages of time may pass 100 when requests overlap.
+// Nothing when a disk counts less than before: it was replaced.
 [[nodiscard]] std::optional<double> DiskCounterValue(DiskCounter counter, std::span<const DiskInterval> disks,
                                                      std::chrono::nanoseconds elapsed) noexcept;
 

@@ -11,7 +11,7 @@ std::string ControllerDirectory(const std::string& device)
         return device;
     }
     for (const std::string& name : DirectoryNames(device)) {
-        const std::string controller = device + "/" + name;
+        std::string controller = PathIn(device, name);
         if (name.starts_with("nvme") && Exists(controller + "/transport")) {
             return controller;
         }

@@ -2,6 +2,8 @@
 #include <array>
 #include <string_view>
 
+#include <fmt/format.h>
+
 #include "LinuxDisk.h"
 #include "LinuxFiles.h"
 
@@ -81,7 +83,7 @@ bool ReadAtaIdentity(const std::string& device, AtaIdentity& identity)
 std::string Ancestor(std::string device, const std::string& top, const std::string& attribute)
 {
     while (device.size() > top.size()) {
-        if (Exists(device + "/" + attribute)) {
+        if (Exists(PathIn(device, attribute))) {
             return device;
         }
         device.resize(device.find_last_of('/'));
@@ -108,7 +110,7 @@ bool IsParallelAta(const std::string& device)
     const std::string port = device.substr(0, device.find("/host"));
     for (const std::string& name : DirectoryNames(port)) {
         if (name.starts_with("link")) {
-            return ReadText(port + "/" + name + "/ata_link/" + name + "/sata_spd") == "<unknown>";
+            return ReadText(fmt::format("{}/{}/ata_link/{}/sata_spd", port, name, name)) == "<unknown>";
         }
     }
     return false;

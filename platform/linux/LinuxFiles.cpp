@@ -110,6 +110,13 @@ std::string LinkTarget(const std::string& path)
     return error ? std::string() : target.string();
 }
 
+std::string PathIn(std::string_view directory, std::string_view name)
+{
+    std::string path;
+    path.reserve(directory.size() + 1 + name.size());
+    return path.append(directory).append(1, '/').append(name);
+}
+
 std::string BaseName(const std::string& path)
 {
     const std::size_t slash = path.find_last_of('/');

@@ -50,6 +50,8 @@ private:
 [[nodiscard]] std::string RealPath(const std::string& path);
 // Where a link points, as it stands; empty when it is no link.
 [[nodiscard]] std::string LinkTarget(const std::string& path);
+// A name in a directory.
+[[nodiscard]] std::string PathIn(std::string_view directory, std::string_view name);
 // What follows the last slash.
 [[nodiscard]] std::string BaseName(const std::string& path);
 

@@ -34,7 +34,7 @@ Product SplitModel(const LinuxDisk& disk)
         return {disk.vendor, disk.model};
     }
     const std::size_t blank = disk.model.find(' ');
-    const bool hasVendor = blank != std::string::npos && blank <= kVendorLength;
+    const bool hasVendor = blank <= kVendorLength;  // no blank at all is the greatest place of all
     const std::size_t end = std::min(hasVendor ? blank : kVendorLength, disk.model.size());
     return {disk.model.substr(0, end), disk.model.substr(std::min(end + (hasVendor ? 1 : 0), disk.model.size()))};
 }
@@ -88,7 +88,7 @@ std::string InterfacePathOf(std::string_view instanceId)
     std::ranges::transform(path, path.begin(), [](char c) {
         return c == '\\' ? '#' : c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
     });
-    return "\\\\?\\" + path + "#{53f56307-b6bf-11d0-94f2-00a0c91efb8b}";
+    return R"(\\?\)" + path + "#{53f56307-b6bf-11d0-94f2-00a0c91efb8b}";
 }
 
 }  // namespace orbis::platform

@@ -118,9 +118,10 @@ std::optional<LinuxDisk> LinuxInventory::FindByName(const std::string& name)
 
 std::vector<std::string> LinuxInventory::Listing() const
 {
-    std::vector<std::string> listing = DirectoryNames(m_Roots.sys + "/block");
+    const std::string folder = m_Roots.sys + "/block";
+    std::vector<std::string> listing = DirectoryNames(folder);
     for (std::string& name : listing) {
-        name = LinkTarget(m_Roots.sys + "/block/" + name);
+        name = LinkTarget(PathIn(folder, name));
     }
     return listing;
 }

@@ -153,7 +153,7 @@ KnownPartition ReadKnownPartition(const Roots& roots, const std::string& partiti
     }
     const std::string links = roots.dev + "/disk/by-partuuid";
     for (const std::string& link : known.identifier.empty() ? DirectoryNames(links) : std::vector<std::string>()) {
-        if (BaseName(RealPath(links + "/" + link)) == partition) {
+        if (BaseName(RealPath(PathIn(links, link))) == partition) {
             known.identifier = link;
         }
     }

@@ -50,7 +50,7 @@ Text& LinuxPlatform::TextPort() noexcept { return m_Ports->text; }
 // Never destroyed: a host's threads may still be collecting while the process ends.
 Platform& Platform::System() noexcept
 {
-    static LinuxPlatform& machine = *new LinuxPlatform;
+    static LinuxPlatform& machine = *std::make_unique<LinuxPlatform>().release();
     return machine;
 }
 

@@ -42,7 +42,7 @@ std::string ReadVolumeSerial(const Roots& roots, const std::string& blockName)
     }
     const std::string directory = roots.dev + "/disk/by-uuid";
     for (const std::string& identifier : DirectoryNames(directory)) {
-        if (BaseName(RealPath(directory + "/" + identifier)) == blockName) {
+        if (BaseName(RealPath(PathIn(directory, identifier))) == blockName) {
             return SerialFromIdentifier({}, identifier);
         }
     }

@@ -18,7 +18,7 @@ namespace {
 
 RowValue Text16(std::string_view text) { return Utf8ToUtf16(text); }
 
-std::string DrivePath(const LinuxDisk& disk) { return fmt::format("\\\\.\\PHYSICALDRIVE{}", disk.number); }
+std::string DrivePath(const LinuxDisk& disk) { return fmt::format(R"(\\.\PHYSICALDRIVE{})", disk.number); }
 std::string Drive(const LinuxVolume& volume) { return std::string(1, volume.letter) + ":"; }
 
 // Vendor and model as one name; the standards whose disks have no vendor text are none.
@@ -129,7 +129,7 @@ std::string VolumeGuidPath(const LinuxVolume& volume)
     add(fmt::format("/{}/{}", volume.partitionNumber, volume.blockName));
     Guid guid{static_cast<std::uint32_t>(hash >> 32), static_cast<std::uint16_t>(hash >> 16), static_cast<std::uint16_t>(hash)};
     std::ranges::copy(std::string_view("volume"), guid.data4.begin());
-    return "\\\\?\\Volume{" + GuidText(guid) + "}\\";
+    return R"(\\?\Volume{)" + GuidText(guid) + "}\\";
 }
 
 std::vector<Row> Volumes(LinuxMachine& machine)
