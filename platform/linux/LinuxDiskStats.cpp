@@ -1,5 +1,6 @@
 #include "LinuxDiskStats.h"
 
+#include <algorithm>
 #include <array>
 
 #include "LinuxFiles.h"
@@ -10,6 +11,19 @@ namespace {
 constexpr std::size_t kFields = 10;
 constexpr std::uint64_t kStatSector = 512;
 constexpr std::size_t kDiskStatsLimit = std::size_t{4} << 20;
+
+// Is "nvme1c0n2" a path of "nvme1n2"?
+bool IsPathOf(std::string_view path, std::string_view name)
+{
+    constexpr std::string_view kDigits = "0123456789";
+    const std::size_t subsystem = name.find('n', 4);  // after "nvme"
+    if (subsystem == std::string_view::npos || path.size() <= subsystem || path.substr(0, subsystem) != name.substr(0, subsystem) ||
+        path[subsystem] != 'c') {
+        return false;
+    }
+    const std::size_t controllerEnd = path.find_first_not_of(kDigits, subsystem + 1);
+    return controllerEnd != std::string_view::npos && path.substr(controllerEnd) == name.substr(subsystem);
+}
 
 }  // namespace
 
@@ -40,6 +54,32 @@ std::optional<LinuxDiskStats> ParseDiskStats(const std::vector<std::string_view>
 std::optional<LinuxDiskStats> ReadDiskStats(const Roots& roots, const std::string& blockName)
 {
     return ParseDiskStats(SplitWords(ReadText(roots.sys + "/class/block/" + blockName + "/stat")));
+}
+
+std::optional<LinuxDiskStats> StatsOfDisk(const std::map<std::string, LinuxDiskStats>& all, const std::string& name)
+{
+    const auto own = all.find(name);
+    if (own == all.end()) {
+        return std::nullopt;
+    }
+    LinuxDiskStats stats = own->second;
+    if (!name.starts_with("nvme") || stats.reads != 0 || stats.writes != 0) {
+        return stats;
+    }
+    for (const auto& [path, counted] : all) {
+        if (IsPathOf(path, name)) {
+            stats.reads += counted.reads;
+            stats.readBytes += counted.readBytes;
+            stats.readMilliseconds += counted.readMilliseconds;
+            stats.writes += counted.writes;
+            stats.writtenBytes += counted.writtenBytes;
+            stats.writeMilliseconds += counted.writeMilliseconds;
+            stats.inFlight += counted.inFlight;
+            // Paths are used one at a time as a rule, so the busiest stands for the namespace.
+            stats.busyMilliseconds = std::max(stats.busyMilliseconds, counted.busyMilliseconds);
+        }
+    }
+    return stats;
 }
 
 std::map<std::string, LinuxDiskStats> ReadAllDiskStats(const Roots& roots)

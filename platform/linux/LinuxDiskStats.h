@@ -27,6 +27,9 @@ struct LinuxDiskStats {
 [[nodiscard]] std::optional<LinuxDiskStats> ParseDiskStats(const std::vector<std::string_view>& words);
 // One block device, by kernel name.
 [[nodiscard]] std::optional<LinuxDiskStats> ReadDiskStats(const Roots& roots, const std::string& blockName);
+// One whole disk, from ReadAllDiskStats. Before Linux 6.4 an NVMe namespace with native multipath counts nothing itself; its hidden
+// paths ("nvme1c0n2" of "nvme1n2") do, and are summed for it.
+[[nodiscard]] std::optional<LinuxDiskStats> StatsOfDisk(const std::map<std::string, LinuxDiskStats>& all, const std::string& name);
 // All block devices in one read of diskstats, by kernel name.
 [[nodiscard]] std::map<std::string, LinuxDiskStats> ReadAllDiskStats(const Roots& roots);
 

@@ -67,8 +67,8 @@ Sample TakeSample(LinuxMachine& machine)
     const std::map<std::string, LinuxDiskStats> all = ReadAllDiskStats(machine.roots);
     sample.time = MonotonicClock(machine.calls);
     for (const LinuxDisk& disk : disks) {
-        if (const auto stats = all.find(disk.name); stats != all.end()) {
-            sample.disks.emplace(disk.number, stats->second);
+        if (const std::optional<LinuxDiskStats> stats = StatsOfDisk(all, disk.name)) {
+            sample.disks.emplace(disk.number, *stats);
         }
     }
     return sample;

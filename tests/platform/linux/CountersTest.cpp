@@ -157,6 +157,34 @@ TEST_F(LinuxCounters, DisksComeAndGoAndMountsRenameNothingThatRuns)
     EXPECT_NEAR(Values(late)[0], 100, 1e-9);
 }
 
+// Before Linux 6.4 the paths of a multipath namespace count, and the namespace does not.
+TEST(LinuxMultipath, APathsActivityIsItsNamespaces)
+{
+    CapturedTree tree = CapturedTree::Named("every-transport.tree");
+    PlayedDrives drives;
+    LinuxPlatform machine(tree.Roots(), drives.Calls());
+    Pdh& pdh = machine.PdhPort();
+    PdhQueryObject* query = nullptr;
+    PdhCounterObject* counter = nullptr;
+    ASSERT_EQ(pdh.OpenQuery(nullptr, 0, &query), pdh::kOk);
+    ASSERT_EQ(pdh.AddEnglishCounter(query, u"\\PhysicalDisk(2)\\Disk Read Bytes/sec", 0, &counter), pdh::kOk);
+    const auto sample = [&](int sectors) {
+        drives.now += std::chrono::seconds(1);
+        // The second namespace, its two paths, and a path of another subsystem and of another namespace.
+        tree.Write("proc/diskstats", fmt::format("259 2 nvme1n2 0 0 0 0 0 0 0 0 0 0\n259 3 nvme1c0n2 1 0 {0} 0 0 0 0 0 0 0\n"
+                                                 "259 4 nvme1c1n2 1 0 {0} 0 0 0 0 0 0 0\n259 5 nvme11c1n2 1 0 {1} 0 0 0 0 0 0 0\n"
+                                                 "259 6 nvme1c1n22 1 0 {1} 0 0 0 0 0 0 0\n",
+                                                 sectors, 1000 * sectors));
+        EXPECT_EQ(pdh.CollectQueryData(query), pdh::kOk);
+    };
+    sample(0);
+    sample(8);
+    PdhCounterValue value;
+    EXPECT_EQ(pdh.FormattedValue(counter, pdh::kFormatDouble, &value), pdh::kOk);
+    EXPECT_NEAR(value.value, 2 * 8 * 512, 1e-9);
+    pdh.CloseQuery(query);
+}
+
 TEST(LinuxFirmware, TablesHaveTheHeaderOfRawSmbiosData)
 {
     CapturedTree tree = CapturedTree::Named("every-transport.tree");
