@@ -139,6 +139,9 @@ public:
                             std::uint32_t /*authenticationLevel*/, std::uint32_t /*impersonationLevel*/,
                             std::uint32_t /*capabilities*/) override
     {
+        if (services == nullptr) {
+            return hresult::kInvalidArgument;  // as CoSetProxyBlanket answers
+        }
         return Find(services, Object::Kind::Services, "SetProxyBlanket") != nullptr ? hresult::kOk : kNoInterface;
     }
 
