@@ -75,7 +75,10 @@ std::string DefaultToUtf8(std::string_view text)
     }
     std::u16string wide(static_cast<std::size_t>(needed), u'\0');
     const std::int32_t written = port.DefaultToWide(text.data(), bytes, wide.data(), needed);
-    wide.resize(written > 0 && written <= needed ? static_cast<std::size_t>(written) : 0);
+    if (written <= 0 || written > needed) {
+        return ValidUtf8(text);
+    }
+    wide.resize(static_cast<std::size_t>(written));
     return Utf16ToUtf8(wide);
 }
 
