@@ -1,0 +1,125 @@
+// Every request that any collection sends to any device of the example machines, against a short list of read-only ones.
+#include <algorithm>
+#include <iostream>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
+
+#include "Collections.h"
+#include "platform/DeviceIo.h"
+#include "platform/Requests.h"
+#include "simulated/MachineFile.h"
+
+namespace orbis::proof {
+namespace {
+
+using simulated::JournalEntry;
+
+// A request as the ledger names it: the operation that the device is asked for, how it was opened, and which way the data goes.
+std::string Access(std::uint32_t access)
+{
+    switch (access) {
+        case 0:
+            return "no access";
+        case platform::kFileReadAttributes:
+            return "read attributes";
+        case platform::kGenericRead:
+            return "read";
+        case platform::kGenericRead | platform::kGenericWrite:
+            return "read and write";
+        default:
+            return fmt::format("access {:#x}", access);
+    }
+}
+
+std::string Command(const JournalEntry& request)
+{
+    const auto& bytes = request.command;
+    const auto byte = [&](std::size_t at) { return at < bytes.size() ? bytes[at] : 0xFFU; };
+    const auto input = [&](std::size_t at) { return at < request.input.size() ? request.input[at] : 0xFFU; };
+    switch (request.controlCode) {
+        case platform::kIoctlAtaPassThroughDirect:
+            return fmt::format(" ATA {:02x} features {:02x} log {:02x}", byte(6), byte(0), byte(2));
+        case platform::kIoctlScsiPassThroughDirect:
+            return byte(0) == 0x85 ? fmt::format(" ATA-16 protocol {:02x}{:02x} {:02x} features {:02x} log {:02x}", byte(1),
+                                                 byte(2), byte(14), byte(4), byte(8))
+                                   : fmt::format(" SCSI {:02x}", byte(0));
+        case platform::kIoctlStorageProtocolCommand:
+            return fmt::format(" NVMe admin {:02x} log {:02x}", byte(0), byte(40));
+        case platform::kIoctlStorageQueryProperty:
+            return input(0) == platform::kStorageDeviceProperty
+                       ? fmt::format(" property 0 query {}", input(4))
+                       : fmt::format(" property {} query {} type {} value {:02x}", input(0), input(4), input(12), input(16));
+        default:
+            return "";
+    }
+}
+
+std::string LedgerLine(const JournalEntry& request)
+{
+    if (request.operation == "DeviceIo::Open") {
+        return "open, " + Access(request.access);
+    }
+    return fmt::format("{:#010x}{}, {}{}", request.controlCode, Command(request), Access(request.access),
+                       request.dataToDevice ? ", DATA TO THE DEVICE" : "");
+}
+
+// Windows demands read and write access for pass-through, whatever the command; the commands are those that only read.
+const std::set<std::string_view> kReadOnly{
+    "open, no access",
+    "open, read attributes",
+    "open, read",
+    "open, read and write",
+    "0x002d1080, read",                                                       // IOCTL_STORAGE_GET_DEVICE_NUMBER
+    "0x00070048, read",                                                       // IOCTL_DISK_GET_PARTITION_INFO_EX
+    "0x00070020, read attributes",                                            // IOCTL_DISK_PERFORMANCE
+    "0x00070000, read and write",                                             // IOCTL_DISK_GET_DRIVE_GEOMETRY
+    "0x00070050, read and write",                                             // IOCTL_DISK_GET_DRIVE_LAYOUT_EX
+    "0x0004d030 ATA ec features 00 log 00, read and write",                   // IDENTIFY DEVICE
+    "0x0004d030 ATA 2f features 00 log 9a, read and write",                   // READ LOG EXT
+    "0x0004d014 SCSI 12, read and write",                                     // INQUIRY
+    "0x0004d014 ATA-16 protocol 080e ec features 00 log 00, read and write",  // IDENTIFY DEVICE, PIO data-in
+    "0x0004d014 ATA-16 protocol 080e 2f features 00 log 9a, read and write",  // READ LOG EXT
+    "0x0004d014 ATA-16 protocol 080e b0 features d0 log 00, read and write",  // SMART READ DATA
+    "0x0004d014 ATA-16 protocol 080e b0 features d1 log 00, read and write",  // SMART READ THRESHOLDS
+    "0x002d1400 property 0 query 0, no access",                               // the device's descriptor
+    "0x002d1400 property 49 query 0 type 1 value 01, no access",              // Identify Controller
+    "0x002d1400 property 50 query 0 type 2 value 02, no access",              // Get Log Page, SMART / Health Information
+    "0x002d1400 property 50 query 0 type 2 value d1, no access",              // Get Log Page, the maker's
+    "0x002dd3c0 NVMe admin 02 log d1, read and write",                        // the same as a command
+};
+
+TEST(Ledger, CollectionsOnlyRead)
+{
+    std::set<std::string> seen;
+    std::size_t requests = 0;
+    for (const std::string& name : ExampleMachines()) {
+        PluginOnMachine plugin(simulated::ParseMachine(MachineText(name)));
+        plugin.Machine().KeepJournal(true);
+        plugin.Construct();
+        for (const Datatype datatype : kDatatypes) {
+            static_cast<void>(plugin.CollectNext(datatype));
+            EXPECT_EQ(plugin.Machine().OpenObjects().deviceHandles, 0) << name << ", " << NameOf(datatype);
+            for (const JournalEntry& entry : plugin.Machine().TakeJournal()) {
+                if (entry.operation == "DeviceIo::Open" || entry.operation == "DeviceIo::Control") {
+                    const std::string line = LedgerLine(entry);
+                    EXPECT_TRUE(kReadOnly.contains(line)) << name << ", " << NameOf(datatype) << ": " << line;
+                    seen.insert(line);
+                    ++requests;
+                }
+            }
+        }
+        EXPECT_EQ(plugin.Finish(), PluginOnMachine::kNothingOpen) << name;
+    }
+    for (const std::string_view line : kReadOnly) {
+        EXPECT_TRUE(seen.contains(std::string(line))) << "nobody asks for: " << line;
+    }
+    std::cout << "ledger: " << requests << " requests of " << seen.size() << " kinds, all read-only\n";
+}
+
+}  // namespace
+}  // namespace orbis::proof
