@@ -2,7 +2,6 @@
 
 #include <chrono>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <utility>
 
@@ -86,9 +85,11 @@ const std::vector<std::string>& ExampleMachines()
 
 std::string MachineText(const std::string& name)
 {
-    std::ifstream file("machines/" + name + ".txtpb", std::ios::binary);
+    const std::ifstream file("machines/" + name + ".txtpb", std::ios::binary);
     EXPECT_TRUE(file) << name;
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
 }
 
 PluginOnMachine::PluginOnMachine(std::shared_ptr<simulated::Machine> machine) : m_Machine(std::move(machine)), m_Faults(*m_Machine)
