@@ -10,12 +10,12 @@ python3-protobuf, so it runs with the system's own Python.
 import sys
 from pathlib import Path
 
-from comparison import nvme, smart, static
+from comparison import activity, nvme, smart, static
 from comparison.report import ReadingError, Report
 from comparison.schema import Schema
 from comparison.table import Table
 
-COMPARISONS = [nvme.compare, smart.compare, static.compare]
+COMPARISONS = [nvme.compare, smart.compare, static.compare, activity.compare]
 SCHEMA = Path(__file__).resolve().parent.parent / "host-sdk" / "proto"
 
 
