@@ -21,11 +21,17 @@ std::atomic<std::int64_t> g_Blocks{0};
 
 }  // namespace
 
-// Blocks that are allocated and not yet freed, libraries included; the other forms end in these.
+// Blocks that are allocated and not yet freed, libraries included. The form that does not throw is here too: the sanitizers have
+// one of their own, which does not end in the first.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    void* memory = std::malloc(size != 0 ? size : 1);
+    g_Blocks.fetch_add(memory != nullptr ? 1 : 0, std::memory_order_relaxed);
+    return memory;
+}
 void* operator new(std::size_t size)
 {
-    if (void* memory = std::malloc(size != 0 ? size : 1); memory != nullptr) {
-        g_Blocks.fetch_add(1, std::memory_order_relaxed);
+    if (void* memory = operator new(size, std::nothrow)) {
         return memory;
     }
     throw std::bad_alloc();
