@@ -33,6 +33,10 @@ function(orbis_target target)
             # GCC 12 reports these inside the standard library's own inlined code when it optimises.
             target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-Wno-null-dereference>
                                                      -Wno-restrict -Wno-maybe-uninitialized)
+            if(ORBIS_SANITIZE STREQUAL "thread")
+                # What ThreadSanitizer inserts hides from it that a container's memory is never null.
+                target_compile_options(${target} PRIVATE -Wno-null-dereference)
+            endif()
         endif()
     endif()
 endfunction()
