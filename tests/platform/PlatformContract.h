@@ -12,11 +12,19 @@
 
 namespace orbis::tests {
 
+// What an operating system of the contract always has, but a stand-in for one may be without.
+enum class Service {
+    VolumeRequests,  // every drive letter opens and answers
+    WmiSchema,       // WMI tells an unknown class from one without rows, and lists the drives that open
+    DiskCounters,    // the object PhysicalDisk
+};
+
 // A platform under the contract, with the means to move its clock without waiting where it has them.
 class ContractSubject {
 public:
     virtual ~ContractSubject() = default;
     [[nodiscard]] virtual platform::Platform& Ports() = 0;
+    [[nodiscard]] virtual bool Has(Service /*service*/) const { return true; }
     virtual void Advance(std::chrono::milliseconds time) { Ports().TimePort().Sleep(static_cast<std::uint32_t>(time.count())); }
 };
 
