@@ -3,8 +3,8 @@
 # CMake takes it as CMAKE_CROSSCOMPILING_EMULATOR ("run.sh;x64").
 # usage: tools/windows/run.sh x64|arm64 PROGRAM [ARGUMENT...]
 #        tools/windows/run.sh x64|arm64 --start | --stop
-# --start makes the machine's registry and drive C: if they do not exist (seconds, once) and keeps a server running for ten minutes
-# after the last program: a later start takes 0.05 s (x64) or 0.2 s (ARM64) instead of 0.5 s or 2 s.
+# The machine's registry and drive C: are made when they do not exist (seconds, once), and its server runs for ten minutes after the
+# last program: a later start takes 0.05 s (x64) or 0.2 s (ARM64) instead of 0.5 s or 2 s.
 set -eu
 here=$(dirname "$(readlink -f "$0")")
 cache=${ORBIS_CACHE:-$HOME/.cache/orbis}/windows
@@ -23,18 +23,30 @@ export WINEPREFIX="$cache/machine-$architecture-$version" WINEDEBUG="${WINEDEBUG
 export WINEDLLOVERRIDES="mscoree,mshtml=d;winemenubuilder.exe=d"
 unset DISPLAY WAYLAND_DISPLAY WINELOADER WINESERVER
 
+# The server's socket is named after the device and the inode of the folder that it serves.
+running() { [ -S "/tmp/.wine-$(id -u)/server-$(stat -c '%D' "$WINEPREFIX")-$(printf %x "$(stat -c %i "$WINEPREFIX")")/socket" ]; }
+start() {
+    mkdir -p "$cache/locks"
+    (
+        flock 9
+        if [ ! -f "$WINEPREFIX/.made" ]; then
+            rm -rf "$WINEPREFIX"
+            "$loader" wineboot -i >/dev/null 2>&1 9>&-
+            touch "$WINEPREFIX/.made"
+        fi
+        if ! running; then
+            "$server" -p600 9>&-
+            # The first program starts the system's services. They keep what they are given as output open for as long as they
+            # live, so it must not be the pipe of somebody who waits for its end.
+            "$loader" cmd /c exit </dev/null >/dev/null 2>&1 9>&-
+        fi
+    ) 9>"$cache/locks/machine-$architecture"
+}
+
 case ${1:?a program, --start or --stop} in
-    --start)
-        mkdir -p "$cache/locks"
-        (
-            flock 9
-            if [ ! -f "$WINEPREFIX/.made" ]; then
-                rm -rf "$WINEPREFIX"
-                "$loader" wineboot -i >/dev/null 2>&1
-                touch "$WINEPREFIX/.made"
-            fi
-        ) 9>"$cache/locks/machine-$architecture"
-        "$server" -p600 2>/dev/null || true ;;  # fails when one runs already
+    --start) start ;;
     --stop) "$server" -k || true ;;
-    *) exec "$loader" "$@" ;;
+    *)
+        { [ -f "$WINEPREFIX/.made" ] && running; } || start
+        exec "$loader" "$@" ;;
 esac
