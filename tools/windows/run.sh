@@ -23,8 +23,11 @@ export WINEPREFIX="$cache/machine-$architecture-$version" WINEDEBUG="${WINEDEBUG
 export WINEDLLOVERRIDES="mscoree,mshtml=d;winemenubuilder.exe=d"
 unset DISPLAY WAYLAND_DISPLAY WINELOADER WINESERVER
 
-# The server's socket is named after the device and the inode of the folder that it serves.
-running() { [ -S "/tmp/.wine-$(id -u)/server-$(stat -c '%D' "$WINEPREFIX")-$(printf %x "$(stat -c %i "$WINEPREFIX")")/socket" ]; }
+# Debian's Wine, and ours of the same source, names the folder of its servers in the prefix.
+running() {
+    [ -f "$WINEPREFIX/wineserver" ] || return 1
+    [ -S "/tmp/$(cat "$WINEPREFIX/wineserver")/server-$(stat -c %D "$WINEPREFIX")-$(printf %x "$(stat -c %i "$WINEPREFIX")")/socket" ]
+}
 start() {
     mkdir -p "$cache/locks"
     (
@@ -35,9 +38,9 @@ start() {
             touch "$WINEPREFIX/.made"
         fi
         if ! running; then
-            "$server" -p600 9>&-
-            # The first program starts the system's services. They keep what they are given as output open for as long as they
-            # live, so it must not be the pipe of somebody who waits for its end.
+            # The server, and the services that the first program starts, keep what they are given as output open for as long as
+            # they live, so it must not be the pipe of somebody who waits for its end.
+            "$server" -p600 >/dev/null 2>&1 9>&- || [ $? = 2 ]  # 2: one runs already
             "$loader" cmd /c exit </dev/null >/dev/null 2>&1 9>&-
         fi
     ) 9>"$cache/locks/machine-$architecture"
