@@ -48,7 +48,7 @@ std::string RenderJson(const std::vector<Pass>& passes)
     const char* separator = "\n";
     for (const Pass& pass : passes) {
         for (const Collected& item : pass.items) {
-            out += fmt::format("{}{{\"datatype\":{},\"itemId\":{},\"collectionTime\":{},\"data\":{}}}", separator,
+            out += fmt::format(R"({}{{"datatype":{},"itemId":{},"collectionTime":{},"data":{}}})", separator,
                                JsonText(pass.datatype), JsonText(item.itemId), Json(ToTimestamp(item.time)),
                                item.message == nullptr ? "null" : Json(*item.message));
             separator = ",\n";
