@@ -19,8 +19,9 @@ esac
 [ -x "$loader" ] || { echo "run.sh: no Wine for $architecture: run './dev windows setup'" >&2; exit 2; }
 
 export WINEPREFIX="$cache/machine-$architecture-$version" WINEDEBUG="${WINEDEBUG--all}"
-# Neither .NET nor a browser engine nor menus: nobody here asks for them, and looking for them takes time.
-export WINEDLLOVERRIDES="mscoree,mshtml=d;winemenubuilder.exe=d"
+# Neither .NET nor a browser engine nor menus, which nobody here asks for, nor a desktop: its process would keep the first program's
+# output open and outlive it.
+export WINEDLLOVERRIDES="mscoree,mshtml=d;winemenubuilder.exe,explorer.exe=d"
 unset DISPLAY WAYLAND_DISPLAY WINELOADER WINESERVER
 
 # Debian's Wine, and ours of the same source, names the folder of its servers in the prefix.
