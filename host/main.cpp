@@ -46,6 +46,7 @@ int main(int argc, char** argv)
     RestrictLibrarySearch();
     CLI::App app{"Collects storage telemetry of this machine's disks, or of a simulated machine's, through the plug-in."};
     app.name("orbis-host");
+    app.allow_windows_style_options(false);  // the same options everywhere, and "/" may begin a path
     app.footer(kFooter);
     app.set_version_flag("--version", std::string("orbis-host ") + kVersion);
     app.require_subcommand(1);
