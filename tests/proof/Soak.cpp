@@ -1,8 +1,10 @@
 // Collects everything over and over from one plug-in object on the workstation, and ends with status 1 when memory or what is open
 // grows: orbis-soak [COLLECTIONS]
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -19,14 +21,31 @@ namespace {
 
 std::atomic<std::int64_t> g_Blocks{0};
 
+// The blocks that were allocated here. A DLL of Windows has allocation functions of its own, so what is freed here may be one of
+// its texts; such a block does not count. Nor does one that finds no place near its hash.
+constinit std::array<std::atomic<void*>, 0x40000> g_Own{};
+
+bool Replace(void* block, void* before, void* after) noexcept
+{
+    constexpr std::size_t kWindow = 256;
+    const std::size_t hash = reinterpret_cast<std::uintptr_t>(block) / 16;
+    for (std::size_t probe = hash; probe < hash + kWindow; ++probe) {
+        void* expected = before;
+        if (g_Own[probe % g_Own.size()].compare_exchange_strong(expected, after, std::memory_order_relaxed)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 }  // namespace
 
-// Blocks that are allocated and not yet freed, libraries included. The form that does not throw is here too: the sanitizers have
-// one of their own, which does not end in the first.
+// Blocks that are allocated and not yet freed, libraries included where they share these functions. The form that does not throw
+// is here too: the sanitizers have one of their own, which does not end in the first.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept
 {
     void* memory = std::malloc(size != 0 ? size : 1);
-    g_Blocks.fetch_add(memory != nullptr ? 1 : 0, std::memory_order_relaxed);
+    g_Blocks.fetch_add(memory != nullptr && Replace(memory, nullptr, memory) ? 1 : 0, std::memory_order_relaxed);
     return memory;
 }
 void* operator new(std::size_t size)
@@ -38,7 +57,7 @@ void* operator new(std::size_t size)
 }
 void operator delete(void* memory) noexcept
 {
-    g_Blocks.fetch_sub(memory != nullptr ? 1 : 0, std::memory_order_relaxed);
+    g_Blocks.fetch_sub(memory != nullptr && Replace(memory, memory, nullptr) ? 1 : 0, std::memory_order_relaxed);
     std::free(memory);
 }
 void operator delete(void* memory, std::size_t /*size*/) noexcept { operator delete(memory); }
