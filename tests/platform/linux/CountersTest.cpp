@@ -192,7 +192,7 @@ TEST(LinuxFirmware, TablesHaveTheHeaderOfRawSmbiosData)
     Firmware& firmware = machine.FirmwarePort();
     const auto read = [&] {
         std::vector<std::uint8_t> bytes(firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, nullptr, 0));
-        firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
+        (void)firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, bytes.data(), static_cast<std::uint32_t>(bytes.size()));
         return bytes;
     };
     const std::vector<std::uint8_t> table = read();
