@@ -161,7 +161,7 @@ Hresult FakeWmi::Get(ComObject* object, const char16_t* name, Variant* value)
     } else if (source.type == VariantType::UInt8Array || source.type == VariantType::StringArray) {
         value->payload = PayloadOf(&source);
     }
-    ++balance.variants;
+    balance.variants += source.type != VariantType::Empty ? 1 : 0;  // an empty one holds nothing
     return hresult::kOk;
 }
 
