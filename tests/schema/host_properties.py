@@ -20,17 +20,17 @@ PRESENCE_NEEDED = {"string", "ByteString", "DiskType"}
 
 
 def expected(path):
-    result, owner = {}, None
+    result, owner, type = {}, None, None
     for line in path.read_text(encoding="utf-8").splitlines():
         words = line.split()
         if not words or line.startswith("#"):
             continue
         if words[0] in ("message", "enum"):
-            owner = result.setdefault(words[1], {})
-        elif words[0].isdigit():
-            owner.update((number, "value") for number in words)
-        else:
-            name, type = words
+            owner, type = result.setdefault(words[1], {}), "value"
+            continue
+        if words[0].endswith(":"):
+            type = words.pop(0)[:-1]
+        for name in words:
             owner[name] = type
             if type in PRESENCE_NEEDED:
                 owner["Has" + name] = "bool"
