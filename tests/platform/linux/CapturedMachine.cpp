@@ -67,27 +67,47 @@ CapturedTree::~CapturedTree()
 
 void CapturedTree::Add(const std::string& text)
 {
+    constexpr std::string_view kBar = " | ";
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);) {
-        const std::size_t link = line.find(" -> ");
-        const std::size_t file = line.find(" = ");
-        if (line.empty()) {
-            continue;
+        const std::size_t bar = line.find(kBar);
+        if (bar == std::string::npos && !line.empty()) {
+            AddOne(line);
         }
-        if (file < link) {
-            Write(line.substr(0, file), Unescaped(line.substr(file + 3)));
-            continue;
+        for (std::size_t at = bar; at != std::string::npos;) {
+            const std::size_t start = at + kBar.size();
+            at = line.find(kBar, start);
+            const std::string one = line.substr(start, at == std::string::npos ? at : at - start);
+            if (one.starts_with("<- ")) {
+                Link(one.substr(3), m_Folder / line.substr(0, bar));
+            } else {
+                AddOne(line.substr(0, bar) + "/" + one);
+            }
         }
-        if (link == std::string::npos) {
-            throw std::runtime_error("no line of a tree: " + line);
-        }
-        const std::filesystem::path path = m_Folder / line.substr(0, link);
-        std::filesystem::create_directories(path.parent_path());
-        std::filesystem::remove(path);
-        std::filesystem::create_symlink(line.substr(link + 4), path);
-        if (line.starts_with("sys/class/block/")) {
-            Write("dev/" + path.filename().string(), {});
-        }
+    }
+}
+
+void CapturedTree::AddOne(const std::string& line)
+{
+    const std::size_t link = line.find(" -> ");
+    const std::size_t file = line.find(" = ");
+    if (file < link) {
+        Write(line.substr(0, file), Unescaped(line.substr(file + 3)));
+    } else if (link != std::string::npos) {
+        Link(line.substr(0, link), line.substr(link + 4));
+    } else {
+        throw std::runtime_error("no line of a tree: " + line);
+    }
+}
+
+void CapturedTree::Link(const std::string& path, const std::filesystem::path& target)
+{
+    const std::filesystem::path full = m_Folder / path;
+    std::filesystem::create_directories(full.parent_path());
+    std::filesystem::remove(full);
+    std::filesystem::create_symlink(target.is_absolute() ? target.lexically_relative(full.parent_path()) : target, full);
+    if (path.starts_with("sys/class/block/")) {
+        Write("dev/" + full.filename().string(), {});
     }
 }
 

@@ -11,8 +11,9 @@
 
 namespace orbis::tests {
 
-// A tree in the form that tools/capture-sysfs.sh writes, unpacked into a folder that goes with this object: a line "PATH -> TARGET"
-// makes a link, "PATH = CONTENT" a file, with \xNN for any byte. Every block device gets a node, an empty file unless a test writes
+// A tree in the form that tools/capture-sysfs.sh writes, unpacked into a folder that goes with this object: "PATH -> TARGET" makes
+// a link, "PATH = CONTENT" a file, with \xNN for any byte. "FOLDER | NAME -> TARGET | NAME = CONTENT | <- PATH" says all of one
+// folder in one line; "<-" makes a link at PATH to the folder. Every block device gets a node, an empty file unless a test writes
 // it.
 class CapturedTree {
 public:
@@ -33,6 +34,9 @@ public:
     [[nodiscard]] std::filesystem::path Path(const std::string& path) const { return m_Folder / path; }
 
 private:
+    void AddOne(const std::string& line);
+    void Link(const std::string& path, const std::filesystem::path& target);
+
     std::filesystem::path m_Folder;
 };
 
