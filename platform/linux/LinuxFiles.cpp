@@ -1,6 +1,7 @@
 #include "LinuxFiles.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <charconv>
 #include <filesystem>
@@ -55,22 +56,21 @@ std::optional<std::string> ReadBytes(const std::string& path, std::size_t limit)
     if (!file.IsValid()) {
         return std::nullopt;
     }
-    // Attributes of sysfs and proc do not tell their size, so the text grows as it is read.
+    // Attributes of sysfs and proc do not tell their size.
     std::string content;
-    for (std::size_t filled = 0; filled < limit;) {
-        content.resize(std::min(limit, filled + 4096));
-        const ssize_t got = ::read(file.Get(), content.data() + filled, content.size() - filled);
+    std::array<char, 4096> piece;  // NOLINT(cppcoreguidelines-pro-type-member-init): read(2) fills it
+    while (content.size() < limit) {
+        const ssize_t got = ::read(file.Get(), piece.data(), std::min(piece.size(), limit - content.size()));
         if (got < 0 && errno == EINTR) {
             continue;
         }
         if (got < 0) {
             return std::nullopt;
         }
-        filled += static_cast<std::size_t>(got);
-        content.resize(filled);
         if (got == 0) {
             break;
         }
+        content.append(piece.data(), static_cast<std::size_t>(got));
     }
     return content;
 }

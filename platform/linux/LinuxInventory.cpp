@@ -52,14 +52,23 @@ bool EqualIgnoreAsciiCase(std::string_view left, std::string_view right)
     return std::ranges::equal(left, right, {}, lower, lower);
 }
 
+template <class Test>
+std::optional<LinuxDisk> FirstWith(const std::vector<LinuxDisk>& disks, Test test)
+{
+    const auto found = std::ranges::find_if(disks, test);
+    return found != disks.end() ? std::optional(*found) : std::nullopt;
+}
+
 }  // namespace
 
-std::vector<LinuxDisk> LinuxInventory::Disks()
+LinuxInventory::Walk LinuxInventory::Look()
 {
+    const LinuxMoment now = LinuxMoment::Now(m_Roots);  // before the walk: what changes while it is made must count as new
     {
-        std::vector<std::string> listing = Listing();
         const std::scoped_lock lock(m_Lock);
-        m_Listing = std::move(listing);
+        if (m_LastWalk != nullptr && now.Confirms(m_LastWalkMade)) {
+            return m_LastWalk;
+        }
     }
     std::vector<std::string> names = DirectoryNames(m_Roots.sys + "/block");
     std::ranges::sort(names, KernelNameLess);
@@ -69,100 +78,33 @@ std::vector<LinuxDisk> LinuxInventory::Disks()
             disks.push_back(std::move(*disk));
         }
     }
+    const std::scoped_lock lock(m_Lock);
     Number(disks);
     std::ranges::sort(disks, {}, &LinuxDisk::number);
-    return disks;
+    m_LastWalk = std::make_shared<const std::vector<LinuxDisk>>(std::move(disks));
+    m_LastWalkMade = now;
+    return m_LastWalk;
 }
+
+std::vector<LinuxDisk> LinuxInventory::Disks() { return *Look(); }
 
 std::optional<LinuxDisk> LinuxInventory::Find(std::uint32_t number)
 {
-    Known known;
-    {
-        const std::scoped_lock lock(m_Lock);
-        if (number < m_Known.size()) {
-            known = m_Known[number];
-        }
-    }
-    if (std::optional<LinuxDisk> disk = Reread(number, known)) {
-        return disk;
-    }
-    // A disk that is gone, or under another name by now, or one that came since the last walk.
-    if (!HasNewDisks()) {
-        return std::nullopt;
-    }
-    std::vector<LinuxDisk> disks = Disks();
-    const auto found = std::ranges::find(disks, number, &LinuxDisk::number);
-    return found != disks.end() ? std::optional(std::move(*found)) : std::nullopt;
+    return FirstWith(*Look(), [&](const LinuxDisk& disk) { return disk.number == number; });
 }
 
-std::optional<LinuxDisk> LinuxInventory::FindByName(const std::string& name)
+std::optional<LinuxDisk> LinuxInventory::FindByName(std::string_view name)
 {
-    std::vector<std::pair<std::uint32_t, Known>> candidates;
-    {
-        const std::scoped_lock lock(m_Lock);
-        for (std::size_t number = 0; number < m_Known.size(); ++number) {
-            if (m_Known[number].name == name) {
-                candidates.emplace_back(static_cast<std::uint32_t>(number), m_Known[number]);
-            }
-        }
-    }
-    for (const auto& [number, known] : candidates) {
-        if (std::optional<LinuxDisk> disk = Reread(number, known)) {
-            return disk;
-        }
-    }
-    std::vector<LinuxDisk> disks = Disks();
-    const auto found = std::ranges::find(disks, name, &LinuxDisk::name);
-    return found != disks.end() ? std::optional(std::move(*found)) : std::nullopt;
-}
-
-std::vector<std::string> LinuxInventory::Listing() const
-{
-    const std::string folder = m_Roots.sys + "/block";
-    std::vector<std::string> listing = DirectoryNames(folder);
-    for (std::string& name : listing) {
-        name = LinkTarget(PathIn(folder, name));
-    }
-    return listing;
-}
-
-bool LinuxInventory::HasNewDisks()
-{
-    const std::vector<std::string> listing = Listing();
-    const std::scoped_lock lock(m_Lock);
-    return listing != m_Listing;
-}
-
-std::optional<LinuxDisk> LinuxInventory::Reread(std::uint32_t number, const Known& known) const
-{
-    std::optional<LinuxDisk> disk = known.name.empty() ? std::nullopt : ReadLinuxDisk(m_Roots, known.name);
-    if (!disk || InstanceIdOf(*disk) != known.identity) {
-        return std::nullopt;
-    }
-    disk->number = number;
-    disk->instanceId = known.instanceId;
-    return disk;
+    return FirstWith(*Look(), [&](const LinuxDisk& disk) { return disk.name == name; });
 }
 
 std::optional<LinuxDisk> LinuxInventory::FindByInterfacePath(std::string_view path)
 {
-    const auto find = [&]() -> std::optional<std::uint32_t> {
-        const std::scoped_lock lock(m_Lock);
-        const auto known = std::ranges::find_if(
-            m_Known, [&](const Known& candidate) { return EqualIgnoreAsciiCase(InterfacePathOf(candidate.instanceId), path); });
-        return known != m_Known.end() ? std::optional(static_cast<std::uint32_t>(known - m_Known.begin())) : std::nullopt;
-    };
-    std::optional<std::uint32_t> number = find();
-    if (!number) {
-        static_cast<void>(Disks());
-        number = find();
-    }
-    return number ? Find(*number) : std::nullopt;
+    return FirstWith(*Look(), [&](const LinuxDisk& disk) { return EqualIgnoreAsciiCase(InterfacePathOf(disk.instanceId), path); });
 }
 
 void LinuxInventory::Number(std::vector<LinuxDisk>& disks)
 {
-    const std::scoped_lock lock(m_Lock);
     std::vector<bool> taken(m_Known.size(), false);
     std::vector<std::string> identities;
     std::vector<bool> numbered(disks.size(), false);

@@ -1,12 +1,14 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "LinuxChanges.h"
 #include "LinuxDisk.h"
 
 namespace orbis::platform {
@@ -20,9 +22,8 @@ public:
 
     // All disks present now, by ascending number.
     [[nodiscard]] std::vector<LinuxDisk> Disks();
-    // One disk, without a look at the others where possible: callers ask for every number there might be.
     [[nodiscard]] std::optional<LinuxDisk> Find(std::uint32_t number);
-    [[nodiscard]] std::optional<LinuxDisk> FindByName(const std::string& name);
+    [[nodiscard]] std::optional<LinuxDisk> FindByName(std::string_view name);
     // By device interface path, whatever the case of its letters.
     [[nodiscard]] std::optional<LinuxDisk> FindByInterfacePath(std::string_view path);
 
@@ -34,17 +35,18 @@ private:
         std::string instanceId;  // the same, or with its slot when another disk had it first
     };
 
-    // Which block devices there are, and in which slots.
-    [[nodiscard]] std::vector<std::string> Listing() const;
-    [[nodiscard]] bool HasNewDisks();
-    [[nodiscard]] std::optional<LinuxDisk> Reread(std::uint32_t number, const Known& known) const;
-    void Number(std::vector<LinuxDisk>& disks);
+    // A walk through sysfs takes hundreds of system calls, and a collection asks for disks dozens of times: what one walk found
+    // serves until something changed.
+    using Walk = std::shared_ptr<const std::vector<LinuxDisk>>;
+    [[nodiscard]] Walk Look();
+    void Number(std::vector<LinuxDisk>& disks);  // under the lock
     [[nodiscard]] std::uint32_t NumberOf(const LinuxDisk& disk, const std::string& identity, std::vector<bool>& taken);
 
     const Roots m_Roots;
     std::mutex m_Lock;
     std::vector<Known> m_Known;
-    std::vector<std::string> m_Listing;  // at the last walk
+    Walk m_LastWalk;
+    LinuxMoment m_LastWalkMade;
 };
 
 }  // namespace orbis::platform

@@ -22,18 +22,17 @@ struct Place {
 std::string BlockName(const Roots& roots, const std::string& deviceNumber, const std::string& source)
 {
     if (!deviceNumber.starts_with("0:")) {
-        return BaseName(RealPath(roots.sys + "/dev/block/" + deviceNumber));
+        return BaseName(LinkTarget(roots.sys + "/dev/block/" + deviceNumber));
     }
     constexpr std::string_view kDev = "/dev/";
     return source.starts_with(kDev) ? BaseName(RealPath(roots.dev + "/" + source.substr(kDev.size()))) : std::string();
 }
 
 // proc(5): id, parent, major:minor, root, mount point, options, optional fields, "-", type, source, options.
-std::vector<LinuxMount> ReadMounts(const Roots& roots)
+std::vector<LinuxMount> ParseMounts(const Roots& roots, std::string_view mountInfo)
 {
     std::vector<LinuxMount> mounts;
-    const std::string text = ReadBytes(roots.proc + "/self/mountinfo", kMountInfoLimit).value_or(std::string());
-    for (const std::string_view line : SplitLines(text)) {
+    for (const std::string_view line : SplitLines(mountInfo)) {
         const std::vector<std::string_view> fields = SplitWords(line);
         const auto separator = std::ranges::find(fields, "-");
         if (fields.size() < 6 || fields.end() - separator < 3) {
@@ -45,16 +44,18 @@ std::vector<LinuxMount> ReadMounts(const Roots& roots)
     return mounts;
 }
 
-// The disk, or the one partition, that everything below a block device comes down to. A partition's folder stands in its disk's.
+// The disk, or the one partition, that everything below a block device comes down to. A partition's folder, to which its name in
+// the class is a link, stands in its disk's.
 std::optional<Place> PlaceOf(const Roots& roots, LinuxInventory& inventory, const std::string& blockName, int depth = 0)
 {
     constexpr int kDeepestStack = 8;
-    const std::string folder = RealPath(roots.sys + "/class/block/" + blockName);
-    if (blockName.empty() || folder.empty() || depth > kDeepestStack) {
+    const std::string folder = roots.sys + "/class/block/" + blockName;
+    const std::string target = blockName.empty() ? std::string() : LinkTarget(folder);
+    if (target.empty() || depth > kDeepestStack) {
         return std::nullopt;
     }
     if (const std::optional<std::uint64_t> partition = ReadNumber(folder + "/partition")) {
-        std::optional<LinuxDisk> disk = inventory.FindByName(BaseName(folder.substr(0, folder.find_last_of('/'))));
+        std::optional<LinuxDisk> disk = inventory.FindByName(BaseName(target.substr(0, target.find_last_of('/'))));
         return disk ? std::optional(Place{std::move(*disk), static_cast<std::uint32_t>(*partition)}) : std::nullopt;
     }
     const std::vector<std::string> below = DirectoryNames(folder + "/slaves");
@@ -172,8 +173,16 @@ std::string LinuxVolumeSet::LettersOf(std::uint32_t diskNumber) const
 
 LinuxVolumeSet LinuxVolumes::Volumes()
 {
+    const LinuxMoment now = LinuxMoment::Now(m_Roots);
+    std::string mountInfo = ReadBytes(m_Roots.proc + "/self/mountinfo", kMountInfoLimit).value_or(std::string());
+    {
+        const std::scoped_lock lock(m_Lock);
+        if (mountInfo == m_LastMountInfo && now.Confirms(m_LastMade)) {
+            return m_LastSet;
+        }
+    }
     LinuxVolumeSet set;
-    set.mounts = ReadMounts(m_Roots);
+    set.mounts = ParseMounts(m_Roots, mountInfo);
     std::map<std::string, const LinuxMount*> chosen;
     const LinuxMount* root = set.MountOf("/");
     for (const LinuxMount& mount : set.mounts) {
@@ -195,14 +204,17 @@ LinuxVolumeSet LinuxVolumes::Volumes()
         return std::tuple<std::uint32_t, std::uint32_t, const std::string&>(volume.diskNumber, volume.partitionNumber,
                                                                             volume.blockName);
     });
+    const std::scoped_lock lock(m_Lock);
     GiveLetters(set.volumes);
+    m_LastSet = set;
+    m_LastMountInfo = std::move(mountInfo);
+    m_LastMade = now;
     return set;
 }
 
 void LinuxVolumes::GiveLetters(std::vector<LinuxVolume>& volumes)
 {
     constexpr std::size_t kLetters = 26;
-    const std::scoped_lock lock(m_Lock);
     std::array<bool, kLetters> isPresent{};
     std::array<bool, kLetters> isPromised{};
     const auto index = [](char letter) { return static_cast<std::size_t>(letter - 'A'); };

@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "LinuxChanges.h"
 #include "LinuxDisk.h"
 #include "LinuxInventory.h"
 
@@ -64,12 +65,16 @@ public:
     [[nodiscard]] LinuxVolumeSet Volumes();
 
 private:
-    void GiveLetters(std::vector<LinuxVolume>& volumes);
+    void GiveLetters(std::vector<LinuxVolume>& volumes);  // under the lock
 
     const Roots m_Roots;
     LinuxInventory& m_Inventory;
     std::mutex m_Lock;
     std::map<std::string, char> m_Letters;  // by what the volume stands on
+    // The last answer, and what it came from: a reader of counters asks once for each of them.
+    LinuxVolumeSet m_LastSet;
+    std::string m_LastMountInfo;
+    LinuxMoment m_LastMade;
 };
 
 }  // namespace orbis::platform

@@ -120,10 +120,12 @@ TEST(LinuxInventory, GeometryIsThatOfLargeDisksAndDescriptorTextsAreInBounds)
     EXPECT_EQ(start.As<std::uint32_t>(4), whole.bytes.size()) << "a short buffer learns the size";
 }
 
-// Numbers are for the life of the process: they are neither moved nor given to another disk.
+// Numbers are for the life of the process: they are neither moved nor given to another disk. Every event of the kernel's is noticed
+// at once.
 TEST(LinuxInventory, NumbersStayAndAreNeverReused)
 {
-    CapturedTree tree(ScsiDiskLines("sda", "pci0/ata1/host0/0:0:0:0", "FIRST", "S1", 1 << 30) +
+    CapturedTree tree("sys/kernel/uevent_seqnum = 1000\n" +
+                      ScsiDiskLines("sda", "pci0/ata1/host0/0:0:0:0", "FIRST", "S1", 1 << 30) +
                       ScsiDiskLines("sdb", "pci0/ata2/host1/1:0:0:0", "SECOND", "S2", 1 << 30) +
                       ScsiDiskLines("sdz", "pci0/ata3/host2/2:0:0:0", "THIRD", "S3", 1 << 30) +
                       ScsiDiskLines("sdaa", "pci0/ata4/host3/3:0:0:0", "FOURTH", "", 1 << 30));
@@ -134,6 +136,7 @@ TEST(LinuxInventory, NumbersStayAndAreNeverReused)
     EXPECT_EQ(first.at(R"(SCSI\DISK&VEN_ACME&PROD_THIRD\S3&0)"), 2U) << "sdz stands before sdaa";
 
     tree.Remove("sys/block/sdb");
+    tree.Write("sys/kernel/uevent_seqnum", "1001\n");
     EXPECT_FALSE(OpenDevice(io, DrivePath(1)).IsValid());
     EXPECT_EQ(io.LastError(), win32::kFileNotFound);
     EXPECT_TRUE(OpenDevice(io, DrivePath(3)).IsValid());
@@ -141,8 +144,10 @@ TEST(LinuxInventory, NumbersStayAndAreNeverReused)
 
     // Another disk takes the name of the one that left, and that one comes back under a third name.
     tree.Add(ScsiDiskLines("sdb", "pci0/usb1/1-1/host9/9:0:0:0", "NEWCOMER", "S9", 1 << 30));
+    tree.Write("sys/kernel/uevent_seqnum", "1002\n");
     EXPECT_TRUE(OpenDevice(io, DrivePath(4)).IsValid()) << "a newcomer is found without a walk";
     tree.Add(ScsiDiskLines("sdc", "pci0/ata2/host5/5:0:0:0", "SECOND", "S2", 1 << 30));
+    tree.Write("sys/kernel/uevent_seqnum", "1003\n");
     const auto now = NumbersById(machine);
     EXPECT_EQ(now.at(R"(USBSTOR\DISK&VEN_ACME&PROD_NEWCOMER\S9&0)"), 4U);
     EXPECT_EQ(now.at(R"(SCSI\DISK&VEN_ACME&PROD_SECOND\S2&0)"), 1U);
