@@ -18,7 +18,7 @@ else()
     find_package(spdlog 1.10 REQUIRED)
     find_package(CLI11 2.1 REQUIRED)
     add_library(orbis::fmt ALIAS fmt::fmt)
-    add_library(orbis::spdlog ALIAS spdlog::spdlog)
+    add_library(orbis::spdlog ALIAS spdlog::spdlog_header_only)
     add_library(orbis::cli11 ALIAS CLI11::CLI11)
 endif()
 

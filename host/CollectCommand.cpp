@@ -38,7 +38,8 @@ extern "C" void OnInterrupt(int signal)
     std::signal(signal, SIG_DFL);
 }
 
-const std::string& ActivityName() { return datatypes::PhysicalDiskDynamicInfo::descriptor()->name(); }
+// The datatype with a live view, which needs two samples.
+constexpr std::string_view kActivity = "PhysicalDiskDynamicInfo";
 
 // The machine to collect from, in force for as long as this lives.
 class MachineInForce {
@@ -157,7 +158,7 @@ std::string RenderLive(const std::vector<Pass>& passes, LiveView& live, std::siz
 {
     std::string out;
     for (const Pass& pass : passes) {
-        if (pass.datatype != ActivityName()) {
+        if (pass.datatype != kActivity) {
             continue;
         }
         ViewItems<datatypes::PhysicalDiskDynamicInfo> items;
@@ -197,8 +198,8 @@ int Collect(const CollectOptions& options)
         PrepareOutput(options.format == Format::Binary);
         const bool isTerminal = OutputIsTerminal();
         const bool isWatch = options.watchSeconds > 0;
-        const bool isLive = isWatch && options.format == Format::Table && operations.size() == 1 &&
-                            ShortName(operations[0].datatype) == ActivityName();
+        const bool isLive =
+            isWatch && options.format == Format::Table && operations.size() == 1 && ShortName(operations[0].datatype) == kActivity;
         const ItemId itemId = options.item.empty() ? ItemId::All() : ItemId(options.item);
         if (isWatch) {
             std::signal(SIGINT, OnInterrupt);
@@ -209,7 +210,7 @@ int Collect(const CollectOptions& options)
         }
 
         if (std::any_of(operations.begin(), operations.end(),
-                        [](const Operation& one) { return ShortName(one.datatype) == ActivityName(); })) {
+                        [](const Operation& one) { return ShortName(one.datatype) == kActivity; })) {
             // The plug-in took its first sample when it was created; rates need time between two.
             constexpr double kFirstInterval = 1.0;
             machine.LetRatesBuildUp(kFirstInterval);

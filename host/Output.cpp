@@ -132,8 +132,9 @@ std::string RenderTables(const std::vector<Pass>& passes, std::size_t width)
 
 std::unique_ptr<pb::Message> NewMessage(const std::string& fullName)
 {
-    // Naming one type of each file links the schema in; the rest comes by reflection.
-    (void)datatypes::PhysicalDiskStaticInfo::descriptor();
+    // Naming one type links the schema in; the rest comes by reflection, and no file's descriptors are built before they are asked
+    // for.
+    (void)datatypes::PhysicalDiskStaticInfo::default_instance();
     const pb::Descriptor* type = pb::DescriptorPool::generated_pool()->FindMessageTypeByName(fullName);
     const pb::Message* prototype = type == nullptr ? nullptr : pb::MessageFactory::generated_factory()->GetPrototype(type);
     return std::unique_ptr<pb::Message>(prototype == nullptr ? nullptr : prototype->New());
