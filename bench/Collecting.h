@@ -7,9 +7,10 @@
 
 #include <benchmark/benchmark.h>
 
-#include "Allocations.h"
+#include "Heap.h"
 #include "HostSdk/IZelLog.h"
 #include "HostSdk/ItemId.h"
+#include "Instructions.h"
 #include "platform/Platform.h"
 #include "simulated/MachineFile.h"
 
@@ -40,18 +41,27 @@ private:
     std::unique_ptr<simulated::Machine> m_Machine;
 };
 
-// Runs `work` on `drives` drives and reports the heap allocations for each.
+// Runs `work` on `drives` drives and reports the heap allocations and instructions for each, and the most memory that one run had
+// in use beyond what there was before.
 template <class Work>
 void Measure(benchmark::State& state, std::int64_t drives, Work work)
 {
-    const auto before = Allocations();
+    benchmark::DoNotOptimize(work());  // what is made once and kept is nobody's cost
+    ResetHeapPeak();
+    const HeapUse before = Heap();
+    const Instructions instructions;
     for (auto _ : state) {
         benchmark::DoNotOptimize(work());
     }
-    const auto allocations = Allocations() - before;
+    const auto count = instructions.Count();
+    const HeapUse after = Heap();
+    const double runs = static_cast<double>(state.iterations()) * static_cast<double>(drives);
     state.counters["drives"] = static_cast<double>(drives);
-    state.counters["allocations"] =
-        static_cast<double>(allocations) / static_cast<double>(state.iterations()) / static_cast<double>(drives);
+    state.counters["allocations"] = static_cast<double>(after.allocations - before.allocations) / runs;
+    state.counters["peak_bytes"] = static_cast<double>(after.peak - before.bytes);
+    if (count) {
+        state.counters["instructions"] = static_cast<double>(*count) / runs;
+    }
 }
 
 // Collects one datatype of a whole machine of `drives` drives.

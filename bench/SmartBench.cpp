@@ -1,4 +1,4 @@
-// What the SMART collections cost: decoding and mapping one disk, and whole collections of 1, 8 and 32 disks.
+// What the SMART collections cost: decoding and mapping one disk, and whole collections of 1, 16 and 128 disks.
 #include <cstdint>
 #include <string>
 
@@ -76,9 +76,9 @@ void Collect(benchmark::State& state)
     orbis::bench::MeasureCollection<Retriever>(state, state.range(0));
     // For each disk the walk makes a set of all disks, as it is meant to: the cost per disk may grow, and no faster than their
     // number.
-    state.counters["budget_growth"] = 32.0 / 8.0;
+    state.counters["budget_growth"] = 128.0 / 16.0;
 }
-BENCHMARK(Collect<Veyra::Orbis::Plugins::SmartStaticInfoRetriever>)->Name("CollectSmartStatic")->Arg(1)->Arg(8)->Arg(32);
-BENCHMARK(Collect<Veyra::Orbis::Plugins::SmartDynamicInfoRetriever>)->Name("CollectSmartDynamic")->Arg(1)->Arg(8)->Arg(32);
+BENCHMARK(Collect<Veyra::Orbis::Plugins::SmartStaticInfoRetriever>)->Name("CollectSmartStatic")->Arg(1)->Arg(16)->Arg(128);
+BENCHMARK(Collect<Veyra::Orbis::Plugins::SmartDynamicInfoRetriever>)->Name("CollectSmartDynamic")->Arg(1)->Arg(16)->Arg(128);
 
 }  // namespace

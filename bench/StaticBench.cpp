@@ -1,10 +1,11 @@
-// What the static collection costs on machines of 1, 16 and 128 disks.
+// What the static and the dynamic collection cost on machines of 1, 16 and 128 disks.
 #include <cstdint>
 #include <string>
 
 #include <fmt/format.h>
 
 #include "Collecting.h"
+#include "PhysicalDiskDynamicInfoRetriever.h"
 #include "PhysicalDiskStaticInfoRetriever.h"
 
 namespace {
@@ -35,5 +36,20 @@ void CollectStatic(benchmark::State& state)
     state.counters["budget_growth"] = 128.0 / 16.0;
 }
 BENCHMARK(CollectStatic)->Arg(1)->Arg(16)->Arg(128);
+
+// Disks with a drive letter, of which there are no more than 24.
+void CollectDynamic(benchmark::State& state)
+{
+    std::string text;
+    for (std::int64_t disk = 0; disk < state.range(0); ++disk) {
+        text += fmt::format(
+            "disk {{ number: {} kind: SATA_SSD model: 'Bench SSD' serial: 'B{}' size: 1000204886016 activity {{ }} "
+            "gpt {{ partition {{ size: 1048576 volume {{ letter: '{}' }} }} }} }} ",
+            disk, disk, static_cast<char>('C' + disk));
+    }
+    const orbis::bench::MachineInForce machine(text);
+    orbis::bench::MeasureCollection<Veyra::Orbis::Plugins::PhysicalDiskDynamicInfoRetriever>(state, state.range(0));
+}
+BENCHMARK(CollectDynamic)->Arg(1)->Arg(16)->Arg(24);
 
 }  // namespace
