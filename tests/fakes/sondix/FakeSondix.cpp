@@ -57,7 +57,7 @@ const FakeDrive& FakeSondix::Drive(std::int32_t number) const
     return found == drives.end() ? kAbsent : found->second;
 }
 
-void FakeSondix::Created(void* object, void* parent, std::string name)
+void FakeSondix::Created(void* object, const void* parent, std::string name)
 {
     m_Live.emplace(object, LiveObject{parent, std::move(name)});
     ++m_Created;
@@ -96,24 +96,52 @@ std::vector<std::string> FakeSondix::Live() const
 
 }  // namespace orbis::fakes
 
+namespace orbis::fakes {
 namespace {
 
-using orbis::fakes::FakeSondix;
+using namespace veyra;
+using namespace veyra::sondix;
+using namespace veyra::sondix::nvme;
 
-template <class Interface>
-Interface* NewTopLevel(const char* call, std::int32_t drive, const char* name, Interface* (*make)(std::int32_t))
+#include "Fakes.inc"
+
+// The vendor area in the maker's layout: freed through its first interface, read through its second.
+class FakeMakerVendorSpecificInfo final : public FakeCustomizedControllerData {
+public:
+    FakeMakerVendorSpecificInfo(std::int32_t drive, const std::string&)
+        : FakeCustomizedControllerData(drive, "ICustomizedControllerData")
+    {}
+};
+
+class FakeIdentify final : public FakeIdentifyControllerData {
+public:
+    using FakeIdentifyControllerData::FakeIdentifyControllerData;
+    IVendorSpecificInfo* VendorSpecific() const override
+    {
+        if (Drive().makerLayout) {
+            return New<FakeMakerVendorSpecificInfo>(__func__, "IVendorSpecificInfo");
+        }
+        return FakeIdentifyControllerData::VendorSpecific();
+    }
+};
+
+template <class Object>
+Object* NewTopLevel(const std::string& call, std::int32_t drive, const char* name)
 {
     auto& library = FakeSondix::Current();
     library.Call(call);
     if (library.Drive(drive).nulls.contains(call)) {
         return nullptr;
     }
-    auto* object = make(drive);
+    auto* object = new Object(drive, name);
     library.Created(object, nullptr, name);
     return object;
 }
 
 }  // namespace
+}  // namespace orbis::fakes
+
+using namespace orbis::fakes;
 
 extern "C" {
 
@@ -140,18 +168,17 @@ veyra::sondix::StorageBusType SX_CALL SXQueryStorageBusType(std::int32_t drive)
 
 veyra::sondix::nvme::IIdentifyControllerData* SX_CALL SXNvmNewIdentifyControllerData(std::int32_t drive)
 {
-    return NewTopLevel("SXNvmNewIdentifyControllerData", drive, "IIdentifyControllerData",
-                       orbis::fakes::NewFakeIdentifyControllerData);
+    return NewTopLevel<FakeIdentify>(__func__, drive, "IIdentifyControllerData");
 }
 
 veyra::sondix::nvme::IHealthInfo* SX_CALL SXNvmNewHealthInfo(std::int32_t drive)
 {
-    return NewTopLevel("SXNvmNewHealthInfo", drive, "IHealthInfo", orbis::fakes::NewFakeHealthInfo);
+    return NewTopLevel<FakeHealthInfo>(__func__, drive, "IHealthInfo");
 }
 
 veyra::sondix::nvme::ICustomizedHealthInfo* SX_CALL SXNvmNewCustomizedHealthInfo(std::int32_t drive)
 {
-    return NewTopLevel("SXNvmNewCustomizedHealthInfo", drive, "ICustomizedHealthInfo", orbis::fakes::NewFakeCustomizedHealthInfo);
+    return NewTopLevel<FakeCustomizedHealthInfo>(__func__, drive, "ICustomizedHealthInfo");
 }
 
 void SX_CALL SXDelete(void* object) { FakeSondix::Current().Release(object); }

@@ -57,12 +57,12 @@ public:
     static FakeSondix& Current();
     void Call(const std::string& name);
     [[nodiscard]] const FakeDrive& Drive(std::int32_t number) const;
-    void Created(void* object, void* parent, std::string name);
+    void Created(void* object, const void* parent, std::string name);
     void Release(void* object);
 
 private:
     struct LiveObject {
-        void* parent;
+        const void* parent;
         std::string name;
     };
     std::map<void*, LiveObject> m_Live;
