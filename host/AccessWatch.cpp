@@ -9,6 +9,7 @@ namespace orbis::host {
 std::set<std::u16string> AccessWatch::TakeDenied()
 {
     const std::lock_guard lock(m_Lock);
+    m_Taken.insert(m_Denied.begin(), m_Denied.end());
     return std::exchange(m_Denied, {});
 }
 
@@ -61,7 +62,9 @@ void AccessWatch::NoteIfDenied(const std::u16string& path)
 {
     if (m_Devices.LastError() == platform::win32::kAccessDenied) {
         const std::lock_guard lock(m_Lock);
-        m_Denied.insert(path);
+        if (!m_Taken.contains(path)) {
+            m_Denied.insert(path);
+        }
     }
 }
 

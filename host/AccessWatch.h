@@ -15,7 +15,7 @@ class AccessWatch final : public platform::Platform, private platform::DeviceIo 
 public:
     explicit AccessWatch(platform::Platform& machine) : m_Machine(machine), m_Devices(machine.DeviceIoPort()) {}
 
-    // Paths that were refused since the last call, in order, each once.
+    // Paths that were refused and not taken before, in order: a watch that tells of them does so once.
     [[nodiscard]] std::set<std::u16string> TakeDenied();
 
     platform::DeviceIo& DeviceIoPort() noexcept override { return *this; }
@@ -41,6 +41,7 @@ private:
     platform::DeviceIo& m_Devices;
     std::mutex m_Lock;
     std::set<std::u16string> m_Denied;
+    std::set<std::u16string> m_Taken;
     std::map<platform::NativeHandle, std::u16string> m_Open;
 };
 
