@@ -3,7 +3,7 @@
  *
  * A plug-in is a library with one exported function, OrbisPluginRegistration, which returns a table: what the plug-in is, which
  * datatypes it collects, and functions to create a plug-in object, to collect with it and to destroy it. Messages cross as
- * serialised protocol buffers, whose schema is orbis/datatypes/*.proto.
+ * serialised protocol buffers, whose schema is the .proto files of orbis/datatypes.
  *
  * Rules for both sides:
  * - Nothing else crosses: no C++ object, no exception, no allocator. Memory is freed by the side that made it. Whatever a host
