@@ -11,6 +11,7 @@
 #include "Common/PhysicalDiskInfoFetcher.h"
 #include "Common/ResultException.h"
 #include "MachineInForce.h"
+#include "Raises.h"
 #include "platform/Requests.h"
 
 namespace Veyra::Orbis::Cpp::Common {
@@ -19,6 +20,7 @@ namespace {
 using namespace orbis::platform;
 using HardwareAccessLib::BasicDiskInfo;
 using HardwareAccessLib::DiskDriveMediaType;
+using orbis::fakes::ExpectRaises;
 using orbis::fakes::MachineInForce;
 using orbis::simulated::FaultKind;
 using ::testing::ElementsAre;
@@ -325,17 +327,9 @@ TEST(PhysicalDiskInfo, RaisesEveryFailureWithItsLine)
         {own, 413, transferred, kControl, 1, FaultKind::Null, kUnexpected},
     };
     for (const auto& [unit, line, use, operation, nth, kind, result] : cases) {
-        SCOPED_TRACE(line);
         MachineInForce machine(Gpt(Partition(1, "letter: 'D'")));
         ASSERT_TRUE(machine.FailNth(operation, nth, kind, win32::kAccessDenied, use));
-        try {
-            use();
-            ADD_FAILURE() << "nothing raised";
-        } catch (const ResultException& failure) {
-            EXPECT_EQ(failure.Unit(), unit);
-            EXPECT_EQ(failure.Line(), line);
-            EXPECT_EQ(failure.Result(), result);
-        }
+        ExpectRaises(use, unit, line, result);
     }
 }
 

@@ -12,12 +12,14 @@
 
 #include "Common/ResultException.h"
 #include "MachineInForce.h"
+#include "Raises.h"
 #include "platform/Text.h"
 
 namespace Veyra::Orbis::Cpp::Common::HardwareAccessLib {
 namespace {
 
 using namespace orbis::platform;
+using orbis::fakes::ExpectRaises;
 using orbis::fakes::MachineInForce;
 using orbis::simulated::FaultKind;
 using ::testing::ElementsAre;
@@ -252,17 +254,9 @@ TEST(HardwareAccess, RaisesEveryFailureWithItsLine)
         {251, probe, "DeviceIo::Control", 1, FaultKind::Error, kDenied},
     };
     for (const auto& [line, use, operation, nth, kind, result] : cases) {
-        SCOPED_TRACE(line);
         MachineInForce machine(kZeroAta);
         ASSERT_TRUE(machine.FailNth(operation, nth, kind, win32::kAccessDenied, use));
-        try {
-            use();
-            ADD_FAILURE() << "nothing raised";
-        } catch (const ResultException& failure) {
-            EXPECT_EQ(failure.Unit(), R"(cpp\Common\src\HardwareAccess)");
-            EXPECT_EQ(failure.Line(), line);
-            EXPECT_EQ(failure.Result(), result);
-        }
+        ExpectRaises(use, R"(cpp\Common\src\HardwareAccess)", line, result);
     }
 }
 

@@ -12,7 +12,7 @@
 #include <google/protobuf/util/json_util.h>
 
 #include "FakeSondix.h"
-#include "FakeWmi.h"
+#include "MachineInForce.h"
 #include "NvmeDataGetter.h"
 #include "NvmeMapping.h"
 #include "platform/Text.h"
@@ -63,7 +63,7 @@ protected:
         EXPECT_EQ(m_Library.Created(), m_Library.Released());
     }
 
-    orbis::fakes::FakeWmiMachine m_Machine;  // for its code page, UTF-8
+    orbis::fakes::MachineInForce m_Machine{""};  // for its code page, UTF-8
     FakeSondix m_Library;
     orbis::fakes::FakeDrive& m_Drive = m_Library.drives[0];
     google::protobuf::Arena m_Arena;

@@ -1,95 +1,86 @@
 // The disk inventory: which rows make it, and by which record a drive is known.
+#include <algorithm>
+#include <string>
 #include <vector>
 
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include "Common/ResultException.h"
-#include "FakeWmi.h"
+#include "MachineInForce.h"
 #include "StorageHelper.h"
+#include "WmiTrace.h"
 
 namespace Veyra::Orbis::Plugins {
 namespace {
 
-using orbis::fakes::FakeProperty;
-using orbis::fakes::FakeRow;
-using orbis::fakes::FakeWmiMachine;
-using orbis::fakes::WmiBalance;
-using orbis::platform::VariantType;
+using orbis::fakes::MachineInForce;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-FakeRow Row(std::uint32_t index, const std::u16string& pnpDeviceId)
+// A row of Win32_DiskDrive; `change` replaces what a property holds, or takes it away.
+std::string Row(int index, const std::string& pnpDeviceId, const std::string& changed = "", const std::string& change = "")
 {
-    return {{u"Index", FakeProperty::Number(VariantType::Int32, index)},
-            {u"SCSIPort", FakeProperty::Number(VariantType::Int32, 3)},
-            {u"Model", FakeProperty::Text(u"Model")},
-            {u"PNPDeviceID", FakeProperty::Text(pnpDeviceId)},
-            {u"FirmwareRevision", FakeProperty::Text(u"1.0")}};
+    std::string row = "row {";
+    for (const auto& [name, value] : {std::pair{"Index", fmt::format("i4: {}", index)},
+                                      {"SCSIPort", "i4: 3"},
+                                      {"Model", "text: 'Model'"},
+                                      {"PNPDeviceID", "text: '" + pnpDeviceId + "'"},
+                                      {"FirmwareRevision", "text: '1.0'"}}) {
+        const bool isChanged = changed.find(name) != std::string::npos;
+        row += isChanged && change.empty() ? "" : fmt::format(" property {{ name: '{}' {} }}", name, isChanged ? change : value);
+    }
+    return row + " }";
+}
+std::string Drives(const std::string& rows) { return "wmi_class { name: 'Win32_DiskDrive' " + rows + " }"; }
+
+std::vector<std::string> PnpDeviceIds(const std::string& rows)
+{
+    const MachineInForce machine(Drives(rows));
+    std::vector<std::string> ids;
+    for (const DiskDeviceInfo& device : StorageHelper::getDeviceInfo()) {
+        ids.push_back(device.pnpDeviceId);
+    }
+    return ids;
 }
 
-class InventoryTest : public ::testing::Test {
-protected:
-    ~InventoryTest() override { EXPECT_EQ(m_Machine.wmi.balance, WmiBalance{}); }
-
-    [[nodiscard]] std::vector<std::string> PnpDeviceIds()
-    {
-        std::vector<std::string> ids;
-        for (const DiskDeviceInfo& device : StorageHelper::getDeviceInfo()) {
-            ids.push_back(device.pnpDeviceId);
-        }
-        return ids;
-    }
-
-    FakeWmiMachine m_Machine;
-};
-
-TEST_F(InventoryTest, ReadsFivePropertiesOfEachDriveInOrder)
+TEST(InventoryTest, ReadsFivePropertiesOfEachDriveInOrder)
 {
-    m_Machine.wmi.rows = {Row(4, u"SCSI\\DISK\\\u00E9")};
+    const MachineInForce machine(Drives(Row(4, "DISK-\u00E9")));
+    const orbis::tests::WmiTrace trace;
     const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
     ASSERT_EQ(devices.size(), 1U);
     EXPECT_EQ(devices[0].index, 4U);
     EXPECT_EQ(devices[0].scsiPort, 3U);
     EXPECT_EQ(devices[0].model, "Model");
-    EXPECT_EQ(devices[0].pnpDeviceId, "SCSI\\DISK\\\xC3\xA9");
+    EXPECT_EQ(devices[0].pnpDeviceId, "DISK-\u00E9");
     EXPECT_EQ(devices[0].firmwareRevision, "1.0");
     std::vector<std::string> asked;
-    std::ranges::copy_if(m_Machine.wmi.calls, std::back_inserter(asked),
+    std::ranges::copy_if(trace.calls, std::back_inserter(asked),
                          [](const std::string& call) { return call.starts_with("Get") || call.starts_with("ExecQuery"); });
-    EXPECT_THAT(asked, ElementsAre("ExecQuery WQL SELECT * FROM Win32_DiskDrive 0x30", "Get Index", "Get SCSIPort", "Get Model",
+    EXPECT_THAT(asked, ElementsAre("ExecQuery WQL SELECT * FROM Win32_DiskDrive 48", "Get Index", "Get SCSIPort", "Get Model",
                                    "Get PNPDeviceID", "Get FirmwareRevision"));
 }
 
-TEST_F(InventoryTest, LeavesOutRowsThatCannotBeReadWhole)
+TEST(InventoryTest, LeavesOutRowsThatCannotBeReadWhole)
 {
-    for (const char16_t* name : {u"Index", u"SCSIPort", u"Model", u"PNPDeviceID", u"FirmwareRevision"}) {
-        FakeRow broken = Row(1, u"broken");
-        broken.erase(name);
-        m_Machine.wmi.rows = {Row(0, u"first"), broken, Row(2, u"last")};
-        EXPECT_THAT(PnpDeviceIds(), ElementsAre("first", "last"));
+    EXPECT_THAT(PnpDeviceIds(""), IsEmpty());
+    for (const char* name : {"Index", "SCSIPort", "Model", "PNPDeviceID", "FirmwareRevision"}) {
+        EXPECT_THAT(PnpDeviceIds(Row(0, "first") + Row(1, "broken", name) + Row(2, "last")), ElementsAre("first", "last")) << name;
     }
     // NULL is unreadable for a text, and 0 for a number.
-    FakeRow nulls = Row(9, u"nulls");
-    nulls[u"Index"] = nulls[u"SCSIPort"] = FakeProperty::Null();
-    m_Machine.wmi.rows = {nulls};
-    EXPECT_THAT(PnpDeviceIds(), ElementsAre("nulls"));
-    nulls[u"FirmwareRevision"] = FakeProperty::Null();
-    m_Machine.wmi.rows = {nulls};
-    EXPECT_THAT(PnpDeviceIds(), IsEmpty());
+    EXPECT_THAT(PnpDeviceIds(Row(9, "nulls", "Index SCSIPort", "null: true")), ElementsAre("nulls"));
+    EXPECT_THAT(PnpDeviceIds(Row(9, "nulls", "FirmwareRevision", "null: true")), IsEmpty());
 }
 
-TEST_F(InventoryTest, IsEmptyWithoutDrives) { EXPECT_THAT(StorageHelper::getDeviceInfo(), IsEmpty()); }
-
-TEST_F(InventoryTest, AFailingQueryLeaves)
+TEST(InventoryTest, AFailingQueryLeaves)
 {
-    m_Machine.wmi.rows = {Row(0, u"first"), Row(1, u"second")};
-    m_Machine.wmi.Fail("Next", orbis::platform::hresult::kWbemFailed, 1);
-    EXPECT_THROW(static_cast<void>(PnpDeviceIds()), Cpp::Common::ResultException);
+    EXPECT_THROW(PnpDeviceIds(Row(0, "first") + "row { next_error: 0x80041001 }"), Cpp::Common::ResultException);
 }
 
-TEST_F(InventoryTest, FindsTheFirstRecordOfADriveNumber)
+TEST(InventoryTest, FindsTheFirstRecordOfADriveNumber)
 {
-    m_Machine.wmi.rows = {Row(0, u"zero"), Row(7, u"first seven"), Row(7, u"second seven")};
+    const MachineInForce machine(Drives(Row(0, "zero") + Row(7, "first seven") + Row(7, "second seven")));
     const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
     const auto idOf = [&devices](std::uint32_t number) {
         return StorageHelper::itemIdOf(StorageHelper::findDeviceIdByPhysicalDriveNumber(devices, number)).ToString();

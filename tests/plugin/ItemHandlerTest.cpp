@@ -7,7 +7,7 @@
 #include <gmock/gmock.h>
 
 #include "CommonCLI/ExceptionSupport.h"
-#include "FakeWmi.h"
+#include "MachineInForce.h"
 #include "RecordingLog.h"
 
 namespace Veyra::Orbis::Cpp::Common {
@@ -47,7 +47,7 @@ protected:
         return "nothing was thrown";
     }
 
-    orbis::fakes::FakeWmiMachine m_Machine;  // for its code page
+    orbis::fakes::MachineInForce m_Machine{""};  // for its code page
     ItemId m_Id{"Disk_1"};
     RecordingLog m_Log;
 };

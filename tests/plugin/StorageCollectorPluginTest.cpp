@@ -7,8 +7,8 @@
 
 #include <gmock/gmock.h>
 
-#include "FakeWmi.h"
 #include "HostSdk/BaseCollectorPlugin.h"
+#include "MachineInForce.h"
 #include "RecordingLog.h"
 #include "StorageCollectorPlugin.h"
 
@@ -63,7 +63,7 @@ protected:
         return std::make_unique<StorageCollectorPlugin>(nullptr, m_Factories);
     }
 
-    orbis::fakes::FakeWmiMachine m_Machine;  // for its code page
+    orbis::fakes::MachineInForce m_Machine{""};  // for its code page
     std::shared_ptr<RecordingLog> m_Log = std::make_shared<RecordingLog>();
     RetrieverFactories m_Factories;
     std::vector<std::string> m_LogIds;

@@ -1,6 +1,4 @@
-// The WMI layer over a scripted port: what it asks, in which order, what it makes of the answers, and that it gives everything
-// back.
-#include <algorithm>
+// The WMI layer: what it asks, in which order, what it makes of the answers, and that it gives everything back.
 #include <functional>
 #include <string>
 #include <vector>
@@ -11,217 +9,166 @@
 #include "Common/WideText.h"
 #include "Common/WmiCommonLib.h"
 #include "Common/WmiQuery.h"
-#include "FakeWmi.h"
+#include "MachineInForce.h"
+#include "Raises.h"
+#include "WmiTrace.h"
 
 namespace Veyra::Orbis::Cpp::Common {
 namespace {
 
-using orbis::fakes::FakeProperty;
-using orbis::fakes::FakeWmi;
-using orbis::fakes::FakeWmiMachine;
-using orbis::fakes::WmiBalance;
-using orbis::platform::VariantType;
+using orbis::fakes::ExpectRaises;
+using orbis::fakes::MachineInForce;
+using orbis::tests::WmiTrace;
+using enum orbis::simulated::FaultKind;
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 namespace hresult = orbis::platform::hresult;
 
 constexpr auto kQuery = u"SELECT * FROM Some_Class";
 
-class WmiTest : public ::testing::Test {
-protected:
-    ~WmiTest() override
-    {
-        EXPECT_EQ(Wmi().balance, m_Balance);
-        EXPECT_THAT(Wmi().misuses, IsEmpty());
-    }
-
-    FakeWmi& Wmi() { return m_Machine.wmi; }
-    [[nodiscard]] WmiCommonLib OneRow(FakeProperty property)
-    {
-        Wmi().rows = {{{u"P", std::move(property)}}};
-        return {kQuery, WmiNamespace::CimV2};
-    }
-
-    // What is held at the end of the test.
-    WmiBalance m_Balance{};
-
-private:
-    FakeWmiMachine m_Machine;
-};
-
-// ---- Failure lines ----
-
-struct FailureCase {
-    const char* name;
-    FakeProperty property;
-    std::function<void(FakeWmi&)> script;
-    std::function<void()> act;
-    Hresult result;
-    const char* unit;
-    std::int32_t line;
-};
-
-void PrintTo(const FailureCase& failure, std::ostream* out) { *out << failure.name; }
-
-constexpr auto kQueryUnit = "cpp\\Common\\src\\WmiQuery";
-constexpr auto kLibUnit = "cpp\\Common\\src\\WmiCommonLib";
-
-std::function<void(FakeWmi&)> Fail(const char* operation, Hresult result, int call = 0)
+// A machine with one row of one property, as a machine file gives it.
+std::string OneRow(const std::string& property)
 {
-    return [=](FakeWmi& wmi) { wmi.Fail(operation, result, call); };
+    return "wmi_class { name: 'Some_Class' row { property { name: 'P' " + property + " } } }";
 }
-
-void Construct() { const WmiCommonLib rows(kQuery, WmiNamespace::CimV2); }
 
 // Reads property P of the first row with a getter.
 template <auto getter>
-void Read()
+auto Read()
 {
     const WmiCommonLib rows(kQuery, WmiNamespace::CimV2);
-    static_cast<void>((rows.*getter)(u"P"));
+    return (rows.*getter)(u"P");
 }
-
-constexpr auto kString = &Read<&WmiCommonLib::GetStringByField>;
-constexpr auto kWide = &Read<&WmiCommonLib::GetWstringByField>;
-constexpr auto kBytes = &Read<&WmiCommonLib::GetUint8ArrayByField>;
-constexpr auto kTexts = &Read<&WmiCommonLib::GetStringArrayByField>;
-constexpr auto kInt32 = &Read<&WmiCommonLib::GetInt32ByField>;
-constexpr auto kUint32 = &Read<&WmiCommonLib::GetUint32ByField>;
-constexpr auto kUint64 = &Read<&WmiCommonLib::GetUint64ByField>;
-constexpr auto kBool = &Read<&WmiCommonLib::GetBoolByField>;
-
-class WmiFailure : public WmiTest, public ::testing::WithParamInterface<FailureCase> {};
-
-TEST_P(WmiFailure, CarriesResultUnitAndLine)
+template <auto getter>
+auto ReadOf(const std::string& property)
 {
-    const FailureCase& expected = GetParam();
-    Wmi().rows = {{{u"P", expected.property}}};
-    if (expected.script) {
-        expected.script(Wmi());
-    }
-    try {
-        expected.act();
-        FAIL() << "nothing was thrown";
-    } catch (const ResultException& failure) {
-        EXPECT_EQ(failure.Result(), expected.result) << failure.what();
-        EXPECT_EQ(failure.Unit(), expected.unit);
-        EXPECT_EQ(failure.Line(), expected.line);
-    }
+    const MachineInForce machine(OneRow(property));
+    return Read<getter>();
 }
 
-const FakeProperty kNull = FakeProperty::Null();
-const FakeProperty kNumber = FakeProperty::Number(VariantType::Int32, 7);
-const FakeProperty kNoText = FakeProperty::Text(std::nullopt);
-const FakeProperty kSomeText = FakeProperty::Text(u"x");
-const FakeProperty kSomeBytes = FakeProperty::Bytes({1, 2});
-const FakeProperty kSomeTexts = FakeProperty::Texts({u"a", std::nullopt});
-constexpr Hresult kDenied = hresult::kAccessDenied;
-constexpr Hresult kUnexpected = hresult::kUnexpected;
-
-INSTANTIATE_TEST_SUITE_P(
-    Lines, WmiFailure,
-    ::testing::Values(
-        FailureCase{"path", {}, Fail("AllocateString", 0, 0), Construct, hresult::kOutOfMemory, kQueryUnit, 34},
-        FailureCase{"locator",
-                    {},
-                    Fail("CreateLocator", hresult::kClassNotRegistered),
-                    Construct,
-                    hresult::kClassNotRegistered,
-                    kQueryUnit,
-                    35},
-        FailureCase{"connect", {}, Fail("ConnectServer", kDenied), Construct, kDenied, kQueryUnit, 36},
-        FailureCase{"blanket", {}, Fail("SetProxyBlanket", kDenied), Construct, kDenied, kQueryUnit, 37},
-        FailureCase{"unconnected", {}, {}, [] { WmiQuery().Execute(kQuery); }, hresult::kFail, kQueryUnit, 42},
-        FailureCase{"query", {}, Fail("AllocateString", 0, 1), Construct, hresult::kOutOfMemory, kQueryUnit, 44},
-        FailureCase{"language", {}, Fail("AllocateString", 0, 2), Construct, hresult::kOutOfMemory, kQueryUnit, 46},
-        FailureCase{
-            "execute", {}, Fail("ExecQuery", hresult::kWbemInvalidQuery), Construct, hresult::kWbemInvalidQuery, kQueryUnit, 48},
-        FailureCase{"no enumerator", {}, Fail("ExecQuery", hresult::kOk), Construct, kUnexpected, kLibUnit, 57},
-        FailureCase{"first row", {}, Fail("Next", hresult::kWbemInvalidClass), Construct, hresult::kWbemInvalidClass, kLibUnit, 65},
-        FailureCase{"later row",
-                    {},
-                    Fail("Next", hresult::kWbemFailed, 1),
-                    [] { WmiCommonLib(kQuery, WmiNamespace::CimV2).Next(); },
-                    hresult::kWbemFailed,
-                    kLibUnit,
-                    65},
-        FailureCase{"string", {}, Fail("Get", kDenied), kString, kDenied, kLibUnit, 74},
+TEST(WmiTest, EveryFailureCarriesResultUnitAndLine)
+{
+    const auto construct = [] { const WmiCommonLib rows(kQuery, WmiNamespace::CimV2); };
+    const auto string = [] { static_cast<void>(Read<&WmiCommonLib::GetStringByField>()); };
+    const auto wide = [] { static_cast<void>(Read<&WmiCommonLib::GetWstringByField>()); };
+    const auto bytes = [] { static_cast<void>(Read<&WmiCommonLib::GetUint8ArrayByField>()); };
+    const auto texts = [] { static_cast<void>(Read<&WmiCommonLib::GetStringArrayByField>()); };
+    const auto int32 = [] { static_cast<void>(Read<&WmiCommonLib::GetInt32ByField>()); };
+    const auto uint32 = [] { static_cast<void>(Read<&WmiCommonLib::GetUint32ByField>()); };
+    const auto uint64 = [] { static_cast<void>(Read<&WmiCommonLib::GetUint64ByField>()); };
+    const auto boolean = [] { static_cast<void>(Read<&WmiCommonLib::GetBoolByField>()); };
+    const std::string denied = "get_error: 0x80070005";
+    constexpr Hresult kDenied = hresult::kAccessDenied;
+    constexpr Hresult kUnexpected = hresult::kUnexpected;
+    struct Case {
+        std::int32_t line;
+        std::function<void()> use;
+        std::string property;
+        Hresult result;
+        const char* operation = nullptr;  // that fails; without one, the property does
+        int nth = 1;
+        orbis::simulated::FaultKind kind = Error;
+    };
+    const std::vector<Case> cases{
+        {34, construct, "i4: 7", hresult::kOutOfMemory, "Wmi::AllocateString", 1, Null},
+        {35, construct, "i4: 7", kDenied, "Wmi::CreateLocator"},
+        {36, construct, "i4: 7", kDenied, "Wmi::ConnectServer"},
+        {37, construct, "i4: 7", kDenied, "Wmi::SetProxyBlanket"},
+        {42, [] { WmiQuery().Execute(kQuery); }, "i4: 7", hresult::kFail},
+        {44, construct, "i4: 7", hresult::kOutOfMemory, "Wmi::AllocateString", 2, Null},
+        {46, construct, "i4: 7", hresult::kOutOfMemory, "Wmi::AllocateString", 3, Null},
+        {48, construct, "i4: 7", kDenied, "Wmi::ExecQuery"},
+        {57, construct, "i4: 7", kUnexpected, "Wmi::ExecQuery", 1, Null},
+        {65, construct, "i4: 7", kDenied, "Wmi::Next", 1},
+        {65, [] { WmiCommonLib(kQuery, WmiNamespace::CimV2).Next(); }, "i4: 7", kDenied, "Wmi::Next", 2},
+        {74, string, denied, kDenied},
         // The pointer is looked at before the type.
-        FailureCase{"string NULL", kNull, {}, kString, kUnexpected, kLibUnit, 75},
-        FailureCase{"string without text", kNoText, {}, kString, kUnexpected, kLibUnit, 75},
-        FailureCase{"string of a number", kNumber, {}, kString, kUnexpected, kLibUnit, 76},
-        FailureCase{"wide", {}, Fail("Get", kDenied), kWide, kDenied, kLibUnit, 82},
-        FailureCase{"wide NULL", kNull, {}, kWide, kUnexpected, kLibUnit, 83},
-        FailureCase{"wide of a number", kNumber, {}, kWide, kUnexpected, kLibUnit, 84},
-        FailureCase{"bytes", {}, Fail("Get", kDenied), kBytes, kDenied, kLibUnit, 91},
-        FailureCase{"bytes without bound", kSomeBytes, Fail("ArrayUpperBound", kDenied), kBytes, kDenied, kLibUnit, 93},
-        FailureCase{"bytes NULL", kNull, {}, kBytes, hresult::kInvalidArgument, kLibUnit, 93},
-        FailureCase{"bytes of texts", kSomeTexts, {}, kBytes, hresult::kInvalidArgument, kLibUnit, 93},
-        FailureCase{"byte", kSomeBytes, Fail("ArrayElement", hresult::kDispBadIndex, 1), kBytes, hresult::kDispBadIndex, kLibUnit,
-                    97},
-        FailureCase{"texts", {}, Fail("Get", kDenied), kTexts, kDenied, kLibUnit, 116},
-        FailureCase{"texts NULL", kNull, {}, kTexts, kUnexpected, kLibUnit, 116},
-        FailureCase{"text", kSomeTexts, Fail("ArrayElement", kDenied, 0), kTexts, kDenied, kLibUnit, 123},
-        FailureCase{"text without text", kSomeTexts, {}, kTexts, kUnexpected, kLibUnit, 124},
-        FailureCase{"int32", {}, Fail("Get", kDenied), kInt32, kDenied, kLibUnit, 132},
-        FailureCase{"uint32", {}, Fail("Get", kDenied), kUint32, kDenied, kLibUnit, 144},
-        FailureCase{"uint64", {}, Fail("Get", kDenied), kUint64, kDenied, kLibUnit, 150},
-        FailureCase{"uint64 NULL", kNull, {}, kUint64, kUnexpected, kLibUnit, 151},
-        FailureCase{"uint64 of a number", kNumber, {}, kUint64, kUnexpected, kLibUnit, 152},
-        FailureCase{"bool", {}, Fail("Get", kDenied), kBool, kDenied, kLibUnit, 158},
-        FailureCase{"bool NULL", kNull, {}, kBool, kUnexpected, kLibUnit, 159},
-        FailureCase{"bool of a text", kSomeText, {}, kBool, kUnexpected, kLibUnit, 160}),
-    [](const auto& test) {
-        std::string name = test.param.name;
-        std::ranges::replace(name, ' ', '_');
-        return "Line" + std::to_string(test.param.line) + "_" + name;
-    });
-
-// ---- The road of a query ----
-
-TEST_F(WmiTest, AsksInOrderAndReleasesBackwards)
-{
-    Wmi().rows = {{{u"P", FakeProperty::Number(VariantType::UInt32, 1)}}};
-    for (WmiCommonLib rows(u"SELECT P FROM C", WmiNamespace::Storage); !rows.IsEnd(); rows.Next()) {
-        EXPECT_EQ(rows.GetUint32ByField(u"P"), 1U);
+        {75, string, "null: true", kUnexpected},
+        {75, string, "null_text: true", kUnexpected},
+        {76, string, "i4: 7", kUnexpected},
+        {82, wide, denied, kDenied},
+        {83, wide, "null: true", kUnexpected},
+        {84, wide, "i4: 7", kUnexpected},
+        {91, bytes, denied, kDenied},
+        {93, bytes, "byte_array { content { hex: '0102' } bound_error: 0x80070005 }", kDenied},
+        {93, bytes, "null: true", hresult::kInvalidArgument},
+        {93, bytes, "string_array { element { text: 'a' } }", hresult::kInvalidArgument},
+        {97, bytes, "byte_array { content { hex: '0102' } element_error: 0x8002000B failing_index: 1 }", hresult::kDispBadIndex},
+        {116, texts, denied, kDenied},
+        {116, texts, "null: true", kUnexpected},
+        {123, texts, "string_array { element { text: 'a' } element_error: 0x80070005 }", kDenied},
+        {124, texts, "string_array { element { text: 'a' } element { null: true } }", kUnexpected},
+        {132, int32, denied, kDenied},
+        {144, uint32, denied, kDenied},
+        {150, uint64, denied, kDenied},
+        {151, uint64, "null: true", kUnexpected},
+        {152, uint64, "i4: 7", kUnexpected},
+        {158, boolean, denied, kDenied},
+        {159, boolean, "null: true", kUnexpected},
+        {160, boolean, "text: 'x'", kUnexpected},
+    };
+    for (const auto& [line, use, property, result, operation, nth, kind] : cases) {
+        SCOPED_TRACE(property);
+        MachineInForce machine(OneRow(property));
+        const auto denial = static_cast<std::uint32_t>(kDenied);
+        ASSERT_TRUE(operation == nullptr || machine.FailNth(operation, nth, kind, denial, use));
+        ExpectRaises(use, line < 50 ? "cpp\\Common\\src\\WmiQuery" : "cpp\\Common\\src\\WmiCommonLib", line, result);
     }
-    EXPECT_THAT(Wmi().calls,
+}
+
+TEST(WmiTest, AsksInOrderAndReleasesBackwards)
+{
+    const MachineInForce machine(R"(wmi_class { wmi_namespace: "root\\microsoft\\windows\\storage" name: "C"
+                                                row { property { name: "P" ui4: 1 } } row { property { name: "P" ui4: 2 } } })");
+    WmiTrace trace;
+    {
+        WmiCommonLib rows(u"SELECT P FROM C", WmiNamespace::Storage);
+        EXPECT_EQ(rows.GetUint32ByField(u"P"), 1U);
+        rows.Next();
+        EXPECT_FALSE(rows.IsEnd());
+    }
+    EXPECT_THAT(trace.calls,
                 ElementsAre("InitializeCom 0", "InitializeSecurity -1 0 3 0", "AllocateString root\\microsoft\\windows\\storage",
                             "CreateLocator", "ConnectServer root\\microsoft\\windows\\storage", "SetProxyBlanket 10 0 3 3 0",
                             "FreeString root\\microsoft\\windows\\storage", "AllocateString SELECT P FROM C", "AllocateString WQL",
-                            "ExecQuery WQL SELECT P FROM C 0x30", "FreeString WQL", "FreeString SELECT P FROM C", "Next 0xffffffff",
-                            "Get P", "Release row", "Next 0xffffffff", "Release enumerator", "Release services", "Release locator",
-                            "UninitializeCom"));
+                            "ExecQuery WQL SELECT P FROM C 48", "FreeString WQL", "FreeString SELECT P FROM C", "Next 4294967295",
+                            "Get P", "Release row", "Next 4294967295", "Release row", "Release enumerator", "Release services",
+                            "Release locator", "UninitializeCom"));
 }
 
-TEST_F(WmiTest, ReleasesTheRowItStandsOnBeforeTheRest)
+TEST(WmiTest, ReleasesWhatWasThereBeforeItAsksAgain)
 {
+    const MachineInForce machine(OneRow("i4: 7"));
+    WmiTrace trace;
     {
-        const WmiCommonLib rows = OneRow(kNumber);
-        Wmi().calls.clear();
+        WmiQuery query;
+        const char16_t* const path = u"root\\cimv2";
+        query.Connect(path);
+        query.Execute(kQuery);
+        trace.calls.clear();
+        query.Connect(path);
+        query.Execute(kQuery);
     }
-    EXPECT_THAT(Wmi().calls,
-                ElementsAre("Release row", "Release enumerator", "Release services", "Release locator", "UninitializeCom"));
+    std::vector<std::string> released;
+    std::ranges::copy_if(trace.calls, std::back_inserter(released), [](const std::string& call) {
+        return call.starts_with("Release") || call.starts_with("C") || call.starts_with("E");
+    });
+    EXPECT_THAT(released, ElementsAre("Release locator", "CreateLocator", "Release services", "ConnectServer root\\cimv2",
+                                      "Release enumerator", "ExecQuery WQL SELECT * FROM Some_Class 48", "Release enumerator",
+                                      "Release services", "Release locator"));
 }
 
-TEST_F(WmiTest, ReleasesWhatWasThereBeforeItAsksAgain)
+TEST(WmiTest, EndsAtOnceWithoutRows)
 {
-    WmiQuery query;
-    query.Connect(u"n");
-    query.Execute(u"q");
-    Wmi().calls.clear();
-    query.Connect(u"n");
-    query.Execute(u"q");
-    EXPECT_THAT(Wmi().calls,
-                ElementsAre("AllocateString n", "Release locator", "CreateLocator", "Release services", "ConnectServer n",
-                            "SetProxyBlanket 10 0 3 3 0", "FreeString n", "AllocateString q", "AllocateString WQL",
-                            "Release enumerator", "ExecQuery WQL q 0x30", "FreeString WQL", "FreeString q"));
+    const MachineInForce machine("wmi_class { name: 'Some_Class' }");
+    EXPECT_TRUE(WmiCommonLib(kQuery, WmiNamespace::CimV2).IsEnd());
 }
 
-TEST_F(WmiTest, EndsAtOnceWithoutRows) { EXPECT_TRUE(WmiCommonLib(kQuery, WmiNamespace::CimV2).IsEnd()); }
-
-TEST_F(WmiTest, KnowsSixNamespacesAndTakesAnyOtherCodeForCimV2)
+TEST(WmiTest, KnowsSixNamespacesAndTakesAnyOtherCodeForCimV2)
 {
+    const MachineInForce machine("");
+    WmiTrace trace;
     const std::vector<std::pair<int, std::string>> paths{{0, "root\\cimv2"},
                                                          {1, "root\\WMI"},
                                                          {2, "root\\cimv2"},
@@ -232,71 +179,86 @@ TEST_F(WmiTest, KnowsSixNamespacesAndTakesAnyOtherCodeForCimV2)
                                                          {7, "root\\cimv2"},
                                                          {0xFFFF, "root\\cimv2"}};
     for (const auto& [code, path] : paths) {
-        Wmi().calls.clear();
-        const WmiCommonLib rows(kQuery, static_cast<WmiNamespace>(code));
-        EXPECT_THAT(Wmi().calls, ::testing::Contains("ConnectServer " + path)) << code;
+        trace.calls.clear();
+        // The machine knows neither the class nor some of the namespaces.
+        EXPECT_THROW(WmiCommonLib(kQuery, static_cast<WmiNamespace>(code)), ResultException);
+        EXPECT_THAT(trace.calls, Contains("ConnectServer " + path)) << code;
     }
 }
 
 // ---- COM ----
 
-TEST_F(WmiTest, SecurityThatIsSetAlreadyIsNoFailure)
+TEST(WmiTest, ComAndSecurityThatAreThereAlreadyAreNoFailure)
 {
-    Wmi().Fail("InitializeCom", hresult::kFalse);
-    Wmi().Fail("InitializeSecurity", hresult::kRpcTooLate);
-    EXPECT_EQ(OneRow(kNumber).GetInt32ByField(u"P"), 7);
-    EXPECT_THAT(Wmi().calls, ::testing::Contains("InitializeSecurity -1 0 3 0"));
+    const MachineInForce machine(OneRow("i4: 7"));
+    WmiTrace trace;
+    const WmiCommonLib first(kQuery, WmiNamespace::CimV2);
+    trace.calls.clear();
+    EXPECT_EQ(Read<&WmiCommonLib::GetInt32ByField>(), 7);
+    EXPECT_THAT(trace.calls, Contains("InitializeSecurity -1 0 3 0"));
 }
 
-TEST_F(WmiTest, UninitialisesComEvenWhereItsInitialisationFailed)
+TEST(WmiTest, UninitialisesComEvenWhereItsInitialisationFailed)
 {
-    Wmi().Fail("InitializeCom", hresult::kRpcChangedMode);
-    EXPECT_EQ(OneRow(kNumber).GetInt32ByField(u"P"), 7);
-    EXPECT_THAT(Wmi().calls, ::testing::Not(::testing::Contains(::testing::StartsWith("InitializeSecurity"))));
-    m_Balance.com = -1;  // the one imbalance, and meant
+    const MachineInForce machine(OneRow("i4: 7"));
+    WmiTrace trace;
+    machine->EnterSingleThreadedApartment();
+    EXPECT_EQ(Read<&WmiCommonLib::GetInt32ByField>(), 7);
+    machine->LeaveSingleThreadedApartment();
+    EXPECT_THAT(trace.calls, ::testing::Not(Contains(::testing::StartsWith("InitializeSecurity"))));
+    EXPECT_EQ(machine->OpenObjects().comInitialisations, -1) << "the one imbalance, and meant";
+    machine->WmiPort().InitializeCom(0);
 }
 
 // ---- Values ----
 
-TEST_F(WmiTest, ReadsTexts)
+TEST(WmiTest, ReadsTexts)
 {
-    EXPECT_EQ(OneRow(FakeProperty::Text(u"Gr\u00FC\u00DFe \U0001F4BE")).GetStringByField(u"P"),
-              "Gr\xC3\xBC\xC3\x9F"
-              "e \xF0\x9F\x92\xBE");
-    EXPECT_EQ(OneRow(FakeProperty::Text(std::u16string(u"\xD800", 1))).GetStringByField(u"P"), "\xEF\xBF\xBD");
-    EXPECT_EQ(OneRow(FakeProperty::Text(u"")).GetStringByField(u"P"), "");
-    EXPECT_EQ(OneRow(FakeProperty::Text(std::u16string(u"a\0b", 3))).GetStringByField(u"P"), std::string("a\0b", 3));
-    EXPECT_EQ(OneRow(FakeProperty::Text(u"as \xD800 is")).GetWstringByField(u"P"), u"as \xD800 is");
+    constexpr auto read = [](const std::string& property) { return ReadOf<&WmiCommonLib::GetStringByField>(property); };
+    EXPECT_EQ(read("text: 'Gr\u00FC\u00DFe \U0001F4BE'"), "Gr\u00FC\u00DFe \U0001F4BE");
+    EXPECT_EQ(read("utf16: 'D800'"), "\uFFFD");
+    EXPECT_EQ(read("text: ''"), "");
+    EXPECT_EQ(read("utf16: '0061 0000 0062'"), std::string("a\0b", 3));
+    EXPECT_EQ(ReadOf<&WmiCommonLib::GetWstringByField>("utf16: '0061 D800'"), (std::u16string{u'a', 0xD800}));
 }
 
-TEST_F(WmiTest, ReadsNumbersWhateverTheirType)
+TEST(WmiTest, ReadsNumbersWhateverTheirType)
 {
-    EXPECT_EQ(OneRow(FakeProperty::Number(VariantType::Int32, 0xFFFFFFFF)).GetUint32ByField(u"P"), 0xFFFFFFFFU);
-    EXPECT_EQ(OneRow(FakeProperty::Number(VariantType::Int32, 0xFFFFFFFF)).GetInt32ByField(u"P"), -1);
-    EXPECT_EQ(OneRow(FakeProperty::Number(VariantType::Float64, 0x3FF00000'12345678)).GetUint32ByField(u"P"), 0x12345678U);
-    EXPECT_EQ(OneRow(FakeProperty::Number(VariantType::Null, 9)).GetUint32ByField(u"P"), 0U);
-    EXPECT_EQ(OneRow(FakeProperty::Number(VariantType::Null, 9)).GetInt32ByField(u"P"), 0);
-    EXPECT_TRUE(OneRow(FakeProperty::Number(VariantType::Bool, 0xFFFF)).GetBoolByField(u"P"));
-    EXPECT_TRUE(OneRow(FakeProperty::Number(VariantType::Bool, 1)).GetBoolByField(u"P"));
-    EXPECT_FALSE(OneRow(FakeProperty::Number(VariantType::Bool, 0x10000)).GetBoolByField(u"P"));
+    constexpr auto uint32 = [](const std::string& property) { return ReadOf<&WmiCommonLib::GetUint32ByField>(property); };
+    constexpr auto boolean = [](const std::string& property) { return ReadOf<&WmiCommonLib::GetBoolByField>(property); };
+    EXPECT_EQ(uint32("i4: -1"), 0xFFFFFFFFU);
+    EXPECT_EQ(ReadOf<&WmiCommonLib::GetInt32ByField>("i4: -1"), -1);
+    EXPECT_EQ(uint32("variant { type: 5 payload: 0x3FF0000012345678 }"), 0x12345678U);
+    EXPECT_EQ(uint32("variant { type: 1 payload: 9 }"), 0U);
+    EXPECT_EQ(ReadOf<&WmiCommonLib::GetInt32ByField>("variant { type: 1 payload: 9 }"), 0);
+    EXPECT_TRUE(boolean("boolean: true"));
+    EXPECT_TRUE(boolean("variant { type: 11 payload: 1 }"));
+    EXPECT_FALSE(boolean("variant { type: 11 payload: 0x10000 }"));
 }
 
-TEST_F(WmiTest, Reads64BitNumbersAsSignedDecimalText)
+TEST(WmiTest, Reads64BitNumbersAsSignedDecimalText)
 {
-    EXPECT_EQ(OneRow(FakeProperty::Text(u"123456789012")).GetUint64ByField(u"P"), 123456789012U);
-    EXPECT_EQ(OneRow(FakeProperty::Text(u"-1")).GetUint64ByField(u"P"), 0xFFFFFFFFFFFFFFFFU);
+    constexpr auto read = [](const std::string& text) { return ReadOf<&WmiCommonLib::GetUint64ByField>("text: '" + text + "'"); };
+    EXPECT_EQ(read("123456789012"), 123456789012U);
+    EXPECT_EQ(read("-1"), 0xFFFFFFFFFFFFFFFFU);
     // The largest unsigned number is read as the largest signed one, and meant.
-    EXPECT_EQ(OneRow(FakeProperty::Text(u"18446744073709551615")).GetUint64ByField(u"P"), 0x7FFFFFFFFFFFFFFFU);
+    EXPECT_EQ(read("18446744073709551615"), 0x7FFFFFFFFFFFFFFFU);
 }
 
-TEST_F(WmiTest, ReadsArrays)
+TEST(WmiTest, ReadsArrays)
 {
-    EXPECT_THAT(OneRow(FakeProperty::Bytes({0, 255, 7})).GetUint8ArrayByField(u"P"), ElementsAre(0, 255, 7));
-    EXPECT_THAT(OneRow(FakeProperty::Bytes({})).GetUint8ArrayByField(u"P"), IsEmpty());
-    EXPECT_THAT(OneRow(FakeProperty::Texts({u"a", u"", u"\u00E9"}, -1)).GetStringArrayByField(u"P"),
-                ElementsAre("a", "", "\xC3\xA9"));
-    EXPECT_THAT(OneRow(FakeProperty::Texts({std::u16string(u"a\0b", 3)})).GetStringArrayByField(u"P"), ElementsAre("a"));
-    EXPECT_THAT(OneRow(FakeProperty::Texts({}, 5)).GetStringArrayByField(u"P"), IsEmpty());
+    constexpr auto bytes = [](const std::string& hex) {
+        return ReadOf<&WmiCommonLib::GetUint8ArrayByField>("byte_array { content { hex: '" + hex + "' } }");
+    };
+    constexpr auto texts = [](const std::string& elements) {
+        return ReadOf<&WmiCommonLib::GetStringArrayByField>("string_array { " + elements + " }");
+    };
+    EXPECT_THAT(bytes("00FF07"), ElementsAre(0, 255, 7));
+    EXPECT_THAT(bytes(""), IsEmpty());
+    EXPECT_THAT(texts("element { text: 'a' } element {} element { text: '\u00E9' } lower_bound: -1"),
+                ElementsAre("a", "", "\u00E9"));
+    EXPECT_THAT(texts(R"(element { text: "a\0b" })"), ElementsAre("a"));
+    EXPECT_THAT(texts("lower_bound: 5"), IsEmpty());
 }
 
 // ---- Conversions ----
