@@ -5,6 +5,7 @@
 #include <string>
 
 #include "FakeDrives.h"
+#include "HexFile.h"
 #include "Owned.h"
 #include "sondix/sondix.h"
 
@@ -21,8 +22,8 @@ protected:
 
 TEST_F(DecodingTest, IdentifyOfARealDrive)
 {
-    m_Drive.identify = ReadHex("nvme-4tb-identify-controller.hex", 4096);
-    ASSERT_EQ(m_Drive.identify->size(), 4096U);
+    m_Drive.identify = ReadHex("nvme-4tb-identify-controller.hex");
+    m_Drive.identify->resize(4096);
     const auto identify = Owned(SXNvmNewIdentifyControllerData(0));
     ASSERT_NE(identify, nullptr);
     EXPECT_EQ(identify->VID(), 0x1D97);
@@ -48,7 +49,7 @@ TEST_F(DecodingTest, IdentifyOfARealDrive)
 TEST_F(DecodingTest, HealthLogOfARealDrive)
 {
     m_Drive.identify = Bytes(4096);
-    m_Drive.logs[0x02] = ReadHex("nvme-4tb-health-log.hex", 512);
+    m_Drive.logs[0x02] = ReadHex("nvme-4tb-health-log.hex");
     const auto health = Owned(SXNvmNewHealthInfo(0));
     ASSERT_NE(health, nullptr);
     EXPECT_EQ(health->CompositeTemperature(), 33);

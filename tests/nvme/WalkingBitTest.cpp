@@ -14,10 +14,10 @@
 #include <gtest/gtest.h>
 
 #include "BitTable.h"
+#include "FakeDrives.h"
 #include "MessageDiff.h"
 #include "NvmeDataGetter.h"
 #include "NvmeMapping.h"
-#include "PageServer.h"
 
 namespace Veyra::Orbis::Plugins {
 namespace {
@@ -129,7 +129,7 @@ protected:
 
     Fields OfIdentify(std::size_t bit) const
     {
-        const Bytes page{const_cast<std::uint8_t*>(m_Server.identify.data()), m_Server.identify.size()};
+        const Bytes page = m_Identify;
         const auto* field = m_IdentifyBits.At(bit);
         const unsigned states = std::min(page[kNpss] + 1U, 32U);
         if (field != nullptr && field->name.starts_with("power_state_desc[") && bit / 8 >= kPowerStates + 32 * states) {
@@ -142,9 +142,12 @@ protected:
         return fields;
     }
 
-    orbis::tests::PageServer m_Server;
-    Bytes m_MakerArea = Bytes(m_Server.identify).subspan(kMakerArea, kMakerAreaLength);
-    Bytes m_MakerHealth = Bytes(m_Server.makerHealth).first(kMakerHealthLength);
+    orbis::tests::FakeDrives m_Drives;
+    Bytes m_Identify = m_Drives.drives[0].identify.emplace(4096);
+    Bytes m_Health = m_Drives.drives[0].logs[0x02] = orbis::tests::Bytes(512);
+    Bytes m_MakersLog = m_Drives.drives[0].logs[0xD1] = orbis::tests::Bytes(512);
+    Bytes m_MakerArea = m_Identify.subspan(kMakerArea, kMakerAreaLength);
+    Bytes m_MakerHealth = m_MakersLog.first(kMakerHealthLength);
     BitTable m_IdentifyBits{"testdata/identify_bits.txt", 4096};
     BitTable m_HealthBits{"testdata/health_bits.txt", 512};
     BitTable m_MakerHealthBits{"testdata/maker_health_bits.txt", 512};
@@ -172,25 +175,24 @@ TEST_F(WalkingBitTest, TablesNameEveryFieldAndNoOther)
 TEST_F(WalkingBitTest, IdentifyFromAPageOfZeros)
 {
     Walk(
-        m_Server.identify, [this]() -> const Message& { return Identify(); },
+        m_Identify, [this]() -> const Message& { return Identify(); },
         [this](std::size_t bit) { return bit / 8 < kMakerArea ? OfIdentify(bit) : Fields{}; });
 }
 
 TEST_F(WalkingBitTest, IdentifyFromAPageInUse)
 {
-    Fill(m_Server.identify);
-    m_Server.identify[kNpss] = 3;
+    Fill(m_Identify);
+    m_Identify[kNpss] = 3;
     MakeMakerHead(m_MakerArea, "VEYRA-ID");
     const auto inMakerArea = [](std::size_t bit) { return bit / 8 >= kMakerArea && bit / 8 < kMakerArea + kMakerAreaLength; };
     const Fields unrecognised{"customized_controller_data", "device_category"};
     const auto identify = [this]() -> const Message& { return Identify(); };
-    Walk(m_Server.identify, identify, [&](std::size_t bit) { return inMakerArea(bit) ? unrecognised : OfIdentify(bit); });
+    Walk(m_Identify, identify, [&](std::size_t bit) { return inMakerArea(bit) ? unrecognised : OfIdentify(bit); });
     // All power states.
-    m_Server.identify[kNpss] = 31;
-    Walk(Bytes(m_Server.identify).subspan(kPowerStates, 1024), identify,
-         [this](std::size_t bit) { return OfIdentify(kPowerStates * 8 + bit); });
+    m_Identify[kNpss] = 31;
+    Walk(m_Identify.subspan(kPowerStates, 1024), identify, [this](std::size_t bit) { return OfIdentify(kPowerStates * 8 + bit); });
     // The maker's bytes with the checksum put right each time.
-    m_Server.identify[kNpss] = 0;
+    m_Identify[kNpss] = 0;
     Walk(
         m_MakerArea, identify,
         [&](std::size_t bit) {
@@ -203,28 +205,28 @@ TEST_F(WalkingBitTest, IdentifyFromAPageInUse)
 TEST_F(WalkingBitTest, Health)
 {
     const auto health = [this]() -> const Message& { return Health(); };
-    const auto expected = [this](std::size_t bit) { return ByForm(m_HealthBits.At(bit), m_Server.health, bit); };
-    Walk(m_Server.health, health, expected);
+    const auto expected = [this](std::size_t bit) { return ByForm(m_HealthBits.At(bit), m_Health, bit); };
+    Walk(m_Health, health, expected);
 
-    Fill(m_Server.health);
+    Fill(m_Health);
     // Counters small enough for a double to show each of their bits.
     for (std::size_t counter = 32; counter < 192; counter += 16) {
-        std::fill_n(m_Server.health.begin() + static_cast<std::ptrdiff_t>(counter) + 1, 15, std::uint8_t{0});
+        std::fill_n(m_Health.begin() + static_cast<std::ptrdiff_t>(counter) + 1, 15, std::uint8_t{0});
     }
-    Walk(m_Server.health, health, expected);
+    Walk(m_Health, health, expected);
 }
 
 TEST_F(WalkingBitTest, MakerHealth)
 {
     MakeMakerHead(m_MakerArea, "VEYRA-ID");
     const auto map = [this]() -> const Message& { return MakerHealth(); };
-    Walk(m_Server.makerHealth, map, [](std::size_t) { return Fields{}; });
+    Walk(m_MakersLog, map, [](std::size_t) { return Fields{}; });
 
-    Fill(m_Server.makerHealth);
+    Fill(m_MakersLog);
     std::fill_n(m_MakerHealth.begin() + 33, 15, std::uint8_t{0});
     MakeMakerHead(m_MakerHealth, "VEYRA-HL");
     const Fields unrecognised{"customized_health_info"};
-    Walk(m_Server.makerHealth, map, [&](std::size_t bit) { return bit / 8 < kMakerHealthLength ? unrecognised : Fields{}; });
+    Walk(m_MakersLog, map, [&](std::size_t bit) { return bit / 8 < kMakerHealthLength ? unrecognised : Fields{}; });
     Walk(
         m_MakerHealth, map,
         [&](std::size_t bit) {
@@ -239,9 +241,9 @@ TEST_F(WalkingBitTest, MakerHealth)
 
 TEST_F(WalkingBitTest, APageOfOnesSetsEveryFieldOfEveryMessage)
 {
-    m_Server.identify.fill(0xFF);
-    m_Server.health.fill(0xFF);
-    m_Server.makerHealth.fill(0xFF);
+    for (const Bytes page : {m_Identify, m_Health, m_MakersLog}) {
+        std::ranges::fill(page, std::uint8_t{0xFF});
+    }
     MakeMakerHead(m_MakerArea, "VEYRA-ID");
     MakeMakerHead(m_MakerHealth, "VEYRA-HL");
     EXPECT_EQ(orbis::tests::UnsetFields(Identify()), Fields{});

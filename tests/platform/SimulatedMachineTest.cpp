@@ -2,10 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
-#include <fstream>
 #include <numeric>
-#include <sstream>
 #include <thread>
 
 #include "PortHelpers.h"
@@ -106,75 +103,9 @@ protected:
     std::unique_ptr<Machine> machine;
 };
 
-// The bytes that follow the colons of a hex dump.
-Bytes Vector(const std::string& name)
-{
-    std::ifstream file("testdata/" + name);
-    Bytes bytes;
-    for (std::string line; std::getline(file, line);) {
-        if (line.size() > 4 && line[3] == ':') {
-            std::istringstream row(line.substr(4));
-            for (unsigned value = 0; row >> std::hex >> value;) {
-                bytes.push_back(static_cast<std::uint8_t>(value));
-            }
-        }
-    }
-    EXPECT_EQ(bytes.size(), 512U) << name;
-    return bytes;
-}
-
 Bytes Part(const Bytes& bytes, std::size_t offset, std::size_t length)
 {
     return {bytes.begin() + static_cast<std::ptrdiff_t>(offset), bytes.begin() + static_cast<std::ptrdiff_t>(offset + length)};
-}
-
-TEST_F(SimulatedMachineTest, TheLaptopsDriveGivesTheBytesOfTheRealOne)
-{
-    machine = LoadMachineFile("machines/laptop-arm64.txtpb");
-    const DeviceHandle drive = Drive(0);
-    const Answer identify = Protocol(drive, kNvmeDataTypeIdentify, 1, 4096);
-    ASSERT_EQ(identify.bytes.size(), 48U + 4096U);
-    EXPECT_EQ(identify.As<StorageProtocolDataDescriptor>().version, 48U);
-    EXPECT_EQ(Part(identify.bytes, 48, 512), Vector("nvme-4tb-identify-controller.hex"));
-    EXPECT_EQ(std::string(identify.bytes.begin() + 48 + 3072, identify.bytes.begin() + 48 + 3080), "VEYRA-ID");
-    EXPECT_EQ(Part(Protocol(drive, kNvmeDataTypeLogPage, 2).bytes, 48, 512), Vector("nvme-4tb-health-log.hex"));
-    // Only the protocol command reaches the maker's page.
-    EXPECT_EQ(Protocol(drive, kNvmeDataTypeLogPage, 0xD1).error, win32::kInvalidFunction);
-    StorageProtocolCommandHead head;
-    head.protocolType = kProtocolTypeNvme;
-    head.flags = kProtocolCommandFlagAdapterRequest;
-    head.commandLength = kProtocolCommandLengthNvme;
-    head.dataFromDeviceTransferLength = 512;
-    head.dataFromDeviceBufferOffset = 144;
-    head.timeOutValue = 10;
-    head.commandSpecific = kProtocolSpecificNvmeAdminCommand;
-    Bytes command = BytesOf(head, 144);
-    command[80] = 0x02;              // Get Log Page
-    command[80 + 40] = 0xD1;         // log identifier
-    command[80 + 42] = 512 / 4 - 1;  // double words, zero-based
-    const Answer page = Ask(Io(), drive, kIoctlStorageProtocolCommand, command, 144 + 512);
-    EXPECT_EQ(page.As<StorageProtocolCommandHead>().returnStatus, kProtocolStatusSuccess);
-    EXPECT_EQ(std::string(page.bytes.begin() + 144, page.bytes.begin() + 152), "VEYRA-HL");
-    command[80 + 40] = 0xC0;
-    const auto refused = Ask(Io(), drive, kIoctlStorageProtocolCommand, command, 144 + 512).As<StorageProtocolCommandHead>();
-    EXPECT_EQ(refused.returnStatus, kProtocolStatusError);
-    EXPECT_EQ(refused.errorCode, 0x109U) << "Invalid Log Page";
-    command[80] = 0x01;  // whatever is no read
-    EXPECT_EQ(Ask(Io(), drive, kIoctlStorageProtocolCommand, command, 144 + 512).As<StorageProtocolCommandHead>().errorCode, 1U);
-}
-
-TEST_F(SimulatedMachineTest, TheWorkstationsSsdGivesTheBytesOfTheRealOneBothWays)
-{
-    machine = LoadMachineFile("machines/workstation.txtpb");
-    const DeviceHandle drive = Drive(3);
-    EXPECT_EQ(Ata(drive, 0xEC).data, Vector("sata-ssd-4tb-identify.hex"));
-    EXPECT_EQ(Scsi(drive, AtaInScsi(0xEC)).data, Vector("sata-ssd-4tb-identify.hex"));
-    EXPECT_EQ(Ata(drive, 0xB0, 0xD0).data, Vector("sata-ssd-4tb-smart-data.hex"));
-    EXPECT_EQ(Scsi(drive, AtaInScsi(0xB0, 0xD1)).data, Vector("sata-ssd-4tb-smart-thresholds.hex"));
-    const auto smart =
-        tests::Query(machine->WmiPort(), u"root\\WMI", u"SELECT * FROM MSStorageDriver_ATAPISmartData", {u"InstanceName"});
-    ASSERT_EQ(smart.rows.size(), 2U);
-    EXPECT_EQ(smart.rows[0][0].text, u"SCSI\\DISK&VEN_SAMSUNG&PROD_SSD_870_QVO_4TB\\4&2A1B0C9D&0&030000_0");
 }
 
 TEST_F(SimulatedMachineTest, FriendlyAtaPagesCarryTheirFieldsAndAValidChecksum)
@@ -258,6 +189,25 @@ TEST_F(SimulatedMachineTest, MalformedRequestsAreRefusedAsTheDriverDoes)
     EXPECT_EQ(Part(Protocol(nvme, kNvmeDataTypeLogPage, 5, 8, 4).bytes, 48, 8), (Bytes{5, 6, 7, 8, 0, 0, 0, 0}))
         << "from an offset";
     EXPECT_EQ(Protocol(nvme, kNvmeDataTypeLogPage, 5, 8, 9).error, win32::kIoDevice) << "past the page";
+
+    StorageProtocolCommandHead head;
+    head.protocolType = kProtocolTypeNvme;
+    head.flags = kProtocolCommandFlagAdapterRequest;
+    head.commandLength = kProtocolCommandLengthNvme;
+    head.dataFromDeviceTransferLength = 512;
+    head.dataFromDeviceBufferOffset = 144;
+    head.timeOutValue = 10;
+    head.commandSpecific = kProtocolSpecificNvmeAdminCommand;
+    // Get Log Page of one that is not there, 128 double words, zero-based: Invalid Log Page; whatever is no read: Invalid Opcode.
+    for (const auto& [opcode, error] : {std::pair<std::uint8_t, std::uint32_t>{0x02, 0x109}, {0x01, 1}}) {
+        Bytes command = BytesOf(head, 144);
+        command[80] = opcode;
+        command[80 + 40] = 0xC0;
+        command[80 + 42] = 127;
+        const auto refused = Ask(Io(), nvme, kIoctlStorageProtocolCommand, command, 144 + 512).As<StorageProtocolCommandHead>();
+        EXPECT_EQ(refused.returnStatus, kProtocolStatusError);
+        EXPECT_EQ(refused.errorCode, error);
+    }
 
     const DeviceHandle ata = Drive(1);
     AtaPassThroughDirect pass;
@@ -357,33 +307,6 @@ TEST_F(SimulatedMachineTest, AMachineRecordedFromLifeNeedsNoDescribedDisk)
         EXPECT_EQ(value.value, expected);
     }
     pdh.CloseQuery(query);
-}
-
-TEST_F(SimulatedMachineTest, LayoutsHoldTheTableAsWindowsReportsIt)
-{
-    Make(R"(disk { number: 0 kind: NVME size: 1073741824 gpt { disk_id: "{00112233-4455-6677-8899-AABBCCDDEEFF}"
-              partition { size: 1048577 type: "efi" id: "01020304-0506-0708-090a-0b0c0d0e0f10" name: "N" attributes: 1 }
-              partition { number: 9 size: 512 } } }
-            disk { number: 1 kind: NVME size: 1073741824 mbr { signature: 0x11223344 partition { size: 1048576 mbr_type: 0x83 active: true } } }
-            disk { number: 2 kind: NVME size: 1073741824 })");
-    const Answer gpt = Ask(Io(), Drive(0), kIoctlDiskGetDriveLayoutEx, {}, 4096);
-    ASSERT_EQ(gpt.bytes.size(), 0x30U + 2 * 0x90U);
-    EXPECT_EQ(Part(gpt.bytes, 8, 16),
-              (Bytes{0x33, 0x22, 0x11, 0, 0x55, 0x44, 0x77, 0x66, 0x88, 0x99, 0xAA, 0xBB, 0xCC, 0xDD, 0xEE, 0xFF}));
-    const auto first = gpt.As<PartitionInformationEx>(0x30);
-    EXPECT_EQ(std::pair(first.startingOffset, first.partitionLength), std::pair(std::int64_t{1048576}, std::int64_t{1048577}));
-    EXPECT_EQ(first.gpt.partitionType.data1, 0xC12A7328U);
-    EXPECT_EQ(first.gpt.partitionId.data4[7], 0x10);
-    EXPECT_EQ(first.gpt.name[0], u'N');
-    const auto second = gpt.As<PartitionInformationEx>(0x30 + 0x90);
-    EXPECT_EQ(std::pair(second.startingOffset, second.partitionNumber), std::pair(std::int64_t{3145728}, 9U))
-        << "at the next full MiB";
-
-    const Answer mbr = Ask(Io(), Drive(1), kIoctlDiskGetDriveLayoutEx, {}, 4096);
-    ASSERT_EQ(mbr.bytes.size(), 0x30U + 4 * 0x90U) << "four entries, empty ones too";
-    EXPECT_EQ(Part(mbr.bytes, 8, 4), (Bytes{0x44, 0x33, 0x22, 0x11}));
-    EXPECT_EQ(Part(mbr.bytes, 0x30 + 32, 8), (Bytes{0x83, 1, 1, 0, 0, 8, 0, 0})) << "type, active, recognised, hidden sectors";
-    EXPECT_EQ(Ask(Io(), Drive(2), kIoctlDiskGetDriveLayoutEx, {}, 4096).As<DriveLayoutHead>().partitionStyle, PartitionStyle::Raw);
 }
 
 TEST_F(SimulatedMachineTest, DisksComeAndGoWithTheClock)
@@ -504,59 +427,6 @@ TEST_F(SimulatedMachineTest, WmiRowsAreMadeFromDisksChangedAndRecorded)
     EXPECT_EQ(tests::Query(wmi, u"root\\own", u"SELECT * FROM Own").result, hresult::kAccessDenied);
 }
 
-TEST_F(SimulatedMachineTest, ArraysHaveTheBoundsTheyAreGivenAndFailWhereTheyShould)
-{
-    Make(R"(wmi_class { name: "A" row {
-      property { name: "Bytes" byte_array { content { hex: "0a0b" } lower_bound: 3 upper_bound: 9 element_error: 0x80004005 failing_index: 4 } }
-      property { name: "Texts" string_array { element { text: "x" } element { null: true } lower_bound: -1 } } } })");
-    Wmi& wmi = machine->WmiPort();
-    wmi.InitializeCom(0);
-    {
-        const ComString path(wmi, wmi.AllocateString(u"root\\cimv2"));
-        const ComString language(wmi, wmi.AllocateString(u"WQL"));
-        const ComString text(wmi, wmi.AllocateString(u"SELECT * FROM A"));
-        ComObject* object = nullptr;
-        ASSERT_EQ(wmi.CreateLocator(&object), hresult::kOk);
-        const ComReference locator(wmi, object);
-        ASSERT_EQ(wmi.ConnectServer(object, path.Get(), &object), hresult::kOk);
-        const ComReference services(wmi, object);
-        ASSERT_EQ(wmi.ExecQuery(object, language.Get(), text.Get(), 0x30, &object), hresult::kOk);
-        const ComReference rows(wmi, object);
-        std::uint32_t returned = 0;
-        ASSERT_EQ(wmi.Next(object, 0, &object, &returned), hresult::kOk);
-        const ComReference row(wmi, object);
-
-        ComVariant bytes(wmi);
-        ASSERT_EQ(wmi.Get(row.Get(), u"bytes", bytes.Put()), hresult::kOk);
-        std::int32_t bound = 0;
-        std::uint8_t byte = 0;
-        EXPECT_EQ(wmi.ArrayUpperBound(bytes.Get().AsArray(), 1, &bound), hresult::kOk);
-        EXPECT_EQ(bound, 9);
-        EXPECT_EQ(wmi.ArrayBounds(bytes.Get().AsArray()).lower, 3);
-        EXPECT_EQ(wmi.ArrayElement(bytes.Get().AsArray(), 3, &byte), hresult::kOk);
-        EXPECT_EQ(byte, 0x0A);
-        EXPECT_EQ(wmi.ArrayElement(bytes.Get().AsArray(), 4, &byte), hresult::kFail);
-        for (const std::int32_t outside : {0, 5, 9}) {
-            EXPECT_EQ(wmi.ArrayElement(bytes.Get().AsArray(), outside, &byte), hresult::kDispBadIndex);
-        }
-        EXPECT_EQ(wmi.ArrayUpperBound(reinterpret_cast<SafeArray*>(std::uintptr_t{5}), 1, &bound), hresult::kInvalidArgument)
-            << "a number that was taken for an array";
-
-        ComVariant texts(wmi);
-        ASSERT_EQ(wmi.Get(row.Get(), u"Texts", texts.Put()), hresult::kOk);
-        Bstr element = nullptr;
-        EXPECT_EQ(wmi.ArrayElement(texts.Get().AsArray(), -1, &element), hresult::kOk);
-        EXPECT_EQ(std::u16string(element), u"x");
-        const OpenCounts open = machine->OpenObjects();
-        EXPECT_EQ(std::tuple(open.interfaces, open.strings, open.variants, open.arrays, open.comInitialisations),
-                  std::tuple(4, 4, 2, 2, 1));
-        wmi.FreeString(element);
-        EXPECT_EQ(wmi.ArrayElement(texts.Get().AsArray(), 0, &element), hresult::kOk);
-        EXPECT_EQ(element, nullptr);
-    }
-    wmi.UninitializeCom();
-}
-
 TEST_F(SimulatedMachineTest, ApartmentsAreKeptByThread)
 {
     Make("");
@@ -648,50 +518,6 @@ TEST_F(SimulatedMachineTest, NarrowTextIsDecodedByTheCodePageOfTheFile)
         EXPECT_EQ(machine->TextPort().DefaultToWide("A\x80\xE9\xFF", 4, wide.data(), 4), 4);
         EXPECT_EQ(wide, expected.expected) << expected.codePage;
     }
-}
-
-TEST_F(SimulatedMachineTest, FirmwareTablesAreMadeOrRecorded)
-{
-    Make(
-        R"(smbios { version: "2.8" oem_strings { text: "A" text: "B" } structure { type: 200 formatted { hex: "01" } length: 3 } table_length: 77 }
-            firmware_table { provider: "ACPI" table: 7 content { hex: "010203" } } firmware_table { provider: "FIRM" error: 5 })");
-    Firmware& firmware = machine->FirmwarePort();
-    Bytes table(firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, nullptr, 0));
-    EXPECT_EQ(firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, table.data(), static_cast<std::uint32_t>(table.size())),
-              table.size());
-    EXPECT_EQ(Part(table, 0, 8), (Bytes{0, 2, 8, 0, 77, 0, 0, 0}));
-    const Bytes tail{11, 5, 2, 0, 2, 'A', 0, 'B', 0, 0, 200, 3, 3, 0, 1, 0, 0, 127, 4, 4, 0, 0, 0};
-    EXPECT_EQ(Part(table, table.size() - tail.size(), tail.size()), tail);
-    EXPECT_EQ(firmware.SystemFirmwareTable(0x41435049, 7, nullptr, 0), 3U);
-    EXPECT_EQ(firmware.SystemFirmwareTable(0x41435049, 8, nullptr, 0), 0U);
-    EXPECT_EQ(firmware.SystemFirmwareTable(0x4649524D, 0, nullptr, 0), 0U);
-    EXPECT_EQ(firmware.LastError(), win32::kAccessDenied);
-}
-
-TEST_F(SimulatedMachineTest, SeveralThreadsMayUseItAtOnce)
-{
-    Make(
-        R"(disk { number: 0 kind: NVME size: 1048576 exchange { nvme_log_page: 2 uses: 50 error: 170 } } disk { number: 1 kind: SATA_SSD size: 512 })");
-    machine->KeepJournal(true);
-    std::atomic<int> busy{0};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 25; ++round) {
-                busy += Protocol(Drive(0), kNvmeDataTypeLogPage, 2).error == win32::kBusy ? 1 : 0;
-                EXPECT_EQ(Ata(Drive(1), 0xEC).error, 0U);
-                EXPECT_EQ(
-                    tests::Query(machine->WmiPort(), u"root\\cimv2", u"SELECT * FROM Win32_DiskDrive", {u"Model"}).rows.size(), 2U);
-                EXPECT_EQ(tests::WalkDisks(machine->SetupPort()).size(), 2U);
-                machine->TimePort().Sleep(1);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(busy, 50) << "each use counted once";
-    EXPECT_EQ(machine->TimePort().UtcNow().time_since_epoch() % std::chrono::seconds(1), std::chrono::milliseconds(100));
 }
 
 }  // namespace

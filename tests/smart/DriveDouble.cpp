@@ -2,10 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 
+#include "HexFile.h"
 #include "platform/Requests.h"
 
 namespace orbis::tests {
@@ -121,18 +120,12 @@ bool DriveDouble::DeviceControl(const DeviceHandle& /*device*/, std::uint32_t co
 
 Sector ReadSector(const std::string& file)
 {
-    std::ifstream lines("testdata/" + file);
+    const std::vector<std::uint8_t> bytes = ReadHex(file);
     Sector sector{};
-    std::size_t at = 0;
-    for (std::string line; std::getline(lines, line);) {
-        std::istringstream bytes(line.starts_with('#') ? "" : line.substr(std::min(line.size(), line.find(':') + 1)));
-        for (unsigned byte = 0; bytes >> std::hex >> byte;) {
-            sector.at(at++) = static_cast<std::uint8_t>(byte);
-        }
-    }
-    if (at != sector.size()) {
+    if (bytes.size() != sector.size()) {
         throw std::runtime_error(file + ": not 512 bytes");
     }
+    std::ranges::copy(bytes, sector.begin());
     return sector;
 }
 

@@ -88,7 +88,7 @@ private:
     Port m_Port;
 };
 
-// The bytes of a file of testdata/: lines of "offset: bytes" in hexadecimal, comments after "#".
+// The bytes of a file of tests/data.
 [[nodiscard]] Sector ReadSector(const std::string& file);
 
 // A page with bytes at offsets.

@@ -75,7 +75,4 @@ void PutChecksum(Bytes& page, std::size_t start, std::size_t length);
 // The ICustomizedControllerData that a vendor object is, by run-time cast; null when it is none.
 void* CustomizedViewOf(void* vendorSpecificInfo);
 
-// The bytes of a hex file in the test data, filled up with zeros to `size`.
-Bytes ReadHex(const std::string& file, std::size_t size);
-
 }  // namespace orbis::tests

@@ -2,9 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <fstream>
 #include <numeric>
-#include <sstream>
 #include <string_view>
 
 #include "platform/Errors.h"
@@ -207,22 +205,6 @@ void* CustomizedViewOf(void* vendorSpecificInfo)
 {
     using namespace veyra::sondix::nvme;
     return dynamic_cast<ICustomizedControllerData*>(static_cast<IIdentifyControllerData::IVendorSpecificInfo*>(vendorSpecificInfo));
-}
-
-Bytes ReadHex(const std::string& file, std::size_t size)
-{
-    Bytes bytes;
-    std::ifstream lines("testdata/" + file);
-    for (std::string line; std::getline(lines, line);) {
-        if (!line.starts_with('#')) {
-            std::istringstream row(line.substr(line.find(':') + 1));
-            for (std::uint32_t byte = 0; row >> std::hex >> byte;) {
-                bytes.push_back(static_cast<std::uint8_t>(byte));
-            }
-        }
-    }
-    bytes.resize(bytes.empty() ? 0 : size);
-    return bytes;
 }
 
 }  // namespace orbis::tests
