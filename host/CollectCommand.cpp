@@ -10,6 +10,7 @@
 #include "AccessWatch.h"
 #include "Commands.h"
 #include "HostBorder/PluginHost.h"
+#include "InventoryWatch.h"
 #include "PluginFile.h"
 #include "Table.h"
 #include "Terminal.h"
@@ -52,14 +53,16 @@ public:
             m_Simulated = simulated::LoadMachineFile(std::string(name.begin(), name.end()));
             platform::Platform::Replace(m_Simulated.get());
         }
-        m_Watch = std::make_unique<AccessWatch>(platform::Platform::Current());
-        platform::Platform::Replace(m_Watch.get());
+        m_Access = std::make_unique<AccessWatch>(platform::Platform::Current());
+        m_Inventory = std::make_unique<InventoryWatch>(*m_Access);
+        platform::Platform::Replace(m_Inventory.get());
     }
     MachineInForce(const MachineInForce&) = delete;
     MachineInForce& operator=(const MachineInForce&) = delete;
     ~MachineInForce() { platform::Platform::Replace(nullptr); }
 
-    [[nodiscard]] AccessWatch& Watch() { return *m_Watch; }
+    [[nodiscard]] AccessWatch& Access() { return *m_Access; }
+    [[nodiscard]] InventoryWatch& Inventory() { return *m_Inventory; }
 
     // Waits between two passes; on a simulated machine its own time passes as well. Ends early when interrupted.
     void Wait(double seconds)
@@ -92,7 +95,8 @@ private:
     }
 
     std::unique_ptr<simulated::Machine> m_Simulated;
-    std::unique_ptr<AccessWatch> m_Watch;
+    std::unique_ptr<AccessWatch> m_Access;
+    std::unique_ptr<InventoryWatch> m_Inventory;
 };
 
 // The operations that were asked for, in the order of the plug-in; throws std::invalid_argument for a name that it does not have.
@@ -171,9 +175,13 @@ std::string RenderLive(const std::vector<Pass>& passes, LiveView& live, std::siz
     return out;
 }
 
-void TellDenied(AccessWatch& watch)
+// What a user would miss without being told why.
+void TellWhatIsMissing(MachineInForce& machine)
 {
-    const auto denied = watch.TakeDenied();
+    for (const std::string& finding : machine.Inventory().TakeFindings()) {
+        std::fprintf(stderr, "orbis-host: %s\n", Printable(finding).c_str());
+    }
+    const auto denied = machine.Access().TakeDenied();
     if (denied.empty()) {
         return;
     }
@@ -236,7 +244,7 @@ int Collect(const CollectOptions& options)
             } else {
                 Write(Render(passes, options.format, width));
             }
-            TellDenied(machine.Watch());
+            TellWhatIsMissing(machine);
             if (!isWatch || pass == options.count) {
                 break;
             }

@@ -27,6 +27,11 @@ try(0 "SmartNvmeInfo: 1 disk.*NvmeIdentifyControllerData: 1 disk" "debug +StrgCo
     collect NvmeIdentifyControllerData SmartNvmeInfo --machine laptop-arm64.txtpb --log-level debug)
 # Two passes of a watch with one plug-in object.
 try(0 "2024-05-17T.*Z\n.*Busy so far.*2024-05-17T.*Z\n" "" collect PhysicalDiskDynamicInfo --machine laptop-arm64.txtpb --watch 0.1 --count 2)
+# What the collectors leave out without a word, the host tells with the reason.
+file(WRITE ${WORK}/unnamed.txtpb "wmi_class { name: \"Win32_DiskDrive\" row { property { name: \"Index\" i4: 3 } property { name: \"SCSIPort\" i4: 0 } "
+                                 "property { name: \"Model\" i4: 1 } } row {} }\n")
+try(0 "PhysicalDiskStaticInfo: 0 disks\n" "a drive has no id: .*no Index \\(0x80041002\\)\n.*drive 3 has no id: the Model .* no text\n.*list of disk devices is empty\n"
+    collect PhysicalDiskStaticInfo --machine ${WORK}/unnamed.txtpb)
 # A collection that fails does not take the others with it.
 try(1 "PhysicalDiskStaticInfo: 1 disk\n.*no data" "collecting NvmeIdentifyControllerData failed: .*cannot find data with specific ID: Disk_none"
     collect all --machine laptop-arm64.txtpb --item Disk_none --log-level off)
