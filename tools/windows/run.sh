@@ -24,10 +24,12 @@ export WINEPREFIX="$cache/machine-$architecture-$version" WINEDEBUG="${WINEDEBUG
 export WINEDLLOVERRIDES="mscoree,mshtml=d;winemenubuilder.exe,explorer.exe=d"
 unset DISPLAY WAYLAND_DISPLAY WINELOADER WINESERVER
 
-# Debian's Wine, and ours of the same source, names the folder of its servers in the prefix.
+# Debian's Wine, and ours of the same source, names the folder of its servers in the prefix. A server that runs holds the lock in its
+# folder; the socket beside it outlives a server that was killed.
 running() {
     [ -f "$WINEPREFIX/wineserver" ] || return 1
-    [ -S "/tmp/$(cat "$WINEPREFIX/wineserver")/server-$(stat -c %D "$WINEPREFIX")-$(printf %x "$(stat -c %i "$WINEPREFIX")")/socket" ]
+    lock="/tmp/$(cat "$WINEPREFIX/wineserver")/server-$(stat -c %D "$WINEPREFIX")-$(printf %x "$(stat -c %i "$WINEPREFIX")")/lock"
+    [ -f "$lock" ] && grep -q ":$(stat -c %i "$lock") " /proc/locks
 }
 start() {
     mkdir -p "$cache/locks"
