@@ -12,6 +12,10 @@ else()
     # Control Flow Guard, and libc++'s cheap checks of bounds and of empty containers, in what is shipped as well.
     add_compile_options(-mguard=cf)
     add_compile_definitions($<$<COMPILE_LANGUAGE:CXX>:_LIBCPP_HARDENING_MODE=_LIBCPP_HARDENING_MODE_FAST>)
+    # Iterators of arrays and string views are classes, as the Microsoft library has them: code that takes them for pointers does not
+    # compile here either.
+    add_compile_definitions($<$<COMPILE_LANGUAGE:CXX>:_LIBCPP_ABI_USE_WRAP_ITER_IN_STD_ARRAY>
+                            $<$<COMPILE_LANGUAGE:CXX>:_LIBCPP_ABI_USE_WRAP_ITER_IN_STD_STRING_VIEW>)
     # ASLR with high entropy and no executable data are lld's defaults, written out because they are relied on. Only what is marked
     # leaves a DLL. No time of linking in the file, so that the same sources give the same bytes.
     add_link_options(-mguard=cf LINKER:--dynamicbase LINKER:--high-entropy-va LINKER:--nxcompat LINKER:-u,_load_config_used

@@ -30,7 +30,7 @@ constexpr std::array<std::pair<std::string_view, std::int32_t>, 7> kKinds{{
 
 std::int32_t KindOf(std::string_view typeName) noexcept
 {
-    const auto* kind = std::ranges::find(kKinds, typeName, &std::pair<std::string_view, std::int32_t>::first);
+    const auto kind = std::ranges::find(kKinds, typeName, &std::pair<std::string_view, std::int32_t>::first);
     return kind != kKinds.end() ? kind->second : ORBIS_FAILURE_OTHER;
 }
 

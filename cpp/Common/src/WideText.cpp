@@ -48,7 +48,7 @@ int DigitOf(char16_t c) noexcept
     if (isDigitOf(kFullWidthZero)) {
         return c - kFullWidthZero;
     }
-    const auto* zero = std::ranges::find_if(kZeros, isDigitOf);
+    const auto zero = std::ranges::find_if(kZeros, isDigitOf);
     return zero != kZeros.end() ? c - *zero : -1;
 }
 

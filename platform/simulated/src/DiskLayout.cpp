@@ -97,13 +97,13 @@ void ShareActivity(DiskModel& disk)
 std::optional<platform::Guid> PartitionType(const std::string& text)
 {
     const std::string name = text.empty() ? "basic" : text;
-    const auto* found = std::find_if(kTypes.begin(), kTypes.end(), [&](const NamedType& type) { return name == type.name; });
+    const auto found = std::find_if(kTypes.begin(), kTypes.end(), [&](const NamedType& type) { return name == type.name; });
     return found != kTypes.end() ? std::optional(found->guid) : ParseGuid(name);
 }
 
 const char* PartitionTypeName(const platform::Guid& type)
 {
-    const auto* found = std::find_if(kTypes.begin(), kTypes.end(), [&](const NamedType& named) { return named.guid == type; });
+    const auto found = std::find_if(kTypes.begin(), kTypes.end(), [&](const NamedType& named) { return named.guid == type; });
     return found != kTypes.end() ? found->name : "other";
 }
 

@@ -116,7 +116,7 @@ void BuildPages(DiskModel& disk)
 
 const KindTraits& TraitsOf(description::DiskKind kind)
 {
-    const auto* found = std::find_if(kKinds.begin(), kKinds.end(), [&](const KindTraits& traits) { return traits.kind == kind; });
+    const auto found = std::find_if(kKinds.begin(), kKinds.end(), [&](const KindTraits& traits) { return traits.kind == kind; });
     return found != kKinds.end() ? *found : kKinds.front();
 }
 

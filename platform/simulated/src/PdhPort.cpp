@@ -259,9 +259,9 @@ private:
         if (ToLower(path->object) != kPhysicalDisk) {
             return object != nullptr ? pdh::kNoCounter : pdh::kNoObject;
         }
-        const auto* kind =
+        const auto kind =
             std::find_if(kKinds.begin(), kKinds.end(), [&](const CounterKind& candidate) { return name == candidate.name; });
-        counter.kind = kind != kKinds.end() ? kind : nullptr;
+        counter.kind = kind != kKinds.end() ? &*kind : nullptr;
         return counter.kind != nullptr ? pdh::kOk : pdh::kNoCounter;
     }
 

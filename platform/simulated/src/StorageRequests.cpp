@@ -154,7 +154,7 @@ constexpr std::array<Handler, 9> kHandlers{{
 
 Reply AnswerRequest(const Target& target, const Request& request)
 {
-    const auto* handler =
+    const auto handler =
         std::find_if(kHandlers.begin(), kHandlers.end(), [&](const Handler& known) { return known.code == request.code; });
     if (handler == kHandlers.end()) {
         return Reply::Error(win32::kInvalidFunction);

@@ -43,9 +43,9 @@ constexpr std::array<SingleByteCodePage, 4> kCodePages{{{437, Oem437}, {1252, Wi
 
 const SingleByteCodePage* FindCodePage(std::uint32_t number)
 {
-    const auto* found =
+    const auto found =
         std::find_if(kCodePages.begin(), kCodePages.end(), [&](const SingleByteCodePage& page) { return page.number == number; });
-    return found != kCodePages.end() ? found : nullptr;
+    return found != kCodePages.end() ? &*found : nullptr;
 }
 
 // Both conversions share this: the size for no buffer, 0 for one that is too small.

@@ -371,7 +371,7 @@ const PropertyValue* WmiRow::Find(const std::u16string& lowerCaseName) const
 std::optional<WmiRows> FindRows(const MachineState& machine, const std::string& wmiNamespace, const std::string& className)
 {
     const std::string lowerClass = ToLower(className);
-    const auto* builder = std::find_if(kClasses.begin(), kClasses.end(), [&](const ClassBuilder& candidate) {
+    const auto builder = std::find_if(kClasses.begin(), kClasses.end(), [&](const ClassBuilder& candidate) {
         return ToLower(wmiNamespace) == candidate.wmiNamespace && lowerClass == candidate.name;
     });
     const description::WmiClass* fileClass = FindFileClass(machine, wmiNamespace, className);
