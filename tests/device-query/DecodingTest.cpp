@@ -66,26 +66,6 @@ TEST_F(DecodingTest, HealthLogOfARealDrive)
     EXPECT_EQ(health->HostWriteCommands().Str(), "");
 }
 
-TEST_F(DecodingTest, VendorAreaInTheMakersLayoutIsCustomizedControllerData)
-{
-    m_Drive.identify = MakersIdentify();
-    const auto vendor = Owned(Owned(SXNvmNewIdentifyControllerData(0))->VendorSpecific());
-    const auto* customized = dynamic_cast<const ICustomizedControllerData*>(vendor.get());
-    ASSERT_NE(customized, nullptr);
-    EXPECT_EQ(customized->EPPID().Str(), "PART-0123456789-ABCDEFGHIJ      ");
-    EXPECT_EQ(customized->FormFactor(), NominalFormFactor::M2);
-    EXPECT_FALSE(customized->SupportsSystemCrashProtection());
-    EXPECT_TRUE(customized->SupportsHostMetadataLog());
-    EXPECT_EQ(customized->Guid().Str(), "GUID of 16 bytes");
-    EXPECT_EQ(customized->ComponentId().Str(), "COMP-7  ");
-    const auto category = Owned(customized->DeviceCategory());
-    ASSERT_NE(category, nullptr);
-    EXPECT_EQ(category->Class0(), 0x1001);
-    EXPECT_EQ(category->Class1(), 0x2002);
-    EXPECT_EQ(category->Class2(), 0x3003);
-    EXPECT_EQ(category->Class11(), 0xB00B);
-}
-
 // Every single bit of the layout is under the signature, the version, the length or the checksum.
 TEST_F(DecodingTest, OneWrongBitIsAnotherLayout)
 {

@@ -66,48 +66,29 @@ protected:
     std::shared_ptr<orbis::fakes::RecordingLog> m_Log = std::make_shared<orbis::fakes::RecordingLog>();
 };
 
-TEST_F(NvmeRetrieverTest, IdentifySaysWhatItDoes)
+// All lines of ordinary drives are in WorkstationTest.cpp.
+TEST_F(NvmeRetrieverTest, RawBytesAreTracedAsUtf8WithTheirZeros)
 {
     m_Library.drives[0].bytes = {{"IIdentifyControllerData::FGUID", "\x01\0\xFF"s}, {"IIdentifyControllerData::UNVMCAP", "A"}};
-    m_Library.drives[2].busType = StorageBusType::BusTypeSata;
     m_Library.drives[3].nulls = {"SXNvmNewIdentifyControllerData"};
     EXPECT_THAT(Identify(ItemId::All()), ElementsAre("Disk_NVME\\0"));
     const auto zeros = [](std::size_t count) { return std::string(count, '\0'); };
-    EXPECT_THAT(
-        m_Log->lines,
-        ElementsAre(
-            IdentifyRetriever("Debug", "datatypeId: 'NvmeIdentifyControllerData', itemId: '*'"),
-            IdentifyGetter("Fetching IdentifyControllerData for PhysicalDrive0"), IdentifyGetter("Disk_NVME\\0 collected."),
-            IdentifyGetter("Fetching IdentifyControllerData for PhysicalDrive1"),
-            IdentifyGetter("Skipping PhysicalDrive1 because it doesn't exist"),
-            IdentifyGetter("Fetching IdentifyControllerData for PhysicalDrive2"),
-            IdentifyGetter("Skipping 11 because its bustype is 11"),
-            IdentifyGetter("Fetching IdentifyControllerData for PhysicalDrive3"),
-            IdentifyGetter("!controllerData is true, skip this one."),
-            // Raw bytes as UTF-8, zeros too; what is none becomes U+FFFD.
-            IdentifyRetriever("Trace", "Disk_NVME\\0 ByteStringObjects: FruGloballyUniqueIdentifier: 0x\x01" + zeros(1) + "\uFFFD" +
-                                           zeros(13) + ", TotalNvmCapacity: 0x, UnallocatedNvmCapacity: 0xA" + zeros(15)),
-            IdentifyRetriever("Debug", "get all data for NvmeIdentifyControllerDataRetriever"),
-            LogLine{"Trace", "Got total info for NvmeIdentifyControllerDataRetriever: {0}", "", ""}));
+    EXPECT_THAT(m_Log->lines,
+                ::testing::IsSupersetOf(
+                    {IdentifyGetter("!controllerData is true, skip this one."),
+                     IdentifyRetriever("Trace", "Disk_NVME\\0 ByteStringObjects: FruGloballyUniqueIdentifier: 0x\x01" + zeros(1) +
+                                                    "\uFFFD" + zeros(13) + ", TotalNvmCapacity: 0x, UnallocatedNvmCapacity: 0xA" +
+                                                    zeros(15))}));
     EXPECT_EQ(m_Log->sourceLines.back(), 1) << "the count stands where the line belongs";
 }
 
-TEST_F(NvmeRetrieverTest, HealthSaysWhatItDoes)
+TEST_F(NvmeRetrieverTest, HealthAnswersForADriveThatHasNeitherLog)
 {
     m_Library.drives[0].busType = StorageBusType::BusTypeRAID;
     m_Library.drives[1].busType = StorageBusType::BusTypeUsb;
     m_Library.drives[2].nulls = {"SXNvmNewHealthInfo", "SXNvmNewCustomizedHealthInfo"};
-    EXPECT_THAT(Health(ItemId::All()), ElementsAre("Disk_NVME\\0", "Disk_NVME\\2")) << "also one that answers neither log";
-    EXPECT_THAT(
-        m_Log->lines,
-        ElementsAre(HealthGetter("Fetching NvmeHealthInfo for PhysicalDrive0"),
-                    HealthGetter("Fetching HealthInfo for PhysicalDrive0"),
-                    HealthGetter("Fetching CuctomizedHealthInfo for PhysicalDrive0"), HealthGetter("Disk_NVME\\0 collected."),
-                    HealthGetter("Fetching NvmeHealthInfo for PhysicalDrive1"), HealthGetter("Skipping 7 because its bustype is 7"),
-                    HealthGetter("Fetching NvmeHealthInfo for PhysicalDrive2"), HealthGetter("Disk_NVME\\2 collected."),
-                    HealthRetriever("Trace", "Got total info for SmartNvmeInfoCollector: 2")));
-
     const auto list = SmartNvmeInfoRetriever(m_Log).CollectData(ItemId::All());
+    ASSERT_EQ(list->size(), 2U);
     EXPECT_TRUE(list->at(0).Value()->has_health_info() && list->at(0).Value()->has_customized_health_info());
     EXPECT_FALSE(list->at(1).Value()->has_health_info() || list->at(1).Value()->has_customized_health_info());
 }
@@ -145,32 +126,6 @@ TEST_F(NvmeRetrieverTest, WithoutDrivesAnswersAnEmptyListWhateverIsAsked)
         EXPECT_THAT(m_Log->lines, ElementsAre(HealthRetriever("Debug", "No SMART NVMe data has been reached out")));
     }
     EXPECT_THAT(m_Library.calls, ::testing::Each("SXGetPhysicalDrives"));
-}
-
-// A native failure anywhere in the pass gives an empty list and drops what was built; a host exception leaves.
-TEST_F(NvmeRetrieverTest, FailuresEndThePass)
-{
-    m_Library.drives[0];
-    m_Library.drives[2].numbers["IIdentifyControllerData::NPSS"] = 1;
-    const auto native = [] { throw std::runtime_error("out of \xFF {0}"); };
-    for (const auto* call :
-         {"SXGetPhysicalDrives", "SXQueryStorageBusType", "SXNvmNewIdentifyControllerData", "IIdentifyControllerData::PSD(1)",
-          "IPowerStateDesc(1)::MaxPower", "ICustomizedControllerData::Guid"}) {
-        m_Library.ThrowAt(call, native);
-        EXPECT_THAT(Identify(ItemId::All()), IsEmpty()) << call;
-        EXPECT_EQ(m_Log->lines.back(),
-                  IdentifyRetriever("Error", "Exception from GetIdentifyControllerData() : out of \uFFFD {0}"));
-        m_Library.ThrowAt(call, [] {});
-    }
-    for (const auto* call :
-         {"SXGetPhysicalDrives", "SXNvmNewHealthInfo", "SXNvmNewCustomizedHealthInfo", "ICriticalWarning::MediaReadOnly"}) {
-        m_Library.ThrowAt(call, native);
-        EXPECT_THAT(Health(ItemId::All()), IsEmpty()) << call;
-        EXPECT_EQ(m_Log->lines.back(), HealthRetriever("Error", "Exception from GetNvmeHealthData() : out of \uFFFD {0}"));
-        m_Library.ThrowAt(call, [] {});
-    }
-    m_Library.ThrowAt("IVersion::Major", [] { throw Sdk::Exceptions::NotSupportedException("x"); });
-    EXPECT_THROW(Identify(ItemId::All()), Sdk::Exceptions::NotSupportedException);
 }
 
 TEST_F(NvmeRetrieverTest, TwoDrivesWithoutInventoryRecordCollide)

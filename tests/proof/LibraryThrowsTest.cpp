@@ -29,7 +29,7 @@ struct Throw {
 
 // A native failure gives an empty list; the host's own exceptions, and what is none, leave through the wrapper.
 const std::vector<Throw> kThrows{
-    {[] { throw std::runtime_error("{0} n"); }, "no items; +Error Exception from {}() : {0} n; -"},
+    {[] { throw std::runtime_error("{0} \xFF"); }, "no items; +Error Exception from {}() : {0} \uFFFD; -"},
     {[] { throw std::bad_alloc(); }, "no items; +Error Exception from {}() : std::bad_alloc; -"},
     {[] { throw ZelException("z"); }, "left by Veyra.Orbis.Sdk.Exceptions.ZelException: z; +Error ZEL Exception : z; -"},
     {[] { throw NotSupportedException("s"); },
