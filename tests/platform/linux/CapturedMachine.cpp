@@ -132,19 +132,11 @@ platform::Roots CapturedTree::Roots() const
 std::string ScsiDiskLines(const std::string& name, const std::string& position, const std::string& model, const std::string& serial,
                           std::uint64_t bytes)
 {
-    const std::string device = "devices/" + position;
-    const std::string page = serial.empty() ? std::string() : fmt::format("\\x00\\x80\\x00\\x{:02x}{}", serial.size(), serial);
+    const std::string page = serial.empty() ? "" : fmt::format(" | vpd_pg80 = \\x00\\x80\\x00\\x{:02x}{}", serial.size(), serial);
     return fmt::format(
-        "sys/block/{0} -> ../{1}/block/{0}\n"
-        "sys/class/block/{0} -> ../../{1}/block/{0}\n"
-        "sys/{1}/block/{0}/device -> ../..\n"
-        "sys/{1}/block/{0}/size = {2}\n"
-        "sys/{1}/subsystem -> ../../bus/scsi\n"
-        "sys/{1}/type = 0\n"
-        "sys/{1}/vendor = ACME\n"
-        "sys/{1}/model = {3}\n"
-        "{4}",
-        name, device, bytes / 512, model, page.empty() ? "" : fmt::format("sys/{}/vpd_pg80 = {}\n", device, page));
+        "sys/devices/{1} | subsystem -> ../../bus/scsi | type = 0 | vendor = ACME | model = {3}{4}\n"
+        "sys/devices/{1}/block/{0} | <- sys/block/{0} | <- sys/class/block/{0} | device -> ../.. | size = {2}\n",
+        name, position, bytes / 512, model, page);
 }
 
 platform::KernelCalls PlayedDrives::Calls()

@@ -24,9 +24,7 @@ protected:
     LinuxCounters()
     {
         tree.Add(
-            "sys/class/block/sda1 -> ../../devices/pci0/ata1/host0/0:0:0:0/block/sda/sda1\n"
-            "sys/devices/pci0/ata1/host0/0:0:0:0/block/sda/sda1/partition = 1\n"
-            "sys/dev/block/8:1 -> ../../devices/pci0/ata1/host0/0:0:0:0/block/sda/sda1\n"
+            "sys/devices/pci0/ata1/host0/0:0:0:0/block/sda/sda1 | <- sys/class/block/sda1 | <- sys/dev/block/8:1 | partition = 1\n"
             "proc/self/mountinfo = 1 0 8:1 / / rw - ext4 /dev/sda1 rw\\x0a\n");
         SetStats({100, 0, 2000, 500, 50, 0, 1000, 300, 1, 600}, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
         EXPECT_EQ(pdh.OpenQuery(nullptr, 0, &query), pdh::kOk);

@@ -190,27 +190,4 @@ TEST(LinuxInventory, OddTextsGiveSoundIds)
     EXPECT_NE(Drives(machine)[0].model.find("\xEF\xBF\xBD"), std::string::npos);
 }
 
-// True of every Linux machine: what the kernel lists as whole disks with a device is what all sources agree on.
-TEST(LinuxInventory, ThisMachinesDisksHaveTheKernelsSizes)
-{
-    Platform& machine = Platform::System();
-    const WmiResult drives = Query(machine.WmiPort(), u"root\\cimv2", u"SELECT * FROM Win32_DiskDrive", {u"Index", u"Size"});
-    const std::vector<WalkedDisk> walk = WalkDisks(machine.SetupPort());
-    ASSERT_EQ(drives.rows.size(), walk.size());
-    for (const auto& row : drives.rows) {
-        const DeviceHandle device = OpenDevice(machine.DeviceIoPort(), DrivePath(row[0].Number()));
-        ASSERT_TRUE(device.IsValid());
-        const Answer answer = Ask(machine.DeviceIoPort(), device, kIoctlDiskGetDriveGeometry, {}, 24);
-        const std::uint64_t bytes = std::stoull(Narrow(row[1]));
-        if (bytes == 0) {
-            EXPECT_EQ(answer.error, win32::kNotReady);
-            continue;
-        }
-        const auto geometry = answer.As<DiskGeometry>();
-        const std::uint64_t cylinder =
-            std::uint64_t{geometry.tracksPerCylinder} * geometry.sectorsPerTrack * geometry.bytesPerSector;
-        EXPECT_EQ(static_cast<std::uint64_t>(geometry.cylinders), bytes / cylinder);
-    }
-}
-
 }  // namespace orbis::tests

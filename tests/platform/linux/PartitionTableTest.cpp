@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include <fmt/format.h>
+
 #include "CapturedMachine.h"
 #include "PortHelpers.h"
 
@@ -101,11 +103,10 @@ CapturedTree Disk(const std::string& image, const std::string& more)
 
 std::string PartitionLines(int number, std::uint64_t start, std::uint64_t sectors, const std::string& uevent = {})
 {
-    const std::string name = "sda" + std::to_string(number);
-    const std::string folder = "devices/pci0/ata1/host0/0:0:0:0/block/sda/" + name;
-    return "sys/class/block/" + name + " -> ../../" + folder + "\nsys/" + folder + "/partition = " + std::to_string(number) +
-           "\nsys/" + folder + "/start = " + std::to_string(start) + "\nsys/" + folder + "/size = " + std::to_string(sectors) +
-           "\nsys/" + folder + "/uevent = " + uevent + "\n";
+    return fmt::format(
+        "sys/devices/pci0/ata1/host0/0:0:0:0/block/sda/sda{0} | <- sys/class/block/sda{0} | partition = {0} | start = {1} | "
+        "size = {2} | uevent = {3}\n",
+        number, start, sectors, uevent);
 }
 
 struct Layout {

@@ -17,38 +17,20 @@ using namespace platform;
 // A laptop: EFI system partition, an encrypted root with a swap file, /var on a second disk, a stick, a snap on a loop device, and
 // logical volumes over two partitions.
 constexpr const char* kLaptop = R"(
-sys/block/nvme0n1 -> ../devices/pci0/nvme/nvme0/nvme0n1
-sys/class/block/nvme0n1 -> ../../devices/pci0/nvme/nvme0/nvme0n1
-sys/devices/pci0/nvme/nvme0/nvme0n1/device -> ..
-sys/devices/pci0/nvme/nvme0/nvme0n1/size = 2097152
-sys/devices/pci0/nvme/nvme0/subsystem -> ../../../../class/nvme
-sys/devices/pci0/nvme/nvme0/transport = pcie
-sys/devices/pci0/nvme/nvme0/model = Laptop SSD
-sys/devices/pci0/nvme/nvme0/serial = L1
-sys/class/block/nvme0n1p1 -> ../../devices/pci0/nvme/nvme0/nvme0n1/nvme0n1p1
-sys/devices/pci0/nvme/nvme0/nvme0n1/nvme0n1p1/partition = 1
-sys/devices/pci0/nvme/nvme0/nvme0n1/nvme0n1p1/start = 2048
-sys/devices/pci0/nvme/nvme0/nvme0n1/nvme0n1p1/size = 204800
-sys/dev/block/259:1 -> ../../devices/pci0/nvme/nvme0/nvme0n1/nvme0n1p1
-sys/class/block/nvme0n1p2 -> ../../devices/pci0/nvme/nvme0/nvme0n1/nvme0n1p2
-sys/devices/pci0/nvme/nvme0/nvme0n1/nvme0n1p2/partition = 2
-sys/class/block/dm-0 -> ../../devices/virtual/block/dm-0
-sys/devices/virtual/block/dm-0/slaves/nvme0n1p2 -> ../../../../pci0/nvme/nvme0/nvme0n1/nvme0n1p2
-sys/devices/virtual/block/dm-0/stat = 10 0 4096 5 20 0 2048 7 0 9
-sys/dev/block/254:0 -> ../../devices/virtual/block/dm-0
-sys/class/block/sda1 -> ../../devices/pci0/ata1/host0/0:0:0:0/block/sda/sda1
-sys/devices/pci0/ata1/host0/0:0:0:0/block/sda/sda1/partition = 1
-sys/dev/block/8:1 -> ../../devices/pci0/ata1/host0/0:0:0:0/block/sda/sda1
-sys/class/block/sda2 -> ../../devices/pci0/ata1/host0/0:0:0:0/block/sda/sda2
-sys/devices/pci0/ata1/host0/0:0:0:0/block/sda/sda2/partition = 2
-sys/class/block/dm-1 -> ../../devices/virtual/block/dm-1
-sys/devices/virtual/block/dm-1/slaves/nvme0n1p2 -> ../../../../pci0/nvme/nvme0/nvme0n1/nvme0n1p2
-sys/devices/virtual/block/dm-1/slaves/sda2 -> ../../../../pci0/ata1/host0/0:0:0:0/block/sda/sda2
-sys/dev/block/254:1 -> ../../devices/virtual/block/dm-1
-sys/class/block/loop0 -> ../../devices/virtual/block/loop0
-sys/devices/virtual/block/loop0/size = 8
-sys/dev/block/7:0 -> ../../devices/virtual/block/loop0
-sys/dev/block/8:16 -> ../../devices/pci0/usb1/1-1/host9/9:0:0:0/block/sdb
+sys/devices/pci0/nvme/nvme0 | subsystem -> ../../../../class/nvme | transport = pcie | model = Laptop SSD | serial = L1
+sys/devices/pci0/nvme/nvme0/nvme0n1 | <- sys/block/nvme0n1 | <- sys/class/block/nvme0n1 | device -> .. | size = 2097152
+sys/devices/pci0/nvme/nvme0/nvme0n1/nvme0n1p1 | <- sys/class/block/nvme0n1p1 | <- sys/dev/block/259:1 | partition = 1
+sys/devices/pci0/nvme/nvme0/nvme0n1/nvme0n1p1 | start = 2048 | size = 204800
+sys/devices/pci0/nvme/nvme0/nvme0n1/nvme0n1p2 | <- sys/class/block/nvme0n1p2 | partition = 2
+sys/devices/pci0/nvme/nvme0/nvme0n1/nvme0n1p2 | <- sys/devices/virtual/block/dm-0/slaves/nvme0n1p2
+sys/devices/pci0/nvme/nvme0/nvme0n1/nvme0n1p2 | <- sys/devices/virtual/block/dm-1/slaves/nvme0n1p2
+sys/devices/virtual/block/dm-0 | <- sys/class/block/dm-0 | <- sys/dev/block/254:0 | stat = 10 0 4096 5 20 0 2048 7 0 9
+sys/devices/pci0/ata1/host0/0:0:0:0/block/sda/sda1 | <- sys/class/block/sda1 | <- sys/dev/block/8:1 | partition = 1
+sys/devices/pci0/ata1/host0/0:0:0:0/block/sda/sda2 | <- sys/class/block/sda2 | partition = 2
+sys/devices/pci0/ata1/host0/0:0:0:0/block/sda/sda2 | <- sys/devices/virtual/block/dm-1/slaves/sda2
+sys/devices/virtual/block/dm-1 | <- sys/class/block/dm-1 | <- sys/dev/block/254:1
+sys/devices/virtual/block/loop0 | <- sys/class/block/loop0 | <- sys/dev/block/7:0 | size = 8
+sys/devices/pci0/usb1/1-1/host9/9:0:0:0/block/sdb | <- sys/dev/block/8:16
 dev/mapper/root -> ../dm-0
 )";
 
