@@ -1,68 +1,47 @@
 """SMART / Health Information, field by field (NVM Express Base Specification 1.4, figure 194)."""
 
-from .peers import approximation, counter, flags, key, raw_number
+from . import bits
+from .peers import approximation, counter, key, raw_number
 
 DATATYPE = "SmartNvmeInfo"
 
-
-def smart_log(name, **how):
-    return key("smart-log-json", name, **how)
-
-
-def smartctl(name):
-    return key("smartctl", f"nvme_smart_health_information_log.{name}")
-
-
-def celsius(peer):
-    """Kelvin in degrees Celsius; a sensor that reports nothing (0 K) is sent as 0."""
-    return peer.then(lambda kelvin: kelvin - 273 if kelvin else 0)
-
-
-COUNTERS = {
-    "dataUnitRead": ("data_units_read", "data_units_read"),
-    "dataUnitWritten": ("data_units_written", "data_units_written"),
-    "hostReadCommands": ("host_read_commands", "host_reads"),
-    "hostWrittenCommands": ("host_write_commands", "host_writes"),
-    "controllerBusyTime": ("controller_busy_time", "controller_busy_time"),
-    "powerCycles": ("power_cycles", "power_cycles"),
-    "powerOnHours": ("power_on_hours", "power_on_hours"),
-    "unsafeShutdowns": ("unsafe_shutdowns", "unsafe_shutdowns"),
-    "mediaAndDataIntegrityErrors": ("media_errors", "media_errors"),
-    "numberOfErrorInfoLogEntries": ("num_err_log_entries", "num_err_log_entries"),
+# nvme-cli's name of what begins at a byte.
+NVME_CLI = {
+    0: "critical_warning", 1: "temperature", 3: "avail_spare", 4: "spare_thresh", 5: "percent_used",
+    6: "endurance_grp_critical_warning_summary", 32: "data_units_read", 48: "data_units_written", 64: "host_read_commands",
+    80: "host_write_commands", 96: "controller_busy_time", 112: "power_cycles", 128: "power_on_hours", 144: "unsafe_shutdowns",
+    160: "media_errors", 176: "num_err_log_entries", 192: "warning_temp_time", 196: "critical_comp_time",
+    216: "thm_temp1_trans_count", 220: "thm_temp2_trans_count", 224: "thm_temp1_total_time", 228: "thm_temp2_total_time",
+}
+# smartctl's where it has another one, or none.
+SMARTCTL = {
+    0: None, 3: "available_spare", 4: "available_spare_threshold", 5: "percentage_used", 6: None, 64: "host_reads", 80: "host_writes",
+    216: None, 220: None, 224: None, 228: None,
 }
 
-FIELDS = {
-    "healthInfo.compositeTemperature": [celsius(smart_log("temperature")), smartctl("temperature")],
-    "healthInfo.availableSpare": [smart_log("avail_spare"), smartctl("available_spare")],
-    "healthInfo.availableSpareThreshold": [smart_log("spare_thresh"), smartctl("available_spare_threshold")],
-    "healthInfo.percentageUsed": [smart_log("percent_used"), smartctl("percentage_used")],
-    **{f"healthInfo.{name}": [counter(smart_log(nvme, read=int)), counter(smartctl(smart))]
-       for name, (nvme, smart) in COUNTERS.items()},
-    "healthInfo.warningCompositeTemperatureTime": [smart_log("warning_temp_time"), smartctl("warning_temp_time")],
-    "healthInfo.criticalCompositeTemperatureTime": [smart_log("critical_comp_time"), smartctl("critical_comp_time")],
-    # nvme-cli leaves out the sensors that report nothing, so these come from the page itself.
-    **{f"healthInfo.temperatureSensor{sensor}":
-       [celsius(raw_number("smart-log-raw", 198 + 2 * sensor, 2))] for sensor in range(1, 9)},
-    "healthInfo.thermalMgmtTemperature1TransitionCount": [smart_log("thm_temp1_trans_count")],
-    "healthInfo.thermalMgmtTemperature2TransitionCount": [smart_log("thm_temp2_trans_count")],
-    "healthInfo.totalTimeForThermalMgmtTemperature1": [smart_log("thm_temp1_total_time")],
-    "healthInfo.totalTimeForThermalMgmtTemperature2": [smart_log("thm_temp2_total_time")],
-    **{f"healthInfo.{name}Approximate": [approximation(smart_log(nvme, read=int)), approximation(smartctl(smart))]
-       for name, (nvme, smart) in COUNTERS.items()},
-    **flags("healthInfo.criticalWarning", smart_log("critical_warning"), {
-        "lowAvailableSpace": 0,
-        "outOfTemperatureThreshold": 1,
-        "degradedReliability": 2,
-        "readOnly": 3,
-        "failedVolatileMemoryBackupDevice": 4,
-        "unreliablePersistentMemoryRegion": 5,
-    }),
-    **flags("healthInfo.enduranceGroupCriticalWarningSummary", smart_log("endurance_grp_critical_warning_summary"), {
-        "lowAvailableSpareCapacity": 0,
-        "degradedReliability": 2,
-        "readOnly": 3,
-    }),
-}
+
+def celsius(kelvin):
+    """A sensor that reports nothing (0 K) is sent as 0."""
+    return kelvin - 273 if kelvin else 0
+
+
+def peers(field):
+    if field.first not in NVME_CLI:  # nvme-cli leaves out the sensors that report nothing, so these come from the page itself
+        return [raw_number("smart-log-raw", field.first, field.length).then(celsius)]
+    ours = key("smart-log-json", NVME_CLI[field.first], read=int if field.form else lambda value: value)
+    found = [ours.then(celsius) if field.first == 1 else field.of(ours)]
+    name = SMARTCTL.get(field.first, NVME_CLI[field.first])
+    return found + ([key("smartctl", f"nvme_smart_health_information_log.{name}")] if name else [])
+
+
+def all_fields():
+    for field in bits.fields("health_bits.txt"):
+        yield f"healthInfo.{field.path}", [counter(peer) if field.form else peer for peer in peers(field)]
+        if field.form:
+            yield f"healthInfo.{field.path}Approximate", [approximation(peer) for peer in peers(field)]
+
+
+FIELDS = dict(all_fields())
 
 
 def fields(_readings):
@@ -71,16 +50,5 @@ def fields(_readings):
 
 # No drive of the guest has a maker's health log, so the only right answer is that this message is not there.
 ABSENT_BECAUSE = "no drive of the guest has a maker's health log"
-ABSENT = [
-    "customizedHealthInfo.wearLevelingCount",
-    "customizedHealthInfo.usedReservedBlockCountWorstCaseComponent",
-    "customizedHealthInfo.usedReservedBlockCountSsdTotal",
-    "customizedHealthInfo.reservedBlockCountSsdTotal",
-    "customizedHealthInfo.minimumTemperature",
-    "customizedHealthInfo.maximumTemperature",
-    "customizedHealthInfo.totalDataWrittenByController",
-    "customizedHealthInfo.accumulatedHostActiveIdleCounter",
-    "customizedHealthInfo.accumulatedNonOperationalPowerStateCounter",
-    "customizedHealthInfo.abnormalInputVccVoltageCounter",
-    "customizedHealthInfo.totalDataWrittenByControllerApproximate",
-]
+ABSENT = [f"customizedHealthInfo.{one.path}{twin}" for one in bits.fields("maker_health_bits.txt")
+          for twin in (["", "Approximate"] if one.form == "counter" else [""])]
