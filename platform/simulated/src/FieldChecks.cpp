@@ -167,7 +167,7 @@ constexpr const char* kHresultForm = "write a failing HRESULT such as 0x80041002
 
 const std::array kRules{
     Rule{"Machine", "code_page", kError, CodePage, 0, "use 65001, 1252, 437, 28591 or 20127"},
-    Rule{"Machine", "start", kError, UtcTime, 0, "write it as 2024-05-17T08:30:00Z"},
+    Rule{"Machine", "start", kError, UtcTime, 0, "write it as 2024-05-17T08:30:00Z, in the years 1970 to 2199"},
     Rule{"Bytes", "hex", kError, Hex, 0, "write each byte as two digits, with blanks between bytes if you like"},
     Rule{"Bytes", "size", kError, AtMostBytes, kLongestBytes, "no request answers so much"},
     Rule{"Patch", "hex", kError, Hex, 0, "write each byte as two digits, with blanks between bytes if you like"},

@@ -32,6 +32,10 @@ std::optional<std::chrono::system_clock::time_point> ParseUtcTime(const std::str
         zone != 'Z' || hour > 23 || minute > 59 || second > 59 || hour < 0 || minute < 0 || second < 0) {
         return std::nullopt;
     }
+    // A clock of 64-bit nanoseconds ends in 2262; these years leave room for what passes after the start.
+    if (year < 1970 || year > 2199) {
+        return std::nullopt;
+    }
     const std::chrono::year_month_day date{std::chrono::year(year), std::chrono::month(month), std::chrono::day(day)};
     if (!date.ok()) {
         return std::nullopt;

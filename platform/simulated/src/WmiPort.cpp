@@ -264,7 +264,8 @@ public:
         if (Failed(found->value.boundError)) {
             return found->value.boundError;
         }
-        *bound = found->value.upperBound.value_or(found->value.lowerBound + static_cast<std::int32_t>(found->Count()) - 1);
+        const std::int64_t last = std::int64_t{found->value.lowerBound} + static_cast<std::int64_t>(found->Count()) - 1;
+        *bound = found->value.upperBound.value_or(static_cast<std::int32_t>(std::min<std::int64_t>(last, INT32_MAX)));
         return hresult::kOk;
     }
 
