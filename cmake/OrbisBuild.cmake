@@ -24,6 +24,12 @@ elseif(NOT WIN32)
     add_link_options(-Wl,-z,defs -Wl,-Bsymbolic-functions)
 endif()
 
+if(ORBIS_BUILD_FUZZ)
+    # libFuzzer looks at the coverage of the project's own code: that of generated code would hide it.
+    file(RELATIVE_PATH ignored ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR}/fuzz/generated.ignorelist)
+    add_compile_options(-fsanitize=fuzzer-no-link -fsanitize-coverage-ignorelist=${ignored})
+endif()
+
 # orbis_target(<target>): warnings as errors, UTF-8 sources.
 function(orbis_target target)
     if(MSVC)

@@ -1,19 +1,17 @@
-#include <cstddef>
-#include <cstdint>
 #include <string_view>
 
+#include "Targets.h"
 #include "simulated/MachineFile.h"
 
 // A machine file of any bytes is a machine, or an error that names its place.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void orbis::fuzz::Machine(Bytes input)
 {
-    const std::string_view text(reinterpret_cast<const char*>(data), size);
+    const std::string_view text(reinterpret_cast<const char*>(input.data()), input.size());
     (void)orbis::simulated::ValidateMachine(text);
     try {
         (void)orbis::simulated::ParseMachine(text);
         (void)orbis::simulated::ShowMachine(text);
-    } catch (const orbis::simulated::MachineFileError&) {
-        // The documented failure.
+    } catch (const orbis::simulated::MachineFileError& error) {
+        Require(!error.File().empty() && !error.What().message.empty(), "an error names its file and what is wrong");
     }
-    return 0;
 }

@@ -1,16 +1,14 @@
-#include <cstddef>
-#include <cstdint>
-#include <span>
 #include <stdexcept>
 #include <string>
 
 #include "Common/SmBiosTable.h"
+#include "Targets.h"
 
 // A firmware blob of any bytes is framed, or refused with the documented error; accessors never leave an entry.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void orbis::fuzz::SmBios(Bytes input)
 {
     try {
-        const Veyra::Orbis::Cpp::Common::SmBiosTable table(std::span(data, size));
+        const Veyra::Orbis::Cpp::Common::SmBiosTable table(input);
         for (unsigned type = 0; type < 256; ++type) {
             for (const auto& entry : table.GetEntryList(static_cast<std::uint8_t>(type))) {
                 for (const std::int32_t offset : {-1, 0, 1, 4, 254, 255, 256, entry->length - 1, entry->length - 3}) {
@@ -28,5 +26,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     } catch (const std::runtime_error&) {
         // A structure shorter than its header.
     }
-    return 0;
 }

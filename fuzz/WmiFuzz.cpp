@@ -1,58 +1,24 @@
-#include <fuzzer/FuzzedDataProvider.h>
-
-#include <array>
-#include <cstddef>
-#include <cstdint>
-#include <cstdlib>
 #include <exception>
 
 #include "Common/WmiCommonLib.h"
-#include "FakeWmi.h"
-
-namespace {
-
-using orbis::fakes::FakeProperty;
-
-std::u16string WideText(FuzzedDataProvider& input)
-{
-    std::u16string text;
-    for (const std::uint8_t byte : input.ConsumeBytes<std::uint8_t>(input.ConsumeIntegralInRange<std::size_t>(0, 24))) {
-        text += static_cast<char16_t>(byte > 0xF0 ? 0xD800 + byte : byte);  // lone surrogates among them
-    }
-    return text;
-}
-
-FakeProperty Property(FuzzedDataProvider& input)
-{
-    switch (input.ConsumeIntegralInRange(0, 4)) {
-        case 0:
-            return FakeProperty::Text(input.ConsumeBool() ? std::optional(WideText(input)) : std::nullopt);
-        case 1:
-            return FakeProperty::Bytes(input.ConsumeBytes<std::uint8_t>(16));
-        case 2:
-            return FakeProperty::Texts({WideText(input), std::nullopt, WideText(input)}, input.ConsumeIntegralInRange(-3, 3));
-        case 3:
-            return FakeProperty::Null();
-        default: {
-            using orbis::platform::VariantType;
-            constexpr std::array kNumbers{VariantType::Empty,   VariantType::Int16, VariantType::Int32, VariantType::Float32,
-                                          VariantType::Float64, VariantType::Bool,  VariantType::UInt8, VariantType::UInt32};
-            return FakeProperty::Number(input.PickValueInArray(kNumbers), input.ConsumeIntegral<std::uint64_t>());
-        }
-    }
-}
-
-}  // namespace
+#include "Hostile.h"
+#include "Targets.h"
 
 // Properties of any type through every getter: a value or the documented failure, and nothing left behind.
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+void orbis::fuzz::Wmi(Bytes bytes)
 {
     using namespace Veyra::Orbis::Cpp::Common;
-    FuzzedDataProvider input(data, size);
-    orbis::fakes::FakeWmiMachine machine;
-    for (int rows = input.ConsumeIntegralInRange(0, 3); rows > 0; --rows) {
-        machine.wmi.rows.push_back({{u"P", Property(input)}});
+    Input input(bytes);
+    simulated::description::Machine description;
+    auto& rows = *description.add_wmi_class();
+    rows.set_name("C");
+    for (std::uint32_t count = input.Below(4); count > 0; --count) {
+        auto& property = *rows.add_row()->add_property();
+        property.set_name("P");
+        MakeHostile(property, input);
     }
+    simulated::Machine machine(description);
+    platform::Platform::Replace(&machine);
     const auto attempt = [](auto&& read) {
         try {
             (void)read();
@@ -60,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             // The documented failure.
         }
     };
-    {
+    attempt([&] {
         WmiCommonLib row(u"SELECT * FROM C", WmiNamespace::CimV2);
         for (; !row.IsEnd(); row.Next()) {
             attempt([&] { return row.GetStringByField(u"P"); });
@@ -73,9 +39,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             attempt([&] { return row.GetStringArrayByField(u"P"); });
             attempt([&] { return row.GetStringByField(u"missing"); });
         }
-    }
-    if (machine.wmi.balance != orbis::fakes::WmiBalance{} || !machine.wmi.misuses.empty()) {
-        std::abort();
-    }
-    return 0;
+        return true;
+    });
+    platform::Platform::Replace(nullptr);
+    Require(machine.OpenObjects() == simulated::OpenCounts{} && machine.Misuses().empty(), "what WMI gave is given back");
 }

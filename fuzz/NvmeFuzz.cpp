@@ -1,0 +1,25 @@
+#include <google/protobuf/arena.h>
+
+#include "Hostile.h"
+#include "NvmeDataGetter.h"
+#include "NvmeMapping.h"
+#include "Targets.h"
+#include "sondix/sondix.h"
+
+// Identify and log pages of any bytes, in replies that lie about their lengths and offsets, through the device-query library to the
+// messages.
+void orbis::fuzz::Nvme(Bytes bytes)
+{
+    using Veyra::Orbis::Plugins::NvmeDataGetter;
+    using Veyra::Orbis::Plugins::NvmeMapping::Own;
+    Input input(bytes);
+    const HostileMachine machine(input, HostileMachine::WmiRows::True);
+    google::protobuf::Arena arena;
+    const auto identify = Own(SXNvmNewIdentifyControllerData(0));
+    RequireReadable(NvmeDataGetter::toIdentifyControllerData(identify.get(), arena));
+    const auto health = Own(SXNvmNewHealthInfo(0));
+    RequireReadable(NvmeDataGetter::toNvmeHealthInfo(health.get(), arena));
+    const auto customized = Own(SXNvmNewCustomizedHealthInfo(0));
+    RequireReadable(NvmeDataGetter::toCustomizedHealthInfo(customized.get(), arena));
+    (void)SXQueryStorageBusType(0);
+}
