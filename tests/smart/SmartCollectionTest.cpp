@@ -10,12 +10,15 @@
 #include <utility>
 #include <vector>
 
+#include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <google/protobuf/text_format.h>
 #include <google/protobuf/util/message_differencer.h>
 
 #include "Common/ResultException.h"
+#include "Common/SmartDataFetcher.h"
 #include "Common/Utilities.h"
-#include "DriveDouble.h"
+#include "HexFile.h"
 #include "HostSdk/Exceptions.h"
 #include "RecordingLog.h"
 #include "SmartDataGetter.h"
@@ -33,6 +36,7 @@ using fakes::RecordingLog;
 using Veyra::Orbis::Cpp::Common::GetLower;
 using Veyra::Orbis::Cpp::Common::ResultException;
 using Veyra::Orbis::Cpp::Common::SmartAttribute;
+using Veyra::Orbis::Cpp::Common::SmartDataCollection;
 using veyra::orbis::datatypes::SmartDynamicInfo;
 using veyra::orbis::datatypes::SmartStaticInfo;
 using Veyra::Orbis::Plugins::SmartDataGetter;
@@ -41,15 +45,7 @@ using Veyra::Orbis::Plugins::SmartStaticInfoRetriever;
 using Veyra::Orbis::Sdk::Common::Identifiers::ItemId;
 namespace HostExceptions = Veyra::Orbis::Sdk::Exceptions;
 
-std::string HexOf(const std::string& file)
-{
-    std::string hex;
-    for (const std::uint8_t byte : ReadSector(file)) {
-        constexpr std::string_view kDigits = "0123456789ABCDEF";
-        hex += {kDigits[byte >> 4U], kDigits[byte & 15U]};
-    }
-    return hex;
-}
+std::string HexOf(const std::string& file) { return fmt::format("{:02X}", fmt::join(ReadHex(file), "")); }
 
 std::string Print(const google::protobuf::Message& message)
 {

@@ -1,5 +1,4 @@
-#include <gtest/gtest.h>
-
+// What is read from a drive, and what is left of it when the drive fails.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -7,20 +6,31 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <tuple>
+#include <utility>
 #include <vector>
 
-#include "Common/ResultException.h"
-#include "DriveDouble.h"
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <gtest/gtest.h>
 
-// What is read from a drive, and what is left of it when the drive fails.
+#include "Common/ResultException.h"
+#include "Common/SmartDataFetcher.h"
+#include "HexFile.h"
+#include "MachineInForce.h"
+
 namespace orbis::tests {
 namespace {
 
-using Veyra::Orbis::Cpp::Common::ResultException;
+using fakes::MachineInForce;
+using simulated::FaultKind;
 using Veyra::Orbis::Cpp::Common::SmartAttribute;
+using Veyra::Orbis::Cpp::Common::SmartDataCollection;
+using Veyra::Orbis::Cpp::Common::SmartDataFetcher;
+using Veyra::Orbis::Cpp::Common::SmartSlotOf;
+using Veyra::Orbis::Cpp::Common::HardwareAccessLib::BasicDiskInfo;
 using Veyra::Orbis::Cpp::Common::HardwareAccessLib::DiskDriveMediaType;
 using Veyra::Orbis::Cpp::Common::HardwareAccessLib::HardwareAccess;
+using Veyra::Orbis::Cpp::Common::HardwareAccessLib::Sector;
 using Bytes = std::vector<std::uint8_t>;
 
 BasicDiskInfo Disk(std::uint32_t number = 3)
@@ -47,185 +57,145 @@ std::string Readings(const SmartDataCollection& collection)
     return all;
 }
 
-DriveDouble RealDrive()
+// A rotating disk with a part identifier that tells its attribute 5; `exchanges` change how it answers.
+std::string HardDisk(const std::string& exchanges = "")
 {
-    DriveDouble drive;
-    drive.pages[Ask::Inquiry] = MakeSector({{4, {31}}});
-    drive.pages[Ask::SmartData] = ReadSector("sata-ssd-4tb-smart-data.hex");
-    drive.pages[Ask::SmartThresholds] = ReadSector("sata-ssd-4tb-smart-thresholds.hex");
-    drive.pages[Ask::IdentifyByAta] = ReadSector("sata-ssd-4tb-identify.hex");
-    return drive;
+    return R"(disk { number: 3 kind: SATA_HDD model: "DISK" size: 1048576 ata { log_page { address: 0x9A text: "CN0AB12C345678901A00" }
+                attribute { id: 5 value: 100 worst: 90 threshold: 36 raw: 7 } } )" +
+           exchanges + "}";
 }
+// WMI knows its attribute 12 alone.
+const Bytes kWmiBlock{16, 0, 12, 0, 0, 98, 97, 44, 0, 0, 0, 0, 0, 0};
 
-// A text as ATA stores it: the bytes of each word swapped.
-Bytes Swapped(std::string_view text)
+// Readings through the device are in SmartCollectionTest.cpp.
+TEST(SmartRealDrive, GivesItsReadingsThroughWmiWithoutThresholds)
 {
-    Bytes bytes(text.begin(), text.end());
-    for (std::size_t at = 0; at + 1 < bytes.size(); at += 2) {
-        std::swap(bytes[at], bytes[at + 1]);
-    }
-    return bytes;
-}
-
-// A rotating disk with a part identifier. WMI knows its attribute 12 alone, the device its attribute 5.
-DriveDouble HardDisk()
-{
-    DriveDouble drive;
-    drive.pages[Ask::Inquiry] = MakeSector({{4, {31}}});
-    drive.pages[Ask::SmartData] = MakeSector({{2, {5, 0, 0, 100, 90, 7}}});
-    drive.pages[Ask::SmartThresholds] = MakeSector({{2, {5, 36}}});
-    // "DISK", word 84 with general-purpose logging, 7200 rotations a minute.
-    drive.pages[Ask::IdentifyByAta] = MakeSector({{54, Swapped("DISK")}, {168, {0x20}}, {434, {0x20, 0x1C}}});
-    drive.pages[Ask::LogByAta] = MakeSector({{0, Swapped("CN0AB12C345678901A00")}});
-    drive.pages[Ask::IdentifyByScsi] = drive.pages[Ask::IdentifyByAta];
-    drive.pages[Ask::LogByScsi] = drive.pages[Ask::LogByAta];
-    return drive;
-}
-
-Bytes WmiBlock() { return {16, 0, 12, 0, 0, 98, 97, 44, 0, 0, 0, 0, 0, 0}; }
-
-TEST(SmartRealDrive, GivesItsReadings)
-{
-    DriveDouble drive = RealDrive();
-    const SmartDataCollection read = drive.GetSmartInformation(Disk(), {});
-    EXPECT_EQ(Readings(read),
-              "5:0/100/100/10 9:1379/99/99/0 12:196/99/99/0 177:4/99/99/0 179:0/100/100/10 181:0/100/100/10 "
-              "182:0/100/100/10 195:0/200/200/0 199:0/100/100/0 241:24021863545/99/99/0 ");
-    EXPECT_EQ(read.name, "SSD");
-    EXPECT_EQ(read.modelName, "Samsung SSD 870 QVO 4TB                 ");
-    EXPECT_EQ(read.eppid, std::nullopt);
-    EXPECT_EQ(read.physicalDriveNumber, 3U);
-    EXPECT_TRUE(drive.AllClosed());
-}
-
-TEST(SmartRealDrive, GivesTheSameThroughWmiWithoutThresholds)
-{
-    DriveDouble drive = RealDrive();
-    drive.faults[1] = Fault::Error;
-    const Sector& data = drive.pages[Ask::SmartData];
-    const SmartDataCollection read = drive.GetSmartInformation(Disk(), Bytes(data.begin(), data.begin() + 362));
+    const MachineInForce machine("");
+    Bytes block = ReadHex("sata-ssd-4tb-smart-data.hex");
+    block.resize(362);
+    const SmartDataCollection read = SmartDataFetcher().GetSmartInformation(Disk(), block);
     EXPECT_EQ(Readings(read),
               "5:0/100/100/- 9:1379/99/99/- 12:196/99/99/- 177:4/99/99/- 179:0/100/100/- 181:0/100/100/- "
               "182:0/100/100/- 195:0/200/200/- 199:0/100/100/- 241:24021863545/99/99/- ");
     EXPECT_EQ(read.name, "SSD");
 }
 
-// SCSI_PASS_THROUGH_DIRECT of a 64-bit process, its data pointer zeroed, the sense area behind it, and the command of SAT-4,
-// 12.2.2.3.
-std::string ExpectedRequest(const std::string& features)
-{
-    std::string text =
-        "38 00 00 00 00 00 10 40 01 00 00 00 00 02 00 00 "
-        "3c 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 "
-        "40 00 00 00 85 08 0e 00 " +
-        features + " 00 01 00 00 00 4f 00 c2 00 b0 00 ";
-    for (int at = 52; at < 128; ++at) {
-        text += "00 ";
-    }
-    return text;
-}
-
-std::string Rendered(const Bytes& bytes)
-{
-    std::string text;
-    for (const std::uint8_t byte : bytes) {
-        constexpr std::string_view kDigits = "0123456789abcdef";
-        text += {kDigits[byte >> 4U], kDigits[byte & 15U], ' '};
-    }
-    return text;
-}
-
 TEST(SmartRequest, IsTheOneThatDriversPassOn)
 {
-    DriveDouble drive = HardDisk();
+    // SCSI_PASS_THROUGH_DIRECT of a 64-bit process, its data pointer zeroed, the sense area behind it, and the command of SAT-4,
+    // 12.2.2.3.
+    constexpr std::string_view kExpected =
+        "38 00 00 00 00 00 10 40 01 00 00 00 00 02 00 00 3c 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 "
+        "40 00 00 00 85 08 0e 00 {} 00 01 00 00 00 4f 00 c2 00 b0 00";
+    const MachineInForce machine(HardDisk());
+    machine->KeepJournal(true);
     SmartDataCollection collection;
     Sector thresholds{};
-    ASSERT_TRUE(drive.ReadSmartData(Disk().physicalDrivePath, collection));
-    ASSERT_TRUE(drive.ReadSmartThresholds(Disk().physicalDrivePath, thresholds));
-    ASSERT_EQ(drive.Asked(), (std::vector{Ask::Inquiry, Ask::SmartData, Ask::SmartThresholds}));
-    for (const auto& [number, features] : {std::pair{1, "d0"}, std::pair{2, "d1"}}) {
-        const DriveRequest& request = drive.requests[static_cast<std::size_t>(number)];
-        EXPECT_EQ(request.code, 0x4D014U);
-        EXPECT_EQ(Rendered(request.bytes), ExpectedRequest(features));
-        EXPECT_TRUE(request.outSize == 128 && request.sameBuffer && request.zeroedData);
-        EXPECT_EQ(drive.opened[static_cast<std::size_t>(number)],
-                  (DriveDouble::Opened{u"\\\\.\\PhysicalDrive3", 0xC0000000, 3, 3, 0}));
+    ASSERT_TRUE(SmartDataFetcher().ReadSmartData(Disk().physicalDrivePath, collection));
+    ASSERT_TRUE(SmartDataFetcher().ReadSmartThresholds(Disk().physicalDrivePath, thresholds));
+    const auto journal = machine->TakeJournal();
+    ASSERT_EQ(journal.size(), 6U) << "three opens, each with its request: INQUIRY, data, thresholds";
+    for (const auto& [number, features] : {std::pair<std::size_t, const char*>{3, "d0"}, {5, "d1"}}) {
+        const auto& request = journal[number];
+        EXPECT_EQ(request.controlCode, 0x4D014U);
+        EXPECT_EQ(std::pair(request.input.size(), request.outputSize), std::pair(std::size_t{128}, 128U));
+        EXPECT_EQ(fmt::format("{:02x}", fmt::join(request.input.begin(), request.input.begin() + 52, " ")),
+                  fmt::format(kExpected, features));
+        EXPECT_TRUE(std::all_of(request.input.begin() + 52, request.input.end(), [](std::uint8_t byte) { return byte == 0; }));
+        EXPECT_EQ(journal[number - 1].subject, R"(\\.\PhysicalDrive3)");
+        EXPECT_EQ(journal[number - 1].access, 0xC0000000);
     }
 }
 
 // What a collection holds: values of the device, thresholds, values of WMI, part identifier, model, name.
 std::string Set(const SmartDataCollection& is)
 {
-    const auto& slot = is.attributes;
-    using Veyra::Orbis::Cpp::Common::SmartSlotOf;
-    return std::string(slot[SmartSlotOf(5)].raw ? "A" : "-") + (slot[SmartSlotOf(5)].threshold ? "T" : "-") +
-           (slot[SmartSlotOf(12)].raw ? "W" : "-") +
-           (is.eppid == "CN0AB12C345678901A00" ? "E"
-            : is.eppid                         ? "?"
-                                               : "-") +
-           (is.modelName ? "M" : "-") +
-           (is.name == "SMART3" ? "N"
-            : is.name.empty()   ? "-"
-                                : "?");
+    const auto told = [](bool isEmpty, bool isRight, char letter) { return isEmpty ? '-' : isRight ? letter : '?'; };
+    const SmartAttribute& device = is.attributes[SmartSlotOf(5)];
+    return {device.raw ? 'A' : '-',
+            device.threshold ? 'T' : '-',
+            is.attributes[SmartSlotOf(12)].raw ? 'W' : '-',
+            told(!is.eppid, is.eppid == "CN0AB12C345678901A00", 'E'),
+            is.modelName ? 'M' : '-',
+            told(is.name.empty(), is.name == "SMART3", 'N')};
 }
 
-struct Step {
-    // What is set after each fault, in the order of Fault.
-    std::array<const char*, 6> set;
-    Ask ask;
+// Throws what is no exception class at one of its requests.
+class Throwing final : public SmartDataFetcher {
+public:
+    explicit Throwing(int request) : m_Left(request) {}
+    bool DeviceControl(const platform::DeviceHandle& device, std::uint32_t code, void* in, std::uint32_t inSize, void* out,
+                       std::uint32_t outSize, std::uint32_t* returned, void* overlapped) override
+    {
+        if (--m_Left == 0) {
+            throw 1;
+        }
+        return SmartDataFetcher::DeviceControl(device, code, in, inSize, out, outSize, returned, overlapped);
+    }
+
+private:
+    int m_Left;
 };
 
-// In the order of the opens.
-constexpr std::array<Step, 7> kSteps{{
-    // open, request, error,    zeros,    exception of either kind
-    {{"--WEMN", "--WEMN", "--WEMN", "--WEMN", "--WEMN", "--WEMN"}, Ask::Inquiry},
-    {{"--WEMN", "--WEMN", "--WEMN", "--WEMN", "--WEMN", "--WEMN"}, Ask::SmartData},
-    {{"A-----", "A-----", "A-WEMN", "A-WEMN", "A-----", "A-----"}, Ask::SmartThresholds},
-    {{"ATW-MN", "ATW-MN", "ATWEMN", "ATWEMN", "ATW-MN", "ATW---"}, Ask::IdentifyByAta},  // before the log
-    {{"ATW-MN", "ATW-MN", "ATWEMN", "ATWEMN", "ATW-MN", "ATW---"}, Ask::LogByAta},
-    {{"ATWE-N", "ATWE-N", "ATWEMN", "ATWEMN", "ATWE-N", "ATWE--"}, Ask::IdentifyByAta},  // for the model
-    {{"ATWEMN", "ATWEMN", "ATWEMN", "ATWEMN", "ATWEMN", "ATWEMN"}, Ask::IdentifyByAta},  // for the medium
-}};
-
-class SmartFailure : public testing::TestWithParam<std::tuple<std::size_t, Fault>> {};
-
-TEST_P(SmartFailure, LeavesWhatWasReadBefore)
+// What is set after each step failed: the first open and its request, the second, and so on.
+TEST(SmartFailure, LeavesWhatWasReadBefore)
 {
-    const auto [step, fault] = GetParam();
-    DriveDouble drive = HardDisk();
-    drive.faults[step + 1] = fault;
-    const SmartDataCollection read = drive.GetSmartInformation(Disk(), WmiBlock());
-    EXPECT_EQ(Set(read), kSteps[step].set[static_cast<std::size_t>(fault)]);
-    if (fault != Fault::OpenFails) {
-        ASSERT_GT(drive.requests.size(), step);
-        EXPECT_EQ(drive.requests[step].ask, kSteps[step].ask);
+    const std::string identify = "exchange { ata_command: 0xEC uses: 1 usual: true } ";
+    const std::string error = "uses: 1 usual: true scsi_status: 2 ata_status: 0x51 }";
+    struct Step {
+        std::string error;  // CHECK CONDITION, or the error bit of the ATA status; the data comes all the same
+        std::array<const char*, 6> set;
+    };
+    const std::vector<Step> steps{
+        // open, request, error,    zeros,    exception of either kind
+        {"exchange { scsi_opcode: 0x12 " + error, {"--WEMN", "--WEMN", "--WEMN", "--WEMN", "--WEMN", "--WEMN"}},
+        {"exchange { ata_command: 0xB0 ata_features: 0xD0 " + error, {"--WEMN", "--WEMN", "--WEMN", "--WEMN", "--WEMN", "--WEMN"}},
+        {"exchange { ata_command: 0xB0 ata_features: 0xD1 " + error, {"A-----", "A-----", "A-WEMN", "A-WEMN", "A-----", "A-----"}},
+        // IDENTIFY DEVICE before the log page, the log page, and IDENTIFY DEVICE again for the model and for the medium.
+        {"exchange { ata_command: 0xEC " + error, {"ATW-MN", "ATW-MN", "ATWEMN", "ATWEMN", "ATW-MN", "ATW---"}},
+        {"exchange { ata_command: 0x2F " + error, {"ATW-MN", "ATW-MN", "ATWEMN", "ATWEMN", "ATW-MN", "ATW---"}},
+        {identify + "exchange { ata_command: 0xEC " + error, {"ATWE-N", "ATWE-N", "ATWEMN", "ATWEMN", "ATWE-N", "ATWE--"}},
+        {identify + identify + "exchange { ata_command: 0xEC " + error,
+         {"ATWEMN", "ATWEMN", "ATWEMN", "ATWEMN", "ATWEMN", "ATWEMN"}},
+    };
+    const auto read = [](SmartDataFetcher&& fetcher = {}) { return Set(fetcher.GetSmartInformation(Disk(), kWmiBlock)); };
+    for (int number = 1; const auto& [exchange, set] : steps) {
+        const auto afterFault = [&](const char* operation, FaultKind kind) {
+            MachineInForce machine(HardDisk());
+            EXPECT_TRUE(machine.FailNth(operation, number, kind, {}, read));
+            return read();
+        };
+        const auto afterError = [&, &text = exchange] {
+            const MachineInForce machine(HardDisk(text));
+            return read();
+        };
+        const auto afterThrow = [&] {
+            const MachineInForce machine(HardDisk());
+            return read(Throwing(number));
+        };
+        EXPECT_EQ(afterFault("DeviceIo::Open", FaultKind::Error), set[0]) << number;
+        EXPECT_EQ(afterFault("DeviceIo::Control", FaultKind::Error), set[1]) << number;
+        EXPECT_EQ(afterError(), set[2]) << number;
+        EXPECT_EQ(afterFault("DeviceIo::Control", FaultKind::Null), set[3]) << number;
+        EXPECT_EQ(afterFault("DeviceIo::Control", FaultKind::BadAlloc), set[4]) << number;
+        EXPECT_EQ(afterThrow(), set[5]) << number;
+        ++number;
     }
-    EXPECT_TRUE(drive.AllClosed());
 }
-
-std::string NameOf(const testing::TestParamInfo<SmartFailure::ParamType>& tested)
-{
-    constexpr std::array kFaults{"OpenFails", "RequestFails", "Error", "Zeros", "Exception", "OtherException"};
-    const auto [step, fault] = tested.param;
-    return "Open" + std::to_string(step + 1) + kFaults[static_cast<std::size_t>(fault)];
-}
-
-INSTANTIATE_TEST_SUITE_P(EveryStep, SmartFailure,
-                         testing::Combine(testing::Range<std::size_t>(0, kSteps.size()),
-                                          testing::Values(Fault::OpenFails, Fault::RequestFails, Fault::Error, Fault::Zeros,
-                                                          Fault::StandardException, Fault::OtherException)),
-                         NameOf);
 
 TEST(SmartThresholds, RaiseWhatTheDriveRefuses)
 {
-    for (const Fault fault : {Fault::OpenFails, Fault::RequestFails}) {
-        DriveDouble drive = HardDisk();
-        drive.faults[1] = fault;
+    const auto read = [] {
         Sector thresholds{};
+        (void)SmartDataFetcher().ReadSmartThresholds(Disk().physicalDrivePath, thresholds);
+    };
+    for (const char* operation : {"DeviceIo::Open", "DeviceIo::Control"}) {
+        MachineInForce machine(HardDisk());
+        ASSERT_TRUE(machine.FailNth(operation, 1, FaultKind::Error, {}, read));
         try {
-            (void)drive.ReadSmartThresholds(Disk().physicalDrivePath, thresholds);
+            read();
             ADD_FAILURE() << "not raised";
-        } catch (const ResultException& exception) {
+        } catch (const Veyra::Orbis::Cpp::Common::ResultException& exception) {
             EXPECT_EQ(exception.Unit(), "cpp\\Common\\src\\SmartDataFetcher");
         }
     }
@@ -253,8 +223,8 @@ Bytes Block(const std::vector<Bytes>& entries, std::size_t size = 362)
 // The readings of a block that WMI supplies for a drive that refuses everything.
 std::string ReadingsOf(const Bytes& block)
 {
-    DriveDouble drive;
-    return Readings(drive.GetSmartInformation(Disk(), block));
+    const MachineInForce machine("");
+    return Readings(SmartDataFetcher().GetSmartInformation(Disk(), block));
 }
 
 TEST(SmartBlock, IsReadByAttribute)
@@ -290,88 +260,82 @@ TEST(SmartBlock, HasThirtyEntriesInWhateverSize)
 
 TEST(SmartBlock, OfWmiOverwritesTheDevice)
 {
-    DriveDouble drive = HardDisk();
-    const SmartDataCollection read = drive.GetSmartInformation(Disk(), Block({Entry(5, {9, 0, 0, 0, 0, 0})}));
-    EXPECT_EQ(Readings(read), "5:9/100/50/36 ");
+    const MachineInForce machine(HardDisk());
+    EXPECT_EQ(Readings(SmartDataFetcher().GetSmartInformation(Disk(), Block({Entry(5, {9, 0, 0, 0, 0, 0})}))), "5:9/100/50/36 ");
 }
 
 TEST(SmartThresholds, EndAtTheFirstZeroAndBeforeTheLastByte)
 {
-    const auto readingsOf = [](const Sector& thresholds) {
+    const auto readingsOf = [](const std::vector<std::pair<std::size_t, std::array<std::uint8_t, 2>>>& entries, Sector sector) {
+        for (const auto& [offset, idAndThreshold] : entries) {
+            std::ranges::copy(idAndThreshold, sector.begin() + static_cast<std::ptrdiff_t>(offset));
+        }
         SmartDataCollection collection;
-        DriveDouble::ParseSmartThresholds(collection, thresholds);
+        SmartDataFetcher::ParseSmartThresholds(collection, sector);
         return Readings(collection);
     };
     // No threshold for a temperature or an id that has no slot; nothing behind the id 0.
-    EXPECT_EQ(readingsOf(MakeSector({{2, {5, 36}}, {14, {194, 40}}, {26, {2, 1}}, {38, {12, 20}}, {50, {0, 9}}, {62, {9, 9}}})),
+    EXPECT_EQ(readingsOf({{2, {5, 36}}, {14, {194, 40}}, {26, {2, 1}}, {38, {12, 20}}, {50, {0, 9}}, {62, {9, 9}}}, {}),
               "5:-/-/-/36 12:-/-/-/20 ");
     // Entries 42 and 43; the last one would end at byte 518.
     Sector full{};
     for (std::size_t at = 2; at < full.size(); at += 12) {
         full[at] = 2;
     }
-    full[494] = 5;
-    full[495] = 36;
-    full[506] = 12;
-    full[507] = 20;
-    EXPECT_EQ(readingsOf(full), "5:-/-/-/36 ");
+    EXPECT_EQ(readingsOf({{494, {5, 36}}, {506, {12, 20}}}, full), "5:-/-/-/36 ");
 }
-
-struct Medium {
-    const char* what;
-    bool isSolidState;
-    bool asksTheDrive;
-    std::function<void(DriveDouble&, BasicDiskInfo&, SmartDataCollection&)> change;
-};
 
 TEST(SmartSolidState, IsDecidedByTheFirstRuleThatHolds)
 {
-    const auto identify = [](std::size_t offset, Bytes bytes) {
-        return [=](DriveDouble& drive, BasicDiskInfo&, SmartDataCollection&) {
-            drive.pages[Ask::IdentifyByAta] = MakeSector({{0, {0x40}}, {offset, bytes}});
-        };
+    struct Medium {
+        std::string what;
+        bool isSolidState;
+        bool asksTheDrive;
+        std::string identify;  // bytes laid over the drive's
+        std::function<void(BasicDiskInfo&, SmartDataCollection&)> change = [](BasicDiskInfo&, SmartDataCollection&) {};
     };
     const auto model = [](const char* name) {
-        return [=](DriveDouble&, BasicDiskInfo&, SmartDataCollection& collection) { collection.modelName = name; };
+        return [=](BasicDiskInfo&, SmartDataCollection& collection) { collection.modelName = name; };
     };
     const auto media = [](DiskDriveMediaType type) {
-        return [=](DriveDouble&, BasicDiskInfo& disk, SmartDataCollection&) { disk.mediaType = type; };
+        return [=](BasicDiskInfo& disk, SmartDataCollection&) { disk.mediaType = type; };
     };
     const std::vector<Medium> cases{
-        {"wear levelling has a raw value", true, false,
-         [](DriveDouble&, BasicDiskInfo&, SmartDataCollection& collection) { collection.Find(177)->raw = 0; }},
-        {"wear levelling has a threshold alone", false, true,
-         [](DriveDouble&, BasicDiskInfo&, SmartDataCollection& collection) { collection.Find(177)->threshold = 5; }},
-        {"SSD in the model", true, false, model("Any SSD 870")},
-        {"NVMe in the model", true, false, model("AnyNVMe")},
-        {"ssd and nvme in the model", false, true, model("any ssd nvme")},
-        {"media type SSD", true, false, media(DiskDriveMediaType::SolidState)},
-        {"media type SCM", false, true, media(DiskDriveMediaType::StorageClassMemory)},
-        {"rotation rate 1", true, true, identify(434, {1, 0})},
-        {"rotation rate 257", false, true, identify(434, {1, 1})},
-        {"CompactFlash signature", true, true, identify(0, {0x8A, 0x84})},
-        {"CompactFlash signature swapped", false, true, identify(0, {0x84, 0x8A})},
-        {"CFA feature set", true, true, identify(166, {0x04, 0})},
-        {"every other bit of word 83", false, true, identify(166, {0xFB, 0xFF})},
-        {"no answer", false, true, [](DriveDouble& drive, BasicDiskInfo&, SmartDataCollection&) { drive.pages.clear(); }},
-        {"an exception", false, true,
-         [](DriveDouble& drive, BasicDiskInfo&, SmartDataCollection&) { drive.faults[1] = Fault::OtherException; }},
+        {"wear levelling has a raw value", true, false, "", [](auto&, auto& collection) { collection.Find(177)->raw = 0; }},
+        {"wear levelling has a threshold alone", false, true, "",
+         [](auto&, auto& collection) { collection.Find(177)->threshold = 5; }},
+        {"SSD in the model", true, false, "", model("Any SSD 870")},
+        {"NVMe in the model", true, false, "", model("AnyNVMe")},
+        {"ssd and nvme in the model", false, true, "", model("any ssd nvme")},
+        {"media type SSD", true, false, "", media(DiskDriveMediaType::SolidState)},
+        {"media type SCM", false, true, "", media(DiskDriveMediaType::StorageClassMemory)},
+        {"rotation rate 1", true, true, "offset: 434 hex: '0100'"},
+        {"rotation rate 257", false, true, "offset: 434 hex: '0101'"},
+        {"CompactFlash signature", true, true, "offset: 0 hex: '8A84'"},
+        {"CompactFlash signature swapped", false, true, "offset: 0 hex: '848A'"},
+        {"CFA feature set", true, true, "offset: 166 hex: '0400'"},
+        {"every other bit of word 83", false, true, "offset: 166 hex: 'FBFF'"},
     };
     for (const Medium& medium : cases) {
-        DriveDouble drive;
-        drive.pages[Ask::IdentifyByAta] = MakeSector({{0, {0x40}}});
+        SCOPED_TRACE(medium.what);
+        const MachineInForce machine("disk { number: 3 kind: SATA_HDD ata { identify {" + medium.identify + "} } }");
+        machine->KeepJournal(true);
         BasicDiskInfo disk = Disk();
         SmartDataCollection collection;
-        medium.change(drive, disk, collection);
-        EXPECT_EQ(drive.IsSolidState(disk, collection), medium.isSolidState) << medium.what;
-        EXPECT_EQ(!drive.opened.empty(), medium.asksTheDrive) << medium.what;
+        medium.change(disk, collection);
+        EXPECT_EQ(SmartDataFetcher().IsSolidState(disk, collection), medium.isSolidState);
+        EXPECT_EQ(!machine->TakeJournal().empty(), medium.asksTheDrive);
     }
+    const MachineInForce none("");
+    EXPECT_FALSE(SmartDataFetcher().IsSolidState(Disk(), {})) << "no answer";
+    const MachineInForce machine("disk { number: 3 kind: SATA_SSD }");
+    EXPECT_FALSE(Throwing(1).IsSolidState(Disk(), {})) << "an exception";
 }
 
 TEST(SmartDrive, ThatRefusesEverythingHasItsNameAlone)
 {
-    DriveDouble drive;
-    const SmartDataCollection read = drive.GetSmartInformation(Disk(12), {});
+    const MachineInForce machine("");
+    const SmartDataCollection read = SmartDataFetcher().GetSmartInformation(Disk(12), {});
     EXPECT_EQ(Readings(read), "");
     EXPECT_EQ(read.name, "SMART12");
     EXPECT_TRUE(!read.modelName && !read.eppid);
