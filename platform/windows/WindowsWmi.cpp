@@ -109,8 +109,8 @@ Hresult WindowsWmi::Next(ComObject* enumerator, std::uint32_t timeout, ComObject
 
 Hresult WindowsWmi::Get(ComObject* object, const char16_t* name, Variant* value)
 {
-    VARIANT native;
-    ::VariantInit(&native);
+    // All zero: VariantInit and a NULL property set the type alone, and readers take the payload of NULL for a null pointer.
+    VARIANT native{};
     const HRESULT result = As<IWbemClassObject>(object)->Get(AsWide(name), 0, &native, nullptr, nullptr);
     value->type = static_cast<VariantType>(native.vt);
     value->payload = native.ullVal;
