@@ -21,7 +21,8 @@
 //
 //     const orbis::border::PluginHost host = orbis::border::PluginHost::Load("StorageCollector.so");
 //     orbis::border::PluginObject plugin = host.Create(log);
-//     for (const auto& item : plugin.Collect<SmartNvmeInfo>(ItemId::All()).value()) { ... }
+//     const auto items = plugin.Collect<SmartNvmeInfo>(ItemId::All());
+//     for (const auto& item : items.value()) { ... }
 namespace orbis::border {
 
 namespace common = Veyra::Orbis::Common;
@@ -68,7 +69,7 @@ struct SerializedItem {
     common::CollectionTime collectionTime;
 };
 
-// A plug-in object. Collections may run on several threads at a time.
+// A plug-in object. Collections of different datatypes may run on several threads at a time, one of each.
 class PluginObject {
 public:
     PluginObject(PluginObject&& other) noexcept;

@@ -14,9 +14,9 @@
  * size. Arrays say the size of one element: step by it, not by sizeof.
  * - The table's version changes only when an older host could not use the table. Refuse a version that you do not know.
  * - A library that registered a plug-in is never unloaded.
- * - Every function may be called on any thread. A plug-in object may be used by several threads at a time; destroying it while
- * another function uses it is an error of the host. The host's functions are called on the thread that creates or collects, before
- * that call returns.
+ * - Every function may be called on any thread. A plug-in object may be used by several threads at a time, each with another
+ * operation; running one operation of an object twice at a time, or destroying the object while another function uses it, is an
+ * error of the host. The host's functions are called on the thread that creates or collects, before that call returns.
  */
 /* NOLINTBEGIN(modernize-*): this is C. */
 #ifndef ORBIS_BORDER_H
