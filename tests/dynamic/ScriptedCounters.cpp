@@ -59,10 +59,10 @@ PdhStatus ScriptedCounters::FormattedValue(PdhCounterObject* counter, std::uint3
     if (format != (pdh::kFormatDouble | pdh::kFormatNoCap100)) {
         return pdh::kInvalidArgument;
     }
-    // As PDH does for an instance that is gone: the call succeeds, the counter's own status tells.
-    value->status = unreadable.contains(path) ? pdh::kNoInstance : pdh::kValidData;
-    value->value = values.contains(path) ? values.at(path) : 0;
-    return pdh::kOk;
+    // As PDH does for an instance that is gone: the call says that there is no data, the counter's own status why.
+    const bool isGone = unreadable.contains(path);
+    *value = {isGone ? pdh::kNoInstance : pdh::kValidData, values.contains(path) ? values.at(path) : 0};
+    return isGone ? pdh::kNotValidYet : pdh::kOk;
 }
 
 PdhStatus ScriptedCounters::CloseQuery(PdhQueryObject*) noexcept

@@ -46,12 +46,15 @@ protected:
     [[nodiscard]] double ReadDouble() const override
     {
         port::PdhCounterValue value;
-        ThrowUnlessOk(m_Query->Port().FormattedValue(m_Counter, port::pdh::kFormatDouble | port::pdh::kFormatNoCap100, &value),
-                      "PdhGetFormattedCounterValue", m_Path);
-        // The call can succeed and the counter still have no value: its own status tells.
-        if (value.status != port::pdh::kValidData && value.status != port::pdh::kNewData) {
-            ThrowUnlessOk(value.status, "PdhGetFormattedCounterValue", m_Path);
+        port::PdhStatus status =
+            m_Query->Port().FormattedValue(m_Counter, port::pdh::kFormatDouble | port::pdh::kFormatNoCap100, &value);
+        // A call that succeeds may bring no value, and one that fails may say no more than that there is none; why, the counter's
+        // own status tells.
+        const bool isValid = value.status == port::pdh::kValidData || value.status == port::pdh::kNewData;
+        if (!isValid && (status == port::pdh::kOk || status == port::pdh::kNotValidYet)) {
+            status = value.status;
         }
+        ThrowUnlessOk(status, "PdhGetFormattedCounterValue", m_Path);
         return value.value;
     }
 
