@@ -62,17 +62,18 @@ void Write(std::span<std::uint8_t> bytes, const T& value)
     std::memcpy(bytes.data(), &value, sizeof value);
 }
 
-// A protocol-specific property (Win32: "Working with NVMe drives"). The buffer has the query and the data in the question, the
-// descriptor and the data in the answer; both heads take 48 bytes, and data offsets count from byte 8. Gives the Win32 error.
+// A protocol-specific property of the adapter, which is what asks the controller; the device's would ask one namespace (Win32:
+// "Working with NVMe drives"). The buffer has the query and the data in the question, the descriptor and the data in the answer;
+// both heads take 48 bytes, and data offsets count from byte 8. Gives the Win32 error.
 template <std::size_t Size>
-std::uint32_t QueryProtocolProperty(const DeviceHandle& device, std::uint32_t property, std::uint32_t dataType,
-                                    std::uint32_t requestValue, std::span<std::uint8_t, Size> page)
+std::uint32_t QueryControllerProperty(const DeviceHandle& device, std::uint32_t dataType, std::uint32_t requestValue,
+                                      std::span<std::uint8_t, Size> page)
 {
     constexpr std::size_t kHead = sizeof(StorageProtocolQuery);
     static_assert(kHead == sizeof(StorageProtocolDataDescriptor));
 
     StorageProtocolQuery query;
-    query.query.propertyId = property;
+    query.query.propertyId = kStorageAdapterProtocolSpecificProperty;
     query.query.queryType = kPropertyStandardQuery;
     query.protocol.protocolType = kProtocolTypeNvme;
     query.protocol.dataType = dataType;
@@ -204,15 +205,13 @@ bool ReadIdentifyController(std::int32_t drive, std::span<std::uint8_t, 4096> pa
 {
     constexpr std::uint32_t kIdentifyController = 0x01;  // CNS
     const auto device = Open(drive, kNoAccess);
-    return device.IsValid() && QueryProtocolProperty(device, kStorageAdapterProtocolSpecificProperty, kNvmeDataTypeIdentify,
-                                                     kIdentifyController, page) == win32::kSuccess;
+    return device.IsValid() && QueryControllerProperty(device, kNvmeDataTypeIdentify, kIdentifyController, page) == win32::kSuccess;
 }
 
 bool ReadLogPage(std::int32_t drive, std::uint8_t identifier, std::span<std::uint8_t, 512> page)
 {
     const auto device = Open(drive, kNoAccess);
-    return device.IsValid() && QueryProtocolProperty(device, kStorageDeviceProtocolSpecificProperty, kNvmeDataTypeLogPage,
-                                                     identifier, page) == win32::kSuccess;
+    return device.IsValid() && QueryControllerProperty(device, kNvmeDataTypeLogPage, identifier, page) == win32::kSuccess;
 }
 
 bool ReadVendorLogPage(std::int32_t drive, std::uint8_t identifier, std::span<std::uint8_t, 512> page)
@@ -221,7 +220,7 @@ bool ReadVendorLogPage(std::int32_t drive, std::uint8_t identifier, std::span<st
     if (!device.IsValid()) {
         return false;
     }
-    auto error = QueryProtocolProperty(device, kStorageDeviceProtocolSpecificProperty, kNvmeDataTypeLogPage, identifier, page);
+    auto error = QueryControllerProperty(device, kNvmeDataTypeLogPage, identifier, page);
     if (error == win32::kInvalidFunction || error == win32::kNotSupported) {
         device = Open(drive, kReadWrite);
         error = device.IsValid() ? GetLogPage(device, identifier, page) : device.Port()->LastError();

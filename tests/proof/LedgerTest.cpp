@@ -88,8 +88,8 @@ const std::set<std::string_view> kReadOnly{
     "0x0004d014 ATA-16 protocol 080e b0 features d1 log 00, read and write",  // SMART READ THRESHOLDS
     "0x002d1400 property 0 query 0, no access",                               // the device's descriptor
     "0x002d1400 property 49 query 0 type 1 value 01, no access",              // Identify Controller
-    "0x002d1400 property 50 query 0 type 2 value 02, no access",              // Get Log Page, SMART / Health Information
-    "0x002d1400 property 50 query 0 type 2 value d1, no access",              // Get Log Page, the maker's
+    "0x002d1400 property 49 query 0 type 2 value 02, no access",              // Get Log Page, SMART / Health Information
+    "0x002d1400 property 49 query 0 type 2 value d1, no access",              // Get Log Page, the maker's
     "0x002dd3c0 NVMe admin 02 log d1, read and write",                        // the same as a command
 };
 

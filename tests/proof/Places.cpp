@@ -101,14 +101,13 @@ private:
 
     [[nodiscard]] std::string PlaceOfProperty(const JournalEntry& request) const
     {
-        switch (request.input.at(0)) {
-            case platform::kStorageDeviceProperty:
-                return "bus type";
-            case platform::kStorageAdapterProtocolSpecificProperty:
-                return m_Datatype == Datatype::Identify ? "identify" : "maker's identify";
-            default:
-                return request.input.at(16) == 0x02 ? "health log" : "maker's log";
+        if (request.input.at(0) == platform::kStorageDeviceProperty) {
+            return "bus type";
         }
+        if (request.input.at(12) == platform::kNvmeDataTypeIdentify) {
+            return m_Datatype == Datatype::Identify ? "identify" : "maker's identify";
+        }
+        return request.input.at(16) == 0x02 ? "health log" : "maker's log";
     }
 
     // IDENTIFY DEVICE is asked for in several places, each of which begins with the ATA way and may go on with the SCSI way.

@@ -54,10 +54,10 @@ std::uint32_t AnswerProperty(FakeDrives& machine, const FakeDrive& drive, Answer
     }
     auto protocol = At<StorageProtocolQuery>(answer.bytes).protocol;
     const Bytes* page = nullptr;
-    if (property == kStorageAdapterProtocolSpecificProperty && protocol.dataType == kNvmeDataTypeIdentify &&
-        protocol.requestValue == 1) {
+    const bool asksController = property == kStorageAdapterProtocolSpecificProperty;
+    if (asksController && protocol.dataType == kNvmeDataTypeIdentify && protocol.requestValue == 1) {
         page = &*drive.identify;
-    } else if (property == kStorageDeviceProtocolSpecificProperty && protocol.dataType == kNvmeDataTypeLogPage) {
+    } else if (asksController && protocol.dataType == kNvmeDataTypeLogPage) {
         if (protocol.requestValue >= 0xC0) {
             ++machine.logRequests;
             if (drive.logPropertyError != 0) {
