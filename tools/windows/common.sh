@@ -69,10 +69,12 @@ finish() {
 
 # step TEXT COMMAND...: runs one step into the log and says how long it took.
 step() {
-    local text=$1 begun=$SECONDS; shift
+    local text=$1 begun=$SECONDS took; shift
     printf '\n--- %s\n' "$text" >>"$log"
     "$@" >>"$log" 2>&1
-    say "$(printf '%s: %-42s %4d s' "$label" "$text" $((SECONDS - begun)))"
+    took=$(printf '%s: %-42s %4d s' "$label" "$text" $((SECONDS - begun)))
+    printf -- '--- %s\n' "$took" >>"$log"
+    say "$took"
 }
 
 as_root() {

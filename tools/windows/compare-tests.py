@@ -53,6 +53,8 @@ def main():
     faults += [f"{name}: lacks the test {test}" for name in builds for test in sorted(everything - common[name])]
     for fault in faults:
         print(f"windows: {fault}", file=sys.stderr)
+    if faults:
+        print("windows: a list may be of an older build: ./dev build and ./dev windows make all three anew", file=sys.stderr)
     absent = [name for name in BUILDS if name not in builds]
     if absent:
         print(f"windows: not compared, because not built: {', '.join(absent)}", file=sys.stderr)

@@ -34,6 +34,19 @@ for library in fmt spdlog cli11; do cp "/usr/share/doc/lib$library-dev/copyright
 
 commit_time=$(git -C "$root" log -1 --format=%cI 2>/dev/null || echo 2000-01-01T00:00:00Z)
 find "$stage" -exec touch -d "$commit_time" {} +
-rm -f "$root/out/$name.zip"
-(cd "$build/package" && find "$name" -type f | LC_ALL=C sort | TZ=UTC zip -q -X -@ "$root/out/$name.zip")
+zip=$root/out/$name.zip
+rm -f "$zip"
+(cd "$build/package" && find "$name" -type f | LC_ALL=C sort | TZ=UTC zip -q -X -@ "$zip")
+
+# What a user does with it: unpacked elsewhere, its host prints for each of its machines what is printed everywhere.
+unpacked=$build/package/unpacked
+unzip -q "$zip" -d "$unpacked"
+cd "$unpacked/$name"
+for machine in machines/*.txtpb; do
+    stem=$(basename "$machine" .txtpb)
+    # Status 1: a collection failed, which is what odd machines are for.
+    (cd machines && "$tools/run.sh" "$architecture" ../orbis-host.exe collect all --machine "$stem.txtpb" --format json --log-level off \
+        </dev/null 2>/dev/null) >"$unpacked/$stem.json" || [ $? = 1 ] || die "$name: orbis-host.exe cannot collect from $machine"
+    cmp "$unpacked/$stem.json" "$root/tests/golden/$stem.json" >&2 || die "$name: what orbis-host.exe prints for $machine differs"
+done
 say "$(cd "$root" && du -h "out/$name.zip")"
