@@ -11,7 +11,8 @@ namespace {
 const OrbisRegistration& RegistrationOf(const std::filesystem::path& library)
 {
     std::error_code error;
-    const std::filesystem::path path = std::filesystem::absolute(library, error);
+    // With the separators of the system: Windows does not look for a library's own ones beside a path with slashes.
+    const std::filesystem::path path = std::filesystem::absolute(library, error).make_preferred();
     if (error) {
         throw PluginLoadError("cannot load " + TextOf(library) + ": " + error.message());
     }
