@@ -273,10 +273,7 @@ TEST_F(Dynamic, AQueryThatWasNotToBeHadStaysAway)
         retriever.reset();
     }
     // When instances could not be listed, what WMI calls the disks is written down for whoever looks into it.
-    EXPECT_TRUE(std::any_of(log->lines.begin(), log->lines.end(), [](const LogLine& line) {
-        return line.level == "Debug" && line.function == kClass + "QueryPhysicalDiskNameByWMI" &&
-               line.message.starts_with("all physical disk names from WMI: 0 C: D:, ");
-    }));
+    EXPECT_TRUE(Logged("Debug", "all physical disk names from WMI: 0 C: D:, 1 E:, 2, _Total", "QueryPhysicalDiskNameByWMI"));
 }
 
 TEST_F(Dynamic, ASampleThatFailsIsLoggedAtItsPlace)
