@@ -3,7 +3,6 @@
 
 #include <cstring>
 #include <new>
-#include <thread>
 #include <vector>
 
 #include "FakeDrives.h"
@@ -216,35 +215,6 @@ TEST_F(ReadingTest, MemoryThatRunsShortInAPortGivesNull)
 {
     m_Machine.onControl = [] { throw std::bad_alloc(); };
     EXPECT_FALSE(HasIdentify() || HasHealth() || HasCustomizedHealth());
-}
-
-TEST_F(ReadingTest, ManyThreadsReadTheSameAndDifferentDrives)
-{
-    constexpr int kRounds = 100;
-    for (const std::int32_t number : {4, 5}) {
-        m_Machine.drives[number] = m_Drive;
-        m_Machine.drives[number].identify->at(0) = static_cast<std::uint8_t>(number);
-    }
-    std::vector<std::thread> threads;
-    std::atomic<int> wrong{0};
-    for (const std::int32_t number : {4, 4, 5, 5}) {
-        threads.emplace_back([number, &wrong] {
-            for (int round = 0; round < kRounds; ++round) {
-                const auto identify = Owned(SXNvmNewIdentifyControllerData(number));
-                const auto health = Owned(SXNvmNewHealthInfo(number));
-                const auto customized = Owned(SXNvmNewCustomizedHealthInfo(number));
-                const bool isRight = SXGetPhysicalDrives() == 0x38 &&
-                                     SXQueryStorageBusType(number) == StorageBusType::BusTypeNvme && identify != nullptr &&
-                                     identify->VID() == number && health != nullptr && health->AvailableSpare() == 1 &&
-                                     customized != nullptr && customized->WearLevelingCount() == 0x11;
-                wrong += isRight ? 0 : 1;
-            }
-        });
-    }
-    for (auto& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(wrong, 0);
 }
 
 }  // namespace

@@ -11,7 +11,6 @@
 #include "Common/PhysicalDiskInfoFetcher.h"
 #include "Common/ResultException.h"
 #include "MachineInForce.h"
-#include "Raises.h"
 #include "platform/Requests.h"
 
 namespace Veyra::Orbis::Cpp::Common {
@@ -20,9 +19,7 @@ namespace {
 using namespace orbis::platform;
 using HardwareAccessLib::BasicDiskInfo;
 using HardwareAccessLib::DiskDriveMediaType;
-using orbis::fakes::ExpectRaises;
 using orbis::fakes::MachineInForce;
-using orbis::simulated::FaultKind;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
@@ -288,52 +285,8 @@ TEST(PhysicalDiskInfo, KnowsWhetherADriveIsPresent)
     EXPECT_FALSE(PhysicalDiskInfoFetcher().IsDrivePresent(0));
 }
 
-TEST(PhysicalDiskInfo, RaisesEveryFailureWithItsLine)
-{
-    const auto fetch = [] { static_cast<void>(Fetch()); };
-    const auto transferred = [] {
-        std::int64_t read = 0;
-        std::int64_t written = 0;
-        PhysicalDiskInfoProvider().GetMegaBytesTransferred("d", read, written);
-    };
-    constexpr Hresult kDenied = hresult::kAccessDenied;
-    constexpr Hresult kUnexpected = hresult::kUnexpected;
-    constexpr const char* kOpen = "DeviceIo::Open";
-    constexpr const char* kControl = "DeviceIo::Control";
-    const std::string own = R"(cpp\Common\src\PhysicalDiskInfoFetcher)";
-    const std::string hardware = R"(cpp\Common\src\HardwareAccess)";
-    struct Case {
-        std::string unit;
-        std::int32_t line;
-        std::function<void()> use;
-        const char* operation;  // that fails
-        int nth;                // 1: device number of the walk; of an NVMe disk 3 and 4 are the ways to model and EPPID
-        FaultKind kind;
-        Hresult result;
-    };
-    const std::vector<Case> cases{
-        {hardware, 446, fetch, kOpen, 2, FaultKind::Error, kDenied},
-        {hardware, 449, fetch, kControl, 2, FaultKind::Error, kDenied},
-        {own, 203, fetch, kOpen, 5, FaultKind::Error, kDenied},
-        {own, 207, fetch, kControl, 5, FaultKind::Error, kDenied},
-        {own, 211, fetch, kControl, 5, FaultKind::Null, kUnexpected},
-        {own, 57, fetch, "DeviceIo::LogicalDriveStrings", 1, FaultKind::Error, kDenied},
-        {own, 64, fetch, kOpen, 6, FaultKind::Error, kDenied},
-        {own, 66, fetch, kControl, 6, FaultKind::Error, kDenied},
-        {hardware, 48, fetch, kOpen, 7, FaultKind::Error, kDenied},
-        {hardware, 51, fetch, kControl, 7, FaultKind::Error, kDenied},
-        {own, 409, transferred, kOpen, 1, FaultKind::Error, kDenied},
-        {own, 412, transferred, kControl, 1, FaultKind::Error, kDenied},
-        {own, 413, transferred, kControl, 1, FaultKind::Null, kUnexpected},
-    };
-    for (const auto& [unit, line, use, operation, nth, kind, result] : cases) {
-        MachineInForce machine(Gpt(Partition(1, "letter: 'D'")));
-        ASSERT_TRUE(machine.FailNth(operation, nth, kind, win32::kAccessDenied, use));
-        ExpectRaises(use, unit, line, result);
-    }
-}
-
-// A layout that counts more entries than it came with is not believed.
+// The line of every other failure is in the fault sweep's table. A layout that counts more entries than it came with is not
+// believed.
 TEST(PhysicalDiskInfo, ChecksTheEntryCountAgainstTheReply)
 {
     struct Case {

@@ -1,6 +1,5 @@
 // The static collector: what it says of a disk, when it says nothing, and its deliberate oddities.
 #include <memory>
-#include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
@@ -8,7 +7,6 @@
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
-#include <google/protobuf/util/json_util.h>
 
 #include "HostSdk/Exceptions.h"
 #include "MachineInForce.h"
@@ -64,24 +62,6 @@ std::string Gpt(int partitions, const std::string& more = "")
         text += number == 1 ? "volume { letter: 'C' serial: 0x1234ABCD boot: true } }" : "}";
     }
     return text + "} " + more + "} ";
-}
-
-TEST(StaticInfo, SaysAllOfADisk)
-{
-    const MachineInForce machine(Gpt(2, kMillionUnits) + kOem + "recovery { mini_dump_directory: 'C:\\\\dumps' }");
-    const auto messages = CollectAll();
-    ASSERT_EQ(messages.size(), 1U);
-    std::string json;
-    ASSERT_TRUE(google::protobuf::util::MessageToJsonString(messages[0], &json).ok());
-    EXPECT_EQ(json, R"({"name":"DISK4","description":"Storage","makeModel":"HD                                      ",)"
-                    R"("size":"1000000","type":"DISK_TYPE_HDD","capability":["HardDrive","HDD"],"eppid":"",)"
-                    R"("guid":"11111111-2222-3333-4444-555555555555","partitions":[)"
-                    R"({"name":"N","size":"2","index":"1","guid":"00000001-0000-0000-0000-000000000000","serialNumber":"1234ABCD",)"
-                    R"("isBootVolume":true,"isPageFilePresent":false,"isCrashDump":true},)"
-                    R"({"name":"N","size":"2","index":"2","guid":"00000002-0000-0000-0000-000000000000",)"
-                    R"("isBootVolume":false,"isPageFilePresent":false,"isCrashDump":false}],)"
-                    R"("firmwareRevision":"FW 1","namespaceMarketedSizeInGB":"1048","OEMType208SystemID":"0A1B",)"
-                    R"("deviceInstanceId":"Disk_SCSI\\4"})");
 }
 
 // Three assignments stand inside the loop over the partitions.
@@ -215,35 +195,11 @@ TEST(StaticInfo, TakesTheModelOfTheInventoryWhenTheDriveTellsNone)
     EXPECT_EQ(CollectAll().at(0).make_model(), "From WMI");
 }
 
-// Notes on which thread each line was logged.
-class ThreadNotingLog final : public Common::IZelLog {
-public:
-    std::vector<std::pair<std::thread::id, std::string>> lines;
-
-    IZelLog& Error(std::string_view message, std::int32_t, std::string_view, std::string_view) override { return Note(message); }
-    IZelLog& Error(const Sdk::Exceptions::HostException&, std::int32_t, std::string_view, std::string_view) override
-    {
-        return Note("");
-    }
-    IZelLog& Warning(std::string_view message, std::int32_t, std::string_view, std::string_view) override { return Note(message); }
-    IZelLog& Debug(std::string_view message, std::int32_t, std::string_view, std::string_view) override { return Note(message); }
-    IZelLog& Trace(std::string_view message, std::int32_t, std::string_view, std::string_view) override { return Note(message); }
-
-private:
-    IZelLog& Note(std::string_view message)
-    {
-        const std::scoped_lock lock(m_Mutex);
-        lines.emplace_back(std::this_thread::get_id(), message);
-        return *this;
-    }
-    std::mutex m_Mutex;
-};
-
 TEST(StaticInfo, CollectsForOneCallerAtATime)
 {
     const MachineInForce machine(Gpt(1) +
                                  "disk { number: 1 kind: NVME size: 1048576 } disk { number: 2 kind: NVME size: 1048576 }");
-    const auto log = std::make_shared<ThreadNotingLog>();
+    const auto log = std::make_shared<RecordingLog>();
     PhysicalDiskStaticInfoRetriever retriever(log);
     const auto collect = [&retriever] {
         for (int round = 0; round < 20; ++round) {
@@ -255,9 +211,9 @@ TEST(StaticInfo, CollectsForOneCallerAtATime)
     other.join();
     ASSERT_EQ(log->lines.size(), 2U * 20 * 4);
     for (std::size_t at = 0; at < log->lines.size(); at += 4) {
-        EXPECT_THAT(log->lines[at + 3].second, ::testing::StartsWith("Got total info"));
+        EXPECT_THAT(log->lines[at + 3].message, ::testing::StartsWith("Got total info"));
         for (std::size_t line = at; line < at + 4; ++line) {
-            EXPECT_EQ(log->lines[line].first, log->lines[at].first) << "another caller's line inside a collection";
+            EXPECT_EQ(log->threads[line], log->threads[at]) << "another caller's line inside a collection";
         }
     }
 }

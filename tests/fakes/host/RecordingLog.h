@@ -1,9 +1,11 @@
 #pragma once
 
 #include <cstdint>
+#include <mutex>
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 #include "HostSdk/IZelLog.h"
@@ -24,11 +26,12 @@ struct LogLine {
     }
 };
 
-// Keeps every line. For one thread.
+// Keeps every line. Look at them when nobody logs any more.
 class RecordingLog : public Veyra::Orbis::Common::IZelLog {
 public:
     std::vector<LogLine> lines;
     std::vector<std::int32_t> sourceLines;
+    std::vector<std::thread::id> threads;  // that logged them
 
     IZelLog& Error(std::string_view message, std::int32_t line, std::string_view file, std::string_view function) override
     {
@@ -56,10 +59,14 @@ private:
     IZelLog& Keep(std::string_view level, std::string_view message, std::int32_t line, std::string_view file,
                   std::string_view function)
     {
+        const std::scoped_lock lock(m_Mutex);
         lines.push_back({std::string(level), std::string(message), std::string(file), std::string(function)});
         sourceLines.push_back(line);
+        threads.push_back(std::this_thread::get_id());
         return *this;
     }
+
+    std::mutex m_Mutex;
 };
 
 }  // namespace orbis::fakes
