@@ -184,6 +184,8 @@ PdhStatus LinuxPdh::AddEnglishCounter(PdhQueryObject* query, const char16_t* pat
         added->disk = DiskOfInstance(m_Machine, parsed->instance);
     }
     *counter = reinterpret_cast<PdhCounterObject*>(added.get());
+    // A value is looked for in the counters of every query, those of other threads too.
+    const std::scoped_lock lock(m_Lock);
     opened->counters.push_back(std::move(added));
     return pdh::kOk;
 }
