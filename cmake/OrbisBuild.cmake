@@ -33,7 +33,8 @@ endif()
 # orbis_target(<target>): warnings as errors, UTF-8 sources.
 function(orbis_target target)
     if(MSVC)
-        target_compile_options(${target} PRIVATE /W4 /WX /utf-8 /permissive- /EHsc)
+        # Functions with C linkage may throw: those of sondix do when memory is short.
+        target_compile_options(${target} PRIVATE /W4 /WX /utf-8 /permissive- /EHsc-)
     else()
         target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
                                                  $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast> $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual> -Wnull-dereference -Wdouble-promotion)
