@@ -32,6 +32,9 @@ file(WRITE ${WORK}/unnamed.txtpb "wmi_class { name: \"Win32_DiskDrive\" row { pr
                                  "property { name: \"Model\" i4: 1 } } row {} }\n")
 try(0 "PhysicalDiskStaticInfo: 0 disks\n" "a drive has no id: .*no Index \\(0x80041002\\)\n.*drive 3 has no id: the Model .* no text\n.*list of disk devices is empty\n"
     collect PhysicalDiskStaticInfo --machine ${WORK}/unnamed.txtpb)
+# Views of what can be odd; their ordinary look is in tests/golden.
+try(0 "953674304.00 +inf.*\\(no id\\) \\(SMART3\\)\n    no SMART values.*READ ONLY, backup failed.*174224571863520444416.00 YB.*SMART9 .*\\\\x81 \\\\x08.*not reported"
+    "" collect all --machine hostile.txtpb --log-level off)
 # A collection that fails does not take the others with it.
 try(1 "PhysicalDiskStaticInfo: 1 disk\n.*no data" "collecting NvmeIdentifyControllerData failed: .*cannot find data with specific ID: Disk_none"
     collect all --machine laptop-arm64.txtpb --item Disk_none --log-level off)
