@@ -23,8 +23,9 @@ PdhStatus ScriptedCounters::EnumInstances(const char16_t* object, char16_t* buff
         return enumStatus != 0 ? enumStatus : pdh::kNoObject;
     }
     std::u16string list;
-    for (const auto& instance : instances) {
-        list += instance + u'\0';
+    // The last one always comes between the question for the size and the one for the names.
+    for (auto instance = instances.begin(); instance != instances.end() - (buffer == nullptr ? 1 : 0); ++instance) {
+        list += *instance + u'\0';
     }
     list += u'\0';
     const auto needed = static_cast<std::uint32_t>(list.size());
