@@ -10,7 +10,7 @@ void orbis::fuzz::Device(Bytes bytes)
     using namespace Veyra::Orbis;
     Input input(bytes);
     using Rows = HostileMachine::WmiRows;
-    const HostileMachine machine(input, input.Below(4) == 3 ? Rows::Hostile : Rows::True);
+    HostileMachine machine(input, input.Below(4) == 3 ? Rows::Hostile : Rows::True);
     Plugins::StorageCollectorPlugin plugin(nullptr);
     const auto collect = [&plugin](auto operation) {
         try {
@@ -32,5 +32,6 @@ void orbis::fuzz::Device(Bytes bytes)
     collect(&Plugin::CollectSmartDynamicInfo);
     collect(&Plugin::CollectNvmeIdentifyControllerData);
     collect(&Plugin::CollectSmartNvmeInfo);
+    machine.Wait();
     collect(&Plugin::CollectPhysicalDiskDynamicInfo);
 }

@@ -26,7 +26,8 @@ disk { number: 0 kind: NVME model: "M0" size: 1000204886016
   gpt { disk_id: "11111111-0000-0000-0000-000000000001"
     partition { size: 1073741824 id: "11111111-0000-0000-0000-0000000000c0" volume { letter: "C" } } } }
 disk { number: 1 kind: SATA_SSD model: "M1" size: 1000204886016
-  ata { attribute { id: 5 raw: 1 } log_page { address: 0x9A text: "VY0K7F3MA1B2C3D4E5F6" } } }
+  ata { attribute { id: 5 raw: 1 } log_page { address: 0x9A text: "VY0K7F3MA1B2C3D4E5F6" } }
+  mbr { signature: 1 partition { offset: 1048576 size: 1073741824 mbr_type: 7 volume { letter: "D" } } } }
 smbios { oem_strings { text: "1[" text: "1[ABC]" } }
 )";
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -25,6 +26,9 @@ public:
     ~HostileMachine() override;
     HostileMachine(const HostileMachine&) = delete;
     HostileMachine& operator=(const HostileMachine&) = delete;
+
+    // Lets a second pass: counters of rates have no value without.
+    void Wait() { m_Machine->AdvanceClock(std::chrono::seconds(1)); }
 
     DeviceIo& DeviceIoPort() noexcept override { return *this; }
     platform::Setup& SetupPort() noexcept override { return m_Machine->SetupPort(); }
