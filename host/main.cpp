@@ -33,6 +33,7 @@ template <class T>
 std::vector<std::string> Names(const std::map<std::string, T>& choices)
 {
     std::vector<std::string> names;
+    names.reserve(choices.size());
     for (const auto& [name, value] : choices) {
         names.push_back(name);
     }
@@ -41,6 +42,8 @@ std::vector<std::string> Names(const std::map<std::string, T>& choices)
 
 }  // namespace
 
+// What may leave it is a mistake in the options described here, or a want of memory before there is anything to lose.
+// NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int argc, char** argv)
 {
     RestrictLibrarySearch();

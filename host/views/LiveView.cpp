@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 #include "Table.h"
 
@@ -25,7 +26,7 @@ std::string Sparkline(const std::deque<float>& values, float full)
             line += ' ';
         } else {
             const float share = std::min(value / full, 1.0F);
-            line += kBars[static_cast<std::size_t>(share * 7.0F + 0.5F)];
+            line += kBars[static_cast<std::size_t>(std::lround(share * 7.0F))];
         }
     }
     return line;

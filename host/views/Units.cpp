@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <array>
 #include <cmath>
+#include <numeric>
 
 namespace orbis::host {
 namespace {
@@ -44,11 +45,8 @@ std::string Hex(std::uint32_t value, int digits) { return fmt::format("0x{:0{}X}
 
 double LittleEndian(std::string_view bytes)
 {
-    double value = 0;
-    for (auto byte = bytes.rbegin(); byte != bytes.rend(); ++byte) {
-        value = value * 256 + static_cast<unsigned char>(*byte);
-    }
-    return value;
+    return std::accumulate(bytes.rbegin(), bytes.rend(), 0.0,
+                           [](double value, char byte) { return value * 256 + static_cast<unsigned char>(byte); });
 }
 
 }  // namespace orbis::host
