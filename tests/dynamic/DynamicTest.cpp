@@ -1,35 +1,39 @@
-#include <gtest/gtest.h>
-
+// The dynamic collection on simulated machines, whose counters are computed or recorded in the machine file.
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <limits>
 #include <optional>
+#include <string>
+#include <vector>
+
+#include <fmt/format.h>
+#include <gtest/gtest.h>
 
 #include "HostSdk/Exceptions.h"
+#include "MachineInForce.h"
 #include "PhysicalDiskDynamicInfoRetriever.h"
 #include "RecordingLog.h"
-#include "ScriptedCounters.h"
-#include "simulated/Machine.h"
-#include "simulated/MachineFile.h"
 
 namespace {
 
 using orbis::fakes::LogLine;
+using orbis::fakes::MachineInForce;
 using orbis::fakes::RecordingLog;
-using orbis::platform::Platform;
-using orbis::tests::ScriptedCounters;
+using orbis::simulated::FaultKind;
 using Veyra::Orbis::Plugins::PhysicalDiskDynamicInfoRetriever;
 using Veyra::Orbis::Sdk::Common::Identifiers::ItemId;
+namespace pdh = orbis::platform::pdh;
 
 constexpr const char* kFile = R"(Plugins\StorageCollector\PhysicalDiskDynamicInfoRetriever)";
 const std::string kClass = "Veyra::Orbis::Plugins::PhysicalDiskDynamicInfoRetriever::";
 constexpr const char* kHotPlug =
     "it seems the number of disk names is greater than the number of PDH counters, which means the disk might be inserted. Refresh "
-    "PDH "
-    "query now.";
+    "PDH query now.";
 
-// Disks 0 (C: and D:) and 1 (E:), and disk 2 about which nothing is known: no size, no identifier, no media type.
-constexpr const char* kMachine = R"(
+// Disks 0 (C: and D:), 1 (E:), and disk 2 about which nothing is known: no size, no identifier, no media type. Counters need time
+// between their samples.
+constexpr const char* kMachine = R"(sample_step_ms: 1000
 disk { number: 0 kind: NVME model: "M0" serial: "S0" firmware: "F0" size: 1000204886016 pnp_device_id: "PNP0"
   bytes_read_before: 3145728 bytes_written_before: 1048575
   gpt { disk_id: "11111111-0000-0000-0000-000000000001"
@@ -38,34 +42,52 @@ disk { number: 0 kind: NVME model: "M0" serial: "S0" firmware: "F0" size: 100020
 disk { number: 1 kind: SATA_SSD model: "M1" serial: "S1" firmware: "F1" size: 1000204886016 pnp_device_id: "PNP1"
   gpt { disk_id: "22222222-0000-0000-0000-000000000001"
     partition { size: 1073741824 id: "22222222-0000-0000-0000-0000000000e0" volume { letter: "E" } } } }
-disk { number: 2 kind: USB_STICK model: "M2" serial: "S2" firmware: "F2" size: 0 media_type: 0 pnp_device_id: "PNP2" }
+disk { number: 2 kind: USB_STICK model: "M2" serial: "S2" firmware: "F2" size: 0 media_type: 0 pnp_device_id: "PNP2" arrives_at: 1000 }
 )";
 
-std::u16string Path(const char16_t* instance, const char16_t* counter)
+std::string Counter(const std::string& instance, const std::string& name, const std::string& samples)
 {
-    return std::u16string(u"\\PhysicalDisk(") + instance + u")\\" + counter;
+    return fmt::format("counter {{ instance: '{}' name: '{}' {} }} ", instance, name, samples);
+}
+// Instances that are not those of the disks, all of whose counters are zero.
+std::string Instances(const std::vector<std::string>& names)
+{
+    std::string text;
+    for (const std::string& instance : names) {
+        text += "instance: '" + instance + "' ";
+        for (const char* name : {"% Idle Time", "% Disk Read Time", "% Disk Write Time", "Disk Read Bytes/sec",
+                                 "Disk Write Bytes/sec", "Avg. Disk sec/Read", "Avg. Disk sec/Write"}) {
+            text += Counter(instance, name, "sample {}");
+        }
+    }
+    return text;
+}
+std::string Counters(const std::string& recorded) { return "counter_object { name: 'PhysicalDisk' " + recorded + "}"; }
+
+// The value that a field of the message wraps.
+template <class Wrapper>
+auto ValueOf(const google::protobuf::Message& message, const std::string& field)
+{
+    const auto* descriptor = message.GetDescriptor()->FindFieldByName(field);
+    return dynamic_cast<const Wrapper&>(message.GetReflection()->GetMessage(message, descriptor)).value();
 }
 
 class Dynamic : public testing::Test {
 protected:
-    Dynamic() : machine(orbis::simulated::ParseMachine(kMachine)), counters(*machine)
-    {
-        Platform::Replace(&counters);
-        counters.instances = {u"0 C: D:", u"1 E:", u"_Total"};
-    }
-    ~Dynamic() override
+    ~Dynamic() override { retriever.reset(); }
+
+    void Use(const std::string& text)
     {
         retriever.reset();
-        EXPECT_EQ(counters.openQueries, 0) << "queries left open";
-        EXPECT_EQ(machine->OpenObjects(), orbis::simulated::OpenCounts{});
-        Platform::Replace(nullptr);
+        machine.reset();
+        machine.emplace(text);
     }
-
+    void Construct() { retriever.emplace(log); }
     // A collection of everything; constructs the retriever when there is none.
     auto Collect()
     {
         if (!retriever) {
-            retriever.emplace(log);
+            Construct();
         }
         return *retriever->CollectData(ItemId::All());
     }
@@ -82,8 +104,7 @@ protected:
         return std::find(log->lines.begin(), log->lines.end(), LogLine{level, text, kFile, kClass + operation}) != log->lines.end();
     }
 
-    std::unique_ptr<orbis::simulated::Machine> machine;
-    ScriptedCounters counters;
+    std::optional<MachineInForce> machine{kMachine};
     std::shared_ptr<RecordingLog> log = std::make_shared<RecordingLog>();
     std::optional<PhysicalDiskDynamicInfoRetriever> retriever;
 };
@@ -91,86 +112,66 @@ protected:
 // Expected values were worked out outside this program, in single precision.
 TEST_F(Dynamic, ConvertsInSinglePrecision)
 {
-    constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
     constexpr double kInfinity = std::numeric_limits<double>::infinity();
+    constexpr std::uint64_t kHighest = std::numeric_limits<std::uint64_t>::max();
     struct Case {
-        const char16_t* counter;
+        const char* counter;
+        const char* field;
         double raw;
         float value;
-        std::uint64_t obsolete;
+        std::uint64_t obsolete = 0;
     };
-    constexpr std::uint64_t kHighest = std::numeric_limits<std::uint64_t>::max();
     const Case cases[] = {
-        {u"% Idle Time", 0, 0, 0},
-        {u"% Idle Time", 55.9, 55.9F, 55},
-        {u"% Idle Time", 100.7, 100, 100},
-        {u"% Idle Time", kInfinity, 100, 100},
-        {u"% Disk Read Time", 100, 100, 100},
-        {u"% Disk Read Time", 1e30, 100, 100},
-        {u"% Disk Write Time", -5, -5, 0},
-        {u"% Disk Write Time", 99.99, 99.99F, 99},
-        {u"Disk Read Bytes/sec", 3.0 * 1048576, 3, 3},
-        {u"Disk Read Bytes/sec", 1234567, 1.1773748397827148F, 1},
-        {u"Disk Read Bytes/sec", kInfinity, std::numeric_limits<float>::infinity(), kHighest},
-        {u"Disk Write Bytes/sec", 5e9, 4768.37158203125F, 4768},
-        {u"Disk Write Bytes/sec", 1e30, 9.53674330756632e+23F, kHighest},
-        {u"Avg. Disk sec/Read", 0.0042, 4.199999809265137F, 0},
-        {u"Avg. Disk sec/Write", 1e-30, 1.0000000272452012e-27F, 0},
+        {"% Idle Time", "idle_time_percentage", 0, 0, 0},
+        {"% Idle Time", "idle_time_percentage", 55.9, 55.9F, 55},
+        {"% Idle Time", "idle_time_percentage", 100.7, 100, 100},
+        {"% Idle Time", "idle_time_percentage", kInfinity, 100, 100},
+        {"% Disk Read Time", "read_time_percentage", 100, 100, 100},
+        {"% Disk Read Time", "read_time_percentage", 1e30, 100, 100},
+        {"% Disk Write Time", "write_time_percentage", -5, -5, 0},
+        {"% Disk Write Time", "write_time_percentage", 99.99, 99.99F, 99},
+        {"Disk Read Bytes/sec", "byte_read_per_sec_in_MB", 3.0 * 1048576, 3, 3},
+        {"Disk Read Bytes/sec", "byte_read_per_sec_in_MB", 1234567, 1.1773748397827148F, 1},
+        {"Disk Read Bytes/sec", "byte_read_per_sec_in_MB", kInfinity, std::numeric_limits<float>::infinity(), kHighest},
+        {"Disk Write Bytes/sec", "byte_write_per_sec_in_MB", 5e9, 4768.37158203125F, 4768},
+        {"Disk Write Bytes/sec", "byte_write_per_sec_in_MB", 1e30, 9.53674330756632e+23F, kHighest},
+        {"Avg. Disk sec/Read", "avg_disk_MS_per_read", 0.0042, 4.199999809265137F},
+        {"Avg. Disk sec/Write", "avg_disk_MS_per_write", 1e-30, 1.0000000272452012e-27F},
+    };
+    const auto collect = [this](const char* counter, double raw) {
+        Use(kMachine + Counters(Counter("1 E:", counter, fmt::format("sample {{ value: {} }}", raw))));
+        return Of(Collect(), "PNP1");
     };
     for (const Case& one : cases) {
-        SCOPED_TRACE(testing::Message() << std::string(one.counter, one.counter + std::char_traits<char16_t>::length(one.counter))
-                                        << " of " << one.raw);
-        counters.values = {{Path(u"1 E:", one.counter), one.raw}};
-        const auto message = Of(Collect(), "PNP1");
-        switch (one.counter[2]) {
-            case u'I':
-                EXPECT_EQ(message.idle_time_percentage().value(), one.value);
-                EXPECT_EQ(message.obsolete_idle_time_percentage().value(), one.obsolete);
-                break;
-            case u'D':
-                EXPECT_EQ((one.counter[7] == u'R' ? message.read_time_percentage() : message.write_time_percentage()).value(),
-                          one.value);
-                EXPECT_EQ(
-                    (one.counter[7] == u'R' ? message.obsolete_read_time_percentage() : message.obsolete_write_time_percentage())
-                        .value(),
-                    one.obsolete);
-                break;
-            case u's':
-                EXPECT_EQ((one.counter[5] == u'R' ? message.byte_read_per_sec_in_mb() : message.byte_write_per_sec_in_mb()).value(),
-                          one.value);
-                EXPECT_EQ((one.counter[5] == u'R' ? message.obsolete_byte_read_per_sec_in_mb()
-                                                  : message.obsolete_byte_write_per_sec_in_mb())
-                              .value(),
-                          one.obsolete);
-                break;
-            default:
-                EXPECT_EQ((std::u16string_view(one.counter).ends_with(u"Read") ? message.avg_disk_ms_per_read()
-                                                                               : message.avg_disk_ms_per_write())
-                              .value(),
-                          one.value);
+        SCOPED_TRACE(fmt::format("{} of {}", one.counter, one.raw));
+        const auto message = collect(one.counter, one.raw);
+        EXPECT_EQ(ValueOf<google::protobuf::FloatValue>(message, one.field), one.value);
+        if (std::string_view(one.field).find("avg") == std::string_view::npos) {
+            EXPECT_EQ(ValueOf<google::protobuf::UInt64Value>(message, std::string("OBSOLETE_") + one.field), one.obsolete);
         }
     }
-    counters.values = {{Path(u"1 E:", u"% Idle Time"), kNaN}};
-    const auto message = Of(Collect(), "PNP1");
+    const auto message = collect("% Idle Time", std::numeric_limits<double>::quiet_NaN());
     EXPECT_TRUE(std::isnan(message.idle_time_percentage().value())) << "what is no number stays none";
     EXPECT_EQ(message.obsolete_idle_time_percentage().value(), 0U);
 }
 
 TEST_F(Dynamic, TakesNumberFromTheFrontAndLetterFromTheBackOfAName)
 {
+    Use(kMachine + Counters(Counter("0 C: D:", "% Idle Time", "sample { value: 1 } sample { value: 2 } sample { value: 3 }")));
     const auto items = Collect();
     ASSERT_EQ(items.size(), 2U) << "one per instance, without the total";
     const auto first = Of(items, "PNP0");
+    EXPECT_EQ(first.idle_time_percentage().value(), 2) << "one sample at construction, one in the collection";
     EXPECT_EQ(first.byte_read_in_mb().value(), 3) << "of D:, the last volume";
     EXPECT_EQ(first.byte_write_in_mb().value(), 0) << "1,048,575 bytes are no megabyte";
     EXPECT_TRUE(Logged("Trace", "name: d, mega_bytes_read: 3, bytes_write: 0", "GetDynamicDiskData"));
-    EXPECT_EQ(counters.samples, 2) << "one at construction, one in the collection";
     EXPECT_TRUE(Logged("Trace", "Got total info for PhysicalDiskDynamicInfoRetriever: 2", "CollectData"));
 }
 
 TEST_F(Dynamic, PassesOverNamesThatAreNone)
 {
-    counters.instances = {u"NoColon 7", u": first", u"C:", u" C:", u"x E:", u"99999999999 E:", u"9 E:", u"8 E:", u"_TOTAL"};
+    Use(kMachine + Counters(Instances({"NoColon 7", ": first", "C:", " C:", "x E:", "99999999999 E:", "9 E:", "8 E:"}) +
+                            "instance: '_TOTAL'"));
     const auto items = Collect();
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(items[0].ItemId(), ItemId("Disk_")) << "a drive number without a record";
@@ -190,7 +191,8 @@ TEST_F(Dynamic, PassesOverNamesThatAreNone)
 
 TEST_F(Dynamic, LeavesOutDisksOfWhichNothingIsKnown)
 {
-    counters.instances = {u"0 C:", u"2 E:", u"_Total"};
+    Use(kMachine + Counters(Instances({"0 C:", "2 E:"}) + "instance: '_Total'"));
+    machine.value()->AdvanceClock(std::chrono::seconds(1000));  // disk 2 is there
     const auto items = Collect();
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(items[0].ItemId(), ItemId("Disk_PNP0"));
@@ -201,12 +203,13 @@ TEST_F(Dynamic, LeavesOutDisksOfWhichNothingIsKnown)
 
 TEST_F(Dynamic, GoesWithoutACounterThatCouldNotBeCreated)
 {
-    counters.refused = {Path(u"1 E:", u"% Idle Time")};
-    counters.values = {{Path(u"1 E:", u"% Disk Read Time"), 7.5}};
+    // The eighth counter: idle time of the second disk.
+    ASSERT_TRUE(machine->FailNth("Pdh::AddEnglishCounter", 8, FaultKind::Error, pdh::kNoCounter, [this] { Construct(); }));
+    Construct();
     const auto message = Of(Collect(), "PNP1");
     EXPECT_FALSE(message.has_idle_time_percentage());
     EXPECT_FALSE(message.has_obsolete_idle_time_percentage());
-    EXPECT_EQ(message.read_time_percentage().value(), 7.5F);
+    EXPECT_TRUE(message.has_read_time_percentage());
     EXPECT_TRUE(Logged("Error",
                        "failed to create PDH counter '% Idle Time' for instance '1 E:':  PdhAddEnglishCounter failed for "
                        "\\PhysicalDisk(1 E:)\\% Idle Time: PDH status 0xC0000BB9}'",
@@ -215,7 +218,7 @@ TEST_F(Dynamic, GoesWithoutACounterThatCouldNotBeCreated)
 
 TEST_F(Dynamic, ACounterWithoutAValueCostsItsDiskAlone)
 {
-    counters.unreadable = {Path(u"0 C: D:", u"Avg. Disk sec/Read")};
+    Use(kMachine + Counters(Counter("0 C: D:", "Avg. Disk sec/Read", fmt::format("sample {{ status: {} }}", pdh::kNoInstance))));
     const auto items = Collect();
     ASSERT_EQ(items.size(), 1U);
     EXPECT_EQ(items[0].ItemId(), ItemId("Disk_PNP1"));
@@ -227,58 +230,48 @@ TEST_F(Dynamic, ACounterWithoutAValueCostsItsDiskAlone)
 
 TEST_F(Dynamic, RefreshesForANewDiskAndNotForOneThatWent)
 {
-    counters.instances = {u"0 C: D:", u"_Total"};
-    EXPECT_EQ(Collect().size(), 1U);
-    counters.instances = {u"0 C: D:", u"1 E:", u"_Total"};
+    Use(std::string(kMachine) + R"(disk { number: 3 kind: NVME size: 1048576 pnp_device_id: "PNP3" arrives_at: 2.5 leaves_at: 100
+                                          gpt { partition { size: 1048576 volume { letter: "F" } } } })");
     EXPECT_EQ(Collect().size(), 2U);
-    EXPECT_EQ(counters.sleeps, std::vector<std::uint32_t>{1000});
-    EXPECT_EQ(counters.opened, 2);
-    EXPECT_EQ(counters.openQueries, 1) << "the query of before is closed";
-    EXPECT_TRUE(Logged("Warning", kHotPlug, "GetDynamicDiskData"));
-    counters.instances = {u"1 E:", u"_Total"};
-    EXPECT_EQ(Collect().size(), 2U) << "a removed disk keeps its counters";
-    EXPECT_EQ(counters.opened, 2);
+    machine.value()->AdvanceClock(std::chrono::seconds(1));
+    const auto before = machine.value()->TimePort().UtcNow();
+    EXPECT_EQ(Collect().size(), 3U);
+    EXPECT_EQ(machine.value()->TimePort().UtcNow() - before, std::chrono::seconds(3)) << "a second of sleep between two samples";
+    EXPECT_EQ(machine.value()->OpenObjects().counterQueries, 1) << "the query of before is closed";
+    machine.value()->AdvanceClock(std::chrono::seconds(100));
+    EXPECT_EQ(Collect().size(), 2U);
+    const LogLine refresh{"Warning", kHotPlug, kFile, kClass + "GetDynamicDiskData"};
+    EXPECT_EQ(std::count(log->lines.begin(), log->lines.end(), refresh), 1);
 }
 
 TEST_F(Dynamic, AQueryThatWasNotToBeHadStaysAway)
 {
-    struct Case {
-        const char* name;
-        orbis::platform::PdhStatus ScriptedCounters::*status;
-        std::vector<std::string> lines;
-    };
-    const Case cases[] = {
-        {"open",
-         &ScriptedCounters::openStatus,
-         {"failed to create PDH query: PdhOpenQuery failed for live counters: PDH status 0xC0000BBB"}},
-        {"enumerate",
-         &ScriptedCounters::enumStatus,
-         {"failed to get the instance names of perf counters: Veyra.Orbis.Common.Utilities.PdhException: PdhEnumObjectItems failed "
-          "for PhysicalDisk: PDH status 0xC0000BBB"}},
-    };
-    for (const Case& one : cases) {
-        SCOPED_TRACE(one.name);
-        counters.*one.status = orbis::platform::pdh::kMemoryAllocation;
-        retriever.emplace(log);
-        counters.*one.status = 0;
-        for (const std::string& line : one.lines) {
-            EXPECT_TRUE(Logged("Error", line, "RefreshPdhQuery"));
-        }
+    for (const auto& [operation, line] : {std::pair{"Pdh::OpenQuery",
+                                                    "failed to create PDH query: PdhOpenQuery failed for live counters: PDH status "
+                                                    "0xC0000BBB"},
+                                          {"Pdh::EnumInstances",
+                                           "failed to get the instance names of perf counters: "
+                                           "Veyra.Orbis.Common.Utilities.PdhException: PdhEnumObjectItems failed for PhysicalDisk: "
+                                           "PDH status 0xC0000BBB"}}) {
+        SCOPED_TRACE(operation);
+        ASSERT_TRUE(machine->FailNth(operation, 1, FaultKind::Error, pdh::kMemoryAllocation, [this] { Construct(); }));
+        log->lines.clear();
+        Construct();
+        EXPECT_TRUE(Logged("Error", line, "RefreshPdhQuery"));
         EXPECT_TRUE(Collect().empty());
         EXPECT_TRUE(Collect().empty()) << "PDH is well again, but only construction opens the query";
         EXPECT_TRUE(Logged("Error",
                            "GetDynamicDiskData: failed to collect info via PDH query: PDH query is not available for retrieving "
                            "PhysicalDiskDynamicInfo data",
                            "GetDynamicDiskData"));
-        retriever.reset();
     }
     // When instances could not be listed, what WMI calls the disks is written down for whoever looks into it.
-    EXPECT_TRUE(Logged("Debug", "all physical disk names from WMI: 0 C: D:, 1 E:, 2, _Total", "QueryPhysicalDiskNameByWMI"));
+    EXPECT_TRUE(Logged("Debug", "all physical disk names from WMI: 0 C: D:, 1 E:, _Total", "QueryPhysicalDiskNameByWMI"));
 }
 
 TEST_F(Dynamic, ASampleThatFailsIsLoggedAtItsPlace)
 {
-    counters.sampleStatus = orbis::platform::pdh::kNoData;
+    Use("");  // without a disk there is no counter, and no data
     EXPECT_TRUE(Collect().empty());
     const std::string failure = "PdhCollectQueryData failed for the query: PDH status 0x800007D5";
     EXPECT_TRUE(

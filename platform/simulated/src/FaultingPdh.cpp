@@ -10,7 +10,7 @@ using platform::PdhStatus;
 namespace pdh = platform::pdh;
 
 const FaultableOperation kOpenQuery{"Pdh::OpenQuery", {Error, BadAlloc}, pdh::kMemoryAllocation};
-const FaultableOperation kEnumInstances{"Pdh::EnumInstances", {Error, BadAlloc}, pdh::kNoObject};
+const FaultableOperation kEnumInstances{"Pdh::EnumInstances", {Error, ShortData, BadAlloc}, pdh::kNoObject};
 const FaultableOperation kAddCounter{"Pdh::AddEnglishCounter", {Error, BadAlloc}, pdh::kNoCounter};
 const FaultableOperation kCollect{"Pdh::CollectQueryData", {Error, BadAlloc}, pdh::kNoData};
 const FaultableOperation kFormattedValue{"Pdh::FormattedValue", {Error, BadAlloc}, pdh::kInvalidData};
@@ -30,7 +30,14 @@ public:
     PdhStatus EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters) override
     {
         const auto fault = m_Counter.Count(kEnumInstances, buffer == nullptr ? "size" : "names");
-        return fault ? fault->error : m_Inner.EnumInstances(object, buffer, characters);
+        if (!fault || fault->Is(Error)) {
+            return fault ? fault->error : m_Inner.EnumInstances(object, buffer, characters);
+        }
+        // As if instances came meanwhile: less room is asked for than is needed, or what there is does not do.
+        std::uint32_t needed = 0;
+        const PdhStatus status = m_Inner.EnumInstances(object, nullptr, &needed);
+        *characters = buffer == nullptr ? needed / 2 : needed;
+        return status;
     }
 
     PdhStatus AddEnglishCounter(platform::PdhQueryObject* query, const char16_t* path, std::uintptr_t userData,

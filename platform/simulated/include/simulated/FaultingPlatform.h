@@ -14,7 +14,7 @@ namespace orbis::simulated {
 // How a platform call can be made to fail.
 enum class FaultKind {
     Error,      // fails with the fault's code: a Win32 error, an HRESULT or a PDH status, as the call reports it
-    ShortData,  // reports less than there is: half of the bytes, no further row, a required size of 0
+    ShortData,  // reports less than there is: half of the bytes, no further row, a required size of 0, less room than is needed
     Null,       // succeeds with nothing: a null handle, interface or string, no bytes, a VT_NULL
     BadAlloc,   // throws std::bad_alloc
 };
