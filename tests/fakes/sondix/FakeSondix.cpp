@@ -26,8 +26,6 @@ FakeSondix& FakeSondix::Current()
     return *g_Current;
 }
 
-void FakeSondix::ThrowAt(std::string call, std::function<void()> raise) { m_ThrowAt[std::move(call)] = std::move(raise); }
-
 void FakeSondix::ThrowAtCall(std::size_t n, std::function<void()> raise)
 {
     m_ThrowAtCall = n;
@@ -37,12 +35,8 @@ void FakeSondix::ThrowAtCall(std::size_t n, std::function<void()> raise)
 void FakeSondix::Call(const std::string& name)
 {
     calls.push_back(name);
-    const auto n = m_CallCount++;
-    if (m_ThrowAtCall == n) {
+    if (m_ThrowAtCall == m_CallCount++) {
         m_RaiseAtCall();
-    }
-    if (const auto found = m_ThrowAt.find(name); found != m_ThrowAt.end()) {
-        found->second();
     }
 }
 
@@ -149,9 +143,6 @@ std::uint32_t SX_CALL SXGetPhysicalDrives()
 {
     auto& library = FakeSondix::Current();
     library.Call("SXGetPhysicalDrives");
-    if (library.mask) {
-        return *library.mask;
-    }
     std::uint32_t mask = 0;
     for (const auto& [number, drive] : library.drives) {
         mask |= 1U << static_cast<std::uint32_t>(number);

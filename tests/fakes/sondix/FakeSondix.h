@@ -37,11 +37,9 @@ public:
     FakeSondix& operator=(const FakeSondix&) = delete;
 
     std::map<std::int32_t, FakeDrive> drives;  // by drive number
-    std::optional<std::uint32_t> mask;         // what SXGetPhysicalDrives answers; unset: the numbers of `drives`
 
-    // Calls `raise` where the named call is made, before anything else is done there.
-    void ThrowAt(std::string call, std::function<void()> raise);
-    // The same at the n-th call of all (0 is the first), releases not counted. For sweeps: run once, then n = 0 .. CallCount() - 1.
+    // Calls `raise` where the n-th call of all is made (0 is the first), before anything else is done there; releases are not
+    // counted. For sweeps: run once, then n = 0 .. CallCount() - 1.
     void ThrowAtCall(std::size_t n, std::function<void()> raise);
     [[nodiscard]] std::size_t CallCount() const { return m_CallCount; }
 
@@ -66,7 +64,6 @@ private:
         std::string name;
     };
     std::map<void*, LiveObject> m_Live;
-    std::map<std::string, std::function<void()>> m_ThrowAt;
     std::optional<std::size_t> m_ThrowAtCall;
     std::function<void()> m_RaiseAtCall;
     std::size_t m_CallCount = 0;
