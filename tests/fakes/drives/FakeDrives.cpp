@@ -113,6 +113,14 @@ void Put(Bytes& page, std::size_t offset, std::string_view text)
     std::copy(text.begin(), text.end(), page.begin() + static_cast<std::ptrdiff_t>(offset));
 }
 
+// Puts the checksum of a maker's layout right.
+void PutChecksum(Bytes& page, std::size_t start, std::size_t length)
+{
+    page[start + 11] = 0;
+    const auto first = page.begin() + static_cast<std::ptrdiff_t>(start);
+    page[start + 11] = static_cast<std::uint8_t>(0U - std::accumulate(first, first + static_cast<std::ptrdiff_t>(length), 0U));
+}
+
 }  // namespace
 
 FakeDrives::FakeDrives() { Replace(this); }
@@ -168,13 +176,6 @@ bool FakeDrives::Close(NativeHandle) noexcept
 }
 
 std::uint32_t FakeDrives::LastError() const noexcept { return g_LastError; }
-
-void PutChecksum(Bytes& page, std::size_t start, std::size_t length)
-{
-    page[start + 11] = 0;
-    const auto first = page.begin() + static_cast<std::ptrdiff_t>(start);
-    page[start + 11] = static_cast<std::uint8_t>(0U - std::accumulate(first, first + static_cast<std::ptrdiff_t>(length), 0U));
-}
 
 Bytes MakersIdentify()
 {

@@ -69,8 +69,6 @@ private:
 Bytes MakersIdentify();
 // The maker's health log, every field of it different.
 Bytes MakersHealthLog();
-// Puts the checksum right after a change to a page of the maker's, whose layout begins at `start` and is `length` bytes long.
-void PutChecksum(Bytes& page, std::size_t start, std::size_t length);
 
 // The ICustomizedControllerData that a vendor object is, by run-time cast; null when it is none.
 void* CustomizedViewOf(void* vendorSpecificInfo);
