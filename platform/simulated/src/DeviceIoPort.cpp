@@ -141,7 +141,7 @@ public:
             m_Paths[ToLower(device.description->path())].push_back({.device = &device});
         }
         for (const auto& disk : machine.disks) {
-            m_Paths[fmt::format("\\\\.\\physicaldrive{}", disk->number)].push_back({.disk = disk.get()});
+            m_Paths[fmt::format(R"(\\.\physicaldrive{})", disk->number)].push_back({.disk = disk.get()});
             m_Paths[ToLower(disk->interfacePath)].push_back({.disk = disk.get()});
             for (const auto& volume : disk->volumes) {
                 // The volume's own path is opened without its last backslash.
@@ -267,7 +267,7 @@ private:
         const description::LooseVolume* looseVolume = nullptr;
     };
 
-    static std::string PathOf(char letter) { return letter != 0 ? ToLower(fmt::format("\\\\.\\{}:", letter)) : std::string{}; }
+    static std::string PathOf(char letter) { return letter != 0 ? ToLower(fmt::format(R"(\\.\{}:)", letter)) : std::string{}; }
 
     // What the path names, into `target`; the Win32 error of opening it.
     std::uint32_t Find(Target& target) const

@@ -71,7 +71,7 @@ std::string DefaultPnpDeviceId(const DiskModel& disk)
 std::string DefaultInterfacePath(std::string instanceId)
 {
     std::replace(instanceId.begin(), instanceId.end(), '\\', '#');
-    return "\\\\?\\" + ToLower(instanceId) + "#{53f56307-b6bf-11d0-94f2-00a0c91efb8b}";
+    return R"(\\?\)" + ToLower(instanceId) + "#{53f56307-b6bf-11d0-94f2-00a0c91efb8b}";
 }
 
 std::string CounterInstance(const DiskModel& disk)

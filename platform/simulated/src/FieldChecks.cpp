@@ -237,7 +237,7 @@ const std::array kRules{
     Rule{"Volume", "letter", kError, Letter, 0, "write one letter from A to Z, without a colon"},
     Rule{"Volume", "guid", kError, IsGuid, 0, kGuidForm},
     Rule{"LooseVolume", "letter", kError, Letter, 0, "write one letter from A to Z, without a colon"},
-    Rule{"Device", "path", kError, Filled, 0, "write the path as it is opened, such as \\\\\\\\.\\\\Scsi0:"},
+    Rule{"Device", "path", kError, Filled, 0, R"(write the path as it is opened, such as \\\\.\\Scsi0:)"},
 
     Rule{"Smbios", "version", kError, SmbiosVersion, 0, "write it as 3.4"},
     Rule{"OemStrings", "count", kError, AtMost, kByte, kFit},

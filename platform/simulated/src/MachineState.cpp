@@ -1,7 +1,9 @@
 #include "MachineState.h"
 
+#include <algorithm>
 #include <array>
-#include <cstdio>
+#include <numeric>
+#include <string_view>
 
 #include "platform/Errors.h"
 
@@ -20,27 +22,27 @@ void SetLastError(std::uint32_t error) noexcept { t_LastError = error; }
 
 std::optional<std::chrono::system_clock::time_point> ParseUtcTime(const std::string& text)
 {
-    int year = 0;
-    unsigned month = 0;
-    unsigned day = 0;
-    int hour = 0;
-    int minute = 0;
-    int second = 0;
-    char zone = 0;
-    char rest = 0;
-    if (std::sscanf(text.c_str(), "%4d-%2u-%2uT%2d:%2d:%2d%c%c", &year, &month, &day, &hour, &minute, &second, &zone, &rest) != 7 ||
-        zone != 'Z' || hour > 23 || minute > 59 || second > 59 || hour < 0 || minute < 0 || second < 0) {
+    constexpr std::string_view kForm = "0000-00-00T00:00:00Z";
+    const auto fits = [](char character, char form) {
+        return form == '0' ? character >= '0' && character <= '9' : character == form;
+    };
+    if (!std::ranges::equal(text, kForm, fits)) {
         return std::nullopt;
     }
+    const auto number = [&text](std::size_t at, std::size_t digits) {
+        return std::accumulate(&text[at], &text[at] + digits, 0, [](int value, char digit) { return value * 10 + (digit - '0'); });
+    };
+    const int year = number(0, 4);
+    const std::chrono::year_month_day date{std::chrono::year(year), std::chrono::month(static_cast<unsigned>(number(5, 2))),
+                                           std::chrono::day(static_cast<unsigned>(number(8, 2)))};
+    const std::chrono::hours hours(number(11, 2));
+    const std::chrono::minutes minutes(number(14, 2));
+    const std::chrono::seconds seconds(number(17, 2));
     // A clock of 64-bit nanoseconds ends in 2262; these years leave room for what passes after the start.
-    if (year < 1970 || year > 2199) {
+    if (year < 1970 || year > 2199 || !date.ok() || hours.count() > 23 || minutes.count() > 59 || seconds.count() > 59) {
         return std::nullopt;
     }
-    const std::chrono::year_month_day date{std::chrono::year(year), std::chrono::month(month), std::chrono::day(day)};
-    if (!date.ok()) {
-        return std::nullopt;
-    }
-    return std::chrono::sys_days(date) + std::chrono::hours(hour) + std::chrono::minutes(minute) + std::chrono::seconds(second);
+    return std::chrono::sys_days(date) + hours + minutes + seconds;
 }
 
 MachineState::MachineState(const description::Machine& machine)

@@ -16,7 +16,7 @@ using platform::VariantType;
 
 constexpr const char* kCimv2 = "root\\cimv2";
 constexpr const char* kWmi = "root\\wmi";
-constexpr const char* kStorage = "root\\microsoft\\windows\\storage";
+constexpr const char* kStorage = R"(root\microsoft\windows\storage)";
 // Namespaces of every Windows, in lower case.
 constexpr std::array<const char*, 8> kNamespaces{"root",
                                                  kCimv2,
@@ -24,7 +24,7 @@ constexpr std::array<const char*, 8> kNamespaces{"root",
                                                  kStorage,
                                                  "root\\default",
                                                  "root\\standardcimv2",
-                                                 "root\\cimv2\\security\\microsoftvolumeencryption",
+                                                 R"(root\cimv2\security\microsoftvolumeencryption)",
                                                  "root\\cimv2\\power"};
 constexpr std::uint32_t kDefaultWmiSmartSize = 362;
 constexpr std::uint32_t kDriveTypeRemovable = 2;
@@ -42,7 +42,7 @@ BuiltRows DiskDrives(const MachineState& machine)
 {
     BuiltRows rows;
     for (const DiskModel* disk : machine.PresentDisks()) {
-        const std::string device = fmt::format("\\\\.\\PHYSICALDRIVE{}", disk->number);
+        const std::string device = fmt::format(R"(\\.\PHYSICALDRIVE{})", disk->number);
         WmiRow row;
         row.Set("Index", NumberValue(disk->number)).Set("SCSIPort", NumberValue(disk->scsiPort));
         row.Set("Model", TextValue(disk->windowsModel)).Set("Caption", TextValue(disk->windowsModel));
