@@ -22,15 +22,28 @@ class Field:
         return peer.bits(*map(int, self.bits.split(":"))) if ":" in self.bits else peer.bit(int(self.bits))
 
 
+def rows(table):
+    """Bytes, bits, name and form of each field."""
+    for line in (TABLES / table).read_text().splitlines():
+        words = line.split()
+        if not words or line.startswith("#"):
+            continue
+        if not line.startswith(" "):
+            span, message, *words = words
+            if not message.endswith(":"):
+                span, _, bits = span.partition(".")
+                yield span, bits, message, "".join(words)
+                continue
+        for bits, name in zip(words[::2], words[1::2]):
+            yield span, bits, f"{message[:-1]}.{name}", ""
+
+
 def fields(table):
     """The message's own values before those of its sub-messages."""
     found = []
-    for line in (TABLES / table).read_text().splitlines():
-        if line and not line.startswith("#"):
-            place, name, form = (line.split() + [""])[:3]
-            span, _, bits = place.partition(".")
-            last, _, first = span.partition(":")
-            first = int(first or last)
-            path = re.sub("_(.)", lambda letter: letter[1].upper(), name)
-            found.append(Field(path, first, int(last) - first + 1, bits, form))
+    for span, bits, name, form in rows(table):
+        last, _, first = span.partition(":")
+        first = int(first or last)
+        path = re.sub("_(.)", lambda letter: letter[1].upper(), name)
+        found.append(Field(path, first, int(last) - first + 1, bits, form))
     return sorted(found, key=lambda field: "." in field.path)

@@ -28,19 +28,29 @@ BitTable::BitTable(const std::string& path, std::size_t pageBytes) : m_ByBit(pag
         throw std::runtime_error(path + " cannot be read");
     }
     std::string line;
+    std::string bytes;
+    std::string message;  // whose fields a line lists
     for (int number = 1; std::getline(file, line); ++number) {
-        std::istringstream words(line);
-        std::string bytes;
-        BitField field;
         if (line.empty() || line.front() == '#') {
             continue;
         }
-        if (!(words >> bytes >> field.name)) {
-            throw std::runtime_error(path + ":" + std::to_string(number) + ": bytes and a field are wanted");
-        }
-        words >> field.form;
+        std::istringstream words(line);
+        BitField field;
         try {
-            Add(bytes, field);
+            if (line.front() != ' ') {
+                words >> bytes >> message;
+                if (!message.ends_with(':')) {
+                    field.name = message;
+                    words >> field.form;
+                    Add(bytes, field);
+                    continue;
+                }
+                message.back() = '.';
+            }
+            for (std::string bits, name; words >> bits >> name;) {
+                field.name = message + name;
+                Add(bytes + "." + bits, field);
+            }
         } catch (const std::exception& failure) {
             throw std::runtime_error(path + ":" + std::to_string(number) + ": " + failure.what());
         }
