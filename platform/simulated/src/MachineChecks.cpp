@@ -131,6 +131,7 @@ std::vector<Place> Place::Each(const FieldDescriptor& field) const
 {
     std::vector<Place> places;
     const int count = field.is_repeated() ? message.GetReflection()->FieldSize(message, &field) : 1;
+    places.reserve(static_cast<std::size_t>(count));
     for (int i = 0; i < count; ++i) {
         places.push_back(Inner(field, i));
     }

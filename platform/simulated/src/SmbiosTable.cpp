@@ -1,5 +1,6 @@
 // SMBIOS structures (DMTF DSP0134) behind the header of RawSMBIOSData, as GetSystemFirmwareTable gives them.
-#include <cstdio>
+#include <algorithm>
+#include <charconv>
 
 #include "MachineState.h"
 
@@ -101,8 +102,10 @@ ByteVector BuildSmbios(const description::Smbios& smbios)
 
     unsigned major = 3;
     unsigned minor = 3;
-    if (!smbios.version().empty()) {
-        std::sscanf(smbios.version().c_str(), "%u.%u", &major, &minor);
+    if (const std::string& version = smbios.version(); !version.empty()) {
+        const char* end = version.data() + version.size();
+        const char* point = std::from_chars(version.data(), end, major).ptr;
+        std::from_chars(std::min(point + 1, end), end, minor);
     }
     PageWriter data(kRawHeader + table.Table().size());
     data.Put8(1, major).Put8(2, minor);

@@ -47,7 +47,7 @@ Reply Geometry(const Target& target, const Request& request)
     }
     const DiskModel& disk = *target.disk;
     const std::uint64_t sectors = disk.description->size() / disk.sectorSize;
-    geometry.cylinders = static_cast<std::int64_t>(sectors / (kTracksPerCylinder * kSectorsPerTrack));
+    geometry.cylinders = static_cast<std::int64_t>(sectors / kTracksPerCylinder / kSectorsPerTrack);
     geometry.mediaType = disk.removable ? kRemovableMedia : kFixedMedia;
     geometry.tracksPerCylinder = kTracksPerCylinder;
     geometry.sectorsPerTrack = kSectorsPerTrack;

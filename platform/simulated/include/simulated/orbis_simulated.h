@@ -3,7 +3,7 @@
 
 /* Simulated machines for hosts in any language. */
 
-#include <stddef.h>
+#include <stddef.h> /* NOLINT(modernize-deprecated-headers): this is C. */
 
 #include "simulated/Export.h"
 
