@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <new>
 #include <vector>
 
 #include "FakeDrives.h"
@@ -209,12 +208,6 @@ TEST_F(ReadingTest, AnotherMakersDriveIsNotAskedForTheMakersLog)
     EXPECT_FALSE(HasCustomizedHealth());
     EXPECT_EQ(m_Machine.logRequests, 0);
     EXPECT_EQ(m_Machine.commandRequests, 0);
-}
-
-TEST_F(ReadingTest, MemoryThatRunsShortInAPortGivesNull)
-{
-    m_Machine.onControl = [] { throw std::bad_alloc(); };
-    EXPECT_FALSE(HasIdentify() || HasHealth() || HasCustomizedHealth());
 }
 
 }  // namespace

@@ -66,7 +66,7 @@ std::uint32_t AnswerProperty(FakeDrives& machine, const FakeDrive& drive, Answer
         }
         const auto found = drive.logs.find(protocol.requestValue);
         if (found == drive.logs.end()) {
-            return drive.logIsNotThereError;
+            return win32::kIoDevice;
         }
         page = &found->second;
     }
@@ -150,9 +150,6 @@ NativeHandle FakeDrives::Open(const char16_t* path, std::uint32_t access, std::u
 bool FakeDrives::Control(NativeHandle device, std::uint32_t code, void* in, std::uint32_t inSize, void* out, std::uint32_t outSize,
                          std::uint32_t* returned, void*)
 {
-    if (onControl) {
-        onControl();
-    }
     const bool isWritable = device > kWritable;
     const auto& drive = drives.at(static_cast<std::int32_t>(device - 1 - (isWritable ? kWritable : 0)));
     if (in != out) {

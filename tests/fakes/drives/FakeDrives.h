@@ -31,7 +31,6 @@ struct FakeDrive {
     std::optional<Bytes> identify;        // unset: not an NVMe drive
     std::map<std::uint32_t, Bytes> logs;  // by identifier; answered as a property and by the admin command
     std::uint32_t logPropertyError = 0;   // log pages of vendors are refused as a property with this
-    std::uint32_t logIsNotThereError = 1117;
     std::function<void(Answer&)> lie;  // changes an answer on its way back
 };
 
@@ -42,7 +41,6 @@ public:
     ~FakeDrives();
 
     std::map<std::int32_t, FakeDrive> drives;
-    std::function<void()> onControl;  // called before each request is looked at
     std::atomic<int> openHandles{0};
     std::atomic<int> logRequests{0};      // of vendors' logs, as a property
     std::atomic<int> commandRequests{0};  // admin commands
