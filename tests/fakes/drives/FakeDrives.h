@@ -31,7 +31,7 @@ struct FakeDrive {
     std::optional<Bytes> identify;        // unset: not an NVMe drive
     std::map<std::uint32_t, Bytes> logs;  // by identifier; answered as a property and by the admin command
     std::uint32_t logPropertyError = 0;   // log pages of vendors are refused as a property with this
-    std::function<void(Answer&)> lie;  // changes an answer on its way back
+    std::function<void(Answer&)> lie;     // changes an answer on its way back
 };
 
 // A machine of drives that answer DeviceIo as Windows does, in force while it lives.
