@@ -392,31 +392,6 @@ TEST_F(SimulatedMachineTest, MisuseIsSeenAndSurvived)
     machine.reset();
 }
 
-TEST_F(SimulatedMachineTest, TheJournalKeepsEveryRequestWithItsCommand)
-{
-    Make("disk { number: 0 kind: SATA_SSD size: 512 } smbios {}");
-    static_cast<void>(Drive(0));
-    machine->KeepJournal(true);
-    const DeviceHandle drive = Drive(0);
-    Ata(drive, 0xB0, 0xD0);
-    Scsi(drive, AtaInScsi(0xEC));
-    tests::Query(machine->WmiPort(), u"root\\cimv2", u"SELECT * FROM Win32_DiskDrive");
-    EXPECT_EQ(machine->FirmwarePort().SystemFirmwareTable(0x41435049, 0, nullptr, 0), 0U);
-    const std::vector<JournalEntry> journal = machine->TakeJournal();
-    ASSERT_EQ(journal.size(), 6U);
-    EXPECT_EQ(journal[0].operation + " " + journal[0].subject, "DeviceIo::Open \\\\.\\PhysicalDrive0");
-    EXPECT_EQ(journal[0].access, kGenericRead | kGenericWrite);
-    EXPECT_EQ(journal[1].controlCode, kIoctlAtaPassThroughDirect);
-    EXPECT_EQ(journal[1].command, (Bytes{0xD0, 1, 0, 0x4F, 0xC2, 0, 0xB0, 0}));
-    EXPECT_EQ(std::pair(journal[1].dataToDevice, journal[1].dataTransferLength), std::pair(false, 512U));
-    EXPECT_EQ(Part(journal[1].input, 24, 8), Bytes(8)) << "no address of this run";
-    EXPECT_EQ(journal[2].command.size(), 16U);
-    EXPECT_EQ(journal[3].subject, "root\\cimv2");
-    EXPECT_EQ(journal[4].subject, "SELECT * FROM Win32_DiskDrive");
-    EXPECT_EQ(std::pair(journal[5].subject, journal[5].error), std::pair(std::string("ACPI"), win32::kInvalidFunction));
-    EXPECT_TRUE(machine->TakeJournal().empty());
-}
-
 TEST_F(SimulatedMachineTest, NarrowTextIsDecodedByTheCodePageOfTheFile)
 {
     struct Case {
