@@ -1,14 +1,11 @@
 #include "Instructions.h"
 
-#ifdef __linux__
 #include <linux/perf_event.h>
 #include <sys/syscall.h>
 #include <unistd.h>
-#endif
 
 namespace orbis::bench {
 
-#ifdef __linux__
 Instructions::Instructions() noexcept
 {
     perf_event_attr wanted{};
@@ -32,10 +29,5 @@ std::optional<std::uint64_t> Instructions::Count() const noexcept
     std::uint64_t count = 0;
     return m_Counter >= 0 && ::read(m_Counter, &count, sizeof(count)) == sizeof(count) ? std::optional(count) : std::nullopt;
 }
-#else
-Instructions::Instructions() noexcept = default;
-Instructions::~Instructions() = default;
-std::optional<std::uint64_t> Instructions::Count() const noexcept { return std::nullopt; }
-#endif
 
 }  // namespace orbis::bench
