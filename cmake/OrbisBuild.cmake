@@ -50,6 +50,11 @@ function(orbis_target target)
     endif()
 endfunction()
 
+# Seconds after which a test is taken for one that hangs; a toolchain file whose programs are emulated sets more.
+if(NOT DEFINED ORBIS_TEST_TIMEOUT)
+    set(ORBIS_TEST_TIMEOUT 120)
+endif()
+
 # orbis_test(<name> SOURCES ... LIBRARIES ...): one GoogleTest program, its tests listed one by one.
 function(orbis_test name)
     cmake_parse_arguments(arg "" "" "SOURCES;LIBRARIES;DEFINITIONS" ${ARGN})
@@ -57,6 +62,6 @@ function(orbis_test name)
     orbis_target(${name})
     target_link_libraries(${name} PRIVATE ${arg_LIBRARIES} orbis::gtest)
     target_compile_definitions(${name} PRIVATE ${arg_DEFINITIONS})
-    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120
+    gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT ${ORBIS_TEST_TIMEOUT}
                          WORKING_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 endfunction()
