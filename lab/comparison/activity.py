@@ -1,7 +1,7 @@
-"""PhysicalDiskDynamicInfo against /proc/diskstats: a disk read at a steady pace, and one plugged in meanwhile.
+"""PhysicalDiskDynamicInfo against /proc/diskstats: a disk read and written at a steady pace, and one plugged in meanwhile.
 
 A collection takes its sample between the time it carries and the time it is printed, and the kernel's counters are known
-before and after each chunk that is read. So a rate is right when it fits some pair of moments in these windows: that is the
+before and after each chunk that is read or written. So a rate is right when it fits some pair of moments in these windows: that is the
 whole tolerance, besides the rounding of 32-bit floats.
 """
 
@@ -52,11 +52,12 @@ def compare(report, schema, table):
         nameless = sum(bool(NO_LETTER.search(line)) for line in watch.messages)
         expected = 3 * (len(disks) - len(mounted))
         table.require(f"each disk without a letter is warned of in each pass: {expected}", nameless == expected, nameless)
-        # The kernel reads a little itself, the file system when it is mounted.
-        asked = watch.chunks * CHUNK
-        first, last = (watch.snapshots[end].of(watch.volume)[READ_SECTORS] * SECTOR for end in (0, -1))
-        table.require(f"the kernel counts the {asked} bytes that were read, and at most 2 MiB besides",
-                      0 < asked <= last - first <= asked + 2 * MEBIBYTE, last - first)
+        # The kernel reads a little itself, the file system when it is mounted; which writes its own blocks with every chunk.
+        for what, column, chunks in (("read", READ_SECTORS, watch.chunks), ("written", WRITTEN_SECTORS, watch.written)):
+            asked, most = chunks * CHUNK, 2 * MEBIBYTE + (chunks * CHUNK // 2 if what == "written" else 0)
+            first, last = (watch.snapshots[end].of(watch.volume)[column] * SECTOR for end in (0, -1))
+            table.require(f"the kernel counts the {asked} bytes that were {what}, and at most {most} besides",
+                          (asked > 0 or (watch is hotplug and what == "written")) and asked <= last - first <= asked + most, last - first)
         # After a disk was plugged in, rates are those since the counters were made anew, amid the second pass.
         for number in range(2 if watch is steady else 3, len(watch.passes) + 1):
             compare_pass(watch, number, by_id, disks, in_schema, table)
@@ -106,7 +107,7 @@ class Watch:
         self.messages = (folder / "messages").read_text().splitlines()
         self.volume = (folder / "volume").read_text().strip()
         self.disk = next((disk for disk, volumes_of_it in disks.items() if self.volume in volumes_of_it), None)
-        self.snapshots, self.chunks = snapshots((folder / "counters").read_text())
+        self.snapshots, self.chunks, self.written = snapshots((folder / "counters").read_text())
         second, uptime = (float(word) for word in (folder / "clock").read_text().split()[:2])
         printed = [float(line) + UPTIME for line in (folder / "printed").read_text().split()]
         arrays = [json.loads(array) for array in re.findall(r"^\[$.*?^\]$", output, re.MULTILINE | re.DOTALL)]
@@ -129,7 +130,7 @@ def seconds(timestamp):
 
 
 def snapshots(text):
-    found, chunks = [], 0
+    found, chunks, written = [], 0, 0
     for line in text.splitlines():
         words = line.split()
         if words[0] == "from":
@@ -137,10 +138,10 @@ def snapshots(text):
         elif words[0] == "to":
             found[-1].last = float(words[1]) + UPTIME
         elif words[0] == "chunks":
-            chunks = int(words[1])
+            chunks, written = int(words[1]), int(words[2])
         else:
             found[-1].counters[words[2]] = [int(word) for word in words[3:]]
-    return found, chunks
+    return found, chunks, written
 
 
 class Bounds:
@@ -187,8 +188,9 @@ def compare_pass(watch, number, by_id, disks, in_schema, table):
             twin = f"OBSOLETE{name[0].upper()}{name[1:]}"
             table.check(twin, data.get(twin), [("", f"{name} without its fraction", [int(data.get(name, -1))])])
         if disk == watch.disk:
-            table.require("it was read, and was idle in between",
-                          data.get("byteReadPerSecInMB", 0) > 0.1 and data.get("byteReadInMB", 0) > 0
+            moved = ["byteReadPerSecInMB", *(["byteWritePerSecInMB"] if watch.written else [])]
+            table.require(f"{' and '.join(moved)} tell of it, and it was idle in between",
+                          all(data.get(name, 0) > 0.1 for name in moved) and data.get("byteReadInMB", 0) > 0
                           and 0 < data.get("idleTimePercentage", 0) < 100, data)
 
 
