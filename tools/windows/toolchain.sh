@@ -108,7 +108,7 @@ build_libcxx() {
 
 keep_licences() {
     mkdir "$partial/licences"
-    cp "$work/mingw/COPYING.MinGW-w64-runtime" "$partial/licences/mingw-w64.txt"
+    cp "$work/mingw/COPYING.MinGW-w64-runtime/COPYING.MinGW-w64-runtime.txt" "$partial/licences/mingw-w64.txt"
     cp "$work/llvm/libcxx/LICENSE.TXT" "$partial/licences/libcxx.txt"
     cp "$work/llvm/libcxxabi/LICENSE.TXT" "$partial/licences/libcxxabi.txt"
     cp "$work/llvm/libunwind/LICENSE.TXT" "$partial/licences/libunwind.txt"
