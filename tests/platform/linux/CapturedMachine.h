@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "LinuxPlatform.h"
+#include "linux/ports/Platform.h"
 
 namespace orbis::tests {
 

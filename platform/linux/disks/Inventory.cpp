@@ -1,0 +1,147 @@
+#include "linux/disks/Inventory.h"
+
+#include <algorithm>
+#include <charconv>
+#include <utility>
+
+#include "linux/disks/InstanceId.h"
+#include "linux/kernel/Files.h"
+
+namespace orbis::platform {
+namespace {
+
+bool IsDigit(char c) noexcept { return c >= '0' && c <= '9'; }
+
+std::size_t RunEnd(std::string_view text, std::size_t at)
+{
+    const bool digits = IsDigit(text[at]);
+    while (at < text.size() && IsDigit(text[at]) == digits) {
+        ++at;
+    }
+    return at;
+}
+
+// Numbers by value. Letters of equal meaning by length first, so that sdz stands before sdaa; names of different drivers differ in
+// their first two letters.
+bool KernelNameLess(const std::string& left, const std::string& right)
+{
+    constexpr std::size_t kDriver = 2;
+    if (const int driver = left.compare(0, kDriver, right, 0, kDriver); driver != 0) {
+        return driver < 0;
+    }
+    std::size_t l = 0;
+    std::size_t r = 0;
+    while (l < left.size() && r < right.size()) {
+        const std::size_t lEnd = RunEnd(left, l);
+        const std::size_t rEnd = RunEnd(right, r);
+        const std::string_view lRun = std::string_view(left).substr(l, lEnd - l);
+        const std::string_view rRun = std::string_view(right).substr(r, rEnd - r);
+        if (lRun != rRun) {
+            // Kernel names have no leading zeros, so a longer number is a greater one too.
+            return lRun.size() != rRun.size() ? lRun.size() < rRun.size() : lRun < rRun;
+        }
+        l = lEnd;
+        r = rEnd;
+    }
+    return left.size() - l < right.size() - r;
+}
+
+bool EqualIgnoreAsciiCase(std::string_view left, std::string_view right)
+{
+    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
+    return std::ranges::equal(left, right, {}, lower, lower);
+}
+
+template <class Test>
+std::optional<LinuxDisk> FirstWith(const std::vector<LinuxDisk>& disks, Test test)
+{
+    const auto found = std::ranges::find_if(disks, test);
+    return found != disks.end() ? std::optional(*found) : std::nullopt;
+}
+
+}  // namespace
+
+LinuxInventory::Walk LinuxInventory::Look()
+{
+    const LinuxMoment now = LinuxMoment::Now(m_Roots);  // before the walk: what changes while it is made must count as new
+    {
+        const std::scoped_lock lock(m_Lock);
+        if (m_LastWalk != nullptr && now.Confirms(m_LastWalkMade)) {
+            return m_LastWalk;
+        }
+    }
+    std::vector<std::string> names = DirectoryNames(m_Roots.sys + "/block");
+    std::ranges::sort(names, KernelNameLess);
+    std::vector<LinuxDisk> disks;
+    for (const std::string& name : names) {
+        if (std::optional<LinuxDisk> disk = ReadLinuxDisk(m_Roots, name)) {
+            disks.push_back(std::move(*disk));
+        }
+    }
+    const std::scoped_lock lock(m_Lock);
+    Number(disks);
+    std::ranges::sort(disks, {}, &LinuxDisk::number);
+    m_LastWalk = std::make_shared<const std::vector<LinuxDisk>>(std::move(disks));
+    m_LastWalkMade = now;
+    return m_LastWalk;
+}
+
+std::vector<LinuxDisk> LinuxInventory::Disks() { return *Look(); }
+
+std::optional<LinuxDisk> LinuxInventory::Find(std::uint32_t number)
+{
+    return FirstWith(*Look(), [&](const LinuxDisk& disk) { return disk.number == number; });
+}
+
+std::optional<LinuxDisk> LinuxInventory::FindByName(std::string_view name)
+{
+    return FirstWith(*Look(), [&](const LinuxDisk& disk) { return disk.name == name; });
+}
+
+std::optional<LinuxDisk> LinuxInventory::FindByInterfacePath(std::string_view path)
+{
+    return FirstWith(*Look(), [&](const LinuxDisk& disk) { return EqualIgnoreAsciiCase(InterfacePathOf(disk.instanceId), path); });
+}
+
+void LinuxInventory::Number(std::vector<LinuxDisk>& disks)
+{
+    std::vector<bool> taken(m_Known.size(), false);
+    std::vector<std::string> identities;
+    std::vector<bool> numbered(disks.size(), false);
+    // Disks that stayed where they were come first, so that a newcomer of the same identity cannot take their numbers.
+    for (std::size_t i = 0; i < disks.size(); ++i) {
+        identities.push_back(InstanceIdOf(disks[i]));
+        for (std::size_t known = 0; known < m_Known.size() && !numbered[i]; ++known) {
+            if (!taken[known] && m_Known[known].name == disks[i].name && m_Known[known].identity == identities[i]) {
+                disks[i].number = static_cast<std::uint32_t>(known);
+                taken[known] = true;
+                numbered[i] = true;
+            }
+        }
+    }
+    for (std::size_t i = 0; i < disks.size(); ++i) {
+        if (!numbered[i]) {
+            disks[i].number = NumberOf(disks[i], identities[i], taken);
+        }
+        disks[i].instanceId = m_Known[disks[i].number].instanceId;
+    }
+}
+
+std::uint32_t LinuxInventory::NumberOf(const LinuxDisk& disk, const std::string& identity, std::vector<bool>& taken)
+{
+    for (std::size_t known = 0; known < m_Known.size(); ++known) {
+        if (!taken[known] && m_Known[known].identity == identity) {
+            // The same disk under another kernel name: plugged in again.
+            m_Known[known].name = disk.name;
+            taken[known] = true;
+            return static_cast<std::uint32_t>(known);
+        }
+    }
+    const bool isDouble = std::ranges::any_of(m_Known, [&](const Known& known) { return known.instanceId == identity; });
+    // Makers who give every unit the same serial number exist, and so do disks with two paths to them.
+    m_Known.push_back({disk.name, identity, isDouble ? identity + "&" + SlotDigits(disk) : identity});
+    taken.push_back(true);
+    return static_cast<std::uint32_t>(m_Known.size() - 1);
+}
+
+}  // namespace orbis::platform

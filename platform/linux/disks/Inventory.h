@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "linux/disks/Disk.h"
+#include "linux/kernel/Changes.h"
+
+namespace orbis::platform {
+
+// The machine's physical disks in the one order that every port shares. A disk keeps its drive number for the life of this object,
+// and no other disk ever gets it; a disk that comes later gets the next number. The disks of the first look are numbered by kernel
+// name, numbers in names counted as such (nvme0n1, nvme10n1, sda, sdb, sdaa). Safe to use from several threads.
+class LinuxInventory {
+public:
+    explicit LinuxInventory(Roots roots) : m_Roots(std::move(roots)) {}
+
+    // All disks present now, by ascending number.
+    [[nodiscard]] std::vector<LinuxDisk> Disks();
+    [[nodiscard]] std::optional<LinuxDisk> Find(std::uint32_t number);
+    [[nodiscard]] std::optional<LinuxDisk> FindByName(std::string_view name);
+    // By device interface path, whatever the case of its letters.
+    [[nodiscard]] std::optional<LinuxDisk> FindByInterfacePath(std::string_view path);
+
+private:
+    // A disk that was seen once; its index is its drive number.
+    struct Known {
+        std::string name;        // where it was last
+        std::string identity;    // instance id that its own texts give
+        std::string instanceId;  // the same, or with its slot when another disk had it first
+    };
+
+    // A walk through sysfs takes hundreds of system calls, and a collection asks for disks dozens of times: what one walk found
+    // serves until something changed.
+    using Walk = std::shared_ptr<const std::vector<LinuxDisk>>;
+    [[nodiscard]] Walk Look();
+    void Number(std::vector<LinuxDisk>& disks);  // under the lock
+    [[nodiscard]] std::uint32_t NumberOf(const LinuxDisk& disk, const std::string& identity, std::vector<bool>& taken);
+
+    const Roots m_Roots;
+    std::mutex m_Lock;
+    std::vector<Known> m_Known;
+    Walk m_LastWalk;
+    LinuxMoment m_LastWalkMade;
+};
+
+}  // namespace orbis::platform

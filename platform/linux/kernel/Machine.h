@@ -1,0 +1,32 @@
+#pragma once
+
+#include <utility>
+
+#include "linux/disks/Inventory.h"
+#include "linux/kernel/Files.h"
+#include "linux/kernel/Kernel.h"
+#include "linux/volumes/Volumes.h"
+
+namespace orbis::platform {
+
+// Paths below /sys are compared with what its links lead to, so it must not be a link itself.
+[[nodiscard]] inline Roots Canonical(Roots roots)
+{
+    std::string sys = RealPath(roots.sys);
+    roots.sys = sys.empty() ? roots.sys : std::move(sys);
+    return roots;
+}
+
+// What all ports of one Linux machine share.
+struct LinuxMachine {
+    LinuxMachine(Roots machineRoots, KernelCalls kernelCalls)
+        : roots(Canonical(std::move(machineRoots))), calls(std::move(kernelCalls)), inventory(roots), volumes(roots, inventory)
+    {}
+
+    const Roots roots;
+    const KernelCalls calls;
+    LinuxInventory inventory;
+    LinuxVolumes volumes;
+};
+
+}  // namespace orbis::platform

@@ -1,0 +1,73 @@
+#include "linux/ports/Firmware.h"
+
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "linux/kernel/Files.h"
+#include "linux/kernel/LastError.h"
+#include "platform/Errors.h"
+
+namespace orbis::platform {
+namespace {
+
+constexpr std::size_t kLargestTable = std::size_t{4} << 20;
+
+struct SmbiosVersion {
+    std::uint8_t major = 0;
+    std::uint8_t minor = 0;
+    std::uint8_t revision = 0;
+};
+
+// Entry point structures of the SMBIOS reference specification 3.x, 5.2: 64-bit "_SM3_" and 32-bit "_SM_".
+std::optional<SmbiosVersion> VersionOf(std::string_view entryPoint)
+{
+    const auto byte = [&](std::size_t at) { return static_cast<std::uint8_t>(entryPoint[at]); };
+    if (entryPoint.starts_with("_SM3_") && entryPoint.size() >= 24) {
+        return SmbiosVersion{byte(7), byte(8), byte(9)};
+    }
+    if (entryPoint.starts_with("_SM_") && entryPoint.size() >= 31) {
+        return SmbiosVersion{byte(6), byte(7), byte(30)};
+    }
+    return std::nullopt;
+}
+
+}  // namespace
+
+std::uint32_t LinuxFirmware::SystemFirmwareTable(std::uint32_t provider, std::uint32_t /*table*/, void* buffer, std::uint32_t size)
+{
+    const auto fail = [](std::uint32_t error) {
+        SetLinuxLastError(error);
+        return 0U;
+    };
+    if (provider != kFirmwareProviderSmbios) {
+        return fail(win32::kInvalidFunction);
+    }
+    const std::string directory = m_Machine.roots.sys + "/firmware/dmi/tables";
+    const std::optional<std::string> entryPoint = ReadBytes(directory + "/smbios_entry_point");
+    const std::optional<std::string> table = entryPoint ? ReadBytes(directory + "/DMI", kLargestTable) : std::nullopt;
+    if (!table) {
+        return fail(errno == ENOENT ? win32::kNotFound : Win32FromErrno(errno));
+    }
+    const std::optional<SmbiosVersion> version = VersionOf(*entryPoint);
+    if (!version) {
+        return fail(win32::kInvalidData);
+    }
+    // RawSMBIOSData: calling method, major and minor version, revision, length, then the structures.
+    const auto length = static_cast<std::uint32_t>(table->size());
+    std::array<std::uint8_t, 8> head{0, version->major, version->minor, version->revision};
+    std::memcpy(&head[4], &length, sizeof(length));
+    const auto needed = static_cast<std::uint32_t>(head.size() + length);
+    if (buffer != nullptr && size >= needed) {
+        std::memcpy(buffer, head.data(), head.size());
+        std::memcpy(static_cast<std::uint8_t*>(buffer) + head.size(), table->data(), length);
+    }
+    return needed;
+}
+
+std::uint32_t LinuxFirmware::LastError() const noexcept { return LinuxLastError(); }
+
+}  // namespace orbis::platform

@@ -1,0 +1,173 @@
+#include "linux/requests/DiskRequests.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <string_view>
+
+#include "linux/disks/DiskStats.h"
+#include "linux/kernel/LastError.h"
+#include "linux/volumes/PartitionTable.h"
+#include "platform/Errors.h"
+#include "platform/Requests.h"
+
+namespace orbis::platform {
+namespace {
+
+// All of `value` or nothing.
+template <typename T>
+Win32Error AnswerWhole(const T& value, ControlBuffers& buffers)
+{
+    if (!buffers.Answer(value)) {
+        return win32::kInsufficientBuffer;
+    }
+    buffers.returned = sizeof(value);
+    return win32::kSuccess;
+}
+
+// Appends a zero-terminated text and gives its offset; an empty text is absent.
+std::uint32_t Append(std::vector<std::byte>& descriptor, std::string_view text)
+{
+    if (text.empty()) {
+        return 0;
+    }
+    const auto offset = static_cast<std::uint32_t>(descriptor.size());
+    const auto bytes = std::as_bytes(std::span(text.data(), text.size()));
+    descriptor.insert(descriptor.end(), bytes.begin(), bytes.end());
+    descriptor.push_back(std::byte{0});
+    return offset;
+}
+
+// Nothing, with errno set, when it cannot be told.
+std::optional<LinuxPartitionTable> TableOf(const LinuxMachine& machine, const LinuxTarget& target, int descriptor)
+{
+    if (descriptor >= 0) {
+        return ReadPartitionTable(descriptor, target.disk);
+    }
+    std::optional<LinuxPartitionTable> table = KnownPartitionTable(machine.roots, target.disk);
+    errno = EACCES;
+    return table;
+}
+
+}  // namespace
+
+Win32Error GetDeviceNumber(const LinuxTarget& target, ControlBuffers& buffers)
+{
+    return AnswerWhole(StorageDeviceNumber{kFileDeviceDisk, target.disk.number, target.PartitionNumber()}, buffers);
+}
+
+Win32Error GetDriveGeometry(const LinuxTarget& target, ControlBuffers& buffers)
+{
+    // What Windows makes of every disk since drives stopped having a geometry.
+    constexpr std::uint32_t kTracksPerCylinder = 255;
+    constexpr std::uint32_t kSectorsPerTrack = 63;
+    constexpr std::uint32_t kRemovableMedia = 11;
+    constexpr std::uint32_t kFixedMedia = 12;
+    const LinuxDisk& disk = target.disk;
+    if (disk.bytes == 0) {
+        return win32::kNotReady;
+    }
+    const std::uint64_t cylinder = std::uint64_t{kTracksPerCylinder} * kSectorsPerTrack * disk.bytesPerSector;
+    return AnswerWhole(DiskGeometry{.cylinders = static_cast<std::int64_t>(disk.bytes / cylinder),
+                                    .mediaType = disk.isRemovable ? kRemovableMedia : kFixedMedia,
+                                    .tracksPerCylinder = kTracksPerCylinder,
+                                    .sectorsPerTrack = kSectorsPerTrack,
+                                    .bytesPerSector = disk.bytesPerSector},
+                       buffers);
+}
+
+Win32Error GetDeviceDescriptor(const LinuxTarget& target, ControlBuffers& buffers)
+{
+    const LinuxDisk& disk = target.disk;
+    StorageDeviceDescriptorHead head;
+    std::vector<std::byte> descriptor(kStorageDeviceDescriptorSize);
+    head.version = kStorageDeviceDescriptorSize;
+    head.removableMedia = disk.isRemovable ? 1 : 0;
+    head.commandQueueing = 1;
+    head.vendorIdOffset = Append(descriptor, disk.vendor == "ATA" || disk.vendor == "NVMe" ? std::string_view() : disk.vendor);
+    head.productIdOffset = Append(descriptor, disk.model);
+    head.productRevisionOffset = Append(descriptor, disk.firmwareRevision);
+    head.serialNumberOffset = Append(descriptor, disk.serial);
+    head.busType = disk.busType;
+    head.size = static_cast<std::uint32_t>(descriptor.size());
+    std::memcpy(descriptor.data(), &head, sizeof(head));
+
+    constexpr std::size_t kShortest = 8;  // version and size, for callers who ask how much room the rest takes
+    if (buffers.out.size() < kShortest) {
+        return win32::kInsufficientBuffer;
+    }
+    descriptor.resize(std::min(descriptor.size(), buffers.out.size()));
+    buffers.returned = static_cast<std::uint32_t>(descriptor.size());
+    return buffers.AnswerBytes(descriptor, 0) ? win32::kSuccess : win32::kInsufficientBuffer;
+}
+
+Win32Error GetDiskPerformance(const LinuxMachine& machine, const LinuxTarget& target, ControlBuffers& buffers)
+{
+    constexpr std::int64_t kTicksPerMillisecond = 10000;  // of 100 ns
+    constexpr std::u16string_view kDiskManager = u"PhysDisk";
+    constexpr std::u16string_view kVolumeManager = u"VOLMGR  ";
+    const std::optional<LinuxDiskStats> stats = ReadDiskStats(machine.roots, target.BlockName());
+    if (!stats) {
+        return win32::kNoSuchDevice;
+    }
+    const auto ticks = [](std::uint64_t milliseconds) { return static_cast<std::int64_t>(milliseconds) * kTicksPerMillisecond; };
+    const auto uptime = std::chrono::duration_cast<std::chrono::milliseconds>(MonotonicClock(machine.calls)).count();
+    DiskPerformance performance{.bytesRead = static_cast<std::int64_t>(stats->readBytes),
+                                .bytesWritten = static_cast<std::int64_t>(stats->writtenBytes),
+                                .readTime = ticks(stats->readMilliseconds),
+                                .writeTime = ticks(stats->writeMilliseconds),
+                                .readCount = static_cast<std::uint32_t>(stats->reads),
+                                .writeCount = static_cast<std::uint32_t>(stats->writes),
+                                .queueDepth = static_cast<std::uint32_t>(stats->inFlight),
+                                .storageDeviceNumber = target.disk.number};
+    performance.queryTime = uptime * kTicksPerMillisecond;
+    performance.idleTime = std::max<std::int64_t>(0, performance.queryTime - ticks(stats->busyMilliseconds));
+    std::ranges::copy(target.volume ? kVolumeManager : kDiskManager, performance.storageManagerName.begin());
+    return AnswerWhole(performance, buffers);
+}
+
+Win32Error GetDriveLayout(const LinuxMachine& machine, const LinuxTarget& target, int descriptor, ControlBuffers& buffers)
+{
+    const std::optional<LinuxPartitionTable> table = TableOf(machine, target, descriptor);
+    if (!table) {
+        return Win32FromErrno(errno);
+    }
+    const auto entries = std::as_bytes(std::span(table->entries));
+    if (buffers.out.size() < sizeof(table->head) + entries.size() || !buffers.Answer(table->head) ||
+        !buffers.AnswerBytes(entries, sizeof(table->head))) {
+        return win32::kInsufficientBuffer;
+    }
+    buffers.returned = static_cast<std::uint32_t>(sizeof(table->head) + entries.size());
+    return win32::kSuccess;
+}
+
+Win32Error GetPartitionInfo(const LinuxMachine& machine, const LinuxTarget& target, int descriptor, ControlBuffers& buffers)
+{
+    const std::optional<LinuxPartitionTable> table = TableOf(machine, target, descriptor);
+    if (!table) {
+        return Win32FromErrno(errno);
+    }
+    if (target.PartitionNumber() == 0) {
+        // The whole disk: no entry, so no identifier.
+        PartitionInformationEx whole;
+        whole.partitionStyle = table->head.partitionStyle;
+        whole.partitionLength = static_cast<std::int64_t>(target.disk.bytes);
+        return AnswerWhole(whole, buffers);
+    }
+    const auto entry = std::ranges::find(table->entries, target.PartitionNumber(), &PartitionInformationEx::partitionNumber);
+    if (entry != table->entries.end()) {
+        return AnswerWhole(*entry, buffers);
+    }
+    // A kind of table that is not known here, or one that changed since the kernel read it.
+    const auto known = std::ranges::find(target.disk.partitions, target.PartitionNumber(), &LinuxPartition::number);
+    if (known == target.disk.partitions.end()) {
+        return win32::kNoSuchDevice;
+    }
+    PartitionInformationEx place;
+    place.partitionStyle = PartitionStyle::Raw;
+    place.partitionNumber = known->number;
+    place.startingOffset = static_cast<std::int64_t>(known->startBytes);
+    place.partitionLength = static_cast<std::int64_t>(known->bytes);
+    return AnswerWhole(place, buffers);
+}
+
+}  // namespace orbis::platform

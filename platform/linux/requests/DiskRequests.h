@@ -1,0 +1,35 @@
+#pragma once
+
+#include <optional>
+
+#include "linux/disks/Disk.h"
+#include "linux/kernel/Machine.h"
+#include "linux/requests/Control.h"
+#include "linux/volumes/Volumes.h"
+
+// Control requests that the kernel's own knowledge of a disk answers: no command goes to the drive.
+namespace orbis::platform {
+
+// What a handle stands for: a disk, or a volume on it.
+struct LinuxTarget {
+    LinuxDisk disk;
+    std::optional<LinuxVolume> volume;
+
+    [[nodiscard]] const std::string& BlockName() const noexcept { return volume ? volume->blockName : disk.name; }
+    [[nodiscard]] std::uint32_t PartitionNumber() const noexcept { return volume ? volume->partitionNumber : 0; }
+};
+
+[[nodiscard]] Win32Error GetDeviceNumber(const LinuxTarget& target, ControlBuffers& buffers);
+[[nodiscard]] Win32Error GetDriveGeometry(const LinuxTarget& target, ControlBuffers& buffers);
+// IOCTL_STORAGE_QUERY_PROPERTY of the device property: STORAGE_DEVICE_DESCRIPTOR with its texts. A short answer buffer gets the
+// descriptor's beginning.
+[[nodiscard]] Win32Error GetDeviceDescriptor(const LinuxTarget& target, ControlBuffers& buffers);
+[[nodiscard]] Win32Error GetDiskPerformance(const LinuxMachine& machine, const LinuxTarget& target, ControlBuffers& buffers);
+// Both read the table from the disk; `descriptor` is that of the whole disk, or -1 for one that may not be opened, of which only
+// what everybody may know is told.
+[[nodiscard]] Win32Error GetDriveLayout(const LinuxMachine& machine, const LinuxTarget& target, int descriptor,
+                                        ControlBuffers& buffers);
+[[nodiscard]] Win32Error GetPartitionInfo(const LinuxMachine& machine, const LinuxTarget& target, int descriptor,
+                                          ControlBuffers& buffers);
+
+}  // namespace orbis::platform

@@ -1,0 +1,220 @@
+#include "linux/requests/Nvme.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstddef>
+#include <vector>
+
+#include <linux/nvme_ioctl.h>
+#include <sys/ioctl.h>
+
+#include "linux/kernel/LastError.h"
+#include "linux/requests/ReadOnly.h"
+#include "platform/Errors.h"
+#include "platform/Requests.h"
+
+namespace orbis::platform {
+namespace {
+
+constexpr std::uint8_t kGetLogPage = 0x02;
+constexpr std::uint8_t kIdentify = 0x06;
+constexpr std::uint32_t kAllNamespaces = 0xFFFFFFFF;
+constexpr std::uint32_t kCnsNamespace = 0;
+constexpr std::uint32_t kPageSize = 4096;  // Identify data, and the most that Get Features returns
+
+struct Outcome {
+    Win32Error error = win32::kSuccess;
+    std::uint32_t nvmeStatus = 0;  // status code and type, as in a completion without its phase bit
+    std::uint32_t result = 0;      // command specific double word
+};
+
+Win32Error Win32FromNvmeStatus(std::uint32_t status)
+{
+    constexpr std::uint32_t kGeneric = 0;
+    constexpr std::uint32_t kCommandSpecific = 1;
+    const std::uint32_t type = status >> 8 & 0x7;
+    const std::uint32_t code = status & 0xFF;
+    if (type == kGeneric) {
+        switch (code) {
+            case 0x01:  // Invalid Command Opcode
+            case 0x02:
+                return win32::kInvalidFunction;  // Invalid Field in Command
+            case 0x0B:
+                return win32::kInvalidParameter;  // Invalid Namespace or Format
+            case 0x0C:
+                return win32::kNotReady;  // Command Sequence Error
+            case 0x15:
+                return win32::kAccessDenied;  // Operation Denied
+            default:
+                return win32::kIoDevice;
+        }
+    }
+    return type == kCommandSpecific && code == 0x09 ? win32::kInvalidFunction : win32::kIoDevice;  // Invalid Log Page
+}
+
+// The controller writes as much as the command says, so `data` must hold that: the callers see to it.
+Outcome Send(const KernelDevice& device, nvme_admin_cmd command, std::vector<std::byte>& data)
+{
+    command.addr = reinterpret_cast<std::uintptr_t>(data.data());
+    command.data_len = static_cast<std::uint32_t>(data.size());
+    const int status = device.Ioctl(NVME_IOCTL_ADMIN_CMD, &command);
+    if (status < 0) {
+        return {Win32FromErrno(errno)};
+    }
+    const auto nvmeStatus = static_cast<std::uint32_t>(status) & 0x7FF;
+    return {nvmeStatus == 0 ? win32::kSuccess : Win32FromNvmeStatus(nvmeStatus), nvmeStatus, command.result};
+}
+
+// Log pages are counted in double words from 0, the count's upper half in the next double word.
+void SetLogLength(nvme_admin_cmd& command, std::uint32_t bytes)
+{
+    const std::uint32_t doubleWords = bytes / 4 - 1;
+    command.cdw10 |= doubleWords << 16;
+    command.cdw11 |= doubleWords >> 16;
+}
+
+std::uint64_t LogBytes(const nvme_admin_cmd& command)
+{
+    const std::uint32_t doubleWords = command.cdw10 >> 16 | command.cdw11 << 16;
+    return (std::uint64_t{doubleWords} + 1) * 4;
+}
+
+nvme_admin_cmd GetLogPage(const StorageProtocolSpecificData& request)
+{
+    constexpr std::uint32_t kRetainEvent = 1;
+    constexpr std::uint32_t kLogSpecificField = 0x1E;
+    nvme_admin_cmd command{};
+    command.opcode = kGetLogPage;
+    command.nsid = kAllNamespaces;
+    command.cdw10 = (request.requestValue & 0xFF) | (request.requestSubValue4 & kLogSpecificField) << 7 |
+                    (request.requestSubValue4 & kRetainEvent) << 15;
+    command.cdw11 = (request.requestSubValue3 & 0xFFFF) << 16;
+    command.cdw12 = request.requestSubValue;
+    command.cdw13 = request.requestSubValue2;
+    SetLogLength(command, request.dataLength);
+    return command;
+}
+
+nvme_admin_cmd Identify(const StorageProtocolSpecificData& request)
+{
+    nvme_admin_cmd command{};
+    command.opcode = kIdentify;
+    command.cdw10 = request.requestValue & 0xFF;
+    command.nsid = command.cdw10 == kCnsNamespace ? request.requestSubValue : 0;
+    return command;
+}
+
+bool IsInside(std::uint64_t offset, std::uint64_t length, std::size_t size) { return offset <= size && length <= size - offset; }
+
+}  // namespace
+
+Win32Error QueryNvmeProtocolData(const KernelDevice& device, ControlBuffers& buffers)
+{
+    constexpr std::size_t kProtocolAt = offsetof(StorageProtocolDataDescriptor, protocol);
+    const auto query = buffers.Request<StorageProtocolQuery>();
+    if (!query) {
+        return win32::kInvalidParameter;
+    }
+    StorageProtocolSpecificData protocol = query->protocol;
+    const std::uint64_t dataAt = std::uint64_t{kProtocolAt} + protocol.dataOffset;
+    if (protocol.protocolType != kProtocolTypeNvme || protocol.dataOffset < sizeof(protocol) || protocol.dataLength == 0 ||
+        protocol.dataLength > kLargestTransfer) {
+        return win32::kInvalidParameter;
+    }
+    if (!IsInside(dataAt, protocol.dataLength, buffers.out.size())) {
+        return win32::kInsufficientBuffer;
+    }
+
+    nvme_admin_cmd command{};
+    std::vector<std::byte> data;
+    if (protocol.dataType == kNvmeDataTypeIdentify) {
+        command = Identify(protocol);
+        data.resize(kPageSize);
+    } else if (protocol.dataType == kNvmeDataTypeLogPage && protocol.dataLength % 4 == 0) {
+        command = GetLogPage(protocol);
+        data.resize(protocol.dataLength);
+    } else {
+        return win32::kInvalidParameter;
+    }
+    const Outcome outcome = Send(device, command, data);
+    if (outcome.error != win32::kSuccess) {
+        return outcome.error;
+    }
+
+    data.resize(std::min<std::size_t>(data.size(), protocol.dataLength));
+    protocol.dataLength = static_cast<std::uint32_t>(data.size());
+    protocol.fixedReturnData = outcome.result;
+    StorageProtocolDataDescriptor answer;
+    answer.version = sizeof(answer);
+    answer.size = sizeof(answer);
+    answer.protocol = protocol;
+    if (!buffers.Answer(answer) || !buffers.AnswerBytes(data, static_cast<std::size_t>(dataAt))) {
+        return win32::kInsufficientBuffer;
+    }
+    buffers.returned = static_cast<std::uint32_t>(dataAt + data.size());
+    return win32::kSuccess;
+}
+
+Win32Error RunNvmeProtocolCommand(const KernelDevice& device, ControlBuffers& buffers)
+{
+    using CommandWords = std::array<std::uint32_t, 16>;  // a submission queue entry
+    const auto head = buffers.Request<StorageProtocolCommandHead>();
+    const auto words = buffers.Request<CommandWords>(sizeof(StorageProtocolCommandHead));
+    if (!head || !words || head->protocolType != kProtocolTypeNvme || head->commandLength != kProtocolCommandLengthNvme) {
+        return win32::kInvalidParameter;
+    }
+    const CommandWords& entry = *words;
+    const auto opcode = static_cast<std::uint8_t>(entry[0]);
+    if (head->commandSpecific != kProtocolSpecificNvmeAdminCommand || !IsReadOnlyNvmeAdmin(opcode) || entry[0] >> 8 != 0 ||
+        head->dataToDeviceTransferLength != 0) {
+        return win32::kAccessDenied;
+    }
+    const std::uint32_t length = head->dataFromDeviceTransferLength;
+    constexpr std::size_t kEntryEnd = sizeof(StorageProtocolCommandHead) + sizeof(CommandWords);
+    const bool isClear = length == 0 || head->dataFromDeviceBufferOffset >= kEntryEnd;
+    if (length > kLargestTransfer || !isClear) {
+        return win32::kInvalidParameter;
+    }
+    if (!IsInside(head->dataFromDeviceBufferOffset, length, buffers.out.size()) || buffers.out.size() < sizeof(*head)) {
+        return win32::kInsufficientBuffer;
+    }
+
+    nvme_admin_cmd command{};
+    command.opcode = opcode;
+    command.nsid = entry[1];
+    command.cdw2 = entry[2];
+    command.cdw3 = entry[3];
+    command.cdw10 = entry[10];
+    command.cdw11 = entry[11];
+    command.cdw12 = entry[12];
+    command.cdw13 = entry[13];
+    command.cdw14 = entry[14];
+    command.cdw15 = entry[15];
+    command.timeout_ms = KernelTimeout(head->timeOutValue);
+    if (opcode == kGetLogPage && LogBytes(command) != length) {
+        return win32::kInvalidParameter;
+    }
+    std::vector<std::byte> data(opcode == kGetLogPage ? length : std::max(length, kPageSize));
+    const Outcome outcome = Send(device, command, data);
+
+    StorageProtocolCommandHead answer = *head;
+    answer.returnStatus = outcome.error == win32::kSuccess ? kProtocolStatusSuccess : kProtocolStatusError;
+    answer.errorCode = outcome.nvmeStatus;
+    answer.fixedProtocolReturnData = outcome.result;
+    if (!buffers.Answer(answer)) {
+        return win32::kInsufficientBuffer;
+    }
+    buffers.returned = sizeof(answer);
+    if (outcome.error != win32::kSuccess) {
+        return outcome.error;
+    }
+    data.resize(length);
+    if (!buffers.AnswerBytes(data, head->dataFromDeviceBufferOffset)) {
+        return win32::kInsufficientBuffer;
+    }
+    buffers.returned = std::max<std::uint32_t>(buffers.returned, length == 0 ? 0 : head->dataFromDeviceBufferOffset + length);
+    return win32::kSuccess;
+}
+
+}  // namespace orbis::platform

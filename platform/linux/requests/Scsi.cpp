@@ -1,0 +1,112 @@
+#include "linux/requests/Scsi.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include <scsi/sg.h>
+
+#include "linux/kernel/LastError.h"
+#include "linux/requests/ReadOnly.h"
+#include "platform/Requests.h"
+
+namespace orbis::platform {
+namespace {
+
+// The kernel's host byte (scsi_status.h), which says what became of the command on its way.
+Win32Error Win32FromHostStatus(std::uint32_t hostStatus)
+{
+    switch (hostStatus) {
+        case 0x00:
+            return win32::kSuccess;
+        case 0x01:  // DID_NO_CONNECT
+        case 0x04:
+            return win32::kNoSuchDevice;  // DID_BAD_TARGET
+        case 0x02:
+            return win32::kBusy;  // DID_BUS_BUSY
+        case 0x03:
+            return win32::kSemTimeout;  // DID_TIME_OUT
+        default:
+            return win32::kIoDevice;
+    }
+}
+
+Win32Error Win32FromDriverStatus(std::uint32_t driverStatus)
+{
+    constexpr std::uint32_t kTimeout = 0x06;
+    constexpr std::uint32_t kSuggestions = 0x07;  // bit 3 says that sense data is there
+    const std::uint32_t status = driverStatus & kSuggestions;
+    return status == 0 ? win32::kSuccess : status == kTimeout ? win32::kSemTimeout : win32::kIoDevice;
+}
+
+}  // namespace
+
+ScsiOutcome SendScsi(const KernelDevice& device, const ScsiCommand& command)
+{
+    ScsiOutcome outcome;
+    outcome.data.resize(command.dataLength);
+    outcome.sense.resize(command.senseLength);
+    std::vector<std::uint8_t> cdb(command.cdb.begin(), command.cdb.end());
+    sg_io_hdr_t request{};
+    request.interface_id = 'S';
+    request.dxfer_direction = command.dataLength != 0 ? SG_DXFER_FROM_DEV : SG_DXFER_NONE;
+    request.cmd_len = static_cast<unsigned char>(cdb.size());
+    request.cmdp = cdb.data();
+    request.mx_sb_len = command.senseLength;
+    request.sbp = outcome.sense.data();
+    request.dxfer_len = command.dataLength;
+    request.dxferp = outcome.data.data();
+    request.timeout = KernelTimeout(command.timeoutSeconds);
+    if (device.Ioctl(SG_IO, &request) < 0) {
+        outcome.error = Win32FromErrno(errno);
+        return outcome;
+    }
+    outcome.status = request.status;
+    outcome.sense.resize(std::min(request.sb_len_wr, command.senseLength));
+    const std::uint32_t left = request.resid > 0 ? static_cast<std::uint32_t>(request.resid) : 0;
+    outcome.transferred = command.dataLength - std::min(left, command.dataLength);
+    std::fill(outcome.data.begin() + outcome.transferred, outcome.data.end(), std::byte{0});
+    if (outcome.status == kScsiGood) {
+        outcome.error = Win32FromHostStatus(request.host_status);
+        outcome.error = outcome.error == win32::kSuccess ? Win32FromDriverStatus(request.driver_status) : outcome.error;
+    }
+    return outcome;
+}
+
+Win32Error RunScsiPassThrough(const KernelDevice& device, ControlBuffers& buffers)
+{
+    const auto request = buffers.Request<ScsiPassThroughDirect>();
+    if (!request || request->length != sizeof(*request) || buffers.out.size() < sizeof(*request)) {
+        return win32::kInvalidParameter;
+    }
+    const std::size_t senseAt = request->senseInfoOffset;
+    const std::size_t senseEnd = senseAt + request->senseInfoLength;
+    const bool hasSense = request->senseInfoLength != 0;
+    if (request->cdbLength == 0 || request->cdbLength > request->cdb.size() ||
+        (hasSense && (senseAt < sizeof(*request) || senseEnd > buffers.out.size())) ||
+        (request->dataTransferLength != 0 && request->dataBuffer == nullptr) || request->dataTransferLength > kLargestTransfer) {
+        return win32::kInvalidParameter;
+    }
+    const Transfer transfer = request->dataTransferLength != 0 ? Transfer::FromDevice : Transfer::None;
+    const std::span<const std::uint8_t> cdb(request->cdb.data(), request->cdbLength);
+    if ((transfer == Transfer::FromDevice && request->dataIn != kScsiIoctlDataIn) || !IsReadOnlyScsi(cdb, transfer)) {
+        return win32::kAccessDenied;
+    }
+
+    const ScsiOutcome outcome =
+        SendScsi(device, {cdb, request->dataTransferLength, request->timeOutValue, request->senseInfoLength});
+    if (outcome.error != win32::kSuccess) {
+        return outcome.error;
+    }
+    if (!outcome.data.empty()) {
+        std::memcpy(request->dataBuffer, outcome.data.data(), outcome.data.size());
+    }
+    ScsiPassThroughDirect answer = *request;
+    answer.scsiStatus = outcome.status;
+    answer.dataTransferLength = outcome.transferred;
+    answer.senseInfoLength = static_cast<std::uint8_t>(outcome.sense.size());
+    const bool isWritten = buffers.Answer(answer) && buffers.AnswerBytes(std::as_bytes(std::span(outcome.sense)), senseAt);
+    buffers.returned = static_cast<std::uint32_t>(std::max(sizeof(answer), hasSense ? senseEnd : 0));
+    return isWritten ? win32::kSuccess : win32::kInvalidParameter;
+}
+
+}  // namespace orbis::platform
