@@ -7,7 +7,7 @@
 
 #include "linux/kernel/Files.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 constexpr std::uint64_t kSysfsSector = 512;  // sysfs counts in 512 bytes, whatever the device's sectors are
@@ -47,9 +47,9 @@ std::uint32_t SectorSize(const std::string& attribute)
     return size >= 512 && size <= 65536 ? static_cast<std::uint32_t>(size) : 512;
 }
 
-std::vector<LinuxPartition> ReadPartitions(const std::string& directory, const std::string& diskName)
+std::vector<Partition> ReadPartitions(const std::string& directory, const std::string& diskName)
 {
-    std::vector<LinuxPartition> partitions;
+    std::vector<Partition> partitions;
     for (const std::string& name : DirectoryNames(directory)) {
         if (!name.starts_with(diskName)) {
             continue;
@@ -60,13 +60,13 @@ std::vector<LinuxPartition> ReadPartitions(const std::string& directory, const s
             partitions.push_back({name, static_cast<std::uint32_t>(*number), Bytes(path + "/start"), Bytes(path + "/size")});
         }
     }
-    std::ranges::sort(partitions, {}, &LinuxPartition::number);
+    std::ranges::sort(partitions, {}, &Partition::number);
     return partitions;
 }
 
 }  // namespace
 
-std::optional<LinuxDisk> ReadLinuxDisk(const Roots& roots, const std::string& name)
+std::optional<Disk> ReadDisk(const Roots& roots, const std::string& name)
 {
     const std::string directory = roots.sys + "/block/" + name;
     if (IsNoDisk(name) || ReadText(directory + "/hidden") == "1") {
@@ -81,7 +81,7 @@ std::optional<LinuxDisk> ReadLinuxDisk(const Roots& roots, const std::string& na
         return std::nullopt;
     }
 
-    LinuxDisk disk;
+    Disk disk;
     disk.name = name;
     disk.position = device.starts_with(roots.sys) ? device.substr(roots.sys.size()) : device;
     disk.bytes = Bytes(directory + "/size");
@@ -99,4 +99,4 @@ std::optional<LinuxDisk> ReadLinuxDisk(const Roots& roots, const std::string& na
     return disk;
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

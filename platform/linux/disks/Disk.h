@@ -8,13 +8,13 @@
 #include "linux/kernel/Kernel.h"
 #include "platform/Requests.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 // MediaType of MSFT_PhysicalDisk.
-enum class LinuxMediaType : std::uint16_t { Unspecified = 0, Hdd = 3, Ssd = 4, Scm = 5 };
+enum class MediaType : std::uint16_t { Unspecified = 0, Hdd = 3, Ssd = 4, Scm = 5 };
 
 // One partition as the kernel sees it.
-struct LinuxPartition {
+struct Partition {
     std::string name;  // "sda1", "nvme0n1p1"
     std::uint32_t number = 0;
     std::uint64_t startBytes = 0;
@@ -22,7 +22,7 @@ struct LinuxPartition {
 };
 
 // Where a SCSI unit hangs; for disks that are no SCSI units the parts that there are.
-struct LinuxScsiAddress {
+struct ScsiAddress {
     std::uint32_t port = 0;
     std::uint32_t bus = 0;
     std::uint32_t target = 0;
@@ -30,21 +30,21 @@ struct LinuxScsiAddress {
 };
 
 // One physical disk as sysfs describes it. Texts are as the device gave them, trimmed.
-struct LinuxDisk {
+struct Disk {
     std::string name;      // kernel name: "sda", "nvme0n1"
     std::string position;  // path of its device below sysfs: the slot, whoever sits in it
     BusType busType = BusType::Unknown;
-    LinuxMediaType mediaType = LinuxMediaType::Unspecified;
+    MediaType mediaType = MediaType::Unspecified;
     std::string vendor;  // "ATA" and "NVMe" for disks whose standard knows no vendor text
     std::string model;
     std::string serial;
     std::string firmwareRevision;
-    LinuxScsiAddress address;
+    ScsiAddress address;
     std::uint64_t bytes = 0;
     std::uint32_t bytesPerSector = 512;
     std::uint32_t bytesPerPhysicalSector = 512;
     bool isRemovable = false;
-    std::vector<LinuxPartition> partitions;  // by number
+    std::vector<Partition> partitions;  // by number
 
     // Given by the inventory.
     std::uint32_t number = 0;
@@ -53,13 +53,13 @@ struct LinuxDisk {
 
 // Reads the disk of that kernel name. Nothing when it is no physical disk (loop, RAM, device-mapper, md, optical, floppy, network
 // and flash-translation devices, a hidden path of a multipath namespace, a boot area) or is gone.
-[[nodiscard]] std::optional<LinuxDisk> ReadLinuxDisk(const Roots& roots, const std::string& name);
+[[nodiscard]] std::optional<Disk> ReadDisk(const Roots& roots, const std::string& name);
 
 // Disks of the SCSI layer: SCSI, SAS, Fibre Channel, iSCSI, USB, UFS, and ATA through its translation.
-void ReadScsiIdentity(const Roots& roots, const std::string& device, LinuxDisk& disk);
+void ReadScsiIdentity(const Roots& roots, const std::string& device, Disk& disk);
 // NVMe namespaces, local or over fabrics, single or multipath.
-void ReadNvmeIdentity(const Roots& roots, const std::string& device, LinuxDisk& disk);
+void ReadNvmeIdentity(const Roots& roots, const std::string& device, Disk& disk);
 // The rest: virtio, MMC and SD, persistent memory, Xen.
-void ReadOtherIdentity(const Roots& roots, const std::string& device, const std::string& subsystem, LinuxDisk& disk);
+void ReadOtherIdentity(const Roots& roots, const std::string& device, const std::string& subsystem, Disk& disk);
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

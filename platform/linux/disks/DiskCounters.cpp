@@ -8,7 +8,7 @@
 
 #include "linux/ports/RowWmi.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 constexpr std::array kNames{
@@ -40,8 +40,8 @@ double Seconds(std::uint64_t before, std::uint64_t after) noexcept
 
 bool Add(Activity& sum, const DiskInterval& disk) noexcept
 {
-    const LinuxDiskStats& before = disk.before;
-    const LinuxDiskStats& after = disk.after;
+    const DiskStats& before = disk.before;
+    const DiskStats& after = disk.after;
     if (after.reads < before.reads || after.readBytes < before.readBytes || after.writes < before.writes ||
         after.writtenBytes < before.writtenBytes) {
         return false;
@@ -92,4 +92,4 @@ std::optional<double> DiskCounterValue(DiskCounter counter, std::span<const Disk
     return std::nullopt;
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -7,7 +7,7 @@
 
 #include "linux/disks/DiskStats.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 // Counters of the PhysicalDisk performance object.
 enum class DiskCounter {
@@ -25,8 +25,8 @@ enum class DiskCounter {
 
 // One disk's numbers at both ends of an interval.
 struct DiskInterval {
-    LinuxDiskStats before;
-    LinuxDiskStats after;
+    DiskStats before;
+    DiskStats after;
 };
 
 // A counter's value over an interval of more than no time; no disk at all is idle. Over several disks ("_Total") percentages are
@@ -35,4 +35,4 @@ struct DiskInterval {
 [[nodiscard]] std::optional<double> DiskCounterValue(DiskCounter counter, std::span<const DiskInterval> disks,
                                                      std::chrono::nanoseconds elapsed) noexcept;
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

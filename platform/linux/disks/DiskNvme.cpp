@@ -1,7 +1,7 @@
 #include "linux/disks/Disk.h"
 #include "linux/kernel/Files.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 // With native multipath a namespace hangs below its subsystem, and the subsystem links its controllers.
@@ -28,11 +28,11 @@ std::uint32_t ControllerNumber(const std::string& name)
 
 }  // namespace
 
-void ReadNvmeIdentity(const Roots& roots, const std::string& device, LinuxDisk& disk)
+void ReadNvmeIdentity(const Roots& roots, const std::string& device, Disk& disk)
 {
     const std::string transport = ReadText(ControllerDirectory(device) + "/transport");
     disk.busType = transport.empty() || transport == "pcie" ? BusType::Nvme : BusType::NvmeOf;
-    disk.mediaType = LinuxMediaType::Ssd;
+    disk.mediaType = MediaType::Ssd;
     disk.vendor = "NVMe";
     disk.model = ReadText(device + "/model");
     disk.serial = ReadText(device + "/serial");
@@ -41,4 +41,4 @@ void ReadNvmeIdentity(const Roots& roots, const std::string& device, LinuxDisk& 
     disk.address.unit = static_cast<std::uint32_t>(ReadNumber(roots.sys + "/block/" + disk.name + "/nsid").value_or(1));
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

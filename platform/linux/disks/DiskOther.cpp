@@ -1,10 +1,10 @@
 #include "linux/disks/Disk.h"
 #include "linux/kernel/Files.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
-void ReadVirtio(const std::string& block, const std::string& device, LinuxDisk& disk)
+void ReadVirtio(const std::string& block, const std::string& device, Disk& disk)
 {
     constexpr const char* kRedHat = "0x1af4";
     const std::string vendor = ReadText(device + "/vendor");
@@ -14,10 +14,10 @@ void ReadVirtio(const std::string& block, const std::string& device, LinuxDisk& 
     disk.serial = ReadText(block + "/serial");
 }
 
-void ReadMmc(const std::string& device, LinuxDisk& disk)
+void ReadMmc(const std::string& device, Disk& disk)
 {
     disk.busType = ReadText(device + "/type") == "SD" ? BusType::Sd : BusType::Mmc;
-    disk.mediaType = LinuxMediaType::Ssd;
+    disk.mediaType = MediaType::Ssd;
     disk.vendor = ReadText(device + "/manfid");
     disk.model = ReadText(device + "/name");
     disk.serial = ReadText(device + "/serial");
@@ -26,7 +26,7 @@ void ReadMmc(const std::string& device, LinuxDisk& disk)
 
 }  // namespace
 
-void ReadOtherIdentity(const Roots& roots, const std::string& device, const std::string& subsystem, LinuxDisk& disk)
+void ReadOtherIdentity(const Roots& roots, const std::string& device, const std::string& subsystem, Disk& disk)
 {
     const std::string block = roots.sys + "/block/" + disk.name;
     if (subsystem == "virtio") {
@@ -35,7 +35,7 @@ void ReadOtherIdentity(const Roots& roots, const std::string& device, const std:
         ReadMmc(device, disk);
     } else if (subsystem == "nd") {
         disk.busType = BusType::Scm;
-        disk.mediaType = LinuxMediaType::Scm;
+        disk.mediaType = MediaType::Scm;
         disk.model = "Persistent Memory";
         disk.serial = ReadText(device + "/uuid");
     } else {
@@ -46,4 +46,4 @@ void ReadOtherIdentity(const Roots& roots, const std::string& device, const std:
     }
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -7,7 +7,7 @@
 #include "linux/disks/Disk.h"
 #include "linux/kernel/Files.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 struct AtaIdentity {
@@ -116,7 +116,7 @@ bool IsParallelAta(const std::string& device)
     return false;
 }
 
-BusType ReadBusType(const Roots& roots, const std::string& device, const LinuxDisk& disk)
+BusType ReadBusType(const Roots& roots, const std::string& device, const Disk& disk)
 {
     const std::string driver = ReadText(roots.sys + "/class/scsi_host/host" + std::to_string(disk.address.port) + "/proc_name");
     if (PassesThrough(disk.position, "usb")) {
@@ -144,7 +144,7 @@ BusType ReadBusType(const Roots& roots, const std::string& device, const LinuxDi
 }
 
 // "host:channel:target:lun", the name of the device's directory.
-LinuxScsiAddress ReadAddress(const std::string& device)
+ScsiAddress ReadAddress(const std::string& device)
 {
     std::array<std::uint32_t, 4> parts{};
     std::string name = BaseName(device);
@@ -156,20 +156,20 @@ LinuxScsiAddress ReadAddress(const std::string& device)
     return {parts[0], parts[1], parts[2], parts[3]};
 }
 
-LinuxMediaType MediaType(const Roots& roots, const std::string& device, const LinuxDisk& disk, const AtaIdentity& ata)
+MediaType ReadMediaType(const Roots& roots, const std::string& device, const Disk& disk, const AtaIdentity& ata)
 {
     constexpr std::uint16_t kNonRotating = 1;
     constexpr std::uint16_t kSlowestDisk = 0x0401;  // ACS and SBC: rates from here on are revolutions per minute
     const std::uint16_t rate = ata.rotationRate != 0 ? ata.rotationRate : RotationRate(device);
     if (rate == kNonRotating || ReadText(roots.sys + "/block/" + disk.name + "/queue/rotational") == "0") {
-        return LinuxMediaType::Ssd;
+        return MediaType::Ssd;
     }
-    return rate >= kSlowestDisk ? LinuxMediaType::Hdd : LinuxMediaType::Unspecified;
+    return rate >= kSlowestDisk ? MediaType::Hdd : MediaType::Unspecified;
 }
 
 }  // namespace
 
-void ReadScsiIdentity(const Roots& roots, const std::string& device, LinuxDisk& disk)
+void ReadScsiIdentity(const Roots& roots, const std::string& device, Disk& disk)
 {
     disk.address = ReadAddress(device);
     disk.busType = ReadBusType(roots, device, disk);
@@ -190,7 +190,7 @@ void ReadScsiIdentity(const Roots& roots, const std::string& device, LinuxDisk& 
         const std::string serial = usb.empty() ? std::string() : ReadText(usb + "/serial");
         disk.serial = serial.empty() ? disk.serial : serial;
     }
-    disk.mediaType = MediaType(roots, device, disk, ata);
+    disk.mediaType = ReadMediaType(roots, device, disk, ata);
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -5,7 +5,7 @@
 
 #include "linux/kernel/Files.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 constexpr std::size_t kFields = 10;
@@ -27,7 +27,7 @@ bool IsPathOf(std::string_view path, std::string_view name)
 
 }  // namespace
 
-std::optional<LinuxDiskStats> ParseDiskStats(const std::vector<std::string_view>& words)
+std::optional<DiskStats> ParseDiskStats(const std::vector<std::string_view>& words)
 {
     std::array<std::uint64_t, kFields> fields{};
     if (words.size() < kFields) {
@@ -41,28 +41,28 @@ std::optional<LinuxDiskStats> ParseDiskStats(const std::vector<std::string_view>
         fields[i] = *value;
     }
     // reads, merged, sectors, time; writes, merged, sectors, time; in flight, busy time
-    return LinuxDiskStats{.reads = fields[0],
-                          .readBytes = fields[2] * kStatSector,
-                          .readMilliseconds = fields[3],
-                          .writes = fields[4],
-                          .writtenBytes = fields[6] * kStatSector,
-                          .writeMilliseconds = fields[7],
-                          .inFlight = fields[8],
-                          .busyMilliseconds = fields[9]};
+    return DiskStats{.reads = fields[0],
+                     .readBytes = fields[2] * kStatSector,
+                     .readMilliseconds = fields[3],
+                     .writes = fields[4],
+                     .writtenBytes = fields[6] * kStatSector,
+                     .writeMilliseconds = fields[7],
+                     .inFlight = fields[8],
+                     .busyMilliseconds = fields[9]};
 }
 
-std::optional<LinuxDiskStats> ReadDiskStats(const Roots& roots, const std::string& blockName)
+std::optional<DiskStats> ReadDiskStats(const Roots& roots, const std::string& blockName)
 {
     return ParseDiskStats(SplitWords(ReadText(roots.sys + "/class/block/" + blockName + "/stat")));
 }
 
-std::optional<LinuxDiskStats> StatsOfDisk(const std::map<std::string, LinuxDiskStats>& all, const std::string& name)
+std::optional<DiskStats> StatsOfDisk(const std::map<std::string, DiskStats>& all, const std::string& name)
 {
     const auto own = all.find(name);
     if (own == all.end()) {
         return std::nullopt;
     }
-    LinuxDiskStats stats = own->second;
+    DiskStats stats = own->second;
     if (!name.starts_with("nvme") || stats.reads != 0 || stats.writes != 0) {
         return stats;
     }
@@ -82,17 +82,17 @@ std::optional<LinuxDiskStats> StatsOfDisk(const std::map<std::string, LinuxDiskS
     return stats;
 }
 
-std::map<std::string, LinuxDiskStats> ReadAllDiskStats(const Roots& roots)
+std::map<std::string, DiskStats> ReadAllDiskStats(const Roots& roots)
 {
     constexpr std::size_t kNameAt = 2;  // after major and minor number
-    std::map<std::string, LinuxDiskStats> all;
+    std::map<std::string, DiskStats> all;
     const std::string text = ReadBytes(roots.proc + "/diskstats", kDiskStatsLimit).value_or(std::string());
     for (const std::string_view line : SplitLines(text)) {
         std::vector<std::string_view> words = SplitWords(line);
         if (words.size() > kNameAt) {
             const std::string name(words[kNameAt]);
             words.erase(words.begin(), words.begin() + kNameAt + 1);
-            if (const std::optional<LinuxDiskStats> stats = ParseDiskStats(words)) {
+            if (const std::optional<DiskStats> stats = ParseDiskStats(words)) {
                 all.emplace(name, *stats);
             }
         }
@@ -100,4 +100,4 @@ std::map<std::string, LinuxDiskStats> ReadAllDiskStats(const Roots& roots)
     return all;
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

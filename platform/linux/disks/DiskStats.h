@@ -9,10 +9,10 @@
 
 #include "linux/kernel/Kernel.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 // Activity of one block device since it appeared, as the kernel counts it (Documentation/admin-guide/iostats.rst).
-struct LinuxDiskStats {
+struct DiskStats {
     std::uint64_t reads = 0;
     std::uint64_t readBytes = 0;
     std::uint64_t readMilliseconds = 0;  // summed over requests, so it may pass faster than the clock; wraps at 2^32
@@ -24,13 +24,13 @@ struct LinuxDiskStats {
 };
 
 // From the words of a "stat" attribute, or of a diskstats line past the device's name.
-[[nodiscard]] std::optional<LinuxDiskStats> ParseDiskStats(const std::vector<std::string_view>& words);
+[[nodiscard]] std::optional<DiskStats> ParseDiskStats(const std::vector<std::string_view>& words);
 // One block device, by kernel name.
-[[nodiscard]] std::optional<LinuxDiskStats> ReadDiskStats(const Roots& roots, const std::string& blockName);
+[[nodiscard]] std::optional<DiskStats> ReadDiskStats(const Roots& roots, const std::string& blockName);
 // One whole disk, from ReadAllDiskStats. Before Linux 6.4 an NVMe namespace with native multipath counts nothing itself; its hidden
 // paths ("nvme1c0n2" of "nvme1n2") do, and are summed for it.
-[[nodiscard]] std::optional<LinuxDiskStats> StatsOfDisk(const std::map<std::string, LinuxDiskStats>& all, const std::string& name);
+[[nodiscard]] std::optional<DiskStats> StatsOfDisk(const std::map<std::string, DiskStats>& all, const std::string& name);
 // All block devices in one read of diskstats, by kernel name.
-[[nodiscard]] std::map<std::string, LinuxDiskStats> ReadAllDiskStats(const Roots& roots);
+[[nodiscard]] std::map<std::string, DiskStats> ReadAllDiskStats(const Roots& roots);
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

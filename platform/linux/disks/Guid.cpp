@@ -7,7 +7,7 @@
 
 #include <fmt/format.h>
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 std::optional<Guid> ParseGuid(std::string_view text) noexcept
 {
@@ -47,4 +47,4 @@ std::string GuidText(const Guid& guid)
                        tail[0], tail[1], tail[2], tail[3], tail[4], tail[5], tail[6], tail[7]);
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

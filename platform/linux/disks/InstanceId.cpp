@@ -4,7 +4,7 @@
 
 #include <fmt/format.h>
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 constexpr std::size_t kVendorLength = 8;
@@ -28,7 +28,7 @@ struct Product {
     std::string product;
 };
 
-Product SplitModel(const LinuxDisk& disk)
+Product SplitModel(const Disk& disk)
 {
     if (disk.vendor != "ATA") {
         return {disk.vendor, disk.model};
@@ -56,7 +56,7 @@ std::string_view Enumerator(BusType busType)
 
 }  // namespace
 
-std::string SlotDigits(const LinuxDisk& disk)
+std::string SlotDigits(const Disk& disk)
 {
     std::uint32_t hash = 2166136261U;  // FNV-1a
     for (const char c : disk.position) {
@@ -65,7 +65,7 @@ std::string SlotDigits(const LinuxDisk& disk)
     return fmt::format("{:08X}", hash);
 }
 
-std::string InstanceIdOf(const LinuxDisk& disk)
+std::string InstanceIdOf(const Disk& disk)
 {
     const auto [vendor, product] = SplitModel(disk);
     std::string id = fmt::format("{}\\DISK", Enumerator(disk.busType));
@@ -91,4 +91,4 @@ std::string InterfacePathOf(std::string_view instanceId)
     return R"(\\?\)" + path + "#{53f56307-b6bf-11d0-94f2-00a0c91efb8b}";
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

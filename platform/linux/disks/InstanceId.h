@@ -17,12 +17,12 @@
 // Vendor, product and revision are cut to the 8, 16 and 4 characters of INQUIRY, as Windows cuts them; an ATA model is split into
 // vendor and product at its first blank, or after eight characters. A disk without a serial number gets "4&" and a number of its
 // slot in its place: an "&" as the second character marks an id that the bus made up, as on Windows.
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
-[[nodiscard]] std::string InstanceIdOf(const LinuxDisk& disk);
+[[nodiscard]] std::string InstanceIdOf(const Disk& disk);
 // Eight hexadecimal digits that stand for the disk's slot.
-[[nodiscard]] std::string SlotDigits(const LinuxDisk& disk);
+[[nodiscard]] std::string SlotDigits(const Disk& disk);
 // The device interface path of an instance id: "\\?\scsi#disk&ven_...#...#{53f56307-b6bf-11d0-94f2-00a0c91efb8b}".
 [[nodiscard]] std::string InterfacePathOf(std::string_view instanceId);
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

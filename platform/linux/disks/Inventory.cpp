@@ -7,7 +7,7 @@
 #include "linux/disks/InstanceId.h"
 #include "linux/kernel/Files.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 bool IsDigit(char c) noexcept { return c >= '0' && c <= '9'; }
@@ -53,7 +53,7 @@ bool EqualIgnoreAsciiCase(std::string_view left, std::string_view right)
 }
 
 template <class Test>
-std::optional<LinuxDisk> FirstWith(const std::vector<LinuxDisk>& disks, Test test)
+std::optional<Disk> FirstWith(const std::vector<Disk>& disks, Test test)
 {
     const auto found = std::ranges::find_if(disks, test);
     return found != disks.end() ? std::optional(*found) : std::nullopt;
@@ -61,9 +61,9 @@ std::optional<LinuxDisk> FirstWith(const std::vector<LinuxDisk>& disks, Test tes
 
 }  // namespace
 
-LinuxInventory::Walk LinuxInventory::Look()
+Inventory::Walk Inventory::Look()
 {
-    const LinuxMoment now = LinuxMoment::Now(m_Roots);  // before the walk: what changes while it is made must count as new
+    const Moment now = Moment::Now(m_Roots);  // before the walk: what changes while it is made must count as new
     {
         const std::scoped_lock lock(m_Lock);
         if (m_LastWalk != nullptr && now.Confirms(m_LastWalkMade)) {
@@ -72,38 +72,38 @@ LinuxInventory::Walk LinuxInventory::Look()
     }
     std::vector<std::string> names = DirectoryNames(m_Roots.sys + "/block");
     std::ranges::sort(names, KernelNameLess);
-    std::vector<LinuxDisk> disks;
+    std::vector<Disk> disks;
     for (const std::string& name : names) {
-        if (std::optional<LinuxDisk> disk = ReadLinuxDisk(m_Roots, name)) {
+        if (std::optional<Disk> disk = ReadDisk(m_Roots, name)) {
             disks.push_back(std::move(*disk));
         }
     }
     const std::scoped_lock lock(m_Lock);
     Number(disks);
-    std::ranges::sort(disks, {}, &LinuxDisk::number);
-    m_LastWalk = std::make_shared<const std::vector<LinuxDisk>>(std::move(disks));
+    std::ranges::sort(disks, {}, &Disk::number);
+    m_LastWalk = std::make_shared<const std::vector<Disk>>(std::move(disks));
     m_LastWalkMade = now;
     return m_LastWalk;
 }
 
-std::vector<LinuxDisk> LinuxInventory::Disks() { return *Look(); }
+std::vector<Disk> Inventory::Disks() { return *Look(); }
 
-std::optional<LinuxDisk> LinuxInventory::Find(std::uint32_t number)
+std::optional<Disk> Inventory::Find(std::uint32_t number)
 {
-    return FirstWith(*Look(), [&](const LinuxDisk& disk) { return disk.number == number; });
+    return FirstWith(*Look(), [&](const Disk& disk) { return disk.number == number; });
 }
 
-std::optional<LinuxDisk> LinuxInventory::FindByName(std::string_view name)
+std::optional<Disk> Inventory::FindByName(std::string_view name)
 {
-    return FirstWith(*Look(), [&](const LinuxDisk& disk) { return disk.name == name; });
+    return FirstWith(*Look(), [&](const Disk& disk) { return disk.name == name; });
 }
 
-std::optional<LinuxDisk> LinuxInventory::FindByInterfacePath(std::string_view path)
+std::optional<Disk> Inventory::FindByInterfacePath(std::string_view path)
 {
-    return FirstWith(*Look(), [&](const LinuxDisk& disk) { return EqualIgnoreAsciiCase(InterfacePathOf(disk.instanceId), path); });
+    return FirstWith(*Look(), [&](const Disk& disk) { return EqualIgnoreAsciiCase(InterfacePathOf(disk.instanceId), path); });
 }
 
-void LinuxInventory::Number(std::vector<LinuxDisk>& disks)
+void Inventory::Number(std::vector<Disk>& disks)
 {
     std::vector<bool> taken(m_Known.size(), false);
     std::vector<std::string> identities;
@@ -127,7 +127,7 @@ void LinuxInventory::Number(std::vector<LinuxDisk>& disks)
     }
 }
 
-std::uint32_t LinuxInventory::NumberOf(const LinuxDisk& disk, const std::string& identity, std::vector<bool>& taken)
+std::uint32_t Inventory::NumberOf(const Disk& disk, const std::string& identity, std::vector<bool>& taken)
 {
     for (std::size_t known = 0; known < m_Known.size(); ++known) {
         if (!taken[known] && m_Known[known].identity == identity) {
@@ -144,4 +144,4 @@ std::uint32_t LinuxInventory::NumberOf(const LinuxDisk& disk, const std::string&
     return static_cast<std::uint32_t>(m_Known.size() - 1);
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

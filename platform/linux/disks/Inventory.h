@@ -11,21 +11,21 @@
 #include "linux/disks/Disk.h"
 #include "linux/kernel/Changes.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 // The machine's physical disks in the one order that every port shares. A disk keeps its drive number for the life of this object,
 // and no other disk ever gets it; a disk that comes later gets the next number. The disks of the first look are numbered by kernel
 // name, numbers in names counted as such (nvme0n1, nvme10n1, sda, sdb, sdaa). Safe to use from several threads.
-class LinuxInventory {
+class Inventory {
 public:
-    explicit LinuxInventory(Roots roots) : m_Roots(std::move(roots)) {}
+    explicit Inventory(Roots roots) : m_Roots(std::move(roots)) {}
 
     // All disks present now, by ascending number.
-    [[nodiscard]] std::vector<LinuxDisk> Disks();
-    [[nodiscard]] std::optional<LinuxDisk> Find(std::uint32_t number);
-    [[nodiscard]] std::optional<LinuxDisk> FindByName(std::string_view name);
+    [[nodiscard]] std::vector<Disk> Disks();
+    [[nodiscard]] std::optional<Disk> Find(std::uint32_t number);
+    [[nodiscard]] std::optional<Disk> FindByName(std::string_view name);
     // By device interface path, whatever the case of its letters.
-    [[nodiscard]] std::optional<LinuxDisk> FindByInterfacePath(std::string_view path);
+    [[nodiscard]] std::optional<Disk> FindByInterfacePath(std::string_view path);
 
 private:
     // A disk that was seen once; its index is its drive number.
@@ -37,16 +37,16 @@ private:
 
     // A walk through sysfs takes hundreds of system calls, and a collection asks for disks dozens of times: what one walk found
     // serves until something changed.
-    using Walk = std::shared_ptr<const std::vector<LinuxDisk>>;
+    using Walk = std::shared_ptr<const std::vector<Disk>>;
     [[nodiscard]] Walk Look();
-    void Number(std::vector<LinuxDisk>& disks);  // under the lock
-    [[nodiscard]] std::uint32_t NumberOf(const LinuxDisk& disk, const std::string& identity, std::vector<bool>& taken);
+    void Number(std::vector<Disk>& disks);  // under the lock
+    [[nodiscard]] std::uint32_t NumberOf(const Disk& disk, const std::string& identity, std::vector<bool>& taken);
 
     const Roots m_Roots;
     std::mutex m_Lock;
     std::vector<Known> m_Known;
     Walk m_LastWalk;
-    LinuxMoment m_LastWalkMade;
+    Moment m_LastWalkMade;
 };
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

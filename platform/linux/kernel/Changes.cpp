@@ -2,16 +2,13 @@
 
 #include "linux/kernel/Files.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
-LinuxMoment LinuxMoment::Now(const Roots& roots)
-{
-    return {ReadText(roots.sys + "/kernel/uevent_seqnum"), std::chrono::steady_clock::now()};
-}
+Moment Moment::Now(const Roots& roots) { return {ReadText(roots.sys + "/kernel/uevent_seqnum"), std::chrono::steady_clock::now()}; }
 
-bool LinuxMoment::Confirms(const LinuxMoment& then) const noexcept
+bool Moment::Confirms(const Moment& then) const noexcept
 {
     return !events.empty() && events == then.events && time - then.time < std::chrono::seconds(1);
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -5,18 +5,18 @@
 
 #include "linux/kernel/Kernel.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 // When sysfs was looked at. The kernel counts the events that it tells of devices (arrivals, departures, changes of size, medium
 // and partitions), so a look need not be repeated until the count moves. A few attributes change without an event, a firmware
 // revision for one; so no look is good for longer than a second.
-struct LinuxMoment {
+struct Moment {
     std::string events;  // empty where the kernel does not tell: then every look is made anew
     std::chrono::steady_clock::time_point time;
 
-    [[nodiscard]] static LinuxMoment Now(const Roots& roots);
+    [[nodiscard]] static Moment Now(const Roots& roots);
     // Whether what was seen at `then` is good at this moment.
-    [[nodiscard]] bool Confirms(const LinuxMoment& then) const noexcept;
+    [[nodiscard]] bool Confirms(const Moment& then) const noexcept;
 };
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -11,7 +11,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 constexpr int kReading = O_RDONLY | O_NONBLOCK | O_CLOEXEC;
@@ -140,4 +140,4 @@ std::string_view TrimSpace(std::string_view text) noexcept
 std::vector<std::string_view> SplitWords(std::string_view text) { return Split(text, " \t"); }
 std::vector<std::string_view> SplitLines(std::string_view text) { return Split(text, "\n"); }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

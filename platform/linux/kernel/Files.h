@@ -10,7 +10,7 @@
 
 #include "linux/kernel/Kernel.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 // Owns one file descriptor.
 class UniqueFd {
@@ -62,4 +62,4 @@ private:
 [[nodiscard]] std::vector<std::string_view> SplitWords(std::string_view text);
 [[nodiscard]] std::vector<std::string_view> SplitLines(std::string_view text);
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

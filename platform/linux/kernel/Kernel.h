@@ -4,7 +4,7 @@
 #include <functional>
 #include <string>
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 // Where the kernel's file systems stand; a test points them at a captured tree.
 struct Roots {
@@ -20,4 +20,4 @@ struct KernelCalls {
     std::function<std::chrono::nanoseconds()> monotonicClock;
 };
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -4,15 +4,15 @@
 
 #include "platform/Errors.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 thread_local std::uint32_t t_LastError = win32::kSuccess;
 
 }  // namespace
 
-void SetLinuxLastError(std::uint32_t error) noexcept { t_LastError = error; }
-std::uint32_t LinuxLastError() noexcept { return t_LastError; }
+void SetLastError(std::uint32_t error) noexcept { t_LastError = error; }
+std::uint32_t LastError() noexcept { return t_LastError; }
 
 std::uint32_t Win32FromErrno(int error) noexcept
 {
@@ -59,4 +59,4 @@ std::uint32_t Win32FromErrno(int error) noexcept
     }
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

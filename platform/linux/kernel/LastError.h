@@ -2,13 +2,13 @@
 
 #include <cstdint>
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 // The calling thread's last Win32 error, shared by all ports as it is on Windows.
-void SetLinuxLastError(std::uint32_t error) noexcept;
-[[nodiscard]] std::uint32_t LinuxLastError() noexcept;
+void SetLastError(std::uint32_t error) noexcept;
+[[nodiscard]] std::uint32_t LastError() noexcept;
 
 // The Win32 error that a Windows user would see for the same cause as this errno.
 [[nodiscard]] std::uint32_t Win32FromErrno(int error) noexcept;
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

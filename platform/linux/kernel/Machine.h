@@ -7,7 +7,7 @@
 #include "linux/kernel/Kernel.h"
 #include "linux/volumes/Volumes.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 // Paths below /sys are compared with what its links lead to, so it must not be a link itself.
 [[nodiscard]] inline Roots Canonical(Roots roots)
@@ -18,15 +18,15 @@ namespace orbis::platform {
 }
 
 // What all ports of one Linux machine share.
-struct LinuxMachine {
-    LinuxMachine(Roots machineRoots, KernelCalls kernelCalls)
+struct Machine {
+    Machine(Roots machineRoots, KernelCalls kernelCalls)
         : roots(Canonical(std::move(machineRoots))), calls(std::move(kernelCalls)), inventory(roots), volumes(roots, inventory)
     {}
 
     const Roots roots;
     const KernelCalls calls;
-    LinuxInventory inventory;
-    LinuxVolumes volumes;
+    Inventory inventory;
+    Volumes volumes;
 };
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

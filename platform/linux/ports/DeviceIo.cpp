@@ -21,10 +21,10 @@
 #include "platform/Requests.h"
 #include "platform/Text.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
-struct LinuxDeviceIo::OpenTarget {
-    LinuxTarget target;
+struct DeviceIo::OpenTarget {
+    Target target;
     UniqueFd node;
     Win32Error refusal = win32::kSuccess;  // why there is no node
 };
@@ -41,13 +41,13 @@ std::string UpperCase(std::string_view text)
 }
 
 // What a path names; nothing when there is no such disk or volume now.
-std::optional<LinuxTarget> Resolve(LinuxMachine& machine, const std::string& path)
+std::optional<Target> Resolve(Machine& machine, const std::string& path)
 {
     constexpr std::string_view kDevice = R"(\\.\)";
     constexpr std::string_view kInterface = R"(\\?\)";
     constexpr std::string_view kDrive = "PHYSICALDRIVE";
-    const auto ofDisk = [](std::optional<LinuxDisk> disk) {
-        return disk ? std::optional(LinuxTarget{std::move(*disk), std::nullopt}) : std::nullopt;
+    const auto ofDisk = [](std::optional<Disk> disk) {
+        return disk ? std::optional(Target{std::move(*disk), std::nullopt}) : std::nullopt;
     };
     if (path.starts_with(kInterface)) {
         return ofDisk(machine.inventory.FindByInterfacePath(path));
@@ -60,10 +60,10 @@ std::optional<LinuxTarget> Resolve(LinuxMachine& machine, const std::string& pat
                                                 : std::nullopt;
     }
     if (name.size() == 2 && name[1] == ':') {
-        const LinuxVolumeSet set = machine.volumes.Volumes();
-        if (const LinuxVolume* volume = set.Find(name[0])) {
-            if (std::optional<LinuxDisk> disk = machine.inventory.Find(volume->diskNumber)) {
-                return LinuxTarget{std::move(*disk), *volume};
+        const VolumeSet set = machine.volumes.Current();
+        if (const Volume* volume = set.Find(name[0])) {
+            if (std::optional<Disk> disk = machine.inventory.Find(volume->diskNumber)) {
+                return Target{std::move(*disk), *volume};
             }
         }
     }
@@ -71,7 +71,7 @@ std::optional<LinuxTarget> Resolve(LinuxMachine& machine, const std::string& pat
 }
 
 // Opens the node of a block device and makes sure that it is the device which sysfs speaks of, whatever stands in /dev.
-UniqueFd OpenNode(const LinuxMachine& machine, const std::string& blockName, Win32Error& refusal)
+UniqueFd OpenNode(const Machine& machine, const std::string& blockName, Win32Error& refusal)
 {
     const Roots& roots = machine.roots;
     UniqueFd node = OpenDevice(machine.calls, roots.dev + "/" + blockName);
@@ -92,8 +92,8 @@ UniqueFd OpenNode(const LinuxMachine& machine, const std::string& blockName, Win
 
 // One request on its way: what it is asked of, and the node, or why there is none.
 struct Asked {
-    LinuxMachine& machine;
-    const LinuxTarget& target;
+    Machine& machine;
+    const Target& target;
     int node;
     Win32Error refusal;
 
@@ -130,7 +130,7 @@ Win32Error QueryProperty(const Asked& asked, ControlBuffers& buffers)
     return WithNode(asked, [&](const KernelDevice& device) { return QueryNvmeProtocolData(device, buffers); });
 }
 
-using TableRequest = Win32Error(const LinuxMachine&, const LinuxTarget&, int, ControlBuffers&);
+using TableRequest = Win32Error(const Machine&, const Target&, int, ControlBuffers&);
 
 // A partition table is on the disk, which for a volume's handle is another device.
 Win32Error AskDisk(TableRequest& request, const Asked& asked, ControlBuffers& buffers)
@@ -173,20 +173,20 @@ Win32Error Dispatch(std::uint32_t code, const Asked& asked, ControlBuffers& buff
 
 }  // namespace
 
-LinuxDeviceIo::~LinuxDeviceIo() = default;
+DeviceIo::~DeviceIo() = default;
 
-NativeHandle LinuxDeviceIo::Open(const char16_t* path, std::uint32_t /*access*/, std::uint32_t /*share*/, void* /*security*/,
-                                 std::uint32_t disposition, std::uint32_t /*flags*/, NativeHandle /*templateFile*/)
+NativeHandle DeviceIo::Open(const char16_t* path, std::uint32_t /*access*/, std::uint32_t /*share*/, void* /*security*/,
+                            std::uint32_t disposition, std::uint32_t /*flags*/, NativeHandle /*templateFile*/)
 {
     const auto fail = [](Win32Error error) {
-        SetLinuxLastError(error);
+        SetLastError(error);
         return kInvalidHandle;
     };
     if (path == nullptr || disposition != kOpenExisting) {
         return fail(win32::kInvalidParameter);
     }
     try {
-        std::optional<LinuxTarget> target = Resolve(m_Machine, Utf16ToUtf8(path));
+        std::optional<Target> target = Resolve(m_Machine, Utf16ToUtf8(path));
         if (!target) {
             return fail(win32::kFileNotFound);
         }
@@ -204,15 +204,15 @@ NativeHandle LinuxDeviceIo::Open(const char16_t* path, std::uint32_t /*access*/,
     }
 }
 
-std::shared_ptr<LinuxDeviceIo::OpenTarget> LinuxDeviceIo::Find(NativeHandle device)
+std::shared_ptr<DeviceIo::OpenTarget> DeviceIo::Find(NativeHandle device)
 {
     const std::scoped_lock lock(m_Lock);
     const auto open = m_Open.find(device);
     return open != m_Open.end() ? open->second : nullptr;
 }
 
-bool LinuxDeviceIo::Control(NativeHandle device, std::uint32_t code, void* in, std::uint32_t inSize, void* out,
-                            std::uint32_t outSize, std::uint32_t* returned, void* /*overlapped*/)
+bool DeviceIo::Control(NativeHandle device, std::uint32_t code, void* in, std::uint32_t inSize, void* out, std::uint32_t outSize,
+                       std::uint32_t* returned, void* /*overlapped*/)
 {
     *returned = 0;
     Win32Error error = win32::kInvalidHandle;
@@ -227,19 +227,19 @@ bool LinuxDeviceIo::Control(NativeHandle device, std::uint32_t code, void* in, s
         error = win32::kNotEnoughMemory;
     }
     if (error != win32::kSuccess) {
-        SetLinuxLastError(error);
+        SetLastError(error);
     }
     return error == win32::kSuccess;
 }
 
-bool LinuxDeviceIo::Close(NativeHandle device) noexcept
+bool DeviceIo::Close(NativeHandle device) noexcept
 {
     // The device closes outside the lock, once the last request on it has ended.
     std::shared_ptr<OpenTarget> closing;
     const std::scoped_lock lock(m_Lock);
     const auto open = m_Open.find(device);
     if (open == m_Open.end()) {
-        SetLinuxLastError(win32::kInvalidHandle);
+        SetLastError(win32::kInvalidHandle);
         return false;
     }
     closing = std::move(open->second);
@@ -247,10 +247,10 @@ bool LinuxDeviceIo::Close(NativeHandle device) noexcept
     return true;
 }
 
-std::uint32_t LinuxDeviceIo::LogicalDriveStrings(std::uint32_t characters, char16_t* buffer)
+std::uint32_t DeviceIo::LogicalDriveStrings(std::uint32_t characters, char16_t* buffer)
 {
     std::u16string strings;
-    for (const LinuxVolume& volume : m_Machine.volumes.Volumes().volumes) {
+    for (const Volume& volume : m_Machine.volumes.Current().volumes) {
         strings += static_cast<char16_t>(volume.letter);
         strings += u":\\";
         strings += u'\0';
@@ -264,6 +264,6 @@ std::uint32_t LinuxDeviceIo::LogicalDriveStrings(std::uint32_t characters, char1
     return needed - 1;
 }
 
-std::uint32_t LinuxDeviceIo::LastError() const noexcept { return LinuxLastError(); }
+std::uint32_t DeviceIo::LastError() const noexcept { return linux_system::LastError(); }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

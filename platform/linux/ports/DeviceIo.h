@@ -9,16 +9,16 @@
 #include "linux/kernel/Machine.h"
 #include "platform/DeviceIo.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 // Disks ("\\.\PhysicalDrive0", a device interface path) and volumes ("\\.\C:") over block devices. A device is opened for reading
 // only, whatever access was asked. What the kernel tells everybody (number, size, descriptor, activity, partitions) is told to
 // everybody here: a device that may not be opened gets a handle all the same, and each request that needs the device itself is
 // refused with kAccessDenied. So a user without rights still sees the disks.
-class LinuxDeviceIo final : public DeviceIo {
+class DeviceIo final : public platform::DeviceIo {
 public:
-    explicit LinuxDeviceIo(LinuxMachine& machine) : m_Machine(machine) {}
-    ~LinuxDeviceIo() override;
+    explicit DeviceIo(Machine& machine) : m_Machine(machine) {}
+    ~DeviceIo() override;
 
     NativeHandle Open(const char16_t* path, std::uint32_t access, std::uint32_t share, void* security, std::uint32_t disposition,
                       std::uint32_t flags, NativeHandle templateFile) override;
@@ -33,10 +33,10 @@ private:
 
     [[nodiscard]] std::shared_ptr<OpenTarget> Find(NativeHandle device);
 
-    LinuxMachine& m_Machine;
+    Machine& m_Machine;
     std::mutex m_Lock;
     NativeHandle m_LastHandle = 0;
     std::map<NativeHandle, std::shared_ptr<OpenTarget>> m_Open;
 };
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

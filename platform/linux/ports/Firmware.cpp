@@ -11,7 +11,7 @@
 #include "linux/kernel/LastError.h"
 #include "platform/Errors.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 constexpr std::size_t kLargestTable = std::size_t{4} << 20;
@@ -37,10 +37,10 @@ std::optional<SmbiosVersion> VersionOf(std::string_view entryPoint)
 
 }  // namespace
 
-std::uint32_t LinuxFirmware::SystemFirmwareTable(std::uint32_t provider, std::uint32_t /*table*/, void* buffer, std::uint32_t size)
+std::uint32_t Firmware::SystemFirmwareTable(std::uint32_t provider, std::uint32_t /*table*/, void* buffer, std::uint32_t size)
 {
     const auto fail = [](std::uint32_t error) {
-        SetLinuxLastError(error);
+        SetLastError(error);
         return 0U;
     };
     if (provider != kFirmwareProviderSmbios) {
@@ -68,6 +68,6 @@ std::uint32_t LinuxFirmware::SystemFirmwareTable(std::uint32_t provider, std::ui
     return needed;
 }
 
-std::uint32_t LinuxFirmware::LastError() const noexcept { return LinuxLastError(); }
+std::uint32_t Firmware::LastError() const noexcept { return linux_system::LastError(); }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -13,7 +13,7 @@
 #include "linux/requests/Control.h"
 #include "platform/Text.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 constexpr std::u16string_view kObject = u"PhysicalDisk";
@@ -22,7 +22,7 @@ constexpr std::u16string_view kTotal = u"_Total";
 // All disks at one moment, by drive number.
 struct Sample {
     std::chrono::nanoseconds time{};
-    std::map<std::uint32_t, LinuxDiskStats> disks;
+    std::map<std::uint32_t, DiskStats> disks;
 };
 
 struct Counter {
@@ -50,24 +50,24 @@ std::optional<CounterPath> ParsePath(std::u16string_view path)
 }
 
 // The number of the disk whose instance is called so now. It stands first in the name.
-std::optional<std::uint32_t> DiskOfInstance(LinuxMachine& machine, std::u16string_view instance)
+std::optional<std::uint32_t> DiskOfInstance(Machine& machine, std::u16string_view instance)
 {
     const std::string name = Utf16ToUtf8(instance);
     const std::optional<std::uint64_t> number = ParseNumber(std::string_view(name).substr(0, name.find(' ')));
-    const std::optional<LinuxDisk> disk =
+    const std::optional<Disk> disk =
         number && *number <= 0xFFFF ? machine.inventory.Find(static_cast<std::uint32_t>(*number)) : std::nullopt;
-    const bool isCalledSo = disk && EqualIgnoreCase(Utf8ToUtf16(PerformanceInstance(*disk, machine.volumes.Volumes())), instance);
+    const bool isCalledSo = disk && EqualIgnoreCase(Utf8ToUtf16(PerformanceInstance(*disk, machine.volumes.Current())), instance);
     return isCalledSo ? std::optional(disk->number) : std::nullopt;
 }
 
-Sample TakeSample(LinuxMachine& machine)
+Sample TakeSample(Machine& machine)
 {
     Sample sample;
-    const std::vector<LinuxDisk> disks = machine.inventory.Disks();
-    const std::map<std::string, LinuxDiskStats> all = ReadAllDiskStats(machine.roots);
+    const std::vector<Disk> disks = machine.inventory.Disks();
+    const std::map<std::string, DiskStats> all = ReadAllDiskStats(machine.roots);
     sample.time = MonotonicClock(machine.calls);
-    for (const LinuxDisk& disk : disks) {
-        if (const std::optional<LinuxDiskStats> stats = StatsOfDisk(all, disk.name)) {
+    for (const Disk& disk : disks) {
+        if (const std::optional<DiskStats> stats = StatsOfDisk(all, disk.name)) {
             sample.disks.emplace(disk.number, *stats);
         }
     }
@@ -76,7 +76,7 @@ Sample TakeSample(LinuxMachine& machine)
 
 }  // namespace
 
-struct LinuxPdh::Query {
+struct Pdh::Query {
     [[nodiscard]] PdhCounterValue Value(const Counter& counter, std::uint32_t format) const;
 
     std::vector<std::unique_ptr<Counter>> counters;
@@ -85,7 +85,7 @@ struct LinuxPdh::Query {
     Sample after;
 };
 
-PdhCounterValue LinuxPdh::Query::Value(const Counter& counter, std::uint32_t format) const
+PdhCounterValue Pdh::Query::Value(const Counter& counter, std::uint32_t format) const
 {
     const std::size_t taken = samples - counter.sinceSample;
     const bool isGone = !counter.isTotal && (!counter.disk || !after.disks.contains(*counter.disk));
@@ -108,17 +108,17 @@ PdhCounterValue LinuxPdh::Query::Value(const Counter& counter, std::uint32_t for
     return {pdh::kValidData, isCapped ? std::min(*value, 100.0) : *value};
 }
 
-LinuxPdh::LinuxPdh(LinuxMachine& machine) : m_Machine(machine) {}
-LinuxPdh::~LinuxPdh() = default;
+Pdh::Pdh(Machine& machine) : m_Machine(machine) {}
+Pdh::~Pdh() = default;
 
-LinuxPdh::Query* LinuxPdh::Find(PdhQueryObject* query)
+Pdh::Query* Pdh::Find(PdhQueryObject* query)
 {
     const std::scoped_lock lock(m_Lock);
     const auto found = m_Queries.find(query);
     return found != m_Queries.end() ? found->second.get() : nullptr;
 }
 
-PdhStatus LinuxPdh::OpenQuery(const char16_t* dataSource, std::uintptr_t /*userData*/, PdhQueryObject** query)
+PdhStatus Pdh::OpenQuery(const char16_t* dataSource, std::uintptr_t /*userData*/, PdhQueryObject** query)
 {
     if (query == nullptr || dataSource != nullptr) {
         return pdh::kInvalidArgument;  // live counters only
@@ -130,7 +130,7 @@ PdhStatus LinuxPdh::OpenQuery(const char16_t* dataSource, std::uintptr_t /*userD
     return pdh::kOk;
 }
 
-PdhStatus LinuxPdh::EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters)
+PdhStatus Pdh::EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters)
 {
     if (object == nullptr || characters == nullptr || (buffer == nullptr && *characters != 0)) {
         return pdh::kInvalidArgument;
@@ -139,8 +139,8 @@ PdhStatus LinuxPdh::EnumInstances(const char16_t* object, char16_t* buffer, std:
         return pdh::kNoObject;
     }
     std::u16string names;
-    const LinuxVolumeSet volumes = m_Machine.volumes.Volumes();
-    for (const LinuxDisk& disk : m_Machine.inventory.Disks()) {
+    const VolumeSet volumes = m_Machine.volumes.Current();
+    for (const Disk& disk : m_Machine.inventory.Disks()) {
         names += Utf8ToUtf16(PerformanceInstance(disk, volumes));
         names += u'\0';
     }
@@ -155,8 +155,8 @@ PdhStatus LinuxPdh::EnumInstances(const char16_t* object, char16_t* buffer, std:
     return pdh::kOk;
 }
 
-PdhStatus LinuxPdh::AddEnglishCounter(PdhQueryObject* query, const char16_t* path, std::uintptr_t /*userData*/,
-                                      PdhCounterObject** counter)
+PdhStatus Pdh::AddEnglishCounter(PdhQueryObject* query, const char16_t* path, std::uintptr_t /*userData*/,
+                                 PdhCounterObject** counter)
 {
     Query* opened = Find(query);
     if (opened == nullptr) {
@@ -190,7 +190,7 @@ PdhStatus LinuxPdh::AddEnglishCounter(PdhQueryObject* query, const char16_t* pat
     return pdh::kOk;
 }
 
-PdhStatus LinuxPdh::CollectQueryData(PdhQueryObject* query)
+PdhStatus Pdh::CollectQueryData(PdhQueryObject* query)
 {
     Query* opened = Find(query);
     if (opened == nullptr) {
@@ -205,7 +205,7 @@ PdhStatus LinuxPdh::CollectQueryData(PdhQueryObject* query)
     return pdh::kOk;
 }
 
-PdhStatus LinuxPdh::FormattedValue(PdhCounterObject* counter, std::uint32_t format, PdhCounterValue* value)
+PdhStatus Pdh::FormattedValue(PdhCounterObject* counter, std::uint32_t format, PdhCounterValue* value)
 {
     if (value == nullptr || (format & pdh::kFormatDouble) == 0) {
         return pdh::kInvalidArgument;
@@ -222,10 +222,10 @@ PdhStatus LinuxPdh::FormattedValue(PdhCounterObject* counter, std::uint32_t form
     return pdh::kInvalidHandle;
 }
 
-PdhStatus LinuxPdh::CloseQuery(PdhQueryObject* query) noexcept
+PdhStatus Pdh::CloseQuery(PdhQueryObject* query) noexcept
 {
     const std::scoped_lock lock(m_Lock);
     return m_Queries.erase(query) != 0 ? pdh::kOk : pdh::kInvalidHandle;
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -7,14 +7,14 @@
 #include "linux/kernel/Machine.h"
 #include "platform/Pdh.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 // The PhysicalDisk object's seven counters, worked out from what /proc/diskstats counts between two samples. A counter is tied to
 // its disk: it goes on when a volume of the disk comes or goes and the instance is called differently from then on.
-class LinuxPdh final : public Pdh {
+class Pdh final : public platform::Pdh {
 public:
-    explicit LinuxPdh(LinuxMachine& machine);
-    ~LinuxPdh() override;
+    explicit Pdh(Machine& machine);
+    ~Pdh() override;
 
     PdhStatus OpenQuery(const char16_t* dataSource, std::uintptr_t userData, PdhQueryObject** query) override;
     PdhStatus EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters) override;
@@ -29,9 +29,9 @@ private:
 
     [[nodiscard]] Query* Find(PdhQueryObject* query);
 
-    LinuxMachine& m_Machine;
+    Machine& m_Machine;
     std::mutex m_Lock;
     std::map<PdhQueryObject*, std::unique_ptr<Query>> m_Queries;
 };
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

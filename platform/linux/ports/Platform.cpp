@@ -12,8 +12,9 @@
 #include "linux/ports/WmiRows.h"
 
 namespace orbis::platform {
+namespace linux_system {
 
-struct LinuxPlatform::Ports {
+struct Platform::Ports {
     Ports(Roots roots, KernelCalls calls)
         : machine(std::move(roots), std::move(calls)),
           deviceIo(machine),
@@ -24,33 +25,34 @@ struct LinuxPlatform::Ports {
           pdh(machine)
     {}
 
-    LinuxMachine machine;
-    LinuxDeviceIo deviceIo;
-    LinuxSetup setup;
-    LinuxWmiRows rows;
+    Machine machine;
+    DeviceIo deviceIo;
+    Setup setup;
+    WmiRows rows;
     std::unique_ptr<Wmi> wmi;
-    LinuxFirmware firmware;
-    LinuxPdh pdh;
-    LinuxTime time;
-    LinuxText text;
+    Firmware firmware;
+    Pdh pdh;
+    Time time;
+    Text text;
 };
 
-LinuxPlatform::LinuxPlatform(Roots roots, KernelCalls calls) : m_Ports(std::make_unique<Ports>(std::move(roots), std::move(calls)))
-{}
-LinuxPlatform::~LinuxPlatform() = default;
+Platform::Platform(Roots roots, KernelCalls calls) : m_Ports(std::make_unique<Ports>(std::move(roots), std::move(calls))) {}
+Platform::~Platform() = default;
 
-DeviceIo& LinuxPlatform::DeviceIoPort() noexcept { return m_Ports->deviceIo; }
-Setup& LinuxPlatform::SetupPort() noexcept { return m_Ports->setup; }
-Wmi& LinuxPlatform::WmiPort() noexcept { return *m_Ports->wmi; }
-Firmware& LinuxPlatform::FirmwarePort() noexcept { return m_Ports->firmware; }
-Pdh& LinuxPlatform::PdhPort() noexcept { return m_Ports->pdh; }
-Time& LinuxPlatform::TimePort() noexcept { return m_Ports->time; }
-Text& LinuxPlatform::TextPort() noexcept { return m_Ports->text; }
+platform::DeviceIo& Platform::DeviceIoPort() noexcept { return m_Ports->deviceIo; }
+platform::Setup& Platform::SetupPort() noexcept { return m_Ports->setup; }
+platform::Wmi& Platform::WmiPort() noexcept { return *m_Ports->wmi; }
+platform::Firmware& Platform::FirmwarePort() noexcept { return m_Ports->firmware; }
+platform::Pdh& Platform::PdhPort() noexcept { return m_Ports->pdh; }
+platform::Time& Platform::TimePort() noexcept { return m_Ports->time; }
+platform::Text& Platform::TextPort() noexcept { return m_Ports->text; }
+
+}  // namespace linux_system
 
 // Never destroyed: a host's threads may still be collecting while the process ends.
 Platform& Platform::System() noexcept
 {
-    static LinuxPlatform& machine = *std::make_unique<LinuxPlatform>().release();
+    static linux_system::Platform& machine = *std::make_unique<linux_system::Platform>().release();
     return machine;
 }
 

@@ -6,27 +6,27 @@
 #include "platform/Export.h"
 #include "platform/Platform.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 // A running Linux kernel as a machine: the ports' requests, answered from its file systems and devices.
-class ORBIS_PLATFORM_EXPORT LinuxPlatform final : public Platform {
+class ORBIS_PLATFORM_EXPORT Platform final : public platform::Platform {
 public:
-    explicit LinuxPlatform(Roots roots = {}, KernelCalls calls = {});
-    LinuxPlatform(const LinuxPlatform&) = delete;
-    LinuxPlatform& operator=(const LinuxPlatform&) = delete;
-    ~LinuxPlatform() override;
+    explicit Platform(Roots roots = {}, KernelCalls calls = {});
+    Platform(const Platform&) = delete;
+    Platform& operator=(const Platform&) = delete;
+    ~Platform() override;
 
-    DeviceIo& DeviceIoPort() noexcept override;
-    Setup& SetupPort() noexcept override;
-    Wmi& WmiPort() noexcept override;
-    Firmware& FirmwarePort() noexcept override;
-    Pdh& PdhPort() noexcept override;
-    Time& TimePort() noexcept override;
-    Text& TextPort() noexcept override;
+    platform::DeviceIo& DeviceIoPort() noexcept override;
+    platform::Setup& SetupPort() noexcept override;
+    platform::Wmi& WmiPort() noexcept override;
+    platform::Firmware& FirmwarePort() noexcept override;
+    platform::Pdh& PdhPort() noexcept override;
+    platform::Time& TimePort() noexcept override;
+    platform::Text& TextPort() noexcept override;
 
 private:
     struct Ports;
     std::unique_ptr<Ports> m_Ports;
 };
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -8,33 +8,33 @@
 #include "platform/Errors.h"
 #include "platform/Text.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 constexpr std::uint32_t kInvalidUserBuffer = 1784;  // ERROR_INVALID_USER_BUFFER
 
 bool Fail(std::uint32_t error) noexcept
 {
-    SetLinuxLastError(error);
+    SetLastError(error);
     return false;
 }
 
 }  // namespace
 
-std::shared_ptr<const LinuxSetup::InstanceIds> LinuxSetup::Find(DeviceInfoSetHandle set)
+std::shared_ptr<const Setup::InstanceIds> Setup::Find(DeviceInfoSetHandle set)
 {
     const std::scoped_lock lock(m_Lock);
     const auto found = m_Sets.find(set);
     return found != m_Sets.end() ? found->second : nullptr;
 }
 
-DeviceInfoSetHandle LinuxSetup::ClassDevices(const Guid* classGuid, const char16_t* enumerator, void* /*parentWindow*/,
-                                             std::uint32_t flags)
+DeviceInfoSetHandle Setup::ClassDevices(const Guid* classGuid, const char16_t* enumerator, void* /*parentWindow*/,
+                                        std::uint32_t flags)
 {
     auto ids = std::make_shared<InstanceIds>();
     const bool isDisks = classGuid != nullptr && *classGuid == kDiskInterfaceGuid && (flags & kDigcfDeviceInterface) != 0;
     if (isDisks && enumerator == nullptr) {
-        for (LinuxDisk& disk : m_Machine.inventory.Disks()) {
+        for (Disk& disk : m_Machine.inventory.Disks()) {
             ids->push_back(std::move(disk.instanceId));
         }
     }
@@ -45,8 +45,8 @@ DeviceInfoSetHandle LinuxSetup::ClassDevices(const Guid* classGuid, const char16
 
 // A device's place in its set, counted from 1, stands in the data's opaque members.
 
-bool LinuxSetup::EnumDeviceInterfaces(DeviceInfoSetHandle set, const Guid& interfaceClass, std::uint32_t index,
-                                      DeviceInterfaceData* data)
+bool Setup::EnumDeviceInterfaces(DeviceInfoSetHandle set, const Guid& interfaceClass, std::uint32_t index,
+                                 DeviceInterfaceData* data)
 {
     const auto ids = Find(set);
     if (ids == nullptr) {
@@ -65,8 +65,8 @@ bool LinuxSetup::EnumDeviceInterfaces(DeviceInfoSetHandle set, const Guid& inter
     return true;
 }
 
-bool LinuxSetup::DeviceInterfaceDetail(DeviceInfoSetHandle set, const DeviceInterfaceData& data, void* detail,
-                                       std::uint32_t detailSize, std::uint32_t* required)
+bool Setup::DeviceInterfaceDetail(DeviceInfoSetHandle set, const DeviceInterfaceData& data, void* detail, std::uint32_t detailSize,
+                                  std::uint32_t* required)
 {
     const auto ids = Find(set);
     if (ids == nullptr) {
@@ -93,7 +93,7 @@ bool LinuxSetup::DeviceInterfaceDetail(DeviceInfoSetHandle set, const DeviceInte
     return true;
 }
 
-bool LinuxSetup::EnumDeviceInfo(DeviceInfoSetHandle set, std::uint32_t index, DeviceInfoData* data)
+bool Setup::EnumDeviceInfo(DeviceInfoSetHandle set, std::uint32_t index, DeviceInfoData* data)
 {
     // GUID_DEVCLASS_DISKDRIVE {4D36E967-E325-11CE-BFC1-08002BE10318}
     constexpr Guid kDiskDriveClass{0x4D36E967, 0xE325, 0x11CE, {0xBF, 0xC1, 0x08, 0x00, 0x2B, 0xE1, 0x03, 0x18}};
@@ -112,9 +112,8 @@ bool LinuxSetup::EnumDeviceInfo(DeviceInfoSetHandle set, std::uint32_t index, De
     return true;
 }
 
-bool LinuxSetup::DeviceProperty(DeviceInfoSetHandle set, const DeviceInfoData& data, const DevicePropertyKey& key,
-                                std::uint32_t* type, void* buffer, std::uint32_t bufferSize, std::uint32_t* required,
-                                std::uint32_t /*flags*/)
+bool Setup::DeviceProperty(DeviceInfoSetHandle set, const DeviceInfoData& data, const DevicePropertyKey& key, std::uint32_t* type,
+                           void* buffer, std::uint32_t bufferSize, std::uint32_t* required, std::uint32_t /*flags*/)
 {
     const auto ids = Find(set);
     if (ids == nullptr) {
@@ -141,12 +140,12 @@ bool LinuxSetup::DeviceProperty(DeviceInfoSetHandle set, const DeviceInfoData& d
     return true;
 }
 
-bool LinuxSetup::DestroyDeviceInfoList(DeviceInfoSetHandle set) noexcept
+bool Setup::DestroyDeviceInfoList(DeviceInfoSetHandle set) noexcept
 {
     const std::scoped_lock lock(m_Lock);
     return m_Sets.erase(set) != 0 || Fail(win32::kInvalidHandle);
 }
 
-std::uint32_t LinuxSetup::LastError() const noexcept { return LinuxLastError(); }
+std::uint32_t Setup::LastError() const noexcept { return linux_system::LastError(); }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -9,12 +9,12 @@
 #include "linux/kernel/Machine.h"
 #include "platform/Setup.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 // The device walk over the inventory. A set is a picture of the moment in which it was made.
-class LinuxSetup final : public Setup {
+class Setup final : public platform::Setup {
 public:
-    explicit LinuxSetup(LinuxMachine& machine) : m_Machine(machine) {}
+    explicit Setup(Machine& machine) : m_Machine(machine) {}
 
     DeviceInfoSetHandle ClassDevices(const Guid* classGuid, const char16_t* enumerator, void* parentWindow,
                                      std::uint32_t flags) override;
@@ -33,10 +33,10 @@ private:
 
     [[nodiscard]] std::shared_ptr<const InstanceIds> Find(DeviceInfoSetHandle set);
 
-    LinuxMachine& m_Machine;
+    Machine& m_Machine;
     std::mutex m_Lock;
     DeviceInfoSetHandle m_LastSet = 0;
     std::map<DeviceInfoSetHandle, std::shared_ptr<const InstanceIds>> m_Sets;
 };
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

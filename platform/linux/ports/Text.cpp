@@ -7,12 +7,12 @@
 #include "linux/kernel/LastError.h"
 #include "platform/Errors.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 std::int32_t Fail(std::uint32_t error) noexcept
 {
-    SetLinuxLastError(error);
+    SetLastError(error);
     return 0;
 }
 
@@ -43,14 +43,14 @@ std::int32_t ConvertInto(const In* text, std::int32_t length, Out* out, std::int
 
 }  // namespace
 
-std::int32_t LinuxText::WideToUtf8(const char16_t* text, std::int32_t characters, char* out, std::int32_t outBytes)
+std::int32_t Text::WideToUtf8(const char16_t* text, std::int32_t characters, char* out, std::int32_t outBytes)
 {
     return ConvertInto(text, characters, out, outBytes, Utf16ToUtf8);
 }
 
-std::int32_t LinuxText::DefaultToWide(const char* text, std::int32_t bytes, char16_t* out, std::int32_t outCharacters)
+std::int32_t Text::DefaultToWide(const char* text, std::int32_t bytes, char16_t* out, std::int32_t outCharacters)
 {
     return ConvertInto(text, bytes, out, outCharacters, Utf8ToUtf16);
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

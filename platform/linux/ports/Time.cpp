@@ -2,10 +2,10 @@
 
 #include <thread>
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
-std::chrono::system_clock::time_point LinuxTime::UtcNow() { return std::chrono::system_clock::now(); }
+std::chrono::system_clock::time_point Time::UtcNow() { return std::chrono::system_clock::now(); }
 
-void LinuxTime::Sleep(std::uint32_t milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
+void Time::Sleep(std::uint32_t milliseconds) { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

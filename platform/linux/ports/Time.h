@@ -2,12 +2,12 @@
 
 #include "platform/Time.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
-class LinuxTime final : public Time {
+class Time final : public platform::Time {
 public:
     std::chrono::system_clock::time_point UtcNow() override;
     void Sleep(std::uint32_t milliseconds) override;
 };
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

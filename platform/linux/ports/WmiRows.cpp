@@ -13,16 +13,16 @@
 #include "linux/volumes/VolumeSerial.h"
 #include "platform/Text.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 RowValue Text16(std::string_view text) { return Utf8ToUtf16(text); }
 
-std::string DrivePath(const LinuxDisk& disk) { return fmt::format(R"(\\.\PHYSICALDRIVE{})", disk.number); }
-std::string Drive(const LinuxVolume& volume) { return std::string(1, volume.letter) + ":"; }
+std::string DrivePath(const Disk& disk) { return fmt::format(R"(\\.\PHYSICALDRIVE{})", disk.number); }
+std::string Drive(const Volume& volume) { return std::string(1, volume.letter) + ":"; }
 
 // Vendor and model as one name; the standards whose disks have no vendor text are none.
-std::string ModelName(const LinuxDisk& disk)
+std::string ModelName(const Disk& disk)
 {
     const bool hasVendor = !disk.vendor.empty() && disk.vendor != "ATA" && disk.vendor != "NVMe";
     return hasVendor && !disk.model.empty() ? disk.vendor + " " + disk.model : disk.model + (hasVendor ? disk.vendor : "");
@@ -44,10 +44,10 @@ std::string_view InterfaceType(BusType busType)
 }
 
 // A property that a disk does not have is an empty text, not an absent one: a reader that needs it must not lose the row.
-std::vector<Row> DiskDrives(LinuxMachine& machine)
+std::vector<Row> DiskDrives(Machine& machine)
 {
     std::vector<Row> rows;
-    for (const LinuxDisk& disk : machine.inventory.Disks()) {
+    for (const Disk& disk : machine.inventory.Disks()) {
         const std::string path = DrivePath(disk);
         rows.push_back({{u"Index", RowUint32(disk.number)},
                         {u"DeviceID", Text16(path)},
@@ -71,10 +71,10 @@ std::vector<Row> DiskDrives(LinuxMachine& machine)
     return rows;
 }
 
-std::vector<Row> PhysicalDisks(LinuxMachine& machine)
+std::vector<Row> PhysicalDisks(Machine& machine)
 {
     std::vector<Row> rows;
-    for (const LinuxDisk& disk : machine.inventory.Disks()) {
+    for (const Disk& disk : machine.inventory.Disks()) {
         rows.push_back({{u"DeviceId", Text16(std::to_string(disk.number))},
                         {u"FriendlyName", Text16(ModelName(disk))},
                         {u"Model", Text16(disk.model)},
@@ -89,10 +89,10 @@ std::vector<Row> PhysicalDisks(LinuxMachine& machine)
     return rows;
 }
 
-std::vector<Row> LogicalDisks(LinuxMachine& machine)
+std::vector<Row> LogicalDisks(Machine& machine)
 {
     std::vector<Row> rows;
-    for (const LinuxVolume& volume : machine.volumes.Volumes().volumes) {
+    for (const Volume& volume : machine.volumes.Current().volumes) {
         rows.push_back({{u"Caption", Text16(Drive(volume))},
                         {u"DeviceID", Text16(Drive(volume))},
                         {u"Name", Text16(Drive(volume))},
@@ -102,14 +102,14 @@ std::vector<Row> LogicalDisks(LinuxMachine& machine)
 }
 
 // Letters of the volumes that swap files are on.
-std::string PageFileLetters(const Roots& roots, const LinuxVolumeSet& set)
+std::string PageFileLetters(const Roots& roots, const VolumeSet& set)
 {
     std::string letters;
     const std::string swaps = ReadBytes(roots.proc + "/swaps").value_or(std::string());
     for (const std::string_view line : SplitLines(swaps)) {
         const std::vector<std::string_view> fields = SplitWords(line);
         if (fields.size() >= 2 && fields[1] == "file") {
-            const LinuxVolume* volume = set.VolumeOf(UnescapeProcName(fields[0]));
+            const Volume* volume = set.VolumeOf(UnescapeProcName(fields[0]));
             letters += volume != nullptr ? std::string(1, volume->letter) : std::string();
         }
     }
@@ -117,7 +117,7 @@ std::string PageFileLetters(const Roots& roots, const LinuxVolumeSet& set)
 }
 
 // A volume's name must last: it is made of what the volume stands on.
-std::string VolumeGuidPath(const LinuxVolume& volume)
+std::string VolumeGuidPath(const Volume& volume)
 {
     std::uint64_t hash = 14695981039346656037U;  // FNV-1a
     const auto add = [&](std::string_view text) {
@@ -132,12 +132,12 @@ std::string VolumeGuidPath(const LinuxVolume& volume)
     return R"(\\?\Volume{)" + GuidText(guid) + "}\\";
 }
 
-std::vector<Row> Volumes(LinuxMachine& machine)
+std::vector<Row> Volumes(Machine& machine)
 {
-    const LinuxVolumeSet set = machine.volumes.Volumes();
+    const VolumeSet set = machine.volumes.Current();
     const std::string pageFiles = PageFileLetters(machine.roots, set);
     std::vector<Row> rows;
-    for (const LinuxVolume& volume : set.volumes) {
+    for (const Volume& volume : set.volumes) {
         rows.push_back({{u"DeviceID", Text16(VolumeGuidPath(volume))},
                         {u"DriveLetter", Text16(Drive(volume))},
                         {u"Name", Text16(Drive(volume) + "\\")},
@@ -147,17 +147,17 @@ std::vector<Row> Volumes(LinuxMachine& machine)
     return rows;
 }
 
-std::vector<Row> RecoveryConfiguration(LinuxMachine& machine)
+std::vector<Row> RecoveryConfiguration(Machine& machine)
 {
     constexpr const char* kCrashDirectory = "/var/crash";  // where kdump and the distributions' crash reporters write
-    return {{{u"ExpandedMiniDumpDirectory", Text16(machine.volumes.Volumes().WindowsPath(kCrashDirectory))}}};
+    return {{{u"ExpandedMiniDumpDirectory", Text16(machine.volumes.Current().WindowsPath(kCrashDirectory))}}};
 }
 
-std::vector<Row> PerformanceInstances(LinuxMachine& machine)
+std::vector<Row> PerformanceInstances(Machine& machine)
 {
-    const LinuxVolumeSet volumes = machine.volumes.Volumes();
+    const VolumeSet volumes = machine.volumes.Current();
     std::vector<Row> rows;
-    for (const LinuxDisk& disk : machine.inventory.Disks()) {
+    for (const Disk& disk : machine.inventory.Disks()) {
         rows.push_back({{u"Name", Text16(PerformanceInstance(disk, volumes))}});
     }
     rows.push_back({{u"Name", Text16("_Total")}});
@@ -165,12 +165,12 @@ std::vector<Row> PerformanceInstances(LinuxMachine& machine)
 }
 
 // The kernel keeps no SMART data of its own; the class is there, as on a Windows machine whose drivers provide none.
-std::vector<Row> NoRows(LinuxMachine& /*machine*/) { return {}; }
+std::vector<Row> NoRows(Machine& /*machine*/) { return {}; }
 
 struct ClassEntry {
     std::u16string_view path;
     std::u16string_view name;
-    std::vector<Row> (*build)(LinuxMachine& machine);
+    std::vector<Row> (*build)(Machine& machine);
 };
 
 constexpr std::array kClasses{
@@ -185,12 +185,12 @@ constexpr std::array kClasses{
 
 }  // namespace
 
-bool LinuxWmiRows::HasNamespace(std::u16string_view path)
+bool WmiRows::HasNamespace(std::u16string_view path)
 {
     return std::ranges::find(kClasses, path, &ClassEntry::path) != kClasses.end();
 }
 
-Hresult LinuxWmiRows::Rows(std::u16string_view path, std::u16string_view className, std::vector<Row>& rows)
+Hresult WmiRows::Rows(std::u16string_view path, std::u16string_view className, std::vector<Row>& rows)
 {
     for (const ClassEntry& entry : kClasses) {
         if (entry.path == path && EqualIgnoreCase(entry.name, className)) {
@@ -201,7 +201,7 @@ Hresult LinuxWmiRows::Rows(std::u16string_view path, std::u16string_view classNa
     return hresult::kWbemInvalidClass;
 }
 
-std::string PerformanceInstance(const LinuxDisk& disk, const LinuxVolumeSet& volumes)
+std::string PerformanceInstance(const Disk& disk, const VolumeSet& volumes)
 {
     std::string name = std::to_string(disk.number);
     for (const char letter : volumes.LettersOf(disk.number)) {
@@ -210,4 +210,4 @@ std::string PerformanceInstance(const LinuxDisk& disk, const LinuxVolumeSet& vol
     return name;
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -9,7 +9,7 @@
 #include "linux/requests/Scsi.h"
 #include "platform/Errors.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 constexpr std::uint32_t kSector = 512;
@@ -165,4 +165,4 @@ Win32Error RunAtaPassThrough(const KernelDevice& device, BusType busType, Contro
     return buffers.Answer(answer) ? win32::kSuccess : win32::kInvalidParameter;
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -4,7 +4,7 @@
 
 #include <sys/ioctl.h>
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 int KernelDevice::Ioctl(unsigned long request, void* argument) const
 {
@@ -22,4 +22,4 @@ std::uint32_t KernelTimeout(std::uint32_t seconds) noexcept
     return std::min(seconds, kLongest) * 1000;
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

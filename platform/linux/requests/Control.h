@@ -11,7 +11,7 @@
 #include "linux/kernel/Kernel.h"
 
 // What the handlers of control requests share. A handler gives a Win32 error, kSuccess for none.
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 using Win32Error = std::uint32_t;
 
@@ -69,4 +69,4 @@ struct KernelDevice {
 // No request that is let through moves more than this; larger ones are refused before anything is allocated.
 inline constexpr std::uint32_t kLargestTransfer = 1U << 20;
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

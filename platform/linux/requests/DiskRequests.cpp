@@ -10,7 +10,7 @@
 #include "platform/Errors.h"
 #include "platform/Requests.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 // All of `value` or nothing.
@@ -38,31 +38,31 @@ std::uint32_t Append(std::vector<std::byte>& descriptor, std::string_view text)
 }
 
 // Nothing, with errno set, when it cannot be told.
-std::optional<LinuxPartitionTable> TableOf(const LinuxMachine& machine, const LinuxTarget& target, int descriptor)
+std::optional<PartitionTable> TableOf(const Machine& machine, const Target& target, int descriptor)
 {
     if (descriptor >= 0) {
         return ReadPartitionTable(descriptor, target.disk);
     }
-    std::optional<LinuxPartitionTable> table = KnownPartitionTable(machine.roots, target.disk);
+    std::optional<PartitionTable> table = KnownPartitionTable(machine.roots, target.disk);
     errno = EACCES;
     return table;
 }
 
 }  // namespace
 
-Win32Error GetDeviceNumber(const LinuxTarget& target, ControlBuffers& buffers)
+Win32Error GetDeviceNumber(const Target& target, ControlBuffers& buffers)
 {
     return AnswerWhole(StorageDeviceNumber{kFileDeviceDisk, target.disk.number, target.PartitionNumber()}, buffers);
 }
 
-Win32Error GetDriveGeometry(const LinuxTarget& target, ControlBuffers& buffers)
+Win32Error GetDriveGeometry(const Target& target, ControlBuffers& buffers)
 {
     // What Windows makes of every disk since drives stopped having a geometry.
     constexpr std::uint32_t kTracksPerCylinder = 255;
     constexpr std::uint32_t kSectorsPerTrack = 63;
     constexpr std::uint32_t kRemovableMedia = 11;
     constexpr std::uint32_t kFixedMedia = 12;
-    const LinuxDisk& disk = target.disk;
+    const Disk& disk = target.disk;
     if (disk.bytes == 0) {
         return win32::kNotReady;
     }
@@ -75,9 +75,9 @@ Win32Error GetDriveGeometry(const LinuxTarget& target, ControlBuffers& buffers)
                        buffers);
 }
 
-Win32Error GetDeviceDescriptor(const LinuxTarget& target, ControlBuffers& buffers)
+Win32Error GetDeviceDescriptor(const Target& target, ControlBuffers& buffers)
 {
-    const LinuxDisk& disk = target.disk;
+    const Disk& disk = target.disk;
     StorageDeviceDescriptorHead head;
     std::vector<std::byte> descriptor(kStorageDeviceDescriptorSize);
     head.version = kStorageDeviceDescriptorSize;
@@ -100,12 +100,12 @@ Win32Error GetDeviceDescriptor(const LinuxTarget& target, ControlBuffers& buffer
     return buffers.AnswerBytes(descriptor, 0) ? win32::kSuccess : win32::kInsufficientBuffer;
 }
 
-Win32Error GetDiskPerformance(const LinuxMachine& machine, const LinuxTarget& target, ControlBuffers& buffers)
+Win32Error GetDiskPerformance(const Machine& machine, const Target& target, ControlBuffers& buffers)
 {
     constexpr std::int64_t kTicksPerMillisecond = 10000;  // of 100 ns
     constexpr std::u16string_view kDiskManager = u"PhysDisk";
     constexpr std::u16string_view kVolumeManager = u"VOLMGR  ";
-    const std::optional<LinuxDiskStats> stats = ReadDiskStats(machine.roots, target.BlockName());
+    const std::optional<DiskStats> stats = ReadDiskStats(machine.roots, target.BlockName());
     if (!stats) {
         return win32::kNoSuchDevice;
     }
@@ -125,9 +125,9 @@ Win32Error GetDiskPerformance(const LinuxMachine& machine, const LinuxTarget& ta
     return AnswerWhole(performance, buffers);
 }
 
-Win32Error GetDriveLayout(const LinuxMachine& machine, const LinuxTarget& target, int descriptor, ControlBuffers& buffers)
+Win32Error GetDriveLayout(const Machine& machine, const Target& target, int descriptor, ControlBuffers& buffers)
 {
-    const std::optional<LinuxPartitionTable> table = TableOf(machine, target, descriptor);
+    const std::optional<PartitionTable> table = TableOf(machine, target, descriptor);
     if (!table) {
         return Win32FromErrno(errno);
     }
@@ -140,9 +140,9 @@ Win32Error GetDriveLayout(const LinuxMachine& machine, const LinuxTarget& target
     return win32::kSuccess;
 }
 
-Win32Error GetPartitionInfo(const LinuxMachine& machine, const LinuxTarget& target, int descriptor, ControlBuffers& buffers)
+Win32Error GetPartitionInfo(const Machine& machine, const Target& target, int descriptor, ControlBuffers& buffers)
 {
-    const std::optional<LinuxPartitionTable> table = TableOf(machine, target, descriptor);
+    const std::optional<PartitionTable> table = TableOf(machine, target, descriptor);
     if (!table) {
         return Win32FromErrno(errno);
     }
@@ -158,7 +158,7 @@ Win32Error GetPartitionInfo(const LinuxMachine& machine, const LinuxTarget& targ
         return AnswerWhole(*entry, buffers);
     }
     // A kind of table that is not known here, or one that changed since the kernel read it.
-    const auto known = std::ranges::find(target.disk.partitions, target.PartitionNumber(), &LinuxPartition::number);
+    const auto known = std::ranges::find(target.disk.partitions, target.PartitionNumber(), &Partition::number);
     if (known == target.disk.partitions.end()) {
         return win32::kNoSuchDevice;
     }
@@ -170,4 +170,4 @@ Win32Error GetPartitionInfo(const LinuxMachine& machine, const LinuxTarget& targ
     return AnswerWhole(place, buffers);
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

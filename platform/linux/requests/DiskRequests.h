@@ -8,28 +8,26 @@
 #include "linux/volumes/Volumes.h"
 
 // Control requests that the kernel's own knowledge of a disk answers: no command goes to the drive.
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 // What a handle stands for: a disk, or a volume on it.
-struct LinuxTarget {
-    LinuxDisk disk;
-    std::optional<LinuxVolume> volume;
+struct Target {
+    Disk disk;
+    std::optional<Volume> volume;
 
     [[nodiscard]] const std::string& BlockName() const noexcept { return volume ? volume->blockName : disk.name; }
     [[nodiscard]] std::uint32_t PartitionNumber() const noexcept { return volume ? volume->partitionNumber : 0; }
 };
 
-[[nodiscard]] Win32Error GetDeviceNumber(const LinuxTarget& target, ControlBuffers& buffers);
-[[nodiscard]] Win32Error GetDriveGeometry(const LinuxTarget& target, ControlBuffers& buffers);
+[[nodiscard]] Win32Error GetDeviceNumber(const Target& target, ControlBuffers& buffers);
+[[nodiscard]] Win32Error GetDriveGeometry(const Target& target, ControlBuffers& buffers);
 // IOCTL_STORAGE_QUERY_PROPERTY of the device property: STORAGE_DEVICE_DESCRIPTOR with its texts. A short answer buffer gets the
 // descriptor's beginning.
-[[nodiscard]] Win32Error GetDeviceDescriptor(const LinuxTarget& target, ControlBuffers& buffers);
-[[nodiscard]] Win32Error GetDiskPerformance(const LinuxMachine& machine, const LinuxTarget& target, ControlBuffers& buffers);
+[[nodiscard]] Win32Error GetDeviceDescriptor(const Target& target, ControlBuffers& buffers);
+[[nodiscard]] Win32Error GetDiskPerformance(const Machine& machine, const Target& target, ControlBuffers& buffers);
 // Both read the table from the disk; `descriptor` is that of the whole disk, or -1 for one that may not be opened, of which only
 // what everybody may know is told.
-[[nodiscard]] Win32Error GetDriveLayout(const LinuxMachine& machine, const LinuxTarget& target, int descriptor,
-                                        ControlBuffers& buffers);
-[[nodiscard]] Win32Error GetPartitionInfo(const LinuxMachine& machine, const LinuxTarget& target, int descriptor,
-                                          ControlBuffers& buffers);
+[[nodiscard]] Win32Error GetDriveLayout(const Machine& machine, const Target& target, int descriptor, ControlBuffers& buffers);
+[[nodiscard]] Win32Error GetPartitionInfo(const Machine& machine, const Target& target, int descriptor, ControlBuffers& buffers);
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -14,7 +14,7 @@
 #include "platform/Errors.h"
 #include "platform/Requests.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 constexpr std::uint8_t kGetLogPage = 0x02;
@@ -217,4 +217,4 @@ Win32Error RunNvmeProtocolCommand(const KernelDevice& device, ControlBuffers& bu
     return win32::kSuccess;
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

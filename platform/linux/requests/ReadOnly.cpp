@@ -4,7 +4,7 @@
 #include <array>
 #include <cstddef>
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 bool IsReadOnlySmart(std::uint8_t features, Transfer transfer) noexcept
@@ -97,4 +97,4 @@ bool IsReadOnlyNvmeAdmin(std::uint8_t opcode) noexcept
     return std::ranges::find(kReading, opcode) != kReading.end();
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

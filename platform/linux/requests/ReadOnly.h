@@ -5,7 +5,7 @@
 
 // Which device commands pass. This system only looks, so a command that could change a drive's data or state, and every command
 // that is not known here, is refused before the kernel sees it.
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 enum class Transfer : std::uint8_t { None, FromDevice };
 
@@ -16,4 +16,4 @@ enum class Transfer : std::uint8_t { None, FromDevice };
 // NVMe admin command by its opcode: Identify, Get Log Page, Get Features.
 [[nodiscard]] bool IsReadOnlyNvmeAdmin(std::uint8_t opcode) noexcept;
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

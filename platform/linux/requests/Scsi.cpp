@@ -9,7 +9,7 @@
 #include "linux/requests/ReadOnly.h"
 #include "platform/Requests.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 // The kernel's host byte (scsi_status.h), which says what became of the command on its way.
@@ -109,4 +109,4 @@ Win32Error RunScsiPassThrough(const KernelDevice& device, ControlBuffers& buffer
     return isWritten ? win32::kSuccess : win32::kInvalidParameter;
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -7,7 +7,7 @@
 #include "linux/requests/Control.h"
 #include "platform/Errors.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 inline constexpr std::uint8_t kScsiGood = 0x00;
 inline constexpr std::uint8_t kScsiCheckCondition = 0x02;
@@ -33,4 +33,4 @@ struct ScsiOutcome {
 // IOCTL_SCSI_PASS_THROUGH_DIRECT: status and sense data land where Windows puts them; CHECK CONDITION is an answer, no failure.
 [[nodiscard]] Win32Error RunScsiPassThrough(const KernelDevice& device, ControlBuffers& buffers);
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -15,7 +15,7 @@
 #include "linux/volumes/Probe.h"
 #include "platform/Text.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 constexpr std::uint64_t kTableSector = 512;  // libblkid counts in 512 bytes, whatever the device's sectors are
@@ -32,7 +32,7 @@ struct GptHeader {
 };
 static_assert(sizeof(GptHeader) == 88 && offsetof(GptHeader, firstUsableBlock) == 40 && offsetof(GptHeader, entryCount) == 80);
 
-DriveLayoutHead GptHead(int descriptor, const LinuxDisk& disk, blkid_parttable table)
+DriveLayoutHead GptHead(int descriptor, const Disk& disk, blkid_parttable table)
 {
     DriveLayoutHead head{};
     head.partitionStyle = PartitionStyle::Gpt;
@@ -106,7 +106,7 @@ PartitionInformationEx Entry(PartitionStyle style, std::uint32_t number, std::ui
     return entry;
 }
 
-void SetMbr(PartitionInformationEx& entry, PartitionInformationMbr mbr, std::uint32_t signature, const LinuxDisk& disk)
+void SetMbr(PartitionInformationEx& entry, PartitionInformationMbr mbr, std::uint32_t signature, const Disk& disk)
 {
     const auto startBytes = static_cast<std::uint64_t>(entry.startingOffset);
     mbr.hiddenSectors = static_cast<std::uint32_t>(startBytes / disk.bytesPerSector);
@@ -115,7 +115,7 @@ void SetMbr(PartitionInformationEx& entry, PartitionInformationMbr mbr, std::uin
 }
 
 // Windows counts the entries of an MBR, and of each extended one, by fours.
-void PadMbr(LinuxPartitionTable& table)
+void PadMbr(PartitionTable& table)
 {
     constexpr std::size_t kMbrEntries = 4;
     while (table.entries.empty() || table.entries.size() % kMbrEntries != 0) {
@@ -162,9 +162,9 @@ KnownPartition ReadKnownPartition(const Roots& roots, const std::string& partiti
 
 }  // namespace
 
-std::optional<LinuxPartitionTable> ReadPartitionTable(int descriptor, const LinuxDisk& disk)
+std::optional<PartitionTable> ReadPartitionTable(int descriptor, const Disk& disk)
 {
-    LinuxPartitionTable result;
+    PartitionTable result;
     result.head.partitionStyle = PartitionStyle::Raw;
     errno = 0;
     const Probe probe = MakeProbe(descriptor);
@@ -194,7 +194,7 @@ std::optional<LinuxPartitionTable> ReadPartitionTable(int descriptor, const Linu
         PartitionInformationEx entry = Entry(result.head.partitionStyle, number, sectors(blkid_partition_get_start(partition)),
                                              sectors(blkid_partition_get_size(partition)));
         // Of an extended partition the kernel shows the first kilobyte alone.
-        const auto known = std::ranges::find(disk.partitions, number, &LinuxPartition::number);
+        const auto known = std::ranges::find(disk.partitions, number, &Partition::number);
         if (known != disk.partitions.end() && blkid_partition_is_extended(partition) == 0) {
             entry = Entry(result.head.partitionStyle, number, known->startBytes, known->bytes);
         }
@@ -212,11 +212,11 @@ std::optional<LinuxPartitionTable> ReadPartitionTable(int descriptor, const Linu
     return result;
 }
 
-std::optional<LinuxPartitionTable> KnownPartitionTable(const Roots& roots, const LinuxDisk& disk)
+std::optional<PartitionTable> KnownPartitionTable(const Roots& roots, const Disk& disk)
 {
-    LinuxPartitionTable result;
+    PartitionTable result;
     result.head.partitionStyle = PartitionStyle::Raw;
-    for (const LinuxPartition& partition : disk.partitions) {
+    for (const Partition& partition : disk.partitions) {
         constexpr std::size_t kSignatureDigits = 8;  // "1a2b3c4d-01" is signature and number
         const KnownPartition known = ReadKnownPartition(roots, partition.name);
         const std::optional<Guid> id = ParseGuid(known.identifier);
@@ -243,4 +243,4 @@ std::optional<LinuxPartitionTable> KnownPartitionTable(const Roots& roots, const
     return result;
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -6,7 +6,7 @@
 
 #include <blkid/blkid.h>
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 struct ProbeDeleter {
     void operator()(blkid_probe probe) const noexcept { blkid_free_probe(probe); }
@@ -27,4 +27,4 @@ using Probe = std::unique_ptr<std::remove_pointer_t<blkid_probe>, ProbeDeleter>;
 // A text of libblkid's, which may be null.
 [[nodiscard]] inline std::string_view ProbeText(const char* text) { return text != nullptr ? text : std::string_view(); }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

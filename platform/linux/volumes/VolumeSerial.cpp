@@ -6,7 +6,7 @@
 #include "linux/kernel/Files.h"
 #include "linux/volumes/Probe.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 std::string SerialFromIdentifier(std::string_view type, std::string_view identifier)
@@ -49,4 +49,4 @@ std::string ReadVolumeSerial(const Roots& roots, const std::string& blockName)
     return {};
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -8,13 +8,13 @@
 
 #include "linux/kernel/Files.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 namespace {
 
 constexpr std::size_t kMountInfoLimit = std::size_t{16} << 20;
 
 struct Place {
-    LinuxDisk disk;
+    Disk disk;
     std::uint32_t partition = 0;
 };
 
@@ -29,9 +29,9 @@ std::string BlockName(const Roots& roots, const std::string& deviceNumber, const
 }
 
 // proc(5): id, parent, major:minor, root, mount point, options, optional fields, "-", type, source, options.
-std::vector<LinuxMount> ParseMounts(const Roots& roots, std::string_view mountInfo)
+std::vector<Mount> ParseMounts(const Roots& roots, std::string_view mountInfo)
 {
-    std::vector<LinuxMount> mounts;
+    std::vector<Mount> mounts;
     for (const std::string_view line : SplitLines(mountInfo)) {
         const std::vector<std::string_view> fields = SplitWords(line);
         const auto separator = std::ranges::find(fields, "-");
@@ -46,7 +46,7 @@ std::vector<LinuxMount> ParseMounts(const Roots& roots, std::string_view mountIn
 
 // The disk, or the one partition, that everything below a block device comes down to. A partition's folder, to which its name in
 // the class is a link, stands in its disk's.
-std::optional<Place> PlaceOf(const Roots& roots, LinuxInventory& inventory, const std::string& blockName, int depth = 0)
+std::optional<Place> PlaceOf(const Roots& roots, Inventory& inventory, const std::string& blockName, int depth = 0)
 {
     constexpr int kDeepestStack = 8;
     const std::string folder = roots.sys + "/class/block/" + blockName;
@@ -55,14 +55,14 @@ std::optional<Place> PlaceOf(const Roots& roots, LinuxInventory& inventory, cons
         return std::nullopt;
     }
     if (const std::optional<std::uint64_t> partition = ReadNumber(folder + "/partition")) {
-        std::optional<LinuxDisk> disk = inventory.FindByName(BaseName(target.substr(0, target.find_last_of('/'))));
+        std::optional<Disk> disk = inventory.FindByName(BaseName(target.substr(0, target.find_last_of('/'))));
         return disk ? std::optional(Place{std::move(*disk), static_cast<std::uint32_t>(*partition)}) : std::nullopt;
     }
     const std::vector<std::string> below = DirectoryNames(folder + "/slaves");
     if (below.size() == 1) {
         return PlaceOf(roots, inventory, below.front(), depth + 1);
     }
-    std::optional<LinuxDisk> disk = below.empty() && Exists(folder + "/device") ? inventory.FindByName(blockName) : std::nullopt;
+    std::optional<Disk> disk = below.empty() && Exists(folder + "/device") ? inventory.FindByName(blockName) : std::nullopt;
     return disk ? std::optional(Place{std::move(*disk), 0}) : std::nullopt;
 }
 
@@ -82,16 +82,16 @@ std::string_view Beneath(std::string_view path, std::string_view directory)
 
 // Of several mounts of one file system the one that shows most of it stands for it: "/" first, then the file system's own root,
 // then the shortest and first name.
-bool IsBetter(const LinuxMount& left, const LinuxMount& right)
+bool IsBetter(const Mount& left, const Mount& right)
 {
-    const auto rank = [](const LinuxMount& mount) {
+    const auto rank = [](const Mount& mount) {
         return std::tuple<bool, bool, std::size_t, const std::string&>(mount.mountPoint != "/", mount.root != "/",
                                                                        mount.mountPoint.size(), mount.mountPoint);
     };
     return rank(left) < rank(right);
 }
 
-std::string LetterKey(const LinuxVolume& volume)
+std::string LetterKey(const Volume& volume)
 {
     return volume.diskInstanceId + '/' + std::to_string(volume.partitionNumber) + '/' + volume.blockName;
 }
@@ -115,16 +115,16 @@ std::string UnescapeProcName(std::string_view text)
     return out;
 }
 
-const LinuxVolume* LinuxVolumeSet::Find(char letter) const noexcept
+const Volume* VolumeSet::Find(char letter) const noexcept
 {
-    const auto volume = std::ranges::find(volumes, letter, &LinuxVolume::letter);
+    const auto volume = std::ranges::find(volumes, letter, &Volume::letter);
     return volume != volumes.end() ? &*volume : nullptr;
 }
 
-const LinuxMount* LinuxVolumeSet::MountOf(const std::string& file) const
+const Mount* VolumeSet::MountOf(const std::string& file) const
 {
-    const LinuxMount* best = nullptr;
-    for (const LinuxMount& mount : mounts) {
+    const Mount* best = nullptr;
+    for (const Mount& mount : mounts) {
         // A later mount of the same place hides the earlier one.
         if (IsBelow(file, mount.mountPoint) && (best == nullptr || mount.mountPoint.size() >= best->mountPoint.size())) {
             best = &mount;
@@ -133,21 +133,21 @@ const LinuxMount* LinuxVolumeSet::MountOf(const std::string& file) const
     return best;
 }
 
-const LinuxVolume* LinuxVolumeSet::VolumeOn(const LinuxMount* mount) const noexcept
+const Volume* VolumeSet::VolumeOn(const Mount* mount) const noexcept
 {
     if (mount == nullptr || mount->blockName.empty()) {
         return nullptr;
     }
-    const auto volume = std::ranges::find(volumes, mount->blockName, &LinuxVolume::blockName);
+    const auto volume = std::ranges::find(volumes, mount->blockName, &Volume::blockName);
     return volume != volumes.end() ? &*volume : nullptr;
 }
 
-const LinuxVolume* LinuxVolumeSet::VolumeOf(const std::string& file) const { return VolumeOn(MountOf(file)); }
+const Volume* VolumeSet::VolumeOf(const std::string& file) const { return VolumeOn(MountOf(file)); }
 
-std::string LinuxVolumeSet::WindowsPath(const std::string& file) const
+std::string VolumeSet::WindowsPath(const std::string& file) const
 {
-    const LinuxMount* mount = MountOf(file);
-    const LinuxVolume* volume = VolumeOn(mount);
+    const Mount* mount = MountOf(file);
+    const Volume* volume = VolumeOn(mount);
     if (volume == nullptr) {
         return {};
     }
@@ -160,10 +160,10 @@ std::string LinuxVolumeSet::WindowsPath(const std::string& file) const
     return std::string(1, volume->letter) + ':' + (path.empty() ? "\\" : path);
 }
 
-std::string LinuxVolumeSet::LettersOf(std::uint32_t diskNumber) const
+std::string VolumeSet::LettersOf(std::uint32_t diskNumber) const
 {
     std::string letters;
-    for (const LinuxVolume& volume : volumes) {
+    for (const Volume& volume : volumes) {
         if (volume.diskNumber == diskNumber) {
             letters += volume.letter;
         }
@@ -171,9 +171,9 @@ std::string LinuxVolumeSet::LettersOf(std::uint32_t diskNumber) const
     return letters;
 }
 
-LinuxVolumeSet LinuxVolumes::Volumes()
+VolumeSet Volumes::Current()
 {
-    const LinuxMoment now = LinuxMoment::Now(m_Roots);
+    const Moment now = Moment::Now(m_Roots);
     std::string mountInfo = ReadBytes(m_Roots.proc + "/self/mountinfo", kMountInfoLimit).value_or(std::string());
     {
         const std::scoped_lock lock(m_Lock);
@@ -181,11 +181,11 @@ LinuxVolumeSet LinuxVolumes::Volumes()
             return m_LastSet;
         }
     }
-    LinuxVolumeSet set;
+    VolumeSet set;
     set.mounts = ParseMounts(m_Roots, mountInfo);
-    std::map<std::string, const LinuxMount*> chosen;
-    const LinuxMount* root = set.MountOf("/");
-    for (const LinuxMount& mount : set.mounts) {
+    std::map<std::string, const Mount*> chosen;
+    const Mount* root = set.MountOf("/");
+    for (const Mount& mount : set.mounts) {
         const bool isHiddenRoot = mount.mountPoint == "/" && &mount != root;
         if (!mount.blockName.empty() && !isHiddenRoot) {
             const auto [entry, isNew] = chosen.try_emplace(mount.blockName, &mount);
@@ -200,7 +200,7 @@ LinuxVolumeSet LinuxVolumes::Volumes()
                 {'\0', place->disk.number, place->disk.instanceId, place->partition, blockName, mount->root, mount->mountPoint});
         }
     }
-    std::ranges::sort(set.volumes, {}, [](const LinuxVolume& volume) {
+    std::ranges::sort(set.volumes, {}, [](const Volume& volume) {
         return std::tuple<std::uint32_t, std::uint32_t, const std::string&>(volume.diskNumber, volume.partitionNumber,
                                                                             volume.blockName);
     });
@@ -212,13 +212,13 @@ LinuxVolumeSet LinuxVolumes::Volumes()
     return set;
 }
 
-void LinuxVolumes::GiveLetters(std::vector<LinuxVolume>& volumes)
+void Volumes::GiveLetters(std::vector<Volume>& volumes)
 {
     constexpr std::size_t kLetters = 26;
     std::array<bool, kLetters> isPresent{};
     std::array<bool, kLetters> isPromised{};
     const auto index = [](char letter) { return static_cast<std::size_t>(letter - 'A'); };
-    for (LinuxVolume& volume : volumes) {
+    for (Volume& volume : volumes) {
         const auto known = m_Letters.find(LetterKey(volume));
         if (volume.mountPoint == "/") {
             volume.letter = 'C';
@@ -230,7 +230,7 @@ void LinuxVolumes::GiveLetters(std::vector<LinuxVolume>& volumes)
     for (const auto& [key, letter] : m_Letters) {
         isPromised[index(letter)] = true;
     }
-    for (LinuxVolume& volume : volumes) {
+    for (Volume& volume : volumes) {
         const auto take = [&](const std::array<bool, kLetters>& inUse) {
             for (char letter = 'D'; letter <= 'Z' && volume.letter == '\0'; ++letter) {
                 volume.letter = inUse[index(letter)] ? '\0' : letter;
@@ -248,8 +248,8 @@ void LinuxVolumes::GiveLetters(std::vector<LinuxVolume>& volumes)
         }
     }
     // More volumes than letters: as on Windows, the rest have none and no drive.
-    std::erase_if(volumes, [](const LinuxVolume& volume) { return volume.letter == '\0'; });
-    std::ranges::sort(volumes, {}, &LinuxVolume::letter);
+    std::erase_if(volumes, [](const Volume& volume) { return volume.letter == '\0'; });
+    std::ranges::sort(volumes, {}, &Volume::letter);
 }
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

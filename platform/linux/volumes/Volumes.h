@@ -13,20 +13,20 @@
 #include "linux/disks/Inventory.h"
 #include "linux/kernel/Changes.h"
 
-namespace orbis::platform {
+namespace orbis::platform::linux_system {
 
 // A name as proc writes it: blanks, tabs, line feeds and backslashes in octal ("\040").
 [[nodiscard]] std::string UnescapeProcName(std::string_view text);
 
 // One line of mountinfo.
-struct LinuxMount {
+struct Mount {
     std::string blockName;  // kernel name of the mounted block device; empty when there is none
     std::string root;       // the directory of the file system that is mounted
     std::string mountPoint;
 };
 
 // A mounted file system that stands on one physical disk, as a drive letter.
-struct LinuxVolume {
+struct Volume {
     char letter = '\0';
     std::uint32_t diskNumber = 0;
     std::string diskInstanceId;
@@ -36,45 +36,45 @@ struct LinuxVolume {
     std::string mountPoint;
 };
 
-struct LinuxVolumeSet {
-    std::vector<LinuxVolume> volumes;  // by letter
-    std::vector<LinuxMount> mounts;    // all of them, in mount order
+struct VolumeSet {
+    std::vector<Volume> volumes;  // by letter
+    std::vector<Mount> mounts;    // all of them, in mount order
 
-    [[nodiscard]] const LinuxVolume* Find(char letter) const noexcept;
+    [[nodiscard]] const Volume* Find(char letter) const noexcept;
     // The volume that a file is on; null when it is on none of them.
-    [[nodiscard]] const LinuxVolume* VolumeOf(const std::string& file) const;
+    [[nodiscard]] const Volume* VolumeOf(const std::string& file) const;
     // The file's path with drive letter and backslashes ("C:\var\crash"); empty when it is on none of the volumes.
     [[nodiscard]] std::string WindowsPath(const std::string& file) const;
     // Letters on a disk, in partition order as far as letters follow it: "CD".
     [[nodiscard]] std::string LettersOf(std::uint32_t diskNumber) const;
     // The mount that shows a file; null without any.
-    [[nodiscard]] const LinuxMount* MountOf(const std::string& file) const;
+    [[nodiscard]] const Mount* MountOf(const std::string& file) const;
 
 private:
-    [[nodiscard]] const LinuxVolume* VolumeOn(const LinuxMount* mount) const noexcept;
+    [[nodiscard]] const Volume* VolumeOn(const Mount* mount) const noexcept;
 };
 
 // Drive letters. "/" is C: when it stands on a physical disk, and nothing else is ever C:. The others get letters from D: on by
 // disk and partition when first seen, and keep them for the life of this object; a letter is given anew only when its volume is
 // gone and no other is left. A file system counts once, however often it is mounted. One on top of device-mapper counts when
 // everything below it comes down to a single partition (encryption, a plain logical volume). Safe to use from several threads.
-class LinuxVolumes {
+class Volumes {
 public:
-    LinuxVolumes(Roots roots, LinuxInventory& inventory) : m_Roots(std::move(roots)), m_Inventory(inventory) {}
+    Volumes(Roots roots, Inventory& inventory) : m_Roots(std::move(roots)), m_Inventory(inventory) {}
 
-    [[nodiscard]] LinuxVolumeSet Volumes();
+    [[nodiscard]] VolumeSet Current();
 
 private:
-    void GiveLetters(std::vector<LinuxVolume>& volumes);  // under the lock
+    void GiveLetters(std::vector<Volume>& volumes);  // under the lock
 
     const Roots m_Roots;
-    LinuxInventory& m_Inventory;
+    Inventory& m_Inventory;
     std::mutex m_Lock;
     std::map<std::string, char> m_Letters;  // by what the volume stands on
     // The last answer, and what it came from: a reader of counters asks once for each of them.
-    LinuxVolumeSet m_LastSet;
+    VolumeSet m_LastSet;
     std::string m_LastMountInfo;
-    LinuxMoment m_LastMade;
+    Moment m_LastMade;
 };
 
-}  // namespace orbis::platform
+}  // namespace orbis::platform::linux_system

@@ -124,7 +124,7 @@ void CapturedTree::Append(const std::string& path, const std::string& line)
     std::ofstream(m_Folder / path, std::ios::app) << line << '\n';
 }
 
-platform::Roots CapturedTree::Roots() const
+platform::linux_system::Roots CapturedTree::Roots() const
 {
     return {(m_Folder / "sys").string(), (m_Folder / "proc").string(), (m_Folder / "dev").string()};
 }
@@ -139,9 +139,9 @@ std::string ScsiDiskLines(const std::string& name, const std::string& position, 
         name, position, bytes / 512, model, page);
 }
 
-platform::KernelCalls PlayedDrives::Calls()
+platform::linux_system::KernelCalls PlayedDrives::Calls()
 {
-    platform::KernelCalls calls;
+    platform::linux_system::KernelCalls calls;
     calls.open = [this](const char* path, int flags) {
         openFlags = flags;
         if (std::ranges::find(denied, std::filesystem::path(path).filename().string()) != denied.end()) {

@@ -30,7 +30,7 @@ public:
     // A line more at the end of a file.
     void Append(const std::string& path, const std::string& line);
 
-    [[nodiscard]] platform::Roots Roots() const;
+    [[nodiscard]] platform::linux_system::Roots Roots() const;
     [[nodiscard]] std::filesystem::path Path(const std::string& path) const { return m_Folder / path; }
 
 private:
@@ -51,7 +51,7 @@ struct PlayedDrives {
     std::chrono::nanoseconds now{1'000'000};  // of the monotonic clock
     int openFlags = 0;                        // of the last node that was opened
 
-    [[nodiscard]] platform::KernelCalls Calls();
+    [[nodiscard]] platform::linux_system::KernelCalls Calls();
 };
 
 }  // namespace orbis::tests

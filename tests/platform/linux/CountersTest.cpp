@@ -74,7 +74,7 @@ protected:
     PlayedDrives drives;
     CapturedTree tree{ScsiDiskLines("sda", "pci0/ata1/host0/0:0:0:0", "ONE", "S1", 1 << 30) +
                       ScsiDiskLines("sdb", "pci0/ata2/host1/1:0:0:0", "TWO", "S2", 1 << 30)};
-    LinuxPlatform machine{tree.Roots(), drives.Calls()};
+    linux_system::Platform machine{tree.Roots(), drives.Calls()};
     Pdh& pdh = machine.PdhPort();
     PdhQueryObject* query = nullptr;
 };
@@ -160,7 +160,7 @@ TEST(LinuxMultipath, APathsActivityIsItsNamespaces)
 {
     CapturedTree tree = CapturedTree::Named("every-transport.tree");
     PlayedDrives drives;
-    LinuxPlatform machine(tree.Roots(), drives.Calls());
+    linux_system::Platform machine(tree.Roots(), drives.Calls());
     Pdh& pdh = machine.PdhPort();
     PdhQueryObject* query = nullptr;
     PdhCounterObject* counter = nullptr;
@@ -186,7 +186,7 @@ TEST(LinuxMultipath, APathsActivityIsItsNamespaces)
 TEST(LinuxFirmware, TablesHaveTheHeaderOfRawSmbiosData)
 {
     CapturedTree tree = CapturedTree::Named("every-transport.tree");
-    LinuxPlatform machine(tree.Roots());
+    linux_system::Platform machine(tree.Roots());
     Firmware& firmware = machine.FirmwarePort();
     const auto read = [&] {
         std::vector<std::uint8_t> bytes(firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, nullptr, 0));

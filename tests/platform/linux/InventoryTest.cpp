@@ -30,7 +30,7 @@ struct DriveRow {
 
 std::string Narrow(const WmiValue& value) { return Utf16ToUtf8(value.text.value_or(u"(null)")); }
 
-std::vector<DriveRow> Drives(LinuxPlatform& machine)
+std::vector<DriveRow> Drives(linux_system::Platform& machine)
 {
     std::vector<DriveRow> drives;
     const WmiResult result = Query(machine.WmiPort(), u"root\\cimv2", u"SELECT * FROM Win32_DiskDrive",
@@ -41,7 +41,7 @@ std::vector<DriveRow> Drives(LinuxPlatform& machine)
     return drives;
 }
 
-BusType BusTypeOf(LinuxPlatform& machine, std::uint32_t number)
+BusType BusTypeOf(linux_system::Platform& machine, std::uint32_t number)
 {
     const DeviceHandle device = OpenDevice(machine.DeviceIoPort(), DrivePath(number));
     return Ask(machine.DeviceIoPort(), device, kIoctlStorageQueryProperty, BytesOf(StoragePropertyQueryHead{}, 12), 1024)
@@ -49,7 +49,7 @@ BusType BusTypeOf(LinuxPlatform& machine, std::uint32_t number)
         .busType;
 }
 
-std::map<std::string, std::uint32_t> NumbersById(LinuxPlatform& machine)
+std::map<std::string, std::uint32_t> NumbersById(linux_system::Platform& machine)
 {
     std::map<std::string, std::uint32_t> numbers;
     for (const DriveRow& drive : Drives(machine)) {
@@ -65,7 +65,7 @@ std::map<std::string, std::uint32_t> NumbersById(LinuxPlatform& machine)
 TEST(LinuxInventory, TellsEveryTransportAsWindowsWould)
 {
     const CapturedTree tree = CapturedTree::Named("every-transport.tree");
-    LinuxPlatform machine(tree.Roots());
+    linux_system::Platform machine(tree.Roots());
     const std::vector<DriveRow> expected{
         {0, "QEMU NVMe Ctrl", R"(SCSI\DISK&VEN_NVME&PROD_QEMU_NVME_CTRL\LAB-LAPTOP-7&1)", "7.2.22"},
         {1, "QEMU NVMe Ctrl", R"(SCSI\DISK&VEN_NVME&PROD_QEMU_NVME_CTRL\LAB-SERVER-12&1)", "7.2.22"},
@@ -102,7 +102,7 @@ TEST(LinuxInventory, TellsEveryTransportAsWindowsWould)
 TEST(LinuxInventory, GeometryIsThatOfLargeDisksAndDescriptorTextsAreInBounds)
 {
     const CapturedTree tree = CapturedTree::Named("every-transport.tree");
-    LinuxPlatform machine(tree.Roots());
+    linux_system::Platform machine(tree.Roots());
     DeviceIo& io = machine.DeviceIoPort();
     const DeviceHandle device = OpenDevice(io, DrivePath(2));  // 128 MiB in blocks of 4096 bytes
     const auto geometry = Ask(io, device, kIoctlDiskGetDriveGeometry, {}, 24).As<DiskGeometry>();
@@ -129,7 +129,7 @@ TEST(LinuxInventory, NumbersStayAndAreNeverReused)
                       ScsiDiskLines("sdb", "pci0/ata2/host1/1:0:0:0", "SECOND", "S2", 1 << 30) +
                       ScsiDiskLines("sdz", "pci0/ata3/host2/2:0:0:0", "THIRD", "S3", 1 << 30) +
                       ScsiDiskLines("sdaa", "pci0/ata4/host3/3:0:0:0", "FOURTH", "", 1 << 30));
-    LinuxPlatform machine(tree.Roots());
+    linux_system::Platform machine(tree.Roots());
     DeviceIo& io = machine.DeviceIoPort();
     const auto first = NumbersById(machine);
     EXPECT_EQ(first.at(R"(SCSI\DISK&VEN_ACME&PROD_FIRST\S1&0)"), 0U);
@@ -158,7 +158,7 @@ TEST(LinuxInventory, NumbersStayAndAreNeverReused)
 TEST(LinuxInventory, EqualSerialNumbersStillGiveDifferentIds)
 {
     CapturedTree tree(ScsiDiskLines("sda", "pci0/usb1/1-1/host0/0:0:0:0", "CHEAP", "0000", 1 << 30));
-    LinuxPlatform machine(tree.Roots());
+    linux_system::Platform machine(tree.Roots());
     const std::string plain = R"(USBSTOR\DISK&VEN_ACME&PROD_CHEAP\0000&0)";
     EXPECT_EQ(NumbersById(machine).at(plain), 0U);
     tree.Add(ScsiDiskLines("sdb", "pci0/usb1/1-2/host1/1:0:0:0", "CHEAP", "0000", 1 << 30));
@@ -179,7 +179,7 @@ TEST(LinuxInventory, OddTextsGiveSoundIds)
     const std::string odd = "A#B\\\\x5cC/D,E\\xff\\x01 " + std::string(60, 'x');
     const CapturedTree tree(ScsiDiskLines("sda", "pci0/ata1/host0/0:0:0:0", odd, "s&1", 1 << 30) +
                             "sys/devices/pci0/ata1/host0/0:0:0:0/vpd_pg89 = \\x00\\x89\\xff\\xffshort\n");
-    LinuxPlatform machine(tree.Roots());
+    linux_system::Platform machine(tree.Roots());
     const std::vector<WalkedDisk> walk = WalkDisks(machine.SetupPort());
     ASSERT_EQ(walk.size(), 1U);
     EXPECT_EQ(std::ranges::count(walk[0].instanceId, u'\\'), 2);

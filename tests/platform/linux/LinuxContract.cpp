@@ -20,7 +20,7 @@ public:
 private:
     CapturedTree m_Tree;
     PlayedDrives m_Drives;
-    platform::LinuxPlatform m_Machine;
+    platform::linux_system::Platform m_Machine;
 };
 
 INSTANTIATE_TEST_SUITE_P(

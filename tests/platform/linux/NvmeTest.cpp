@@ -89,7 +89,7 @@ protected:
     std::vector<nvme_admin_cmd> sent;
     PlayedDrives drives;
     CapturedTree tree = CapturedTree::Named("every-transport.tree");
-    LinuxPlatform machine{tree.Roots(), drives.Calls()};
+    linux_system::Platform machine{tree.Roots(), drives.Calls()};
     DeviceIo& io = machine.DeviceIoPort();
     DeviceHandle device = OpenDevice(io, DrivePath(0));
 };

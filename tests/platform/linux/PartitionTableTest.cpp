@@ -110,7 +110,7 @@ std::string PartitionLines(int number, std::uint64_t start, std::uint64_t sector
 }
 
 struct Layout {
-    explicit Layout(LinuxPlatform& machine)
+    explicit Layout(linux_system::Platform& machine)
     {
         const DeviceHandle device = OpenDevice(machine.DeviceIoPort(), DrivePath(0));
         const Answer answer = Ask(machine.DeviceIoPort(), device, kIoctlDiskGetDriveLayoutEx, {}, 0x30 + 0x90 * 16);
@@ -132,7 +132,7 @@ TEST(LinuxPartitionTable, GptIsReadFromTheDiskAndLengthsFromTheKernel)
 {
     // The kernel still has the partition's old, shorter length.
     const CapturedTree tree = Disk(GptImage(), PartitionLines(2, 2048, 4000));
-    LinuxPlatform machine(tree.Roots());
+    linux_system::Platform machine(tree.Roots());
     const Layout layout(machine);
     ASSERT_EQ(layout.entries.size(), 1U) << "error " << layout.error;
     EXPECT_EQ(layout.head.partitionStyle, PartitionStyle::Gpt);
@@ -153,7 +153,7 @@ TEST(LinuxPartitionTable, GptIsReadFromTheDiskAndLengthsFromTheKernel)
 TEST(LinuxPartitionTable, MbrHasFourEntriesATableAndMadeUpIdentifiers)
 {
     const CapturedTree tree = Disk(MbrImage(), {});
-    LinuxPlatform machine(tree.Roots());
+    linux_system::Platform machine(tree.Roots());
     const Layout layout(machine);
     ASSERT_EQ(layout.entries.size(), 4U) << "error " << layout.error;
     EXPECT_EQ(layout.head.partitionStyle, PartitionStyle::Mbr);
@@ -181,7 +181,7 @@ TEST(LinuxPartitionTable, DamagedAndAbsentTablesAreNone)
     damaged[2 * kSector + 200] ^= 1;  // the checksum of the entries fails, and there is no second copy
     for (const std::string& image : {damaged, std::string(kDiskBytes, '\0'), std::string(100, 'x')}) {
         const CapturedTree tree = Disk(image, {});
-        LinuxPlatform machine(tree.Roots());
+        linux_system::Platform machine(tree.Roots());
         const Layout layout(machine);
         EXPECT_EQ(layout.error, 0U);
         EXPECT_EQ(layout.head.partitionStyle, PartitionStyle::Raw);
@@ -195,7 +195,7 @@ TEST(LinuxPartitionTable, ADiskThatMayNotBeOpenedStillTellsWhatEverybodyMayKnow)
     drives.denied = {"sda", "sda2"};
     CapturedTree tree =
         Disk({}, PartitionLines(2, 2048, 4000, "PARTN=2\\x0aPARTNAME=data\\x0aPARTUUID=a1b2c3d4-e5f6-4711-0807-060504030201"));
-    LinuxPlatform machine(tree.Roots(), drives.Calls());
+    linux_system::Platform machine(tree.Roots(), drives.Calls());
     const Layout layout(machine);
     ASSERT_EQ(layout.entries.size(), 1U);
     EXPECT_EQ(layout.head.partitionStyle, PartitionStyle::Gpt);
@@ -222,7 +222,7 @@ TEST(LinuxPartitionTable, AVolumeFindsItsEntryOnItsDisk)
                                              "sys/dev/block/8:3 -> ../../devices/pci0/ata1/host0/0:0:0:0/block/sda/sda3\n"
                                              "proc/self/mountinfo = 1 0 8:2 / / rw - ext4 /dev/sda2 rw\\x0a"
                                              "2 1 8:3 / /mnt rw - ext4 /dev/sda3 rw\\x0a\n");
-    LinuxPlatform machine(tree.Roots());
+    linux_system::Platform machine(tree.Roots());
     DeviceIo& io = machine.DeviceIoPort();
     const auto root = Ask(io, OpenDevice(io, u"\\\\.\\C:", kGenericRead), kIoctlDiskGetPartitionInfoEx, {}, 144);
     EXPECT_EQ(root.As<PartitionInformationEx>().gpt.partitionId, kPartitionId);

@@ -105,7 +105,7 @@ protected:
     Bytes data;
     PlayedDrives drives;
     CapturedTree tree = CapturedTree::Named("every-transport.tree");
-    LinuxPlatform machine{tree.Roots(), drives.Calls()};
+    linux_system::Platform machine{tree.Roots(), drives.Calls()};
     DeviceIo& io = machine.DeviceIoPort();
     DeviceHandle device = OpenDevice(io, DrivePath(kSata));
 };

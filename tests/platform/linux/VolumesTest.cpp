@@ -56,7 +56,7 @@ CapturedTree Laptop()
 }
 
 // "C:\ D:\" for the letters that there are.
-std::string Letters(LinuxPlatform& machine)
+std::string Letters(linux_system::Platform& machine)
 {
     std::u16string strings(200, u'\0');
     strings.resize(machine.DeviceIoPort().LogicalDriveStrings(200, strings.data()));
@@ -68,14 +68,14 @@ std::string Letters(LinuxPlatform& machine)
 }
 
 // Drive number and partition number that a letter stands on.
-std::pair<std::uint32_t, std::uint32_t> PlaceOf(LinuxPlatform& machine, char16_t letter)
+std::pair<std::uint32_t, std::uint32_t> PlaceOf(linux_system::Platform& machine, char16_t letter)
 {
     const DeviceHandle volume = OpenDevice(machine.DeviceIoPort(), std::u16string(u"\\\\.\\") + letter + u":", kGenericRead);
     const auto number = Ask(machine.DeviceIoPort(), volume, kIoctlStorageGetDeviceNumber, {}, 12).As<StorageDeviceNumber>();
     return {number.deviceNumber, number.partitionNumber};
 }
 
-std::string CrashDirectory(LinuxPlatform& machine)
+std::string CrashDirectory(linux_system::Platform& machine)
 {
     const WmiResult result =
         Query(machine.WmiPort(), u"root\\cimv2", u"SELECT * FROM Win32_OSRecoveryConfiguration", {u"ExpandedMiniDumpDirectory"});
@@ -87,7 +87,7 @@ std::string CrashDirectory(LinuxPlatform& machine)
 TEST(LinuxVolumes, OnlyMountsOnOnePhysicalDiskGetLetters)
 {
     const CapturedTree tree = Laptop();
-    LinuxPlatform machine(tree.Roots());
+    linux_system::Platform machine(tree.Roots());
     EXPECT_EQ(Letters(machine), "CDE") << "no snap, no volume over two disks, no network, no second mount of /var";
     EXPECT_EQ(PlaceOf(machine, u'C'), std::pair(0U, 2U)) << "through the encryption";
     EXPECT_EQ(PlaceOf(machine, u'd'), std::pair(0U, 1U));
@@ -99,7 +99,7 @@ TEST(LinuxVolumes, OnlyMountsOnOnePhysicalDiskGetLetters)
 TEST(LinuxVolumes, RowsTellBootPageFileAndCrashDirectory)
 {
     CapturedTree tree = Laptop();
-    LinuxPlatform machine(tree.Roots());
+    linux_system::Platform machine(tree.Roots());
     const WmiResult volumes = Query(machine.WmiPort(), u"root\\CIMV2", u"select * from win32_volume",
                                     {u"DriveLetter", u"Name", u"BootVolume", u"PageFilePresent", u"DeviceID"});
     ASSERT_EQ(volumes.rows.size(), 3U);
@@ -123,7 +123,7 @@ TEST(LinuxVolumes, LettersStayWhileTheirVolumesDo)
 {
     CapturedTree tree = Laptop();
     tree.Write("sys/kernel/uevent_seqnum", "7\n");  // and stays: the kernel tells of no device when a file system is mounted
-    LinuxPlatform machine(tree.Roots());
+    linux_system::Platform machine(tree.Roots());
     EXPECT_EQ(Letters(machine), "CDE");
     tree.Append("proc/self/mountinfo", "30 21 8:16 / /media/stick rw - exfat /dev/sdb rw");
     EXPECT_EQ(Letters(machine), "CDEF");
@@ -146,7 +146,7 @@ TEST(LinuxVolumes, SubvolumesAreOneVolume)
     tree.Write("proc/self/mountinfo",
                "21 1 0:40 /@ / rw - btrfs /dev/mapper/root rw\n22 21 0:40 /@home /home rw - btrfs "
                "/dev/mapper/root rw\n23 21 0:40 /@var/crash /var/crash rw - btrfs /dev/mapper/root rw\n");
-    LinuxPlatform machine(tree.Roots());
+    linux_system::Platform machine(tree.Roots());
     EXPECT_EQ(Letters(machine), "C");
     EXPECT_EQ(PlaceOf(machine, u'C'), std::pair(0U, 2U));
     EXPECT_EQ(CrashDirectory(machine), "C:\\@var\\crash");
@@ -157,7 +157,7 @@ TEST(LinuxVolumes, PerformanceIsTheVolumesOwn)
     const CapturedTree tree = Laptop();
     PlayedDrives drives;
     drives.now = std::chrono::seconds(100);
-    LinuxPlatform machine(tree.Roots(), drives.Calls());
+    linux_system::Platform machine(tree.Roots(), drives.Calls());
     const DeviceHandle volume = OpenDevice(machine.DeviceIoPort(), u"\\\\.\\C:", kFileReadAttributes);
     const auto performance = Ask(machine.DeviceIoPort(), volume, kIoctlDiskPerformance, {}, 88).As<DiskPerformance>();
     EXPECT_EQ(performance.bytesRead, 4096 * 512);
@@ -176,7 +176,7 @@ TEST(LinuxVolumes, SerialNumbersAreEightDigits)
     tree.Add(
         "dev/disk/by-uuid/50E3-348a -> ../../nvme0n1p1\ndev/disk/by-uuid/0123456789ABCDEF -> ../../sda1\n"
         "dev/disk/by-uuid/5a6b7c8d-0002-4003-8000-0123456789ab -> ../../dm-0\n");
-    LinuxPlatform machine(tree.Roots());
+    linux_system::Platform machine(tree.Roots());
     const WmiResult disks =
         Query(machine.WmiPort(), u"root\\cimv2", u"SELECT * FROM Win32_LogicalDisk", {u"Caption", u"VolumeSerialNumber"});
     ASSERT_EQ(disks.rows.size(), 3U);
