@@ -4,11 +4,10 @@
 #include <numeric>
 
 #include "DiskModel.h"
+#include "platform/protocol/Ata.h"
 
 namespace orbis::simulated {
 namespace {
-
-constexpr std::size_t kSector = 512;
 
 constexpr std::size_t Word(std::size_t index) { return 2 * index; }
 
@@ -26,7 +25,7 @@ ByteVector BuildIdentifyDevice(const description::Disk& disk, std::uint32_t sect
     const description::AtaDevice& ata = disk.ata();
     const bool smart = !ata.has_smart() || ata.smart();
     const std::uint64_t sectors = disk.size() / sectorSize;
-    PageWriter page(kSector);
+    PageWriter page(protocol::ata::kSectorSize);
     page.Put16(Word(0), 0x0040);
     page.Put16(Word(1), 16383).Put16(Word(3), 16).Put16(Word(6), 63);
     page.PutAtaText(Word(10), 20, disk.serial());
@@ -53,7 +52,7 @@ ByteVector BuildIdentifyDevice(const description::Disk& disk, std::uint32_t sect
 
 ByteVector BuildSmartData(const description::AtaDevice& ata)
 {
-    PageWriter page(kSector);
+    PageWriter page(protocol::ata::kSectorSize);
     page.Put16(0, 0x0010);
     for (int i = 0; i < std::min(ata.attribute_size(), 30); ++i) {
         const description::SmartAttribute& attribute = ata.attribute(i);
@@ -74,7 +73,7 @@ ByteVector BuildSmartData(const description::AtaDevice& ata)
 
 ByteVector BuildSmartThresholds(const description::AtaDevice& ata)
 {
-    PageWriter page(kSector);
+    PageWriter page(protocol::ata::kSectorSize);
     page.Put16(0, 0x0010);
     for (int i = 0; i < std::min(ata.attribute_size(), 30); ++i) {
         const std::size_t entry = 2 + 12 * static_cast<std::size_t>(i);
@@ -88,7 +87,7 @@ ByteVector BuildSmartThresholds(const description::AtaDevice& ata)
 
 ByteVector BuildAtaLogPage(const description::AtaLogPage& description)
 {
-    PageWriter page(kSector);
+    PageWriter page(protocol::ata::kSectorSize);
     if (!description.text().empty()) {
         page.PutAtaText(0, 20, description.text());
     }

@@ -4,36 +4,20 @@
 #include <algorithm>
 
 #include "DeviceRequests.h"
+#include "platform/protocol/Ata.h"
+#include "platform/protocol/Scsi.h"
 
 namespace orbis::simulated {
 namespace {
 
 namespace win32 = platform::win32;
 
-constexpr std::size_t kSector = 512;
+using namespace protocol::ata;
+namespace scsi = protocol::scsi;
+
 constexpr std::uint32_t kLongestTimeOut = 30 * 60 * 60;  // seconds; the class driver refuses more, and none at all
 
-constexpr std::uint8_t kAtaIdentifyDevice = 0xEC;
-constexpr std::uint8_t kAtaSmart = 0xB0;
-constexpr std::uint8_t kAtaReadLogExt = 0x2F;
-constexpr std::uint8_t kSmartReadData = 0xD0;
-constexpr std::uint8_t kSmartReadThresholds = 0xD1;
-constexpr std::uint8_t kSmartReturnStatus = 0xDA;
-constexpr std::uint8_t kSmartLbaMid = 0x4F;
-constexpr std::uint8_t kSmartLbaHigh = 0xC2;
-constexpr std::uint8_t kStatusError = 0x51;  // DRDY, DSC, ERR
-constexpr std::uint8_t kErrorAborted = 0x04;
-
-constexpr std::uint8_t kScsiTestUnitReady = 0x00;
-constexpr std::uint8_t kScsiInquiry = 0x12;
-constexpr std::uint8_t kScsiAtaPassThrough16 = 0x85;
-constexpr std::uint8_t kCheckCondition = 0x02;
-constexpr std::uint8_t kSenseIllegalRequest = 0x05;
-constexpr std::uint8_t kSenseAbortedCommand = 0x0B;
-constexpr std::uint8_t kInvalidOperationCode = 0x20;
-constexpr std::uint8_t kInvalidFieldInCdb = 0x24;
-
-AtaResult Aborted() { return {kStatusError, kErrorAborted, {}}; }
+AtaResult Aborted() { return {kStatusReady | kStatusError, kErrorAborted, {}}; }
 
 AtaResult ExecuteSmart(const DiskModel& disk, const AtaCommand& command)
 {
@@ -44,9 +28,9 @@ AtaResult ExecuteSmart(const DiskModel& disk, const AtaCommand& command)
     }
     switch (command.features) {
         case kSmartReadData:
-            return {0x50, 0, disk.smartData};
+            return {kStatusReady, 0, disk.smartData};
         case kSmartReadThresholds:
-            return {0x50, 0, disk.smartThresholds};
+            return {kStatusReady, 0, disk.smartThresholds};
         case kSmartReturnStatus:
             return {};
         default:
@@ -61,8 +45,8 @@ AtaResult ReadLog(const DiskModel& disk, const AtaCommand& command)
         return Aborted();
     }
     ByteVector data = page->second;
-    data.resize(kSector * command.count);
-    return {0x50, 0, std::move(data)};
+    data.resize(std::size_t{kSectorSize} * command.count);
+    return {kStatusReady, 0, std::move(data)};
 }
 
 struct SenseData {
@@ -74,7 +58,7 @@ struct SenseData {
 ByteVector FixedSense(SenseData sense)
 {
     PageWriter page(18);
-    page.Put8(0, 0x70).Put8(2, sense.key).Put8(7, 10).Put8(12, sense.code);
+    page.Put8(0, scsi::kSenseFixed).Put8(2, sense.key).Put8(7, 10).Put8(12, sense.code);
     return page.Take();
 }
 
@@ -82,8 +66,8 @@ ByteVector FixedSense(SenseData sense)
 ByteVector AtaSense(const AtaResult& result)
 {
     PageWriter page(22);
-    page.Put8(0, 0x72).Put8(1, kSenseAbortedCommand).Put8(7, 14);
-    page.Put8(8, 0x09).Put8(9, 12).Put8(11, result.error).Put8(21, result.status);
+    page.Put8(0, scsi::kSenseDescriptor).Put8(1, scsi::kSenseAbortedCommand).Put8(7, scsi::kAtaStatusReturnSize);
+    page.Put8(8, scsi::kAtaStatusReturn).Put8(9, 12).Put8(11, result.error).Put8(21, result.status);
     return page.Take();
 }
 
@@ -94,12 +78,12 @@ struct ScsiResult {
     std::uint32_t driverError = win32::kSuccess;  // the driver refuses the request itself
 };
 
-ScsiResult CheckCondition(ByteVector sense) { return {kCheckCondition, {}, std::move(sense), win32::kSuccess}; }
+ScsiResult CheckCondition(ByteVector sense) { return {scsi::kCheckCondition, {}, std::move(sense), win32::kSuccess}; }
 
 ScsiResult ExecuteInquiry(const DiskModel& disk, const std::array<std::uint8_t, 16>& cdb)
 {
     if (cdb[1] != 0 || cdb[2] != 0) {
-        return CheckCondition(FixedSense({kSenseIllegalRequest, kInvalidFieldInCdb}));
+        return CheckCondition(FixedSense({scsi::kSenseIllegalRequest, scsi::kInvalidFieldInCdb}));
     }
     ByteVector data = disk.inquiry;
     data.resize(std::min<std::size_t>(data.size(), static_cast<std::size_t>(cdb[3] << 8 | cdb[4])));
@@ -113,23 +97,24 @@ ScsiResult ExecuteTranslated(const DiskModel& disk, const std::array<std::uint8_
         return {0, {}, {}, win32::kInvalidFunction};
     }
     if (!disk.traits->isAta || !disk.scsiTranslation) {
-        return CheckCondition(FixedSense({kSenseIllegalRequest, kInvalidOperationCode}));
+        return CheckCondition(FixedSense({scsi::kSenseIllegalRequest, scsi::kInvalidOperationCode}));
     }
-    AtaResult result = ExecuteAta(disk, {cdb[14], cdb[4], cdb[6], cdb[8], cdb[10], cdb[12]});
-    return (result.status & 1) != 0 ? CheckCondition(AtaSense(result)) : ScsiResult{0, std::move(result.data), {}, win32::kSuccess};
+    AtaResult result = ExecuteAta(disk, RegistersOf(cdb));
+    return (result.status & kStatusError) != 0 ? CheckCondition(AtaSense(result))
+                                               : ScsiResult{0, std::move(result.data), {}, win32::kSuccess};
 }
 
 ScsiResult ExecuteScsi(const DiskModel& disk, const std::array<std::uint8_t, 16>& cdb)
 {
     switch (cdb[0]) {
-        case kScsiTestUnitReady:
+        case scsi::kTestUnitReady:
             return {};
-        case kScsiInquiry:
+        case scsi::kInquiry:
             return ExecuteInquiry(disk, cdb);
-        case kScsiAtaPassThrough16:
+        case scsi::kAtaPassThrough16:
             return ExecuteTranslated(disk, cdb);
         default:
-            return CheckCondition(FixedSense({kSenseIllegalRequest, kInvalidOperationCode}));
+            return CheckCondition(FixedSense({scsi::kSenseIllegalRequest, scsi::kInvalidOperationCode}));
     }
 }
 
@@ -151,11 +136,11 @@ AtaResult ExecuteAta(const DiskModel& disk, const AtaCommand& command)
         return Aborted();
     }
     switch (command.command) {
-        case kAtaIdentifyDevice:
-            return {0x50, 0, disk.identifyDevice};
-        case kAtaSmart:
+        case kIdentifyDevice:
+            return {kStatusReady, 0, disk.identifyDevice};
+        case kSmart:
             return ExecuteSmart(disk, command);
-        case kAtaReadLogExt:
+        case kReadLogExt:
             return ReadLog(disk, command);
         default:
             return Aborted();
@@ -173,10 +158,10 @@ Reply AtaPassThrough(const Target& target, const Request& request)
         return Reply::Error(win32::kInvalidFunction);
     }
     const auto& task = pass->currentTaskFile;
-    AtaResult result = ExecuteAta(disk, {task[6], task[0], task[1], task[2], task[3], task[4]});
+    AtaResult result = ExecuteAta(disk, RegistersOf(task));
     platform::AtaPassThroughDirect answer = *pass;
-    answer.currentTaskFile[0] = result.error;
-    answer.currentTaskFile[6] = result.status;
+    answer.currentTaskFile[task_file::kError] = result.error;
+    answer.currentTaskFile[task_file::kStatus] = result.status;
     Reply reply = Reply::Of(answer);
     if ((pass->ataFlags & platform::kAtaFlagsDataIn) != 0) {
         reply.data = std::move(result.data);

@@ -103,7 +103,8 @@ Reply AnswerExchange(const ExchangeModel& exchange, const Target& target, const 
         PutByte(reply.output, offsetof(platform::ScsiPassThroughDirect, scsiStatus), wanted.scsi_status());
     }
     if (wanted.has_ata_status() && request.code == platform::kIoctlAtaPassThroughDirect) {
-        PutByte(reply.output, offsetof(platform::AtaPassThroughDirect, currentTaskFile) + 6, wanted.ata_status());
+        PutByte(reply.output, offsetof(platform::AtaPassThroughDirect, currentTaskFile) + protocol::ata::task_file::kStatus,
+                wanted.ata_status());
     }
     if (wanted.has_returned()) {
         reply.returned = wanted.returned();

@@ -9,6 +9,7 @@
 #include "DiskModel.h"
 #include "platform/Errors.h"
 #include "platform/Requests.h"
+#include "platform/protocol/Ata.h"
 
 namespace orbis::simulated {
 
@@ -76,7 +77,7 @@ struct Target {
 
 // Outcome of one ATA command.
 struct AtaResult {
-    std::uint8_t status = 0x50;  // DRDY, DSC; bit 0 is ERR
+    std::uint8_t status = protocol::ata::kStatusReady;
     std::uint8_t error = 0;
     ByteVector data;
 };
@@ -88,6 +89,9 @@ struct AtaCommand {
     std::uint8_t lbaMid = 0;
     std::uint8_t lbaHigh = 0;
 };
+// The command in a task file, and in an ATA PASS-THROUGH(16) command.
+[[nodiscard]] AtaCommand RegistersOf(const std::array<std::uint8_t, 8>& taskFile);
+[[nodiscard]] AtaCommand RegistersOf(const std::array<std::uint8_t, 16>& cdb);
 [[nodiscard]] AtaResult ExecuteAta(const DiskModel& disk, const AtaCommand& command);
 
 // A pass-through request as it travels: what the journal keeps of it and what exchanges compare.

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "DeviceRequests.h"
+#include "platform/protocol/Nvme.h"
 
 namespace orbis::simulated {
 namespace {
@@ -12,13 +13,8 @@ using platform::StorageProtocolDataDescriptor;
 using platform::StorageProtocolQuery;
 using platform::StorageProtocolSpecificData;
 
-constexpr std::uint32_t kCnsController = 0x01;
-constexpr std::uint8_t kAdminGetLogPage = 0x02;
-constexpr std::uint8_t kAdminIdentify = 0x06;
-// NVMe status: status code type in bits 10:8, status code in bits 7:0.
-constexpr std::uint32_t kInvalidOpcode = 0x001;
-constexpr std::uint32_t kInvalidField = 0x002;
-constexpr std::uint32_t kInvalidLogPage = 0x109;
+using namespace protocol::nvme;
+
 constexpr std::uint64_t kLongestPage = 1U << 20;
 
 // The controller's answer to one admin command.
@@ -91,9 +87,9 @@ AdminResult Execute(const DiskModel& disk, const ByteVector& command)
 {
     const std::uint32_t word10 = CommandWord(command, 10);
     switch (command[0]) {
-        case kAdminIdentify:
+        case kIdentify:
             return Identify(disk, word10 & 0xFF);
-        case kAdminGetLogPage:
+        case kGetLogPage:
             return GetLogPage(disk, word10 & 0xFF,
                               static_cast<std::uint64_t>(CommandWord(command, 13)) << 32 | CommandWord(command, 12));
         default:

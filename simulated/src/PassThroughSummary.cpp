@@ -1,21 +1,18 @@
 #include "DeviceRequests.h"
+#include "platform/protocol/Nvme.h"
+#include "platform/protocol/Scsi.h"
 
 namespace orbis::simulated {
 namespace {
-
-constexpr std::uint8_t kScsiAtaPassThrough16 = 0x85;
-constexpr std::uint8_t kAdminGetLogPage = 0x02;
-constexpr std::uint8_t kScsiIoctlDataOut = 0;
-constexpr std::uint16_t kAtaFlagsDataOut = 4;
 
 PassThroughSummary SummariseAta(const platform::AtaPassThroughDirect& pass)
 {
     const auto& task = pass.currentTaskFile;
     PassThroughSummary summary;
     summary.command.assign(task.begin(), task.end());
-    summary.dataToDevice = (pass.ataFlags & kAtaFlagsDataOut) != 0;
+    summary.dataToDevice = (pass.ataFlags & platform::kAtaFlagsDataOut) != 0;
     summary.dataTransferLength = pass.dataTransferLength;
-    summary.ata = AtaCommand{task[6], task[0], task[1], task[2], task[3], task[4]};
+    summary.ata = RegistersOf(task);
     return summary;
 }
 
@@ -24,11 +21,11 @@ PassThroughSummary SummariseScsi(const platform::ScsiPassThroughDirect& pass)
     const auto& cdb = pass.cdb;
     PassThroughSummary summary;
     summary.command.assign(cdb.begin(), cdb.begin() + std::min<std::ptrdiff_t>(pass.cdbLength, std::ssize(cdb)));
-    summary.dataToDevice = pass.dataIn == kScsiIoctlDataOut && pass.dataTransferLength != 0;
+    summary.dataToDevice = pass.dataIn == platform::kScsiIoctlDataOut && pass.dataTransferLength != 0;
     summary.dataTransferLength = pass.dataTransferLength;
     summary.scsiOpcode = cdb[0];
-    if (cdb[0] == kScsiAtaPassThrough16) {
-        summary.ata = AtaCommand{cdb[14], cdb[4], cdb[6], cdb[8], cdb[10], cdb[12]};
+    if (cdb[0] == protocol::scsi::kAtaPassThrough16) {
+        summary.ata = RegistersOf(cdb);
     }
     return summary;
 }
@@ -43,13 +40,25 @@ PassThroughSummary SummariseProtocolCommand(const Request& request, const platfo
     if (summary.command.size() > platform::kProtocolCommandLengthNvme) {
         summary.command.resize(platform::kProtocolCommandLengthNvme);
     }
-    if (summary.command.size() > 40 && summary.command[0] == kAdminGetLogPage) {
+    if (summary.command.size() > 40 && summary.command[0] == protocol::nvme::kGetLogPage) {
         summary.nvmeLogPage = summary.command[40];  // log identifier: command word 10, bits 7:0
     }
     return summary;
 }
 
 }  // namespace
+
+AtaCommand RegistersOf(const std::array<std::uint8_t, 8>& taskFile)
+{
+    using namespace protocol::ata::task_file;
+    return {taskFile[kCommand], taskFile[kFeatures], taskFile[kCount], taskFile[kLbaLow], taskFile[kLbaMid], taskFile[kLbaHigh]};
+}
+
+AtaCommand RegistersOf(const std::array<std::uint8_t, 16>& cdb)
+{
+    using namespace protocol::scsi::ata_pass_through;
+    return {cdb[kCommand16], cdb[kFeatures16], cdb[kCount16], cdb[kLbaLow16], cdb[kLbaMid16], cdb[kLbaHigh16]};
+}
 
 bool IsDirect(std::uint32_t code)
 {

@@ -17,9 +17,8 @@ constexpr std::uint32_t kFixedMedia = 12;
 constexpr std::uint32_t kRemovableMedia = 11;
 constexpr std::uint32_t kFileDeviceCdRom = 2;
 constexpr std::size_t kPropertyQuerySize = 12;  // sizeof STORAGE_PROPERTY_QUERY
-constexpr std::uint32_t kPropertyExistsQuery = 1;
-constexpr std::size_t kDescriptorHeader = 8;  // STORAGE_DESCRIPTOR_HEADER
-constexpr double kTicksPerSecond = 1e7;       // of 100 ns
+constexpr std::size_t kDescriptorHeader = 8;    // STORAGE_DESCRIPTOR_HEADER
+constexpr double kTicksPerSecond = 1e7;         // of 100 ns
 
 // A counter of the driver, which holds no more than its type does.
 std::int64_t Whole(double value)
@@ -79,7 +78,7 @@ Reply QueryProperty(const Target& target, const Request& request)
     if (!isProtocol && !isDescriptor) {
         return Reply::Error(win32::kInvalidFunction);
     }
-    if (query.queryType == kPropertyExistsQuery) {
+    if (query.queryType == platform::kPropertyExistsQuery) {
         return Reply::Output({});
     }
     if (query.queryType != platform::kPropertyStandardQuery) {

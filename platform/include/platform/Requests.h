@@ -60,6 +60,9 @@ static_assert(sizeof(AtaPassThroughDirect) == 48 && offsetof(AtaPassThroughDirec
               offsetof(AtaPassThroughDirect, currentTaskFile) == 40);
 inline constexpr std::uint16_t kAtaFlagsDrdyRequired = 1;
 inline constexpr std::uint16_t kAtaFlagsDataIn = 2;
+inline constexpr std::uint16_t kAtaFlagsDataOut = 4;
+inline constexpr std::uint16_t kAtaFlags48BitCommand = 8;
+inline constexpr std::uint16_t kAtaFlagsUseDma = 16;
 
 // SCSI_PASS_THROUGH_DIRECT
 struct ScsiPassThroughDirect {
@@ -83,6 +86,7 @@ struct ScsiPassThroughDirect {
 static_assert(sizeof(ScsiPassThroughDirect) == 56 && offsetof(ScsiPassThroughDirect, dataTransferLength) == 12 &&
               offsetof(ScsiPassThroughDirect, dataBuffer) == 24 && offsetof(ScsiPassThroughDirect, senseInfoOffset) == 32 &&
               offsetof(ScsiPassThroughDirect, cdb) == 36);
+inline constexpr std::uint8_t kScsiIoctlDataOut = 0;
 inline constexpr std::uint8_t kScsiIoctlDataIn = 1;
 
 enum class PartitionStyle : std::uint32_t { Mbr = 0, Gpt = 1, Raw = 2 };
@@ -172,6 +176,7 @@ inline constexpr std::uint32_t kStorageAdapterProperty = 1;
 inline constexpr std::uint32_t kStorageAdapterProtocolSpecificProperty = 49;
 inline constexpr std::uint32_t kStorageDeviceProtocolSpecificProperty = 50;
 inline constexpr std::uint32_t kPropertyStandardQuery = 0;
+inline constexpr std::uint32_t kPropertyExistsQuery = 1;
 
 // STORAGE_BUS_TYPE
 enum class BusType : std::uint32_t {

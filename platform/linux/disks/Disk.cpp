@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "linux/kernel/Files.h"
+#include "platform/protocol/Scsi.h"
 
 namespace orbis::platform::linux_system {
 namespace {
@@ -29,10 +30,8 @@ bool IsNoDisk(std::string_view name)
 
 bool IsScsiDisk(const std::string& device)
 {
-    constexpr std::uint64_t kDirectAccess = 0;   // SPC peripheral device type
-    constexpr std::uint64_t kZonedBlock = 0x14;  // host-managed zoned block device
     const std::optional<std::uint64_t> type = ReadNumber(device + "/type");
-    return type && (*type == kDirectAccess || *type == kZonedBlock);
+    return type && (*type == protocol::scsi::kDirectAccess || *type == protocol::scsi::kZonedBlock);
 }
 
 std::uint64_t Bytes(const std::string& attribute)

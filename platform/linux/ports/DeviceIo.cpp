@@ -31,8 +31,6 @@ struct DeviceIo::OpenTarget {
 
 namespace {
 
-constexpr std::uint32_t kStorageQueryExists = 1;  // PropertyExistsQuery
-
 std::string UpperCase(std::string_view text)
 {
     std::string out(text);
@@ -118,7 +116,7 @@ Win32Error QueryProperty(const Asked& asked, ControlBuffers& buffers)
     if (query->propertyId != kStorageDeviceProperty && !(isProtocol && asked.IsNvme())) {
         return win32::kInvalidFunction;
     }
-    if (query->queryType == kStorageQueryExists) {
+    if (query->queryType == kPropertyExistsQuery) {
         return win32::kSuccess;
     }
     if (query->queryType != kPropertyStandardQuery) {

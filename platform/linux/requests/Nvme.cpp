@@ -13,44 +13,37 @@
 #include "linux/requests/ReadOnly.h"
 #include "platform/Errors.h"
 #include "platform/Requests.h"
+#include "platform/protocol/Nvme.h"
 
 namespace orbis::platform::linux_system {
 namespace {
 
-constexpr std::uint8_t kGetLogPage = 0x02;
-constexpr std::uint8_t kIdentify = 0x06;
-constexpr std::uint32_t kAllNamespaces = 0xFFFFFFFF;
-constexpr std::uint32_t kCnsNamespace = 0;
-constexpr std::uint32_t kPageSize = 4096;  // Identify data, and the most that Get Features returns
+using namespace protocol::nvme;
+
+constexpr std::uint32_t kLongestFeature = 4096;  // the most that Get Features returns
 
 struct Outcome {
     Win32Error error = win32::kSuccess;
-    std::uint32_t nvmeStatus = 0;  // status code and type, as in a completion without its phase bit
-    std::uint32_t result = 0;      // command specific double word
+    std::uint32_t nvmeStatus = 0;
+    std::uint32_t result = 0;  // command specific double word
 };
 
 Win32Error Win32FromNvmeStatus(std::uint32_t status)
 {
-    constexpr std::uint32_t kGeneric = 0;
-    constexpr std::uint32_t kCommandSpecific = 1;
-    const std::uint32_t type = status >> 8 & 0x7;
-    const std::uint32_t code = status & 0xFF;
-    if (type == kGeneric) {
-        switch (code) {
-            case 0x01:  // Invalid Command Opcode
-            case 0x02:
-                return win32::kInvalidFunction;  // Invalid Field in Command
-            case 0x0B:
-                return win32::kInvalidParameter;  // Invalid Namespace or Format
-            case 0x0C:
-                return win32::kNotReady;  // Command Sequence Error
-            case 0x15:
-                return win32::kAccessDenied;  // Operation Denied
-            default:
-                return win32::kIoDevice;
-        }
+    switch (status) {
+        case kInvalidOpcode:
+        case kInvalidField:
+        case kInvalidLogPage:
+            return win32::kInvalidFunction;
+        case kInvalidNamespace:
+            return win32::kInvalidParameter;
+        case kCommandSequenceError:
+            return win32::kNotReady;
+        case kOperationDenied:
+            return win32::kAccessDenied;
+        default:
+            return win32::kIoDevice;
     }
-    return type == kCommandSpecific && code == 0x09 ? win32::kInvalidFunction : win32::kIoDevice;  // Invalid Log Page
 }
 
 // The controller writes as much as the command says, so `data` must hold that: the callers see to it.
@@ -62,7 +55,7 @@ Outcome Send(const KernelDevice& device, nvme_admin_cmd command, std::vector<std
     if (status < 0) {
         return {Win32FromErrno(errno)};
     }
-    const auto nvmeStatus = static_cast<std::uint32_t>(status) & 0x7FF;
+    const auto nvmeStatus = static_cast<std::uint32_t>(status) & kStatusMask;
     return {nvmeStatus == 0 ? win32::kSuccess : Win32FromNvmeStatus(nvmeStatus), nvmeStatus, command.result};
 }
 
@@ -130,7 +123,7 @@ Win32Error QueryNvmeProtocolData(const KernelDevice& device, ControlBuffers& buf
     std::vector<std::byte> data;
     if (protocol.dataType == kNvmeDataTypeIdentify) {
         command = Identify(protocol);
-        data.resize(kPageSize);
+        data.resize(kIdentifySize);
     } else if (protocol.dataType == kNvmeDataTypeLogPage && protocol.dataLength % 4 == 0) {
         command = GetLogPage(protocol);
         data.resize(protocol.dataLength);
@@ -195,7 +188,7 @@ Win32Error RunNvmeProtocolCommand(const KernelDevice& device, ControlBuffers& bu
     if (opcode == kGetLogPage && LogBytes(command) != length) {
         return win32::kInvalidParameter;
     }
-    std::vector<std::byte> data(opcode == kGetLogPage ? length : std::max(length, kPageSize));
+    std::vector<std::byte> data(opcode == kGetLogPage ? length : std::max(length, kLongestFeature));
     const Outcome outcome = Send(device, command, data);
 
     StorageProtocolCommandHead answer = *head;

@@ -15,16 +15,21 @@ namespace {
 // The kernel's host byte (scsi_status.h), which says what became of the command on its way.
 Win32Error Win32FromHostStatus(std::uint32_t hostStatus)
 {
+    constexpr std::uint32_t kOk = 0x00;
+    constexpr std::uint32_t kNoConnect = 0x01;
+    constexpr std::uint32_t kBusBusy = 0x02;
+    constexpr std::uint32_t kTimeOut = 0x03;
+    constexpr std::uint32_t kBadTarget = 0x04;
     switch (hostStatus) {
-        case 0x00:
+        case kOk:
             return win32::kSuccess;
-        case 0x01:  // DID_NO_CONNECT
-        case 0x04:
-            return win32::kNoSuchDevice;  // DID_BAD_TARGET
-        case 0x02:
-            return win32::kBusy;  // DID_BUS_BUSY
-        case 0x03:
-            return win32::kSemTimeout;  // DID_TIME_OUT
+        case kNoConnect:
+        case kBadTarget:
+            return win32::kNoSuchDevice;
+        case kBusBusy:
+            return win32::kBusy;
+        case kTimeOut:
+            return win32::kSemTimeout;
         default:
             return win32::kIoDevice;
     }
@@ -65,7 +70,7 @@ ScsiOutcome SendScsi(const KernelDevice& device, const ScsiCommand& command)
     const std::uint32_t left = request.resid > 0 ? static_cast<std::uint32_t>(request.resid) : 0;
     outcome.transferred = command.dataLength - std::min(left, command.dataLength);
     std::fill(outcome.data.begin() + outcome.transferred, outcome.data.end(), std::byte{0});
-    if (outcome.status == kScsiGood) {
+    if (outcome.status == protocol::scsi::kGood) {
         outcome.error = Win32FromHostStatus(request.host_status);
         outcome.error = outcome.error == win32::kSuccess ? Win32FromDriverStatus(request.driver_status) : outcome.error;
     }

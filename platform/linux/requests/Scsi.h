@@ -6,11 +6,9 @@
 
 #include "linux/requests/Control.h"
 #include "platform/Errors.h"
+#include "platform/protocol/Scsi.h"
 
 namespace orbis::platform::linux_system {
-
-inline constexpr std::uint8_t kScsiGood = 0x00;
-inline constexpr std::uint8_t kScsiCheckCondition = 0x02;
 
 // One command through the SCSI generic interface.
 struct ScsiCommand {
@@ -22,7 +20,7 @@ struct ScsiCommand {
 
 struct ScsiOutcome {
     Win32Error error = win32::kSuccess;  // the command did not reach the device or came back without a status
-    std::uint8_t status = kScsiGood;
+    std::uint8_t status = protocol::scsi::kGood;
     std::vector<std::byte> data;  // as long as asked, zeros past what came
     std::uint32_t transferred = 0;
     std::vector<std::uint8_t> sense;  // as much as came
