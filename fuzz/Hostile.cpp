@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fmt/format.h>
@@ -158,7 +159,15 @@ void MakeHostile(description::WmiProperty& property, Input& input)
 }
 
 HostileMachine::HostileMachine(Input& input, WmiRows rows)
-    : m_Input(input), m_Machine(rows == WmiRows::Hostile ? MachineWithHostileRows(input) : TrueMachine())
+    : HostileMachine(input, rows == WmiRows::Hostile ? MachineWithHostileRows(input) : TrueMachine())
+{}
+
+HostileMachine::HostileMachine(Input& input, std::shared_ptr<simulated::Machine> machine)
+    : ForwardingPlatform(*machine),
+      ForwardingDeviceIo(machine->DeviceIoPort()),
+      ForwardingFirmware(machine->FirmwarePort()),
+      m_Input(input),
+      m_Machine(std::move(machine))
 {
     Replace(this);
 }
@@ -170,24 +179,16 @@ HostileMachine::~HostileMachine()
     Require(m_Machine->Misuses().empty(), "nothing is given back that was not taken");
 }
 
-NativeHandle HostileMachine::Open(const char16_t* path, std::uint32_t access, std::uint32_t share, void* security,
-                                  std::uint32_t disposition, std::uint32_t flags, NativeHandle templateFile)
-{
-    m_Error.reset();
-    return m_Devices.Open(path, access, share, security, disposition, flags, templateFile);
-}
-
 bool HostileMachine::Control(NativeHandle device, std::uint32_t code, void* in, std::uint32_t inSize, void* out,
                              std::uint32_t outSize, std::uint32_t* returned, void* overlapped)
 {
-    m_Error.reset();
     const std::uint32_t lie = m_Input.Below(4);
     if (lie == 3) {
         using namespace win32;
-        m_Error = m_Input.OneOf({kIoDevice, kInsufficientBuffer, kMoreData, kInvalidFunction, kNotSupported, kAccessDenied});
+        SaveLastError(m_Input.OneOf({kIoDevice, kInsufficientBuffer, kMoreData, kInvalidFunction, kNotSupported, kAccessDenied}));
         return false;
     }
-    const bool done = m_Devices.Control(device, code, in, inSize, out, outSize, returned, overlapped);
+    const bool done = ForwardingDeviceIo::Control(device, code, in, inSize, out, outSize, returned, overlapped);
     if (lie == 0) {
         return done;
     }
@@ -209,17 +210,11 @@ bool HostileMachine::Control(NativeHandle device, std::uint32_t code, void* in, 
     return true;
 }
 
-std::uint32_t HostileMachine::LogicalDriveStrings(std::uint32_t characters, char16_t* buffer)
-{
-    m_Error.reset();
-    return m_Devices.LogicalDriveStrings(characters, buffer);
-}
-
 // Each call may find another table, a longer one too.
 std::uint32_t HostileMachine::SystemFirmwareTable(std::uint32_t provider, std::uint32_t table, void* buffer, std::uint32_t size)
 {
     if (!m_Input.Choice()) {
-        return m_Machine->FirmwarePort().SystemFirmwareTable(provider, table, buffer, size);
+        return ForwardingFirmware::SystemFirmwareTable(provider, table, buffer, size);
     }
     const Bytes data = m_Input.Data(m_Input.Number<std::uint8_t>());
     if (data.size() <= size) {

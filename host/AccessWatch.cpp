@@ -16,7 +16,7 @@ std::set<std::u16string> AccessWatch::TakeDenied()
 platform::NativeHandle AccessWatch::Open(const char16_t* path, std::uint32_t access, std::uint32_t share, void* security,
                                          std::uint32_t disposition, std::uint32_t flags, platform::NativeHandle templateFile)
 {
-    const platform::NativeHandle handle = m_Devices.Open(path, access, share, security, disposition, flags, templateFile);
+    const platform::NativeHandle handle = ForwardingDeviceIo::Open(path, access, share, security, disposition, flags, templateFile);
     if (handle == platform::kInvalidHandle) {
         NoteIfDenied(path);
     } else {
@@ -29,7 +29,7 @@ platform::NativeHandle AccessWatch::Open(const char16_t* path, std::uint32_t acc
 bool AccessWatch::Control(platform::NativeHandle device, std::uint32_t code, void* in, std::uint32_t inSize, void* out,
                           std::uint32_t outSize, std::uint32_t* returned, void* overlapped)
 {
-    if (m_Devices.Control(device, code, in, inSize, out, outSize, returned, overlapped)) {
+    if (ForwardingDeviceIo::Control(device, code, in, inSize, out, outSize, returned, overlapped)) {
         return true;
     }
     std::u16string path;
@@ -49,18 +49,12 @@ bool AccessWatch::Close(platform::NativeHandle device) noexcept
         const std::lock_guard lock(m_Lock);
         m_Open.erase(device);
     }
-    return m_Devices.Close(device);
+    return ForwardingDeviceIo::Close(device);
 }
 
-std::uint32_t AccessWatch::LogicalDriveStrings(std::uint32_t characters, char16_t* buffer)
-{
-    return m_Devices.LogicalDriveStrings(characters, buffer);
-}
-
-// Only looks at the error: the caller still has to find it in LastError, and nothing here changes it.
 void AccessWatch::NoteIfDenied(const std::u16string& path)
 {
-    if (m_Devices.LastError() == platform::win32::kAccessDenied) {
+    if (LastError() == platform::win32::kAccessDenied) {
         const std::lock_guard lock(m_Lock);
         if (!m_Taken.contains(path)) {
             m_Denied.insert(path);

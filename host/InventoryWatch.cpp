@@ -34,7 +34,7 @@ void InventoryWatch::Note(std::string finding)
 platform::Hresult InventoryWatch::ExecQuery(ComObject* services, Bstr language, Bstr query, std::int32_t flags,
                                             ComObject** enumerator)
 {
-    const Hresult result = m_Rows.ExecQuery(services, language, query, flags, enumerator);
+    const Hresult result = ForwardingWmi::ExecQuery(services, language, query, flags, enumerator);
     if (!platform::Failed(result) && std::u16string_view(query) == u"SELECT * FROM Win32_DiskDrive") {
         const std::lock_guard lock(m_Lock);
         m_Inventories.insert(*enumerator);
@@ -44,7 +44,7 @@ platform::Hresult InventoryWatch::ExecQuery(ComObject* services, Bstr language, 
 
 platform::Hresult InventoryWatch::Next(ComObject* enumerator, std::uint32_t timeout, ComObject** object, std::uint32_t* returned)
 {
-    const Hresult result = m_Rows.Next(enumerator, timeout, object, returned);
+    const Hresult result = ForwardingWmi::Next(enumerator, timeout, object, returned);
     const std::lock_guard lock(m_Lock);
     if (*object != nullptr && m_Inventories.contains(enumerator)) {
         m_DriveRows[*object].clear();
@@ -54,7 +54,7 @@ platform::Hresult InventoryWatch::Next(ComObject* enumerator, std::uint32_t time
 
 platform::Hresult InventoryWatch::Get(ComObject* object, const char16_t* name, Variant* value)
 {
-    const Hresult result = m_Rows.Get(object, name, value);
+    const Hresult result = ForwardingWmi::Get(object, name, value);
     const std::lock_guard lock(m_Lock);
     const auto row = m_DriveRows.find(object);
     if (row == m_DriveRows.end()) {
@@ -85,30 +85,29 @@ void InventoryWatch::Release(ComObject* object) noexcept
         m_Inventories.erase(object);
         m_DriveRows.erase(object);
     }
-    m_Rows.Release(object);
+    ForwardingWmi::Release(object);
 }
 
 platform::DeviceInfoSetHandle InventoryWatch::ClassDevices(const platform::Guid* classGuid, const char16_t* enumerator,
                                                            void* parentWindow, std::uint32_t flags)
 {
-    const platform::DeviceInfoSetHandle set = m_Devices.ClassDevices(classGuid, enumerator, parentWindow, flags);
+    const platform::DeviceInfoSetHandle set = ForwardingSetup::ClassDevices(classGuid, enumerator, parentWindow, flags);
     if (set == platform::kInvalidDeviceInfoSet) {
-        Note(fmt::format("the system does not list its disks (error {})", m_Devices.LastError()));
+        Note(fmt::format("the system does not list its disks (error {})", ForwardingSetup::LastError()));
     }
     return set;
 }
 
-// Looks at the error that the caller still has to find in LastError; nothing here changes it.
 bool InventoryWatch::EnumDeviceInterfaces(platform::DeviceInfoSetHandle set, const platform::Guid& interfaceClass,
                                           std::uint32_t index, platform::DeviceInterfaceData* data)
 {
-    if (m_Devices.EnumDeviceInterfaces(set, interfaceClass, index, data)) {
+    if (ForwardingSetup::EnumDeviceInterfaces(set, interfaceClass, index, data)) {
         return true;
     }
     if (index == 0) {
-        Note(m_Devices.LastError() == platform::win32::kNoMoreItems
+        Note(ForwardingSetup::LastError() == platform::win32::kNoMoreItems
                  ? "the system's list of disk devices is empty"
-                 : fmt::format("the system's list of disk devices cannot be read (error {})", m_Devices.LastError()));
+                 : fmt::format("the system's list of disk devices cannot be read (error {})", ForwardingSetup::LastError()));
     }
     return false;
 }

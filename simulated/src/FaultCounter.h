@@ -43,14 +43,6 @@ private:
     bool m_Reached = false;
 };
 
-// The last error of the calling thread as the decorator leaves it: its own after a fault, else the inner port's.
-class FaultLastError {
-public:
-    static void Clear() noexcept;
-    static void Set(std::uint32_t error) noexcept;
-    [[nodiscard]] static std::uint32_t Or(std::uint32_t inner) noexcept;
-};
-
 [[nodiscard]] std::unique_ptr<platform::DeviceIo> MakeFaultingDeviceIo(platform::DeviceIo& inner, FaultCounter& counter);
 [[nodiscard]] std::unique_ptr<platform::Setup> MakeFaultingSetup(platform::Setup& inner, FaultCounter& counter);
 [[nodiscard]] std::unique_ptr<platform::Wmi> MakeFaultingWmi(platform::Wmi& inner, FaultCounter& counter);

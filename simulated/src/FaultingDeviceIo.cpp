@@ -4,6 +4,7 @@
 
 #include "FaultCounter.h"
 #include "platform/Errors.h"
+#include "platform/Forwarding.h"
 #include "platform/Text.h"
 
 namespace orbis::simulated {
@@ -17,19 +18,20 @@ const FaultableOperation kControl{"DeviceIo::Control", {Error, ShortData, Null, 
 const FaultableOperation kDriveStrings{"DeviceIo::LogicalDriveStrings", {Error, BadAlloc}, win32::kAccessDenied};
 const FaultableOperation kFirmwareTable{"Firmware::SystemFirmwareTable", {Error, ShortData, BadAlloc}, win32::kInvalidFunction};
 
-class FaultingDeviceIo final : public platform::DeviceIo {
+class FaultingDeviceIo final : public platform::ForwardingDeviceIo {
 public:
-    FaultingDeviceIo(platform::DeviceIo& inner, FaultCounter& counter) : m_Inner(inner), m_Counter(counter) {}
+    FaultingDeviceIo(platform::DeviceIo& inner, FaultCounter& counter) : ForwardingDeviceIo(inner), m_Counter(counter) {}
 
     platform::NativeHandle Open(const char16_t* path, std::uint32_t access, std::uint32_t share, void* security,
                                 std::uint32_t disposition, std::uint32_t flags, platform::NativeHandle templateFile) override
     {
         const std::string name = path != nullptr ? platform::Utf16ToUtf8(path) : std::string{};
         if (const auto fault = m_Counter.Count(kOpen, name)) {
-            FaultLastError::Set(fault->error);
+            platform::SaveLastError(fault->error);
             return fault->Is(Null) ? 0 : platform::kInvalidHandle;
         }
-        const platform::NativeHandle handle = m_Inner.Open(path, access, share, security, disposition, flags, templateFile);
+        const platform::NativeHandle handle =
+            ForwardingDeviceIo::Open(path, access, share, security, disposition, flags, templateFile);
         const std::lock_guard lock(m_Mutex);
         m_Paths[handle] = name;
         return handle;
@@ -40,31 +42,23 @@ public:
     {
         const auto fault = m_Counter.Count(kControl, fmt::format("{:#010x} on {}", code, PathOf(device)));
         if (fault && !fault->Is(ShortData)) {
-            FaultLastError::Set(fault->error);
+            platform::SaveLastError(fault->error);
             *returned = 0;
             return fault->Is(Null);
         }
-        const bool succeeded = m_Inner.Control(device, code, in, inSize, out, outSize, returned, overlapped);
+        const bool succeeded = ForwardingDeviceIo::Control(device, code, in, inSize, out, outSize, returned, overlapped);
         *returned = fault ? *returned / 2 : *returned;
         return succeeded;
-    }
-
-    bool Close(platform::NativeHandle device) noexcept override
-    {
-        FaultLastError::Clear();
-        return m_Inner.Close(device);
     }
 
     std::uint32_t LogicalDriveStrings(std::uint32_t characters, char16_t* buffer) override
     {
         if (const auto fault = m_Counter.Count(kDriveStrings, {})) {
-            FaultLastError::Set(fault->error);
+            platform::SaveLastError(fault->error);
             return 0;
         }
-        return m_Inner.LogicalDriveStrings(characters, buffer);
+        return ForwardingDeviceIo::LogicalDriveStrings(characters, buffer);
     }
-
-    std::uint32_t LastError() const noexcept override { return FaultLastError::Or(m_Inner.LastError()); }
 
 private:
     std::string PathOf(platform::NativeHandle device) const
@@ -74,31 +68,27 @@ private:
         return found != m_Paths.end() ? found->second : std::string{};
     }
 
-    platform::DeviceIo& m_Inner;
     FaultCounter& m_Counter;
     mutable std::mutex m_Mutex;
     std::map<platform::NativeHandle, std::string> m_Paths;  // as last opened
 };
 
-class FaultingFirmware final : public platform::Firmware {
+class FaultingFirmware final : public platform::ForwardingFirmware {
 public:
-    FaultingFirmware(platform::Firmware& inner, FaultCounter& counter) : m_Inner(inner), m_Counter(counter) {}
+    FaultingFirmware(platform::Firmware& inner, FaultCounter& counter) : ForwardingFirmware(inner), m_Counter(counter) {}
 
     std::uint32_t SystemFirmwareTable(std::uint32_t provider, std::uint32_t table, void* buffer, std::uint32_t size) override
     {
         const auto fault = m_Counter.Count(kFirmwareTable, buffer == nullptr ? "size" : "table");
         if (fault && fault->Is(Error)) {
-            FaultLastError::Set(fault->error);
+            platform::SaveLastError(fault->error);
             return 0;
         }
-        const std::uint32_t result = m_Inner.SystemFirmwareTable(provider, table, buffer, size);
+        const std::uint32_t result = ForwardingFirmware::SystemFirmwareTable(provider, table, buffer, size);
         return fault ? result / 2 : result;
     }
 
-    std::uint32_t LastError() const noexcept override { return FaultLastError::Or(m_Inner.LastError()); }
-
 private:
-    platform::Firmware& m_Inner;
     FaultCounter& m_Counter;
 };
 

@@ -1,5 +1,6 @@
 #include "FaultCounter.h"
 #include "platform/Errors.h"
+#include "platform/Forwarding.h"
 #include "platform/Text.h"
 
 namespace orbis::simulated {
@@ -17,25 +18,25 @@ const FaultableOperation kFormattedValue{"Pdh::FormattedValue", {Error, BadAlloc
 const FaultableOperation kWideToUtf8{"Text::WideToUtf8", {Error, BadAlloc}, platform::win32::kNoUnicodeTranslation};
 const FaultableOperation kDefaultToWide{"Text::DefaultToWide", {Error, BadAlloc}, platform::win32::kNoUnicodeTranslation};
 
-class FaultingPdh final : public platform::Pdh {
+class FaultingPdh final : public platform::ForwardingPdh {
 public:
-    FaultingPdh(platform::Pdh& inner, FaultCounter& counter) : m_Inner(inner), m_Counter(counter) {}
+    FaultingPdh(platform::Pdh& inner, FaultCounter& counter) : ForwardingPdh(inner), m_Counter(counter) {}
 
     PdhStatus OpenQuery(const char16_t* dataSource, std::uintptr_t userData, platform::PdhQueryObject** query) override
     {
         const auto fault = m_Counter.Count(kOpenQuery, {});
-        return fault ? fault->error : m_Inner.OpenQuery(dataSource, userData, query);
+        return fault ? fault->error : ForwardingPdh::OpenQuery(dataSource, userData, query);
     }
 
     PdhStatus EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters) override
     {
         const auto fault = m_Counter.Count(kEnumInstances, buffer == nullptr ? "size" : "names");
         if (!fault || fault->Is(Error)) {
-            return fault ? fault->error : m_Inner.EnumInstances(object, buffer, characters);
+            return fault ? fault->error : ForwardingPdh::EnumInstances(object, buffer, characters);
         }
         // As if instances came meanwhile: less room is asked for than is needed, or what there is does not do.
         std::uint32_t needed = 0;
-        const PdhStatus status = m_Inner.EnumInstances(object, nullptr, &needed);
+        const PdhStatus status = ForwardingPdh::EnumInstances(object, nullptr, &needed);
         *characters = buffer == nullptr ? needed / 2 : needed;
         return status;
     }
@@ -44,44 +45,40 @@ public:
                                 platform::PdhCounterObject** counter) override
     {
         const auto fault = m_Counter.Count(kAddCounter, path != nullptr ? platform::Utf16ToUtf8(path) : std::string{});
-        return fault ? fault->error : m_Inner.AddEnglishCounter(query, path, userData, counter);
+        return fault ? fault->error : ForwardingPdh::AddEnglishCounter(query, path, userData, counter);
     }
 
     PdhStatus CollectQueryData(platform::PdhQueryObject* query) override
     {
         const auto fault = m_Counter.Count(kCollect, {});
-        return fault ? fault->error : m_Inner.CollectQueryData(query);
+        return fault ? fault->error : ForwardingPdh::CollectQueryData(query);
     }
 
     PdhStatus FormattedValue(platform::PdhCounterObject* counter, std::uint32_t format, platform::PdhCounterValue* value) override
     {
         const auto fault = m_Counter.Count(kFormattedValue, {});
-        return fault ? fault->error : m_Inner.FormattedValue(counter, format, value);
+        return fault ? fault->error : ForwardingPdh::FormattedValue(counter, format, value);
     }
 
-    PdhStatus CloseQuery(platform::PdhQueryObject* query) noexcept override { return m_Inner.CloseQuery(query); }
-
 private:
-    platform::Pdh& m_Inner;
     FaultCounter& m_Counter;
 };
 
-class FaultingText final : public platform::Text {
+class FaultingText final : public platform::ForwardingText {
 public:
-    FaultingText(platform::Text& inner, FaultCounter& counter) : m_Inner(inner), m_Counter(counter) {}
+    FaultingText(platform::Text& inner, FaultCounter& counter) : ForwardingText(inner), m_Counter(counter) {}
 
     std::int32_t WideToUtf8(const char16_t* text, std::int32_t characters, char* out, std::int32_t outBytes) override
     {
-        return m_Counter.Count(kWideToUtf8, {}) ? 0 : m_Inner.WideToUtf8(text, characters, out, outBytes);
+        return m_Counter.Count(kWideToUtf8, {}) ? 0 : ForwardingText::WideToUtf8(text, characters, out, outBytes);
     }
 
     std::int32_t DefaultToWide(const char* text, std::int32_t bytes, char16_t* out, std::int32_t outCharacters) override
     {
-        return m_Counter.Count(kDefaultToWide, {}) ? 0 : m_Inner.DefaultToWide(text, bytes, out, outCharacters);
+        return m_Counter.Count(kDefaultToWide, {}) ? 0 : ForwardingText::DefaultToWide(text, bytes, out, outCharacters);
     }
 
 private:
-    platform::Text& m_Inner;
     FaultCounter& m_Counter;
 };
 

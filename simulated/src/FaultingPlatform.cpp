@@ -7,15 +7,6 @@
 #include "FaultCounter.h"
 
 namespace orbis::simulated {
-namespace {
-
-thread_local std::optional<std::uint32_t> t_FaultError;
-
-}  // namespace
-
-void FaultLastError::Clear() noexcept { t_FaultError.reset(); }
-void FaultLastError::Set(std::uint32_t error) noexcept { t_FaultError = error; }
-std::uint32_t FaultLastError::Or(std::uint32_t inner) noexcept { return t_FaultError.value_or(inner); }
 
 void FaultCounter::Plan(std::optional<std::uint64_t> call, FaultKind kind, std::optional<std::uint32_t> code)
 {
@@ -30,7 +21,6 @@ void FaultCounter::Plan(std::optional<std::uint64_t> call, FaultKind kind, std::
 std::optional<FaultCounter::Fault> FaultCounter::Count(const FaultableOperation& operation, std::string subject)
 {
     const std::lock_guard lock(m_Mutex);
-    FaultLastError::Clear();
     const bool isCall = m_FailingCall == m_Calls.size();
     m_Calls.push_back({operation.name, std::move(subject), operation.kinds});
     if (!isCall || std::find(operation.kinds.begin(), operation.kinds.end(), m_Kind) == operation.kinds.end()) {
@@ -58,8 +48,7 @@ bool FaultCounter::Reached() const
 class FaultingPlatform::Ports {
 public:
     explicit Ports(platform::Platform& platform)
-        : inner(platform),
-          deviceIo(MakeFaultingDeviceIo(platform.DeviceIoPort(), counter)),
+        : deviceIo(MakeFaultingDeviceIo(platform.DeviceIoPort(), counter)),
           setup(MakeFaultingSetup(platform.SetupPort(), counter)),
           wmi(MakeFaultingWmi(platform.WmiPort(), counter)),
           firmware(MakeFaultingFirmware(platform.FirmwarePort(), counter)),
@@ -67,7 +56,6 @@ public:
           text(MakeFaultingText(platform.TextPort(), counter))
     {}
 
-    platform::Platform& inner;
     FaultCounter counter;
     std::unique_ptr<platform::DeviceIo> deviceIo;
     std::unique_ptr<platform::Setup> setup;
@@ -77,7 +65,8 @@ public:
     std::unique_ptr<platform::Text> text;
 };
 
-FaultingPlatform::FaultingPlatform(platform::Platform& inner) : m_Ports(std::make_unique<Ports>(inner)) {}
+FaultingPlatform::FaultingPlatform(platform::Platform& inner) : ForwardingPlatform(inner), m_Ports(std::make_unique<Ports>(inner))
+{}
 FaultingPlatform::~FaultingPlatform() = default;
 
 void FaultingPlatform::FailAt(std::uint64_t call, FaultKind kind, std::optional<std::uint32_t> code)
@@ -93,7 +82,6 @@ platform::Setup& FaultingPlatform::SetupPort() noexcept { return *m_Ports->setup
 platform::Wmi& FaultingPlatform::WmiPort() noexcept { return *m_Ports->wmi; }
 platform::Firmware& FaultingPlatform::FirmwarePort() noexcept { return *m_Ports->firmware; }
 platform::Pdh& FaultingPlatform::PdhPort() noexcept { return *m_Ports->pdh; }
-platform::Time& FaultingPlatform::TimePort() noexcept { return m_Ports->inner.TimePort(); }  // sleep and clock cannot fail
 platform::Text& FaultingPlatform::TextPort() noexcept { return *m_Ports->text; }
 
 }  // namespace orbis::simulated

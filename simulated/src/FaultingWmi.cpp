@@ -3,6 +3,7 @@
 
 #include "FaultCounter.h"
 #include "platform/Errors.h"
+#include "platform/Forwarding.h"
 #include "platform/Text.h"
 
 namespace orbis::simulated {
@@ -33,14 +34,14 @@ std::string Utf8(const char16_t* text) { return text != nullptr ? platform::Utf1
 
 Hresult ResultOf(const FaultCounter::Fault& fault) { return fault.Is(Error) ? hresult::Make(fault.error) : hresult::kOk; }
 
-class FaultingWmi final : public platform::Wmi {
+class FaultingWmi final : public platform::ForwardingWmi {
 public:
-    FaultingWmi(platform::Wmi& inner, FaultCounter& counter) : m_Inner(inner), m_Counter(counter) {}
+    FaultingWmi(platform::Wmi& inner, FaultCounter& counter) : ForwardingWmi(inner), m_Counter(counter) {}
 
     Hresult InitializeCom(std::uint32_t flags) override
     {
         const auto fault = m_Counter.Count(kInitializeCom, {});
-        return fault ? ResultOf(*fault) : m_Inner.InitializeCom(flags);
+        return fault ? ResultOf(*fault) : ForwardingWmi::InitializeCom(flags);
     }
 
     Hresult InitializeSecurity(std::int32_t authenticationServices, std::uint32_t authenticationLevel,
@@ -48,28 +49,25 @@ public:
     {
         const auto fault = m_Counter.Count(kInitializeSecurity, {});
         return fault ? ResultOf(*fault)
-                     : m_Inner.InitializeSecurity(authenticationServices, authenticationLevel, impersonationLevel, capabilities);
+                     : ForwardingWmi::InitializeSecurity(authenticationServices, authenticationLevel, impersonationLevel,
+                                                         capabilities);
     }
-
-    void UninitializeCom() noexcept override { m_Inner.UninitializeCom(); }
 
     Bstr AllocateString(const char16_t* text) override
     {
-        return m_Counter.Count(kAllocateString, Utf8(text)) ? nullptr : m_Inner.AllocateString(text);
+        return m_Counter.Count(kAllocateString, Utf8(text)) ? nullptr : ForwardingWmi::AllocateString(text);
     }
-    void FreeString(Bstr text) noexcept override { m_Inner.FreeString(text); }
-    std::uint32_t StringLength(Bstr text) const noexcept override { return m_Inner.StringLength(text); }
 
     Hresult CreateLocator(ComObject** locator) override
     {
         const auto fault = m_Counter.Count(kCreateLocator, {});
-        return fault ? Nothing(*fault, locator) : m_Inner.CreateLocator(locator);
+        return fault ? Nothing(*fault, locator) : ForwardingWmi::CreateLocator(locator);
     }
 
     Hresult ConnectServer(ComObject* locator, Bstr path, ComObject** services) override
     {
         const auto fault = m_Counter.Count(kConnectServer, Utf8(path));
-        return fault ? Nothing(*fault, services) : m_Inner.ConnectServer(locator, path, services);
+        return fault ? Nothing(*fault, services) : ForwardingWmi::ConnectServer(locator, path, services);
     }
 
     Hresult SetProxyBlanket(ComObject* services, std::uint32_t authentication, std::uint32_t authorization,
@@ -80,21 +78,21 @@ public:
         if (fault) {
             return ResultOf(*fault);
         }
-        return m_Inner.SetProxyBlanket(services, authentication, authorization, authenticationLevel, impersonationLevel,
-                                       capabilities);
+        return ForwardingWmi::SetProxyBlanket(services, authentication, authorization, authenticationLevel, impersonationLevel,
+                                              capabilities);
     }
 
     Hresult ExecQuery(ComObject* services, Bstr language, Bstr query, std::int32_t flags, ComObject** enumerator) override
     {
         const auto fault = m_Counter.Count(kExecQuery, Utf8(query));
-        return fault ? Nothing(*fault, enumerator) : m_Inner.ExecQuery(services, language, query, flags, enumerator);
+        return fault ? Nothing(*fault, enumerator) : ForwardingWmi::ExecQuery(services, language, query, flags, enumerator);
     }
 
     Hresult Next(ComObject* enumerator, std::uint32_t timeout, ComObject** object, std::uint32_t* returned) override
     {
         const auto fault = m_Counter.Count(kNext, {});
         if (!fault) {
-            return m_Inner.Next(enumerator, timeout, object, returned);
+            return ForwardingWmi::Next(enumerator, timeout, object, returned);
         }
         *returned = 0;
         const Hresult result = Nothing(*fault, object);
@@ -105,13 +103,13 @@ public:
     {
         const auto fault = m_Counter.Count(kGet, Utf8(name));
         if (!fault) {
-            return m_Inner.Get(object, name, value);
+            return ForwardingWmi::Get(object, name, value);
         }
         if (fault->Is(Error)) {
             return ResultOf(*fault);
         }
         // A property without a value. What the inner port gave is kept and handed back when the variant is cleared.
-        const Hresult result = m_Inner.Get(object, name, value);
+        const Hresult result = ForwardingWmi::Get(object, name, value);
         if (!platform::Failed(result)) {
             const std::lock_guard lock(m_Mutex);
             m_Hidden[value] = std::exchange(*value, {platform::VariantType::Null, 0});
@@ -119,7 +117,6 @@ public:
         return result;
     }
 
-    void Release(ComObject* object) noexcept override { m_Inner.Release(object); }
     void ClearVariant(platform::Variant* value) noexcept override
     {
         {
@@ -128,24 +125,19 @@ public:
                 *value = hidden.mapped();
             }
         }
-        m_Inner.ClearVariant(value);
+        ForwardingWmi::ClearVariant(value);
     }
 
     Hresult ArrayUpperBound(platform::SafeArray* array, std::uint32_t dimension, std::int32_t* bound) override
     {
         const auto fault = m_Counter.Count(kArrayUpperBound, {});
-        return fault ? ResultOf(*fault) : m_Inner.ArrayUpperBound(array, dimension, bound);
+        return fault ? ResultOf(*fault) : ForwardingWmi::ArrayUpperBound(array, dimension, bound);
     }
 
     Hresult ArrayElement(platform::SafeArray* array, std::int32_t index, void* element) override
     {
         const auto fault = m_Counter.Count(kArrayElement, std::to_string(index));
-        return fault ? ResultOf(*fault) : m_Inner.ArrayElement(array, index, element);
-    }
-
-    platform::SafeArrayBounds ArrayBounds(const platform::SafeArray* array) const noexcept override
-    {
-        return m_Inner.ArrayBounds(array);
+        return fault ? ResultOf(*fault) : ForwardingWmi::ArrayElement(array, index, element);
     }
 
 private:
@@ -155,7 +147,6 @@ private:
         return ResultOf(fault);
     }
 
-    platform::Wmi& m_Inner;
     FaultCounter& m_Counter;
     std::mutex m_Mutex;
     std::map<const platform::Variant*, platform::Variant> m_Hidden;

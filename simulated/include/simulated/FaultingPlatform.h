@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/Platform.h"
+#include "platform/Forwarding.h"
 #include "simulated/Export.h"
 
 namespace orbis::simulated {
@@ -27,9 +27,9 @@ struct CountedCall {
 };
 
 // A decorator over every port of a platform: forwards every operation, counts those that can fail, and makes one of them fail.
-// Operations that cannot fail (closing, releasing, the last error, lengths) are forwarded uncounted. Safe to use from several
-// threads.
-class ORBIS_SIMULATED_EXPORT FaultingPlatform final : public platform::Platform {
+// Operations that cannot fail (closing, releasing, the last error, lengths, sleep and clock) are forwarded uncounted. Safe to use
+// from several threads.
+class ORBIS_SIMULATED_EXPORT FaultingPlatform final : public platform::ForwardingPlatform {
 public:
     // `inner` is not owned and must outlive this object.
     explicit FaultingPlatform(platform::Platform& inner);
@@ -53,7 +53,6 @@ public:
     [[nodiscard]] platform::Wmi& WmiPort() noexcept override;
     [[nodiscard]] platform::Firmware& FirmwarePort() noexcept override;
     [[nodiscard]] platform::Pdh& PdhPort() noexcept override;
-    [[nodiscard]] platform::Time& TimePort() noexcept override;
     [[nodiscard]] platform::Text& TextPort() noexcept override;
 
 private:

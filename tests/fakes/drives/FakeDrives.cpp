@@ -123,7 +123,7 @@ void PutChecksum(Bytes& page, std::size_t start, std::size_t length)
 
 }  // namespace
 
-FakeDrives::FakeDrives() { Replace(this); }
+FakeDrives::FakeDrives() : ForwardingPlatform(System()) { Replace(this); }
 FakeDrives::~FakeDrives() { Replace(nullptr); }
 
 NativeHandle FakeDrives::Open(const char16_t* path, std::uint32_t access, std::uint32_t share, void*, std::uint32_t disposition,

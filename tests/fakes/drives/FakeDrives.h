@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/Platform.h"
+#include "platform/Forwarding.h"
 #include "platform/Requests.h"
 
 namespace orbis::tests {
@@ -35,7 +35,7 @@ struct FakeDrive {
 };
 
 // A machine of drives that answer DeviceIo as Windows does, in force while it lives.
-class FakeDrives final : public platform::Platform, private platform::DeviceIo {
+class FakeDrives final : public platform::ForwardingPlatform, private platform::DeviceIo {
 public:
     FakeDrives();
     ~FakeDrives();
@@ -46,12 +46,6 @@ public:
     std::atomic<int> commandRequests{0};  // admin commands
 
     platform::DeviceIo& DeviceIoPort() noexcept override { return *this; }
-    platform::Setup& SetupPort() noexcept override { return System().SetupPort(); }
-    platform::Wmi& WmiPort() noexcept override { return System().WmiPort(); }
-    platform::Firmware& FirmwarePort() noexcept override { return System().FirmwarePort(); }
-    platform::Pdh& PdhPort() noexcept override { return System().PdhPort(); }
-    platform::Time& TimePort() noexcept override { return System().TimePort(); }
-    platform::Text& TextPort() noexcept override { return System().TextPort(); }
 
 private:
     platform::NativeHandle Open(const char16_t* path, std::uint32_t access, std::uint32_t share, void* security,
