@@ -23,12 +23,16 @@ static_assert(static_cast<int>(VariantType::Empty) == VT_EMPTY && static_cast<in
 static_assert(hresult::kOk == S_OK && hresult::kFalse == S_FALSE && hresult::kUnexpected == E_UNEXPECTED &&
               hresult::kOutOfMemory == E_OUTOFMEMORY && hresult::kFail == E_FAIL &&
               hresult::kRpcChangedMode == RPC_E_CHANGED_MODE && hresult::kRpcTooLate == RPC_E_TOO_LATE &&
-              hresult::kDispBadIndex == DISP_E_BADINDEX);
+              hresult::kDispBadIndex == DISP_E_BADINDEX && hresult::kCoNotInitialized == CO_E_NOTINITIALIZED &&
+              hresult::kNoInterface == E_NOINTERFACE &&
+              hresult::kRpcServerUnavailable == HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE));
 static_assert(hresult::kWbemSFalse == WBEM_S_FALSE && hresult::kWbemFailed == static_cast<Hresult>(WBEM_E_FAILED) &&
               hresult::kWbemNotFound == static_cast<Hresult>(WBEM_E_NOT_FOUND) &&
               hresult::kWbemInvalidNamespace == static_cast<Hresult>(WBEM_E_INVALID_NAMESPACE) &&
               hresult::kWbemInvalidClass == static_cast<Hresult>(WBEM_E_INVALID_CLASS) &&
-              hresult::kWbemInvalidQuery == static_cast<Hresult>(WBEM_E_INVALID_QUERY));
+              hresult::kWbemInvalidQuery == static_cast<Hresult>(WBEM_E_INVALID_QUERY) &&
+              hresult::kWbemInvalidQueryType == static_cast<Hresult>(WBEM_E_INVALID_QUERY_TYPE) &&
+              hresult::kWbemInvalidParameter == static_cast<Hresult>(WBEM_E_INVALID_PARAMETER));
 
 template <class Interface>
 Interface* As(ComObject* object) noexcept

@@ -14,21 +14,26 @@ constexpr Hresult Make(std::uint32_t bits) noexcept { return static_cast<Hresult
 
 inline constexpr Hresult kOk = 0;
 inline constexpr Hresult kFalse = 1;
-inline constexpr Hresult kNotImplemented = Make(0x80004001);   // E_NOTIMPL
-inline constexpr Hresult kFail = Make(0x80004005);             // E_FAIL
-inline constexpr Hresult kUnexpected = Make(0x8000FFFF);       // E_UNEXPECTED
-inline constexpr Hresult kAccessDenied = Make(0x80070005);     // E_ACCESSDENIED
-inline constexpr Hresult kOutOfMemory = Make(0x8007000E);      // E_OUTOFMEMORY
-inline constexpr Hresult kInvalidArgument = Make(0x80070057);  // E_INVALIDARG
-inline constexpr Hresult kRpcChangedMode = Make(0x80010106);   // RPC_E_CHANGED_MODE
-inline constexpr Hresult kRpcTooLate = Make(0x80010119);       // RPC_E_TOO_LATE
-inline constexpr Hresult kDispBadIndex = Make(0x8002000B);     // DISP_E_BADINDEX
-inline constexpr Hresult kWbemSFalse = 1;                      // WBEM_S_FALSE
-inline constexpr Hresult kWbemFailed = Make(0x80041001);       // WBEM_E_FAILED
-inline constexpr Hresult kWbemNotFound = Make(0x80041002);     // WBEM_E_NOT_FOUND
+inline constexpr Hresult kNotImplemented = Make(0x80004001);        // E_NOTIMPL
+inline constexpr Hresult kNoInterface = Make(0x80004002);           // E_NOINTERFACE
+inline constexpr Hresult kFail = Make(0x80004005);                  // E_FAIL
+inline constexpr Hresult kUnexpected = Make(0x8000FFFF);            // E_UNEXPECTED
+inline constexpr Hresult kCoNotInitialized = Make(0x800401F0);      // CO_E_NOTINITIALIZED
+inline constexpr Hresult kAccessDenied = Make(0x80070005);          // E_ACCESSDENIED
+inline constexpr Hresult kOutOfMemory = Make(0x8007000E);           // E_OUTOFMEMORY
+inline constexpr Hresult kInvalidArgument = Make(0x80070057);       // E_INVALIDARG
+inline constexpr Hresult kRpcChangedMode = Make(0x80010106);        // RPC_E_CHANGED_MODE
+inline constexpr Hresult kRpcTooLate = Make(0x80010119);            // RPC_E_TOO_LATE
+inline constexpr Hresult kRpcServerUnavailable = Make(0x800706BA);  // RPC_S_SERVER_UNAVAILABLE
+inline constexpr Hresult kDispBadIndex = Make(0x8002000B);          // DISP_E_BADINDEX
+inline constexpr Hresult kWbemSFalse = 1;                           // WBEM_S_FALSE
+inline constexpr Hresult kWbemFailed = Make(0x80041001);            // WBEM_E_FAILED
+inline constexpr Hresult kWbemNotFound = Make(0x80041002);          // WBEM_E_NOT_FOUND
+inline constexpr Hresult kWbemInvalidParameter = Make(0x80041008);
 inline constexpr Hresult kWbemInvalidNamespace = Make(0x8004100E);
 inline constexpr Hresult kWbemInvalidClass = Make(0x80041010);
 inline constexpr Hresult kWbemInvalidQuery = Make(0x80041017);
+inline constexpr Hresult kWbemInvalidQueryType = Make(0x80041018);
 inline constexpr Hresult kClassNotRegistered = Make(0x80040154);  // REGDB_E_CLASSNOTREG
 }  // namespace hresult
 

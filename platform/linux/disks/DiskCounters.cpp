@@ -6,7 +6,7 @@
 #include <string_view>
 #include <utility>
 
-#include "linux/ports/RowWmi.h"
+#include "emulated/CaseFolding.h"
 
 namespace orbis::platform::linux_system {
 namespace {
@@ -60,7 +60,8 @@ bool Add(Activity& sum, const DiskInterval& disk) noexcept
 
 std::optional<DiskCounter> DiskCounterByName(std::u16string_view name) noexcept
 {
-    const auto found = std::ranges::find_if(kNames, [&](const auto& entry) { return EqualIgnoreCase(entry.first, name); });
+    const auto found =
+        std::ranges::find_if(kNames, [&](const auto& entry) { return emulated::EqualIgnoreCase(entry.first, name); });
     return found != kNames.end() ? std::optional(found->second) : std::nullopt;
 }
 

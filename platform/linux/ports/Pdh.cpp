@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "emulated/CaseFolding.h"
 #include "linux/disks/DiskCounters.h"
 #include "linux/disks/DiskStats.h"
 #include "linux/kernel/Files.h"
@@ -56,7 +57,8 @@ std::optional<std::uint32_t> DiskOfInstance(Machine& machine, std::u16string_vie
     const std::optional<std::uint64_t> number = ParseNumber(std::string_view(name).substr(0, name.find(' ')));
     const std::optional<Disk> disk =
         number && *number <= 0xFFFF ? machine.inventory.Find(static_cast<std::uint32_t>(*number)) : std::nullopt;
-    const bool isCalledSo = disk && EqualIgnoreCase(Utf8ToUtf16(PerformanceInstance(*disk, machine.volumes.Current())), instance);
+    const bool isCalledSo =
+        disk && emulated::EqualIgnoreCase(Utf8ToUtf16(PerformanceInstance(*disk, machine.volumes.Current())), instance);
     return isCalledSo ? std::optional(disk->number) : std::nullopt;
 }
 
@@ -135,7 +137,7 @@ PdhStatus Pdh::EnumInstances(const char16_t* object, char16_t* buffer, std::uint
     if (object == nullptr || characters == nullptr || (buffer == nullptr && *characters != 0)) {
         return pdh::kInvalidArgument;
     }
-    if (!EqualIgnoreCase(object, kObject)) {
+    if (!emulated::EqualIgnoreCase(object, kObject)) {
         return pdh::kNoObject;
     }
     std::u16string names;
@@ -169,7 +171,7 @@ PdhStatus Pdh::AddEnglishCounter(PdhQueryObject* query, const char16_t* path, st
     if (!parsed) {
         return pdh::kBadCounterName;
     }
-    if (!EqualIgnoreCase(parsed->object, kObject)) {
+    if (!emulated::EqualIgnoreCase(parsed->object, kObject)) {
         return pdh::kNoObject;
     }
     const std::optional<DiskCounter> kind = DiskCounterByName(parsed->counter);
@@ -178,7 +180,7 @@ PdhStatus Pdh::AddEnglishCounter(PdhQueryObject* query, const char16_t* path, st
     }
     auto added = std::make_unique<Counter>();
     added->kind = *kind;
-    added->isTotal = EqualIgnoreCase(parsed->instance, kTotal);
+    added->isTotal = emulated::EqualIgnoreCase(parsed->instance, kTotal);
     added->sinceSample = opened->samples;
     if (!added->isTotal) {
         added->disk = DiskOfInstance(m_Machine, parsed->instance);

@@ -19,8 +19,8 @@ struct Platform::Ports {
         : machine(std::move(roots), std::move(calls)),
           deviceIo(machine),
           setup(machine),
-          rows(machine),
-          wmi(MakeRowWmi(rows)),
+          facts(machine),
+          wmi(emulated::MakeWmi(facts)),
           firmware(machine),
           pdh(machine)
     {}
@@ -28,7 +28,7 @@ struct Platform::Ports {
     Machine machine;
     DeviceIo deviceIo;
     Setup setup;
-    WmiRows rows;
+    KernelFacts facts;
     std::unique_ptr<Wmi> wmi;
     Firmware firmware;
     Pdh pdh;

@@ -8,15 +8,15 @@
 
 #include <fmt/format.h>
 
+#include "emulated/WmiClasses.h"
 #include "linux/disks/Guid.h"
 #include "linux/kernel/Files.h"
 #include "linux/volumes/VolumeSerial.h"
-#include "platform/Text.h"
 
 namespace orbis::platform::linux_system {
 namespace {
 
-RowValue Text16(std::string_view text) { return Utf8ToUtf16(text); }
+using namespace emulated;
 
 std::string DrivePath(const Disk& disk) { return fmt::format(R"(\\.\PHYSICALDRIVE{})", disk.number); }
 std::string Drive(const Volume& volume) { return std::string(1, volume.letter) + ":"; }
@@ -28,77 +28,52 @@ std::string ModelName(const Disk& disk)
     return hasVendor && !disk.model.empty() ? disk.vendor + " " + disk.model : disk.model + (hasVendor ? disk.vendor : "");
 }
 
-std::string_view InterfaceType(BusType busType)
+// Every disk or volume as one row, which `fill` fills.
+template <typename Items, typename Fill>
+WmiRows RowsOf(const Items& items, Fill fill)
 {
-    switch (busType) {
-        case BusType::Usb:
-            return "USB";
-        case BusType::Ata:
-        case BusType::Sata:
-            return "IDE";
-        case BusType::Ieee1394:
-            return "1394";
-        default:
-            return "SCSI";
+    WmiRows rows;
+    for (const auto& item : items) {
+        auto row = std::make_shared<WmiRow>();
+        fill(*row, item);
+        rows.push_back(std::move(row));
     }
+    return rows;
 }
 
 // A property that a disk does not have is an empty text, not an absent one: a reader that needs it must not lose the row.
-std::vector<Row> DiskDrives(Machine& machine)
+WmiRows DiskDrives(Machine& machine)
 {
-    std::vector<Row> rows;
-    for (const Disk& disk : machine.inventory.Disks()) {
+    return RowsOf(machine.inventory.Disks(), [](WmiRow& row, const Disk& disk) {
         const std::string path = DrivePath(disk);
-        rows.push_back({{u"Index", RowUint32(disk.number)},
-                        {u"DeviceID", Text16(path)},
-                        {u"Name", Text16(path)},
-                        {u"Caption", Text16(ModelName(disk))},
-                        {u"Model", Text16(ModelName(disk))},
-                        {u"Manufacturer", Text16(disk.vendor)},
-                        {u"PNPDeviceID", Text16(disk.instanceId)},
-                        {u"SerialNumber", Text16(disk.serial)},
-                        {u"FirmwareRevision", Text16(disk.firmwareRevision)},
-                        {u"InterfaceType", Text16(InterfaceType(disk.busType))},
-                        {u"MediaType", Text16(disk.isRemovable ? "Removable Media" : "Fixed hard disk media")},
-                        {u"SCSIPort", RowUint32(disk.address.port)},
-                        {u"SCSIBus", RowUint32(disk.address.bus)},
-                        {u"SCSITargetId", RowUint32(disk.address.target)},
-                        {u"SCSILogicalUnit", RowUint32(disk.address.unit)},
-                        {u"Size", RowUint64(disk.bytes)},
-                        {u"BytesPerSector", RowUint32(disk.bytesPerSector)},
-                        {u"Partitions", RowUint32(static_cast<std::uint32_t>(disk.partitions.size()))}});
-    }
-    return rows;
+        row.Number("Index", disk.number).Text("DeviceID", path).Text("Name", path);
+        row.Text("Caption", ModelName(disk)).Text("Model", ModelName(disk)).Text("Manufacturer", disk.vendor);
+        row.Text("PNPDeviceID", disk.instanceId).Text("SerialNumber", disk.serial).Text("FirmwareRevision", disk.firmwareRevision);
+        row.Text("InterfaceType", InterfaceType(disk.busType)).Text("MediaType", MediaTypeText(disk.isRemovable));
+        row.Number("SCSIPort", disk.address.port).Number("SCSIBus", disk.address.bus);
+        row.Number("SCSITargetId", disk.address.target).Number("SCSILogicalUnit", disk.address.unit);
+        row.Big("Size", disk.bytes).Number("BytesPerSector", disk.bytesPerSector);
+        row.Number("Partitions", static_cast<std::uint32_t>(disk.partitions.size()));
+    });
 }
 
-std::vector<Row> PhysicalDisks(Machine& machine)
+WmiRows PhysicalDisks(Machine& machine)
 {
-    std::vector<Row> rows;
-    for (const Disk& disk : machine.inventory.Disks()) {
-        rows.push_back({{u"DeviceId", Text16(std::to_string(disk.number))},
-                        {u"FriendlyName", Text16(ModelName(disk))},
-                        {u"Model", Text16(disk.model)},
-                        {u"SerialNumber", Text16(disk.serial)},
-                        {u"FirmwareVersion", Text16(disk.firmwareRevision)},
-                        {u"MediaType", RowUint32(static_cast<std::uint32_t>(disk.mediaType))},
-                        {u"BusType", RowUint32(static_cast<std::uint32_t>(disk.busType))},
-                        {u"Size", RowUint64(disk.bytes)},
-                        {u"LogicalSectorSize", RowUint64(disk.bytesPerSector)},
-                        {u"PhysicalSectorSize", RowUint64(disk.bytesPerPhysicalSector)}});
-    }
-    return rows;
+    return RowsOf(machine.inventory.Disks(), [](WmiRow& row, const Disk& disk) {
+        row.Text("DeviceId", std::to_string(disk.number)).Text("FriendlyName", ModelName(disk)).Text("Model", disk.model);
+        row.Text("SerialNumber", disk.serial).Text("FirmwareVersion", disk.firmwareRevision);
+        row.Number("MediaType", static_cast<std::uint32_t>(disk.mediaType));
+        row.Number("BusType", static_cast<std::uint32_t>(disk.busType)).Big("Size", disk.bytes);
+        row.Big("LogicalSectorSize", disk.bytesPerSector).Big("PhysicalSectorSize", disk.bytesPerPhysicalSector);
+    });
 }
 
-std::vector<Row> LogicalDisks(Machine& machine)
+WmiRows LogicalDisks(Machine& machine)
 {
-    std::vector<Row> rows;
-    for (const Volume& volume : machine.volumes.Current().volumes) {
-        rows.push_back({{u"Caption", Text16(Drive(volume))},
-                        {u"DeviceID", Text16(Drive(volume))},
-                        {u"Name", Text16(Drive(volume))},
-                        {u"VolumeSerialNumber", Text16(ReadVolumeSerial(machine.roots, volume.blockName))}});
-    }
-    return rows;
+    return RowsOf(machine.volumes.Current().volumes, [&](WmiRow& row, const Volume& volume) {
+        row.Text("Caption", Drive(volume)).Text("DeviceID", Drive(volume)).Text("Name", Drive(volume));
+        row.Text("VolumeSerialNumber", ReadVolumeSerial(machine.roots, volume.blockName));
+    });
 }
 
 // Letters of the volumes that swap files are on.
@@ -132,73 +107,51 @@ std::string VolumeGuidPath(const Volume& volume)
     return R"(\\?\Volume{)" + GuidText(guid) + "}\\";
 }
 
-std::vector<Row> Volumes(Machine& machine)
+WmiRows Volumes(Machine& machine)
 {
     const VolumeSet set = machine.volumes.Current();
-    const std::string pageFiles = PageFileLetters(machine.roots, set);
-    std::vector<Row> rows;
-    for (const Volume& volume : set.volumes) {
-        rows.push_back({{u"DeviceID", Text16(VolumeGuidPath(volume))},
-                        {u"DriveLetter", Text16(Drive(volume))},
-                        {u"Name", Text16(Drive(volume) + "\\")},
-                        {u"BootVolume", RowBool(volume.mountPoint == "/")},
-                        {u"PageFilePresent", RowBool(pageFiles.find(volume.letter) != std::string::npos)}});
-    }
-    return rows;
+    return RowsOf(set.volumes, [&, pageFiles = PageFileLetters(machine.roots, set)](WmiRow& row, const Volume& volume) {
+        row.Text("DeviceID", VolumeGuidPath(volume)).Text("DriveLetter", Drive(volume)).Text("Name", Drive(volume) + "\\");
+        row.Flag("BootVolume", volume.mountPoint == "/");
+        row.Flag("PageFilePresent", pageFiles.find(volume.letter) != std::string::npos);
+    });
 }
 
-std::vector<Row> RecoveryConfiguration(Machine& machine)
+WmiRows RecoveryConfiguration(Machine& machine)
 {
     constexpr const char* kCrashDirectory = "/var/crash";  // where kdump and the distributions' crash reporters write
-    return {{{u"ExpandedMiniDumpDirectory", Text16(machine.volumes.Current().WindowsPath(kCrashDirectory))}}};
+    auto row = std::make_shared<WmiRow>();
+    row->Text("ExpandedMiniDumpDirectory", machine.volumes.Current().WindowsPath(kCrashDirectory));
+    return {std::move(row)};
 }
 
-std::vector<Row> PerformanceInstances(Machine& machine)
+WmiRows PerformanceInstances(Machine& machine)
 {
-    const VolumeSet volumes = machine.volumes.Current();
-    std::vector<Row> rows;
-    for (const Disk& disk : machine.inventory.Disks()) {
-        rows.push_back({{u"Name", Text16(PerformanceInstance(disk, volumes))}});
+    std::vector<std::string> names;
+    for (const VolumeSet volumes = machine.volumes.Current(); const Disk& disk : machine.inventory.Disks()) {
+        names.push_back(PerformanceInstance(disk, volumes));
     }
-    rows.push_back({{u"Name", Text16("_Total")}});
-    return rows;
+    names.emplace_back("_Total");
+    return RowsOf(names, [](WmiRow& row, const std::string& name) { row.Text("Name", name); });
 }
 
 // The kernel keeps no SMART data of its own; the class is there, as on a Windows machine whose drivers provide none.
-std::vector<Row> NoRows(Machine& /*machine*/) { return {}; }
+WmiRows NoRows(Machine& /*machine*/) { return {}; }
 
-struct ClassEntry {
-    std::u16string_view path;
-    std::u16string_view name;
-    std::vector<Row> (*build)(Machine& machine);
-};
-
-constexpr std::array kClasses{
-    ClassEntry{u"root\\cimv2", u"Win32_DiskDrive", DiskDrives},
-    ClassEntry{u"root\\cimv2", u"Win32_LogicalDisk", LogicalDisks},
-    ClassEntry{u"root\\cimv2", u"Win32_Volume", Volumes},
-    ClassEntry{u"root\\cimv2", u"Win32_OSRecoveryConfiguration", RecoveryConfiguration},
-    ClassEntry{u"root\\cimv2", u"Win32_PerfFormattedData_PerfDisk_PhysicalDisk", PerformanceInstances},
-    ClassEntry{u"root\\microsoft\\windows\\storage", u"MSFT_PhysicalDisk", PhysicalDisks},
-    ClassEntry{u"root\\wmi", u"MSStorageDriver_ATAPISmartData", NoRows},
-};
+constexpr std::array<std::pair<WmiClass, WmiRows (*)(Machine&)>, 7> kClasses{{{kDiskDrive, DiskDrives},
+                                                                              {kLogicalDisk, LogicalDisks},
+                                                                              {kVolume, Volumes},
+                                                                              {kRecoveryConfiguration, RecoveryConfiguration},
+                                                                              {kPerformanceDisk, PerformanceInstances},
+                                                                              {kPhysicalDisk, PhysicalDisks},
+                                                                              {kAtapiSmartData, NoRows}}};
 
 }  // namespace
 
-bool WmiRows::HasNamespace(std::u16string_view path)
+WmiAnswer KernelFacts::Query(const WmiQuery& query)
 {
-    return std::ranges::find(kClasses, path, &ClassEntry::path) != kClasses.end();
-}
-
-Hresult WmiRows::Rows(std::u16string_view path, std::u16string_view className, std::vector<Row>& rows)
-{
-    for (const ClassEntry& entry : kClasses) {
-        if (entry.path == path && EqualIgnoreCase(entry.name, className)) {
-            rows = entry.build(m_Machine);
-            return hresult::kOk;
-        }
-    }
-    return hresult::kWbemInvalidClass;
+    const auto found = std::ranges::find_if(kClasses, [&](const auto& entry) { return entry.first.IsAskedFor(query); });
+    return found != kClasses.end() ? WmiAnswer{hresult::kOk, found->second(m_Machine)} : WmiClassFails(hresult::kWbemInvalidClass);
 }
 
 std::string PerformanceInstance(const Disk& disk, const VolumeSet& volumes)

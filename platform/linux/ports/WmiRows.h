@@ -1,18 +1,16 @@
 #pragma once
 
+#include "emulated/WmiFacts.h"
 #include "linux/kernel/Machine.h"
-#include "linux/ports/RowWmi.h"
 
 namespace orbis::platform::linux_system {
 
-// The kernel's knowledge as rows of WMI classes. A class is one entry of a table: where it is, what it is called, who builds its
-// rows.
-class WmiRows final : public RowSource {
+// The kernel's knowledge as rows of WMI classes.
+class KernelFacts final : public emulated::WmiFacts {
 public:
-    explicit WmiRows(Machine& machine) : m_Machine(machine) {}
+    explicit KernelFacts(Machine& machine) : m_Machine(machine) {}
 
-    bool HasNamespace(std::u16string_view path) override;
-    Hresult Rows(std::u16string_view path, std::u16string_view className, std::vector<Row>& rows) override;
+    emulated::WmiAnswer Query(const emulated::WmiQuery& query) override;
 
 private:
     Machine& m_Machine;
