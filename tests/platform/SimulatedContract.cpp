@@ -1,4 +1,5 @@
 #include "PlatformContract.h"
+#include "insight/Journal.h"
 #include "simulated/FaultingPlatform.h"
 #include "simulated/MachineFile.h"
 
@@ -22,14 +23,15 @@ protected:
     std::unique_ptr<simulated::Machine> m_Machine;
 };
 
-// The decorator forwards every operation: behind it the contract holds as well.
+// Decorators forward every operation: behind two of them the contract holds as well.
 class DecoratedSubject final : public SimulatedSubject {
 public:
-    explicit DecoratedSubject(const std::string& file) : SimulatedSubject(file), m_Faults(*m_Machine) {}
-    platform::Platform& Ports() override { return m_Faults; }
+    explicit DecoratedSubject(const std::string& file) : SimulatedSubject(file), m_Faults(*m_Machine), m_Journal(m_Faults) {}
+    platform::Platform& Ports() override { return m_Journal; }
 
 private:
     simulated::FaultingPlatform m_Faults;
+    insight::Journal m_Journal;
 };
 
 template <typename Subject>
