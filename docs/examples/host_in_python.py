@@ -1,68 +1,55 @@
-"""A host in Python: loads a collector plug-in, lists what it collects, and collects NVMe Identify Controller data in four ways.
+"""A host in Python: what host_in_c.c does, over the package orbis_storage.
 
-    host_in_python.py PLUGIN [SIMULATED_LIBRARY MACHINE_FILE]
+    host_in_python.py [PLUGIN [SIMULATED_LIBRARY MACHINE_FILE]]
 
-Needs protobuf for Python and the classes that protoc makes of the schema (protoc --python_out) on PYTHONPATH.
+Without a plug-in's file, the installed one is loaded. With a simulated machine, the plug-in sees that machine instead of this one.
 """
 
+import logging
 import sys
-from datetime import datetime, timezone
 
-from orbis.datatypes.nvme_identify_pb2 import NvmeIdentifyControllerData
-
-import orbis_border
+import orbis_storage
 
 
-def print_failure(error):
-    print(f"  failed: {error.type_name}: {error}")
-    while error := error.inner:
-        print(f"    because of {error.type_name}: {error}")
-
-
-def describe(message):
-    if message is None:
-        return "no message"
-    drive = NvmeIdentifyControllerData.FromString(message)
-    return f"{drive.model_number}, serial {drive.serial_number}"
-
-
-def collect(plugin, operation, title, **how):
+def collect(plugin, title, **how):
     print(title)
     try:
-        items = plugin.collect(operation, **how)
-    except orbis_border.CollectionError as error:
-        print_failure(error)
+        items = plugin.collect("NvmeIdentifyControllerData", **how)
+    except orbis_storage.CollectionError as error:
+        for failure in error.chain():
+            print("  failed:" if failure is error else "    because of", f"{failure.type_name}: {failure}")
         return []
     if items is None:
         print("  no list")
         return []
-    for item_id, nanoseconds, message in items:
-        when = datetime.fromtimestamp(nanoseconds // 10**9, timezone.utc).strftime("%Y-%m-%dT%H:%M:%SZ")
-        print(f"  {item_id}, collected {when}: {describe(message)}")
+    print(f"  items: {len(items)}")
+    for item in items:
+        print(f"  {item.item_id}, collected {item.collection_time:%Y-%m-%dT%H:%M:%SZ},",
+              "without a message" if item.message is None else "with a message")
+        if item.message is not None:
+            drive = item.message
+            print(f"    {drive.model_number}, serial number {drive.serial_number}, firmware {drive.firmware_revision}")
     return items
 
 
-def main(plugin_path, *machine):
+def main(plugin_file=None, *machine):
+    logging.basicConfig(format="%(levelname)s: %(message)s", level=logging.DEBUG, stream=sys.stderr)
     if machine:
-        orbis_border.use_machine(*machine)
+        library, machine_file = machine
+        orbis_storage.use_machine(machine_file, library)
 
-    def log(level, message, *_):
-        print(f"{level}: {message}", file=sys.stderr)
-
-    with orbis_border.Plugin(plugin_path, log) as plugin:
+    with orbis_storage.Plugin(plugin_file) as plugin:
         print(plugin.name, plugin.id)
-        for name, datatype in plugin.operations:
-            print(f"  {name}: {datatype}")
-        identify = [name for name, _ in plugin.operations].index("CollectNvmeIdentifyControllerData")
-
-        items = collect(plugin, identify, "All disks:")
+        for operation in plugin.operations:
+            print(f"  {operation.name}: {operation.datatype}")
+        items = collect(plugin, "All disks:")
         if items:
-            collect(plugin, identify, "The first of them:", item_id=items[0][0])
-        collect(plugin, identify, "Cancelled:", is_cancelled=lambda: True)
-        collect(plugin, identify, "A disk that is not there:", item_id="Disk_that is not there")
+            collect(plugin, "The first of them:", item_id=items[0].item_id)
+        collect(plugin, "Cancelled:", is_cancelled=lambda: True)
+        collect(plugin, "A disk that is not there:", item_id="Disk_that is not there")
 
 
 if __name__ == "__main__":
-    if len(sys.argv) not in (2, 4):
+    if len(sys.argv) not in (1, 2, 4):
         sys.exit(__doc__)
     main(*sys.argv[1:])
