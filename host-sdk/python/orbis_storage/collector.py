@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import contextlib
 import ctypes
 import importlib
 import logging
@@ -88,8 +89,11 @@ class Plugin:
         self._take(table.create(ctypes.byref(self._host), ctypes.byref(self._object)))
 
     def close(self) -> None:
-        """Destroys the plug-in object; the library stays loaded."""
-        plugin, self._object = self._object, ctypes.c_void_p()
+        """Destroys the plug-in object, when no collection uses it any more; the library stays loaded."""
+        with contextlib.ExitStack() as stack:
+            for lock in self._locks:
+                stack.enter_context(lock)
+            plugin, self._object = self._object, ctypes.c_void_p()
         self._table.destroy(plugin)
 
     def __enter__(self) -> Plugin:
