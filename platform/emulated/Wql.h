@@ -8,7 +8,7 @@
 // WMI's texts: paths of namespaces and queries.
 namespace orbis::platform::emulated {
 
-// The namespace of an object path ("root\cimv2", "\\.\root\cimv2", "//./root/cimv2") in the form that a WmiQuery has. Whether there
+// The namespace of an object path ("root\cimv2", "\\.\root\cimv2", or with slashes) in the form that a WmiQuery has. Whether there
 // is such a namespace is not looked at.
 [[nodiscard]] Hresult ParseNamespacePath(std::string_view path, std::string& wmiNamespace);
 // Whether every Windows has the namespace.
