@@ -1,6 +1,7 @@
 # What the project does not write itself, under one name each on every platform.
-#   orbis::protobuf  orbis::fmt  orbis::spdlog  orbis::cli11  orbis::gtest
-# Cross builds for Windows use fmt, spdlog and CLI11 as headers only, from ORBIS_HEADER_ONLY_INCLUDE_DIR.
+#   orbis::protobuf  orbis::fmt  orbis::spdlog  orbis::cli11  orbis::utf8proc  orbis::gtest
+# Cross builds for Windows use fmt, spdlog and CLI11 as headers only, from ORBIS_HEADER_ONLY_INCLUDE_DIR, and compile the one source
+# of utf8proc that stands there too.
 include(GoogleTest)
 
 find_package(Protobuf 3.21 REQUIRED)
@@ -13,6 +14,10 @@ if(ORBIS_HEADER_ONLY_INCLUDE_DIR)
     add_library(orbis::fmt ALIAS orbis-header-only)
     add_library(orbis::spdlog ALIAS orbis-header-only)
     add_library(orbis::cli11 ALIAS orbis-header-only)
+    add_library(orbis-utf8proc STATIC ${ORBIS_HEADER_ONLY_INCLUDE_DIR}/utf8proc/utf8proc.c)
+    target_include_directories(orbis-utf8proc SYSTEM PUBLIC ${ORBIS_HEADER_ONLY_INCLUDE_DIR}/utf8proc)
+    target_compile_definitions(orbis-utf8proc PUBLIC UTF8PROC_STATIC)
+    add_library(orbis::utf8proc ALIAS orbis-utf8proc)
 else()
     find_package(fmt 9 REQUIRED)
     find_package(spdlog 1.10 REQUIRED)
@@ -20,6 +25,17 @@ else()
     add_library(orbis::fmt ALIAS fmt::fmt)
     add_library(orbis::spdlog ALIAS spdlog::spdlog_header_only)
     add_library(orbis::cli11 ALIAS CLI11::CLI11)
+    # Debian's package has no CMake configuration; vcpkg's has one of this name.
+    find_package(unofficial-utf8proc CONFIG QUIET)
+    if(TARGET utf8proc)
+        add_library(orbis::utf8proc ALIAS utf8proc)
+    else()
+        find_path(UTF8PROC_INCLUDE_DIR utf8proc.h REQUIRED)
+        find_library(UTF8PROC_LIBRARY utf8proc REQUIRED)
+        add_library(orbis::utf8proc UNKNOWN IMPORTED)
+        set_target_properties(orbis::utf8proc PROPERTIES IMPORTED_LOCATION ${UTF8PROC_LIBRARY}
+                                                         INTERFACE_INCLUDE_DIRECTORIES ${UTF8PROC_INCLUDE_DIR})
+    endif()
 endif()
 
 if(ORBIS_BUILD_TESTS OR ORBIS_BUILD_BENCH)

@@ -9,6 +9,7 @@ jobs=${ORBIS_JOBS:-$(nproc)}
 llvm_version=19.1.7
 mingw_version=10.0.0
 protobuf_version=3.21.12
+utf8proc_version=2.8.0
 wine_version=8.0~repack
 
 say() { printf 'windows: %s\n' "$*" >&2; }
