@@ -3,7 +3,7 @@ _orbis_host() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} choices=
     case $before in
         --format) choices="table json text binary" ;;
-        --log-level) choices="trace debug warning error off" ;;
+        --log-level) choices="trace debug info warning error off" ;;
         --machine | --plugin | validate | show) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
         --watch | --count | --item) return ;;
         *)
@@ -12,7 +12,8 @@ _orbis_host() {
                     NvmeIdentifyControllerData --item --machine --format --log-level --watch --count --plugin --help" ;;
                 describe) choices="--plugin --help" ;;
                 machine) choices="validate show --help" ;;
-                *) choices="describe collect machine --help --version" ;;
+                help) choices="describe collect machine" ;;
+                *) choices="describe collect machine help version --help --version" ;;
             esac ;;
     esac
     mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$word")

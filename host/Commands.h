@@ -6,35 +6,36 @@
 #include <vector>
 
 #include "ConsoleLog.h"
+#include "ExitStatus.h"
+#include "Formats.h"
 #include "Output.h"
 
 namespace orbis::host {
-
-// Exit statuses of every command.
-inline constexpr int kExitOk = 0;
-inline constexpr int kExitCollectionFailed = 1;  // at least one; the others are still printed
-inline constexpr int kExitUsage = 2;             // wrong usage, or a wrong machine file
-inline constexpr int kExitNoPlugin = 3;          // the plug-in could not be loaded
 
 struct DescribeOptions {
     std::filesystem::path plugin;  // empty: the one beside this program
 };
 
-struct CollectOptions {
+// What every command that collects has.
+struct SourceOptions {
     std::filesystem::path plugin;
-    std::vector<std::string> datatypes;  // empty or "all": every one that the plug-in offers
-    std::string item;                    // empty: every item
-    std::filesystem::path machine;       // empty: this machine
-    Format format = Format::Table;
+    std::filesystem::path machine;  // empty: this machine
+    std::string disk;               // empty: every disk
     LogLevel logLevel = LogLevel::Warning;
+};
+
+struct CollectOptions {
+    SourceOptions source;
+    std::vector<std::string> datatypes;  // empty or "all": every one that the plug-in offers
+    Format format = Format::Table;
     double watchSeconds = 0;  // 0: once
     std::uint32_t count = 0;  // passes of a watch; 0: until interrupted
 };
 
-// Each prints its result on standard output, what goes wrong on standard error, and returns the exit status.
-[[nodiscard]] int Describe(const DescribeOptions& options);
-[[nodiscard]] int Collect(const CollectOptions& options);
-[[nodiscard]] int ValidateMachineFiles(const std::vector<std::filesystem::path>& files);
-[[nodiscard]] int ShowMachineFile(const std::filesystem::path& file);
+// Each prints its result, reports what goes wrong on standard error, and returns the exit status.
+[[nodiscard]] int Describe(const DescribeOptions& options, Output& output);
+[[nodiscard]] int Collect(const CollectOptions& options, Output& output);
+[[nodiscard]] int ValidateMachineFiles(const std::vector<std::filesystem::path>& files, Output& output);
+[[nodiscard]] int ShowMachineFile(const std::filesystem::path& file, Output& output);
 
 }  // namespace orbis::host

@@ -3,7 +3,10 @@
 #include <spdlog/sinks/stdout_color_sinks.h>
 #include <spdlog/spdlog.h>
 
-#include "Table.h"
+#include <utility>
+
+#include "Terminal.h"
+#include "Text.h"
 
 namespace orbis::host {
 namespace {
@@ -15,6 +18,8 @@ spdlog::level::level_enum ToSpdlog(LogLevel level)
             return spdlog::level::trace;
         case LogLevel::Debug:
             return spdlog::level::debug;
+        case LogLevel::Info:
+            return spdlog::level::info;
         case LogLevel::Warning:
             return spdlog::level::warn;
         case LogLevel::Error:
@@ -25,12 +30,17 @@ spdlog::level::level_enum ToSpdlog(LogLevel level)
     return spdlog::level::off;
 }
 
-class ConsoleLog final : public Veyra::Orbis::Common::IZelLog {
+class SpdlogConsole final : public ConsoleLog {
 public:
-    ConsoleLog(const std::string& logId, LogLevel level) : m_Logger(logId, std::make_shared<spdlog::sinks::stderr_color_sink_mt>())
+    SpdlogConsole(const std::string& logId, LogLevel level) : SpdlogConsole(logId, level, std::make_shared<Sink>()) {}
+
+    void Flush() override { FlushUnless({}); }
+    void FlushUnless(std::string_view message) override
     {
-        m_Logger.set_level(ToSpdlog(level));
-        m_Logger.set_pattern("%H:%M:%S.%e %^%-7l%$ %n  %v");
+        if (!m_HeldBack.empty() && (message.empty() || !m_HeldBack.ends_with(message))) {
+            Write(spdlog::level::err, std::exchange(m_HeldBack, {}), m_HeldBackFrom);
+        }
+        m_HeldBack.clear();
     }
 
     IZelLog& Error(std::string_view message, std::int32_t line, std::string_view file, std::string_view function) override
@@ -56,23 +66,51 @@ public:
     }
 
 private:
+    using Sink = spdlog::sinks::stderr_color_sink_mt;
+
+    SpdlogConsole(const std::string& logId, LogLevel level, const std::shared_ptr<Sink>& sink)
+        : m_Logger(logId, sink), m_HoldsBack(level > LogLevel::Debug)
+    {
+        if (WantsNoColour()) {
+            sink->set_color_mode(spdlog::color_mode::never);
+        }
+        m_Logger.set_level(ToSpdlog(level));
+        m_Logger.set_pattern("%H:%M:%S.%e %^%-7l%$ %n  %v");
+    }
+
     IZelLog& Log(spdlog::level::level_enum level, std::string_view message, std::int32_t line, std::string_view file,
                  std::string_view function)
     {
         if (m_Logger.should_log(level)) {
-            m_Logger.log(level, "{}  [{}:{} {}]", Printable(message), file, line, function);
+            Flush();
+            std::string from = fmt::format("[{}:{} {}]", file, line, function);
+            if (m_HoldsBack && level == spdlog::level::err) {
+                m_HeldBack = message;
+                m_HeldBackFrom = std::move(from);
+            } else {
+                Write(level, std::string(message), from);
+            }
         }
         return *this;
     }
 
+    void Write(spdlog::level::level_enum level, const std::string& message, const std::string& from)
+    {
+        const std::string printable = Printable(message);
+        m_Logger.log(level, "{}  {}", WantsAscii() ? Ascii(printable) : printable, from);
+    }
+
     spdlog::logger m_Logger;
+    const bool m_HoldsBack;
+    std::string m_HeldBack;
+    std::string m_HeldBackFrom;
 };
 
 }  // namespace
 
-std::shared_ptr<Veyra::Orbis::Common::IZelLog> MakeConsoleLog(const std::string& logId, LogLevel level)
+std::shared_ptr<ConsoleLog> MakeConsoleLog(const std::string& logId, LogLevel level)
 {
-    return std::make_shared<ConsoleLog>(logId, level);
+    return std::make_shared<SpdlogConsole>(logId, level);
 }
 
 }  // namespace orbis::host

@@ -1,6 +1,3 @@
-#include <fmt/format.h>
-#include <cstdio>
-
 #include "Commands.h"
 #include "HostBorder/PluginHost.h"
 #include "PluginFile.h"
@@ -9,31 +6,20 @@
 
 namespace orbis::host {
 
-int Describe(const DescribeOptions& options)
+int Describe(const DescribeOptions& options, Output& output)
 {
-    try {
-        const border::PluginHost plugin = border::PluginHost::Load(PluginFile(options.plugin));
-        Table facts;
-        facts.AddColumn("");
-        facts.AddColumn("");
-        facts.AddRow({"Plug-in", plugin.Name()});
-        facts.AddRow({"", plugin.Description()});
-        facts.AddRow({"Id", plugin.Id()});
-        facts.AddRow({"Log id", plugin.LogId()});
-        Table operations;
-        operations.AddColumn("Datatype");
-        operations.AddColumn("What it tells");
-        for (const border::Operation& operation : plugin.Operations()) {
-            operations.AddRow({ShortName(operation.datatype), operation.description});
-        }
-        PrepareOutput(false);
-        const std::size_t width = OutputIsTerminal() ? GetTerminalSize().columns : 0;
-        const std::string text = facts.Render(width) + '\n' + operations.Render(width);
-        std::fwrite(text.data(), 1, text.size(), stdout);
-        return kExitOk;
-    } catch (const border::PluginLoadError& error) {
-        return ReportLoadError(error);
+    const border::PluginHost plugin = border::PluginHost::Load(PluginFile(options.plugin));
+    PrepareOutput(false);
+    std::string text =
+        RenderFacts({{"Plug-in", plugin.Name()}, {"", plugin.Description()}, {"Id", plugin.Id()}, {"Log id", plugin.LogId()}},
+                    output.GetStyle(), 0);
+    std::vector<std::pair<std::string, std::string>> operations{{"Datatype", "What it tells"}};
+    for (const border::Operation& operation : plugin.Operations()) {
+        operations.emplace_back(ShortName(operation.datatype), operation.description);
     }
+    text += '\n' + RenderFacts(operations, output.GetStyle(), 0);
+    output.Write(text);
+    return kExitOk;
 }
 
 }  // namespace orbis::host

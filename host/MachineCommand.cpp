@@ -1,8 +1,10 @@
-#include <cstdio>
+#include <sstream>
 #include <string>
 
 #include "Commands.h"
+#include "Say.h"
 #include "Table.h"
+#include "Terminal.h"
 #include "simulated/MachineFile.h"
 
 namespace orbis::host {
@@ -17,32 +19,33 @@ std::string Utf8(const std::filesystem::path& path)
 
 }  // namespace
 
-int ValidateMachineFiles(const std::vector<std::filesystem::path>& files)
+int ValidateMachineFiles(const std::vector<std::filesystem::path>& files, Output& output)
 {
+    PrepareOutput(false);
     bool isUsable = true;
     for (const std::filesystem::path& file : files) {
         const auto findings = simulated::ValidateMachineFile(Utf8(file));
         for (const simulated::Finding& finding : findings) {
             isUsable = isUsable && finding.severity != simulated::Finding::Severity::Error;
-            std::fprintf(stderr, "%s\n", Printable(finding.Text()).c_str());
+            SayPlace(finding.Text());
         }
         if (findings.empty()) {
-            std::printf("%s: ok\n", Printable(Utf8(file)).c_str());
+            output.Write(Shown(Utf8(file), output.GetStyle()) + ": ok\n");
         }
     }
     return isUsable ? kExitOk : kExitUsage;
 }
 
-int ShowMachineFile(const std::filesystem::path& file)
+int ShowMachineFile(const std::filesystem::path& file, Output& output)
 {
-    try {
-        const std::string text = simulated::ShowMachineFile(Utf8(file));
-        std::fwrite(text.data(), 1, text.size(), stdout);
-        return kExitOk;
-    } catch (const simulated::MachineFileError& error) {
-        std::fprintf(stderr, "%s\n", Printable(error.what()).c_str());
-        return kExitUsage;
+    PrepareOutput(false);
+    std::istringstream lines(simulated::ShowMachineFile(Utf8(file)));
+    std::string text;
+    for (std::string line; std::getline(lines, line);) {
+        text += Shown(line, output.GetStyle()) + '\n';
     }
+    output.Write(text);
+    return kExitOk;
 }
 
 }  // namespace orbis::host

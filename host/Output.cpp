@@ -1,164 +1,41 @@
 #include "Output.h"
 
-#include <fmt/format.h>
-#include <google/protobuf/io/coded_stream.h>
-#include <google/protobuf/io/zero_copy_stream_impl_lite.h>
-#include <google/protobuf/text_format.h>
-#include <google/protobuf/timestamp.pb.h>
-#include <google/protobuf/util/delimited_message_util.h>
-#include <google/protobuf/util/json_util.h>
-#include <google/protobuf/wrappers.pb.h>
+#include <cerrno>
+#include <cstdio>
+#include <system_error>
 
-#include "orbis/host/collected_item.pb.h"
-#include "views/Views.h"
+#include "ExitStatus.h"
+#include "Say.h"
 
 namespace orbis::host {
-namespace {
 
-namespace pb = google::protobuf;
-
-pb::Timestamp ToTimestamp(std::chrono::system_clock::time_point time)
+void Output::Write(std::string_view text)
 {
-    const auto sinceEpoch = time.time_since_epoch();
-    const auto seconds = std::chrono::floor<std::chrono::seconds>(sinceEpoch);
-    pb::Timestamp timestamp;
-    timestamp.set_seconds(seconds.count());
-    timestamp.set_nanos(
-        static_cast<std::int32_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(sinceEpoch - seconds).count()));
-    return timestamp;
-}
-
-std::string Json(const pb::Message& message)
-{
-    std::string text;
-    const auto status = pb::util::MessageToJsonString(message, &text);
-    return status.ok() ? text : std::string("null");
-}
-
-std::string JsonText(const std::string& utf8)
-{
-    pb::StringValue value;
-    value.set_value(utf8);
-    return Json(value);
-}
-
-std::string RenderJson(const std::vector<Pass>& passes)
-{
-    std::string out = "[";
-    const char* separator = "\n";
-    for (const Pass& pass : passes) {
-        for (const Collected& item : pass.items) {
-            out += fmt::format(R"({}{{"datatype":{},"itemId":{},"collectionTime":{},"data":{}}})", separator,
-                               JsonText(pass.datatype), JsonText(item.itemId), Json(ToTimestamp(item.time)),
-                               item.message == nullptr ? "null" : Json(*item.message));
-            separator = ",\n";
-        }
+    if (m_IsLost || text.empty()) {
+        return;
     }
-    return out + "\n]\n";
-}
-
-std::string RenderText(const std::vector<Pass>& passes)
-{
-    pb::TextFormat::Printer printer;
-    printer.SetUseUtf8StringEscaping(true);
-    std::string out;
-    for (const Pass& pass : passes) {
-        for (const Collected& item : pass.items) {
-            // Item ids are device text: quoted and escaped as JSON does, they stay on their line.
-            out += fmt::format("{}# {} {} {}\n", out.empty() ? "" : "\n", pass.datatype, JsonText(item.itemId), Rfc3339(item.time));
-            if (item.message == nullptr) {
-                out += "# no data\n";
-                continue;
-            }
-            std::string text;
-            printer.PrintToString(*item.message, &text);
-            out += text;
-        }
+    errno = 0;
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
+        Lose(errno);
     }
-    return out;
 }
 
-std::string RenderBinary(const std::vector<Pass>& passes)
+int Output::Finish(int status)
 {
-    std::string out;
-    pb::io::StringOutputStream stream(&out);
-    for (const Pass& pass : passes) {
-        for (const Collected& item : pass.items) {
-            CollectedItem record;
-            record.set_datatype(pass.datatype);
-            record.set_item_id(item.itemId);
-            *record.mutable_collection_time() = ToTimestamp(item.time);
-            if (item.message != nullptr) {
-                record.mutable_data()->PackFrom(*item.message);
-            }
-            pb::util::SerializeDelimitedToZeroCopyStream(record, &stream);
-        }
+    errno = 0;
+    // Some file systems report a failed write only now.
+    if (std::fclose(stdout) != 0 && !m_IsLost) {
+        Lose(errno);
     }
-    return out;
+    return m_IsLost ? Graver(status, kExitOutputLost) : status;
 }
 
-template <class T>
-bool RenderAs(const Pass& pass, std::size_t width, std::string& out)
+void Output::Lose(int error)
 {
-    if (pass.datatype != T::descriptor()->name()) {
-        return false;
+    m_IsLost = true;
+    if (error != EPIPE) {
+        Say("standard output cannot be written: " + (error == 0 ? "no reason given" : std::generic_category().message(error)));
     }
-    ViewItems<T> items;
-    for (const Collected& item : pass.items) {
-        items.push_back({item.itemId, static_cast<const T*>(item.message.get())});
-    }
-    out += Render(items, width);
-    return true;
-}
-
-std::string RenderTables(const std::vector<Pass>& passes, std::size_t width)
-{
-    std::string out;
-    for (const Pass& pass : passes) {
-        out += fmt::format("{}{}: {} {}\n", out.empty() ? "" : "\n", pass.datatype, pass.items.size(),
-                           pass.items.size() == 1 ? "disk" : "disks");
-        if (!pass.items.empty()) {
-            RenderAs<datatypes::PhysicalDiskStaticInfo>(pass, width, out) ||
-                RenderAs<datatypes::PhysicalDiskDynamicInfo>(pass, width, out) ||
-                RenderAs<datatypes::SmartStaticInfo>(pass, width, out) || RenderAs<datatypes::SmartDynamicInfo>(pass, width, out) ||
-                RenderAs<datatypes::SmartNvmeInfo>(pass, width, out) ||
-                RenderAs<datatypes::NvmeIdentifyControllerData>(pass, width, out);
-        }
-    }
-    return out;
-}
-
-}  // namespace
-
-std::unique_ptr<pb::Message> NewMessage(const std::string& fullName)
-{
-    // Naming one type links the schema in; the rest comes by reflection, and no file's descriptors are built before they are asked
-    // for.
-    (void)datatypes::PhysicalDiskStaticInfo::default_instance();
-    const pb::Descriptor* type = pb::DescriptorPool::generated_pool()->FindMessageTypeByName(fullName);
-    const pb::Message* prototype = type == nullptr ? nullptr : pb::MessageFactory::generated_factory()->GetPrototype(type);
-    return std::unique_ptr<pb::Message>(prototype == nullptr ? nullptr : prototype->New());
-}
-
-std::string Render(const std::vector<Pass>& passes, Format format, std::size_t width)
-{
-    switch (format) {
-        case Format::Json:
-            return RenderJson(passes);
-        case Format::Text:
-            return RenderText(passes);
-        case Format::Binary:
-            return RenderBinary(passes);
-        case Format::Table:
-            break;
-    }
-    return RenderTables(passes, width);
-}
-
-std::string Rfc3339(std::chrono::system_clock::time_point time)
-{
-    const std::string quoted = Json(ToTimestamp(time));
-    return quoted.size() > 2 ? quoted.substr(1, quoted.size() - 2) : quoted;
 }
 
 }  // namespace orbis::host

@@ -1,38 +1,32 @@
 #pragma once
 
-#include <chrono>
-#include <cstddef>
-#include <memory>
-#include <string>
 #include <string_view>
-#include <vector>
 
-#include <google/protobuf/message.h>
+#include "Style.h"
 
 namespace orbis::host {
 
-enum class Format { Table, Json, Text, Binary };
+// Standard output. What cannot be written is an error: it is reported once on standard error, except that a reader that has closed
+// its end of a pipe has seen what it wanted, and nothing more is written.
+class Output {
+public:
+    explicit Output(const Style& style) : m_Style(style) {}
+    Output(const Output&) = delete;
+    Output& operator=(const Output&) = delete;
 
-// One item that a plug-in collected, decoded. The message is null for an item without data.
-struct Collected {
-    std::string itemId;
-    std::chrono::system_clock::time_point time;
-    std::unique_ptr<google::protobuf::Message> message;
+    [[nodiscard]] const Style& GetStyle() const noexcept { return m_Style; }
+    // Writes all of `text` at once; it is with the reader when this returns.
+    void Write(std::string_view text);
+    // True when something could not be written.
+    [[nodiscard]] bool IsLost() const noexcept { return m_IsLost; }
+    // Closes standard output, and returns `status` or, when output was lost and that is graver, the status for that.
+    [[nodiscard]] int Finish(int status);
+
+private:
+    void Lose(int error);
+
+    Style m_Style;
+    bool m_IsLost = false;
 };
-
-// One collection operation's answer.
-struct Pass {
-    std::string datatype;  // without its package
-    std::vector<Collected> items;
-};
-
-// An empty message of a datatype by its full name, or null when this program does not know it.
-[[nodiscard]] std::unique_ptr<google::protobuf::Message> NewMessage(const std::string& fullName);
-
-// All passes in one piece of output. Tables are at most `width` wide (0: no limit).
-[[nodiscard]] std::string Render(const std::vector<Pass>& passes, Format format, std::size_t width);
-
-// "2026-11-21T09:05:18.123Z"
-[[nodiscard]] std::string Rfc3339(std::chrono::system_clock::time_point time);
 
 }  // namespace orbis::host

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <filesystem>
 
+#include "Style.h"
+
 // What the host asks of the operating system around it; one implementation each in Terminal_posix.cpp and Terminal_windows.cpp.
 namespace orbis::host {
 
@@ -10,16 +12,24 @@ namespace orbis::host {
 // the current folder or PATH, where the system makes a difference.
 void RestrictLibrarySearch();
 
+// To be called before a file is opened: a standard stream that the caller has closed is kept from becoming somebody else's file,
+// and writing to a closed standard output is an error. A reader that closes its pipe makes a write fail instead of ending this
+// program.
+void PrepareStandardStreams();
+
 // True when standard output is a terminal (and not a file or a pipe).
 [[nodiscard]] bool OutputIsTerminal();
-// Columns and rows of that terminal; 80 and 24 when it does not say.
-struct TerminalSize {
-    std::size_t columns = 80;
-    std::size_t rows = 24;
-};
-[[nodiscard]] TerminalSize GetTerminalSize();
+// Columns of that terminal; 80 when it does not say.
+[[nodiscard]] std::size_t TerminalColumns();
 // Puts standard output into binary mode where the system makes a difference, and into UTF-8 where it is a console.
 void PrepareOutput(bool binary);
+// The locale's characters are Unicode's.
+[[nodiscard]] bool LocaleIsUtf8();
+// What standard output and the environment (TERM, NO_COLOR, the locale) allow.
+[[nodiscard]] Style GetOutputStyle();
+// What the environment asks for, on whatever stream: no colours; nothing but ASCII.
+[[nodiscard]] bool WantsNoColour();
+[[nodiscard]] bool WantsAscii();
 // The folder that holds this program, where its libraries stand too.
 [[nodiscard]] std::filesystem::path ProgramFolder();
 // File name of a plug-in: "X.so" or "X.dll".

@@ -1,7 +1,12 @@
+#include <fcntl.h>
+#include <langinfo.h>
+#include <locale.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
-#include <cstdio>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
 #include <string>
 
 #include "Terminal.h"
@@ -12,13 +17,33 @@ void RestrictLibrarySearch() {}  // the program names its libraries' folder by i
 
 bool OutputIsTerminal() { return ::isatty(STDOUT_FILENO) == 1; }
 
-TerminalSize GetTerminalSize()
+std::size_t TerminalColumns()
 {
     winsize size{};
-    if (::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 && size.ws_row > 0) {
-        return {size.ws_col, size.ws_row};
+    return ::ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+}
+
+void PrepareStandardStreams()
+{
+    for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+        if (::fcntl(stream, F_GETFD) == -1 && errno == EBADF) {
+            // The lowest free descriptor is this one. Standard output is opened for reading, so that writing to it fails.
+            (void)::open("/dev/null", stream == STDERR_FILENO ? O_WRONLY : O_RDONLY);  // NOLINT(cppcoreguidelines-pro-type-vararg)
+        }
     }
-    return {};
+    (void)std::signal(SIGPIPE, SIG_IGN);
+}
+
+bool LocaleIsUtf8()
+{
+    // The program's own locale stays "C": numbers are written one way everywhere.
+    const locale_t locale = ::newlocale(LC_CTYPE_MASK, "", nullptr);
+    if (locale == nullptr) {
+        return false;
+    }
+    const bool isUtf8 = std::strcmp(::nl_langinfo_l(CODESET, locale), "UTF-8") == 0;
+    ::freelocale(locale);
+    return isUtf8;
 }
 
 void PrepareOutput(bool /*binary*/) {}

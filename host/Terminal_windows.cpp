@@ -17,15 +17,18 @@ bool OutputIsTerminal()
     return ::GetConsoleMode(::GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
 }
 
-TerminalSize GetTerminalSize()
+std::size_t TerminalColumns()
 {
     CONSOLE_SCREEN_BUFFER_INFO info{};
     if (::GetConsoleScreenBufferInfo(::GetStdHandle(STD_OUTPUT_HANDLE), &info) != 0) {
-        return {static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1),
-                static_cast<std::size_t>(info.srWindow.Bottom - info.srWindow.Top + 1)};
+        return static_cast<std::size_t>(info.srWindow.Right - info.srWindow.Left + 1);
     }
-    return {};
+    return 80;
 }
+
+void PrepareStandardStreams() {}  // a closed stream is no handle here, and a closed pipe ends no program
+
+bool LocaleIsUtf8() { return true; }  // consoles are put into UTF-8, and files have it too
 
 void PrepareOutput(bool /*binary*/)
 {

@@ -14,6 +14,12 @@ constexpr std::size_t kHistory = 24;
 
 std::string Figure(bool present, double value, int decimals) { return present ? fmt::format("{:.{}f}", value, decimals) : "-"; }
 
+std::deque<float> Newest(const std::deque<float>& values, std::size_t count)
+{
+    const std::size_t first = values.size() - std::min(values.size(), count);
+    return {values.begin() + static_cast<std::ptrdiff_t>(first), values.end()};
+}
+
 }  // namespace
 
 std::string Sparkline(const std::deque<float>& values, float full)
@@ -49,7 +55,7 @@ void LiveView::Add(const ViewItems<datatypes::PhysicalDiskDynamicInfo>& items)
         found->second.isPresent = true;
     }
     std::erase_if(m_Order, [&](const std::string& id) {
-        Disk& disk = m_Disks[id];
+        Activity& disk = m_Disks[id];
         const bool hasFigure = disk.isPresent && disk.latest.has_idle_time_percentage();
         disk.busy.push_back(hasFigure ? 100.0F - disk.latest.idle_time_percentage().value() : -1.0F);
         if (disk.busy.size() > kHistory) {
@@ -64,30 +70,35 @@ void LiveView::Add(const ViewItems<datatypes::PhysicalDiskDynamicInfo>& items)
     });
 }
 
-std::string LiveView::Render(std::size_t width) const
+std::string LiveView::Render(const Disks& disks, const Style& style) const
 {
-    Table table;
+    Table table(style);
     table.AddColumn("Disk");
-    for (const char* title : {"Busy %", "Read MiB/s", "Write MiB/s", "ms/read", "ms/write"}) {
+    for (const char* title : {"Busy\n%", "Read\nMB/s", "Write\nMB/s", "Read\nms", "Write\nms"}) {
         table.AddColumn(title, Table::Align::Right);
     }
-    table.AddColumn("Busy so far");
+    // Ends at the newest figure. Numbers are not cut, and neither is this.
+    table.AddColumn("Busy\nso far", Table::Align::Right);
+    const std::size_t shown = style.width != 0 && style.width < 100 ? 10 : kHistory;
+    constexpr double kMegabytes = 1.048576;  // in 2^20 bytes
     for (const std::string& id : m_Order) {
-        const Disk& disk = m_Disks.at(id);
+        const Activity& disk = m_Disks.at(id);
         if (!disk.isPresent) {
-            table.AddRow({DiskTitle(id), "gone", "", "", "", "", Sparkline(disk.busy, 100)});
+            table.AddRow({disks.NameOf(id), "gone", "", "", "", "", Sparkline(Newest(disk.busy, shown), 100)});
             continue;
         }
         const auto& now = disk.latest;
-        table.AddRow({DiskTitle(id),
-                      Figure(now.has_idle_time_percentage(), 100.0 - static_cast<double>(now.idle_time_percentage().value()), 1),
-                      Figure(now.has_byte_read_per_sec_in_mb(), static_cast<double>(now.byte_read_per_sec_in_mb().value()), 2),
-                      Figure(now.has_byte_write_per_sec_in_mb(), static_cast<double>(now.byte_write_per_sec_in_mb().value()), 2),
-                      Figure(now.has_avg_disk_ms_per_read(), static_cast<double>(now.avg_disk_ms_per_read().value()), 2),
-                      Figure(now.has_avg_disk_ms_per_write(), static_cast<double>(now.avg_disk_ms_per_write().value()), 2),
-                      Sparkline(disk.busy, 100)});
+        table.AddRow(
+            {disks.NameOf(id),
+             Figure(now.has_idle_time_percentage(), 100.0 - static_cast<double>(now.idle_time_percentage().value()), 1),
+             Figure(now.has_byte_read_per_sec_in_mb(), kMegabytes * static_cast<double>(now.byte_read_per_sec_in_mb().value()), 2),
+             Figure(now.has_byte_write_per_sec_in_mb(), kMegabytes * static_cast<double>(now.byte_write_per_sec_in_mb().value()),
+                    2),
+             Figure(now.has_avg_disk_ms_per_read(), static_cast<double>(now.avg_disk_ms_per_read().value()), 2),
+             Figure(now.has_avg_disk_ms_per_write(), static_cast<double>(now.avg_disk_ms_per_write().value()), 2),
+             Sparkline(Newest(disk.busy, shown), 100)});
     }
-    return table.Render(width, 2);
+    return table.Render(2);
 }
 
 }  // namespace orbis::host

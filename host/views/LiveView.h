@@ -15,16 +15,16 @@ namespace orbis::host {
 class LiveView {
 public:
     void Add(const ViewItems<datatypes::PhysicalDiskDynamicInfo>& items);
-    [[nodiscard]] std::string Render(std::size_t width) const;
+    [[nodiscard]] std::string Render(const Disks& disks, const Style& style) const;
 
 private:
-    struct Disk {
+    struct Activity {
         datatypes::PhysicalDiskDynamicInfo latest;
         bool isPresent = false;
         std::deque<float> busy;  // percent, newest last; negative: no figure
     };
     std::vector<std::string> m_Order;
-    std::map<std::string, Disk> m_Disks;
+    std::map<std::string, Activity> m_Disks;
 };
 
 // One character a value, U+2581 to U+2588, `full` being the highest; a blank where there is no value.

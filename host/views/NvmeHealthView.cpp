@@ -56,13 +56,13 @@ std::string Sensors(const NvmeHealthInfo& health)
 
 }  // namespace
 
-std::string Render(const ViewItems<SmartNvmeInfo>& items, std::size_t width)
+std::string Render(const ViewItems<SmartNvmeInfo>& items, const Disks& disks, const Style& style)
 {
     std::vector<std::string> titles;
     for (const auto& item : items) {
-        titles.push_back(DiskTitle(item.itemId));
+        titles.push_back(disks.NameOf(item.itemId));
     }
-    Sheet sheet(std::move(titles));
+    Sheet sheet(std::move(titles), style);
 
     const auto health = [&](const char* fact, auto&& value) {
         std::vector<std::string> cells;
@@ -123,11 +123,13 @@ std::string Render(const ViewItems<SmartNvmeInfo>& items, std::size_t width)
            [](const auto& h) { return fmt::format("{} min", h.warning_composite_temperature_time().value()); });
     health("Above critical temp.",
            [](const auto& h) { return fmt::format("{} min", h.critical_composite_temperature_time().value()); });
-    health("Thermal throttling", [](const auto& h) {
-        return fmt::format("{}x {} s, {}x {} s", h.thermal_mgmt_temperature1_transition_count().value(),
-                           h.total_time_for_thermal_mgmt_temperature1().value(),
-                           h.thermal_mgmt_temperature2_transition_count().value(),
-                           h.total_time_for_thermal_mgmt_temperature2().value());
+    health("Light throttling", [](const auto& h) {
+        return fmt::format("{}, {} s", Times(h.thermal_mgmt_temperature1_transition_count().value()),
+                           Grouped(std::uint64_t{h.total_time_for_thermal_mgmt_temperature1().value()}));
+    });
+    health("Heavy throttling", [](const auto& h) {
+        return fmt::format("{}, {} s", Times(h.thermal_mgmt_temperature2_transition_count().value()),
+                           Grouped(std::uint64_t{h.total_time_for_thermal_mgmt_temperature2().value()}));
     });
 
     customized("Wear levelling", [](const auto& c) { return fmt::format("{}", c.wear_leveling_count().value()); });
@@ -148,7 +150,7 @@ std::string Render(const ViewItems<SmartNvmeInfo>& items, std::size_t width)
         return Grouped(c.total_data_written_by_controller_approximate().value());
     });
     customized("Abnormal voltage", [](const auto& c) { return fmt::format("{}", c.abnormal_input_vcc_voltage_counter().value()); });
-    return sheet.Render(width, 2);
+    return sheet.Render(2);
 }
 
 }  // namespace orbis::host

@@ -82,13 +82,13 @@ std::string Sanitize(const NvmeIdentifyControllerData& data)
 
 }  // namespace
 
-std::string Render(const ViewItems<NvmeIdentifyControllerData>& items, std::size_t width)
+std::string Render(const ViewItems<NvmeIdentifyControllerData>& items, const Disks& disks, const Style& style)
 {
     std::vector<std::string> titles;
     for (const auto& item : items) {
-        titles.push_back(DiskTitle(item.itemId));
+        titles.push_back(disks.NameOf(item.itemId));
     }
-    Sheet sheet(std::move(titles));
+    Sheet sheet(std::move(titles), style);
     const auto row = [&](const char* fact, auto&& value) {
         std::vector<std::string> cells;
         for (const auto& item : items) {
@@ -113,7 +113,7 @@ std::string Render(const ViewItems<NvmeIdentifyControllerData>& items, std::size
         }
         return Capacity(d.total_nvm_capacity());
     });
-    row("Namespaces, at most", [](const auto& d) { return Grouped(d.number_of_namespaces().value()); });
+    row("Namespaces, at most", [](const auto& d) { return Grouped(std::uint64_t{d.number_of_namespaces().value()}); });
     row("Largest transfer", LargestTransfer);
     row("Warning temperature", [](const auto& d) { return Threshold(d.warning_composite_temperature_threshold().value()); });
     row("Critical temperature", [](const auto& d) { return Threshold(d.critical_composite_temperature_threshold().value()); });
@@ -127,7 +127,7 @@ std::string Render(const ViewItems<NvmeIdentifyControllerData>& items, std::size
     row("Part identifier", [](const auto& d) { return d.customized_controller_data().eppid(); });
     row("Component", [](const auto& d) { return d.customized_controller_data().component_id(); });
     row("NVM subsystem", [](const auto& d) { return d.nvm_subsystem_nvme_qualified_name(); });
-    return sheet.Render(width, 2);
+    return sheet.Render(2);
 }
 
 }  // namespace orbis::host

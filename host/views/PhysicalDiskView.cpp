@@ -29,78 +29,87 @@ std::string Flags(const datatypes::PhysicalDiskPartitionInfo& partition)
 
 std::string Number(bool present, double value, int decimals) { return present ? fmt::format("{:.{}f}", value, decimals) : ""; }
 
-}  // namespace
-
-std::string DiskTitle(const std::string& itemId)
+// Rates come in units of 2^20 bytes a second; people compare them with what stands on the disk's box.
+std::string MegabytesPerSecond(bool present, float mebibytes)
 {
-    constexpr std::string_view kPrefix = "Disk_";
-    const std::string title = itemId.starts_with(kPrefix) ? itemId.substr(kPrefix.size()) : itemId;
-    return title.empty() ? "(no id)" : title;
+    return Number(present, static_cast<double>(mebibytes) * 1.048576, 2);
 }
 
-std::string Render(const ViewItems<datatypes::PhysicalDiskStaticInfo>& items, std::size_t width)
+// "C: 2E9B71D4"
+std::string Volume(const std::string& letter, const std::string& serial)
 {
-    Table disks;
-    disks.AddColumn("Disk");
-    disks.AddColumn("Model");
-    disks.AddColumn("Kind");
-    disks.AddColumn("Size", Table::Align::Right);
-    disks.AddColumn("Firmware");
-    disks.AddColumn("Id");
-    Table partitions;
+    return letter + (letter.empty() || serial.empty() ? "" : " ") + serial;
+}
+
+}  // namespace
+
+std::string Render(const ViewItems<datatypes::PhysicalDiskStaticInfo>& items, const Disks& disks, const Style& style)
+{
+    Table table(style);
+    for (const char* title : {"Disk", "Kind"}) {
+        table.AddColumn(title);
+    }
+    table.AddColumn("Size", Table::Align::Right);
+    table.AddColumn("Firmware");
+    table.AddColumn("Item id");
+    Table partitions(style);
     partitions.AddColumn("Disk");
     partitions.AddColumn("Part", Table::Align::Right);
     partitions.AddColumn("Name");
     partitions.AddColumn("Size", Table::Align::Right);
-    partitions.AddColumn("Volume");
-    partitions.AddColumn("Flags");
-    partitions.AddColumn("Identifier");
+    for (const char* title : {"Volume", "Flags", "Identifier"}) {
+        partitions.AddColumn(title);
+    }
     for (const auto& item : items) {
         if (item.message == nullptr) {
-            disks.AddRow({"(no data)", "", "", "", "", DiskTitle(item.itemId)});
+            table.AddRow({disks.NameOf(item.itemId), "(no data)", "", "", item.itemId});
             continue;
         }
         const auto& disk = *item.message;
-        disks.AddRow({disk.name(), disk.make_model(), Kind(disk), Mebibytes(disk.size().value()), disk.firmware_revision(),
-                      DiskTitle(item.itemId)});
+        // A disk without an inventory record still has a number and a model here.
+        const bool isKnown = disks.Find(item.itemId) != nullptr;
+        table.AddRow({isKnown ? disks.NameOf(item.itemId) : disk.name() + ' ' + disk.make_model(), Kind(disk),
+                      Mebibytes(static_cast<double>(disk.size().value())), disk.firmware_revision(), item.itemId});
         for (const auto& partition : disk.partitions()) {
             if (partition.name() == "Not Used" && partition.size().value() == 0) {
                 continue;  // an empty entry of the partition table
             }
-            partitions.AddRow({disk.name(), fmt::format("{}", partition.index().value()), partition.name(),
-                               Mebibytes(partition.size().value()), partition.serial_number(), Flags(partition), partition.guid()});
+            partitions.AddRow({isKnown ? disks.ShortNameOf(item.itemId) : disk.name(), fmt::format("{}", partition.index().value()),
+                               partition.name(), Mebibytes(static_cast<double>(partition.size().value())),
+                               Volume(disks.LetterOf(item.itemId, partition.serial_number()), partition.serial_number()),
+                               Flags(partition), partition.guid()});
         }
     }
-    std::string out = disks.Render(width, 2);
+    std::string out = table.Render(2);
     if (!partitions.IsEmpty()) {
-        out += '\n' + partitions.Render(width, 2);
+        out += '\n' + partitions.Render(2);
     }
     return out;
 }
 
-std::string Render(const ViewItems<datatypes::PhysicalDiskDynamicInfo>& items, std::size_t width)
+std::string Render(const ViewItems<datatypes::PhysicalDiskDynamicInfo>& items, const Disks& disks, const Style& style)
 {
-    Table table;
+    Table table(style);
     table.AddColumn("Disk");
-    for (const char* title : {"Busy %", "Read MiB/s", "Write MiB/s", "ms/read", "ms/write", "Read MiB", "Written MiB"}) {
+    for (const char* title : {"Busy\n%", "Read\nMB/s", "Write\nMB/s", "Read\nms", "Write\nms", "Read\nin all", "Written\nin all"}) {
         table.AddColumn(title, Table::Align::Right);
     }
     for (const auto& item : items) {
         if (item.message == nullptr) {
-            table.AddRow({DiskTitle(item.itemId)});
+            table.AddRow({disks.NameOf(item.itemId)});
             continue;
         }
         const auto& disk = *item.message;
-        table.AddRow({DiskTitle(item.itemId),
+        table.AddRow({disks.NameOf(item.itemId),
                       Number(disk.has_idle_time_percentage(), 100.0 - static_cast<double>(disk.idle_time_percentage().value()), 1),
-                      Number(disk.has_byte_read_per_sec_in_mb(), static_cast<double>(disk.byte_read_per_sec_in_mb().value()), 2),
-                      Number(disk.has_byte_write_per_sec_in_mb(), static_cast<double>(disk.byte_write_per_sec_in_mb().value()), 2),
+                      MegabytesPerSecond(disk.has_byte_read_per_sec_in_mb(), disk.byte_read_per_sec_in_mb().value()),
+                      MegabytesPerSecond(disk.has_byte_write_per_sec_in_mb(), disk.byte_write_per_sec_in_mb().value()),
                       Number(disk.has_avg_disk_ms_per_read(), static_cast<double>(disk.avg_disk_ms_per_read().value()), 2),
                       Number(disk.has_avg_disk_ms_per_write(), static_cast<double>(disk.avg_disk_ms_per_write().value()), 2),
-                      disk.has_byte_read_in_mb() ? fmt::format("{}", disk.byte_read_in_mb().value()) : "",
-                      disk.has_byte_write_in_mb() ? fmt::format("{}", disk.byte_write_in_mb().value()) : ""});
+                      disk.has_byte_read_in_mb() ? Mebibytes(static_cast<double>(disk.byte_read_in_mb().value())) : "",
+                      disk.has_byte_write_in_mb() ? Mebibytes(static_cast<double>(disk.byte_write_in_mb().value())) : ""});
     }
-    return table.Render(width, 2);
+    return table.Render(2);
 }
 
 }  // namespace orbis::host

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Table.h"
+#include "Text.h"
 
 namespace orbis::host {
 
@@ -20,35 +21,52 @@ void Sheet::AddNote(std::string note)
     }
 }
 
-std::string Sheet::Render(std::size_t width, std::size_t indent) const
+std::string Sheet::Render(std::size_t indent) const
 {
-    // A column narrower than this shows too little of a model or serial number.
-    constexpr std::size_t kUsefulColumn = 22;
-    std::size_t factWidth = 0;
-    for (const auto& [fact, values] : m_Rows) {
-        factWidth = std::max(factWidth, DisplayWidth(fact));
-    }
-    const std::size_t room = width > indent + factWidth ? width - indent - factWidth : 0;
-    const std::size_t across = width == 0 ? m_Titles.size() : std::max<std::size_t>(1, room / (kUsefulColumn + 2));
-
-    std::string out;
-    for (std::size_t first = 0; first < m_Titles.size(); first += across) {
-        const std::size_t last = std::min(first + across, m_Titles.size());
-        Table table;
-        table.AddColumn("");
+    // A file or a pipe cuts nothing, but forty disks side by side are no page either.
+    constexpr std::size_t kPage = 140;
+    const std::size_t width = m_Style.width == 0 ? kPage : m_Style.width;
+    const auto table = [&](std::size_t first, std::size_t last) {
+        Table part(m_Style);
+        part.AddColumn("");
         for (std::size_t disk = first; disk < last; ++disk) {
-            table.AddColumn(m_Titles[disk]);
+            part.AddColumn(m_Titles[disk]);
         }
         for (const auto& [fact, values] : m_Rows) {
+            const auto begin = values.begin() + static_cast<std::ptrdiff_t>(first);
+            const auto end = values.begin() + static_cast<std::ptrdiff_t>(last);
+            if (std::all_of(begin, end, [](const std::string& value) { return value.empty(); })) {
+                continue;
+            }
             std::vector<std::string> cells{fact};
-            cells.insert(cells.end(), values.begin() + static_cast<std::ptrdiff_t>(first),
-                         values.begin() + static_cast<std::ptrdiff_t>(last));
-            table.AddRow(std::move(cells));
+            cells.insert(cells.end(), begin, end);
+            part.AddRow(std::move(cells));
         }
-        out += (first == 0 ? "" : "\n") + table.Render(width, indent);
+        return part;
+    };
+    std::string out;
+    for (std::size_t first = 0; first < m_Titles.size();) {
+        std::size_t last = first + 1;
+        while (last < m_Titles.size() && table(first, last + 1).NaturalWidth(indent) <= width) {
+            ++last;
+        }
+        out += first == 0 ? "" : "\n";
+        const Table part = table(first, last);
+        if (m_Style.width == 0 || part.NaturalWidth(indent) <= width) {
+            out += part.Render(indent);
+        } else {
+            std::vector<std::pair<std::string, std::string>> facts;
+            for (const auto& [fact, values] : m_Rows) {
+                if (!values[first].empty()) {
+                    facts.emplace_back(fact, values[first]);
+                }
+            }
+            out += RenderText(m_Titles[first], m_Style, indent) + RenderFacts(facts, m_Style, indent);
+        }
+        first = last;
     }
     for (const std::string& note : m_Notes) {
-        out += std::string(indent, ' ') + note + '\n';
+        out += RenderText(note, m_Style, indent);
     }
     return out;
 }

@@ -5,22 +5,26 @@
 #include <utility>
 #include <vector>
 
+#include "Style.h"
+
 namespace orbis::host {
 
-// Facts as rows, disks as columns: for data with many facts and few disks. When the columns do not fit, they go on below.
+// Facts as rows, disks as columns: for data with many facts and few disks. Only as many disks stand side by side as fit without a
+// cut; the others follow below, each in a block of its own where no two fit.
 class Sheet {
 public:
     // Titles of the disks, first row of the sheet.
-    explicit Sheet(std::vector<std::string> titles) : m_Titles(std::move(titles)) {}
+    Sheet(std::vector<std::string> titles, const Style& style) : m_Titles(std::move(titles)), m_Style(style) {}
 
     // One value for each disk. A row whose values are all empty is left out.
     void AddRow(std::string fact, std::vector<std::string> values);
     // A line at the end, once, for example what a mark in the values means.
     void AddNote(std::string note);
-    [[nodiscard]] std::string Render(std::size_t width, std::size_t indent) const;
+    [[nodiscard]] std::string Render(std::size_t indent) const;
 
 private:
     std::vector<std::string> m_Titles;
+    Style m_Style;
     std::vector<std::pair<std::string, std::vector<std::string>>> m_Rows;
     std::vector<std::string> m_Notes;
 };

@@ -2,8 +2,12 @@
 #include <google/protobuf/descriptor.h>
 
 #include <array>
+#include <map>
+#include <utility>
 
 #include "Table.h"
+#include "Text.h"
+#include "platform/Errors.h"
 #include "views/Units.h"
 #include "views/Views.h"
 
@@ -14,14 +18,15 @@ namespace {
 struct AttributeId {
     std::string_view field;
     int id;
+    std::string_view unit{};  // of the raw value, where makers agree on one
 };
 constexpr std::array<AttributeId, 33> kAttributeIds{{
     {"raw_read_error_rate", 1},
-    {"spin_up_time", 3},
+    {"spin_up_time", 3, "ms"},
     {"start_stop_count", 4},
     {"realloc_sector_count", 5},
     {"seek_error_rate", 7},
-    {"power_on_hour", 9},
+    {"power_on_hour", 9, "h"},
     {"spin_retry_count", 10},
     {"recalibration_retries", 11},
     {"power_cycle_count", 12},
@@ -37,7 +42,7 @@ constexpr std::array<AttributeId, 33> kAttributeIds{{
     {"shock_event", 191},
     {"emergency_retract_count", 192},
     {"load_unload_cycle_count", 193},
-    {"temperature", 194},
+    {"temperature", 194, "\u00B0C"},
     {"ecc_rate", 195},
     {"reallocation_event_count", 196},
     {"current_pending_sector_count", 197},
@@ -45,9 +50,9 @@ constexpr std::array<AttributeId, 33> kAttributeIds{{
     {"CRC_error_count", 199},
     {"write_error_rate", 200},
     {"program_erase_cycle_count", 238},
-    {"head_flying_hours", 240},
-    {"total_blocks_read", 242},
-    {"total_blocks_written", 241},
+    {"head_flying_hours", 240, "h"},
+    {"total_blocks_read", 242, "blocks"},
+    {"total_blocks_written", 241, "blocks"},
     {"free_fall_count", 254},
 }};
 
@@ -65,62 +70,93 @@ std::string Readable(std::string_view field)
 
 std::string Value(bool present, std::uint32_t value) { return present ? fmt::format("{}", value) : "-"; }
 
-}  // namespace
-
-std::string Render(const ViewItems<datatypes::SmartStaticInfo>& items, std::size_t width)
+// Why a disk has no SMART values.
+std::string NoValuesReason(const Disk* disk)
 {
-    Table table;
-    table.AddColumn("Name");
-    table.AddColumn("Model");
-    table.AddColumn("Part identifier");
-    table.AddColumn("Id");
-    for (const auto& item : items) {
-        if (item.message == nullptr) {
-            table.AddRow({"(no data)", "", "", DiskTitle(item.itemId)});
-        } else {
-            table.AddRow({item.message->name(), item.message->model_name(), item.message->eppid(), DiskTitle(item.itemId)});
-        }
+    if (disk != nullptr && disk->isNvme) {
+        return "NVMe, see SmartNvmeInfo";
     }
-    return table.Render(width, 2);
+    if (disk == nullptr || !disk->smartError) {
+        return "the drive reports none";
+    }
+    if (*disk->smartError == platform::win32::kAccessDenied) {
+        return "no access";
+    }
+    return *disk->smartError == 0 ? "the drive refused the request"
+                                  : fmt::format("the driver refused, error {}", *disk->smartError);
 }
 
-std::string Render(const ViewItems<datatypes::SmartDynamicInfo>& items, std::size_t width)
+std::string RenderAttributes(const datatypes::SmartDynamicInfo& message, const Style& style)
 {
-    std::string out;
-    for (const auto& item : items) {
-        out += fmt::format("{}  {} ({})\n", out.empty() ? "" : "\n", Printable(DiskTitle(item.itemId)),
-                           item.message == nullptr ? "no data" : Printable(item.message->name()));
-        if (item.message == nullptr) {
+    Table table(style);
+    table.AddColumn("Id", Table::Align::Right);
+    table.AddColumn("Attribute");
+    for (const char* title : {"Value", "Worst", "Threshold", "Raw"}) {
+        table.AddColumn(title, Table::Align::Right);
+    }
+    table.AddColumn("");  // unit of the raw value
+    table.AddColumn("");
+    const auto* descriptor = message.GetDescriptor();
+    const auto* reflection = message.GetReflection();
+    for (const AttributeId& attribute : kAttributeIds) {
+        const auto* field = descriptor->FindFieldByName(std::string(attribute.field));
+        if (field == nullptr || !reflection->HasField(message, field)) {
             continue;
         }
-        Table table;
-        table.AddColumn("Id", Table::Align::Right);
-        table.AddColumn("Attribute");
-        table.AddColumn("Value", Table::Align::Right);
-        table.AddColumn("Worst", Table::Align::Right);
-        table.AddColumn("Threshold", Table::Align::Right);
-        table.AddColumn("Raw", Table::Align::Right);
-        table.AddColumn("");
-        const auto* descriptor = item.message->GetDescriptor();
-        const auto* reflection = item.message->GetReflection();
-        for (const AttributeId& attribute : kAttributeIds) {
-            const auto* field = descriptor->FindFieldByName(std::string(attribute.field));
-            if (field == nullptr || !reflection->HasField(*item.message, field)) {
-                continue;
-            }
-            const auto& detail = static_cast<const datatypes::SmartAttributeDetail&>(reflection->GetMessage(*item.message, field));
-            const bool rated = detail.has_threshold() && detail.threshold().value() > 0;
-            const bool failing = rated && detail.has_normal() && detail.normal().value() <= detail.threshold().value();
-            const bool failed = rated && detail.has_worst() && detail.worst().value() <= detail.threshold().value();
-            table.AddRow({fmt::format("{}", attribute.id), Readable(attribute.field),
-                          Value(detail.has_normal(), detail.normal().value()), Value(detail.has_worst(), detail.worst().value()),
-                          Value(detail.has_threshold(), detail.threshold().value()),
-                          detail.has_raw_value() ? fmt::format("{}", detail.raw_value().value()) : "-",
-                          failing  ? "FAILING"
-                          : failed ? "failed once"
-                                   : ""});
+        const auto& detail = static_cast<const datatypes::SmartAttributeDetail&>(reflection->GetMessage(message, field));
+        const bool rated = detail.has_threshold() && detail.threshold().value() > 0;
+        const bool failing = rated && detail.has_normal() && detail.normal().value() <= detail.threshold().value();
+        const bool failed = rated && detail.has_worst() && detail.worst().value() <= detail.threshold().value();
+        table.AddRow(
+            {fmt::format("{}", attribute.id), Readable(attribute.field), Value(detail.has_normal(), detail.normal().value()),
+             Value(detail.has_worst(), detail.worst().value()), Value(detail.has_threshold(), detail.threshold().value()),
+             detail.has_raw_value() ? Grouped(std::uint64_t{detail.raw_value().value()}) : "-", std::string(attribute.unit),
+             failing  ? "FAILING"
+             : failed ? "failed once"
+                      : ""});
+    }
+    return table.IsEmpty() ? std::string() : table.Render(4);
+}
+
+}  // namespace
+
+std::string Render(const ViewItems<datatypes::SmartStaticInfo>& items, const Disks& disks, const Style& style)
+{
+    Table table(style);
+    for (const char* title : {"Disk", "Name", "Model", "Part identifier"}) {
+        table.AddColumn(title);
+    }
+    for (const auto& item : items) {
+        const std::string name = disks.NameOf(item.itemId);
+        if (item.message == nullptr) {
+            table.AddRow({name, "(no data)"});
+            continue;
         }
-        out += table.IsEmpty() ? "    no SMART values\n" : table.Render(width, 4);
+        // The model that the disk is named by is not repeated.
+        const std::string model = Trimmed(item.message->model_name());
+        table.AddRow({name, item.message->name(), name.ends_with(' ' + model) ? "" : model, item.message->eppid()});
+    }
+    return table.Render(2);
+}
+
+std::string Render(const ViewItems<datatypes::SmartDynamicInfo>& items, const Disks& disks, const Style& style)
+{
+    std::string out;
+    std::map<std::string, std::string> without;  // disks without values, by the reason
+    for (const auto& item : items) {
+        const std::string name = disks.NameOf(item.itemId);
+        const std::string attributes = item.message == nullptr ? "" : RenderAttributes(*item.message, style);
+        if (attributes.empty()) {
+            const std::string reason = item.message == nullptr ? "no data" : NoValuesReason(disks.Find(item.itemId));
+            std::string& names = without[reason];
+            names += (names.empty() ? "" : ", ") + name;
+        } else {
+            out += (out.empty() ? "" : "\n") + RenderText(name + " (" + item.message->name() + ')', style, 2) + attributes;
+        }
+    }
+    const char* gap = out.empty() ? "" : "\n";
+    for (const auto& [reason, names] : without) {
+        out += std::exchange(gap, "") + RenderText("No SMART values (" + reason + "): " + names, style, 2);
     }
     return out;
 }

@@ -8,38 +8,35 @@
 namespace orbis::host {
 namespace {
 
-std::string Scaled(double value, double step, const auto& names, int decimals)
+// Digits with a comma between each three.
+std::string Parted(std::string digits)
 {
-    std::size_t unit = 0;
-    while (value >= step && unit + 1 < names.size()) {
-        value /= step;
-        ++unit;
-    }
-    return fmt::format("{:.{}f} {}", value, unit == 0 ? 0 : decimals, names[unit]);
-}
-
-}  // namespace
-
-std::string Mebibytes(std::uint64_t count)
-{
-    static constexpr std::array<std::string_view, 5> kNames{"MiB", "GiB", "TiB", "PiB", "EiB"};
-    return Scaled(static_cast<double>(count), 1024, kNames, 1);
-}
-
-std::string Bytes(double bytes)
-{
-    static constexpr std::array<std::string_view, 9> kNames{"B", "kB", "MB", "GB", "TB", "PB", "EB", "ZB", "YB"};
-    return Scaled(bytes, 1000, kNames, 2);
-}
-
-std::string Grouped(double whole)
-{
-    std::string digits = fmt::format("{:.0f}", whole);
     for (std::ptrdiff_t at = std::ssize(digits) - 3; at > 0; at -= 3) {
         digits.insert(static_cast<std::size_t>(at), 1, ',');
     }
     return digits;
 }
+
+}  // namespace
+
+std::string Bytes(double bytes)
+{
+    static constexpr std::array<std::string_view, 9> kNames{"B", "kB", "MB", "GB", "TB", "PB", "EB", "ZB", "YB"};
+    std::size_t unit = 0;
+    while (bytes >= 1000 && unit + 1 < kNames.size()) {
+        bytes /= 1000;
+        ++unit;
+    }
+    return fmt::format("{:.{}f} {}", bytes, unit == 0 ? 0 : 2, kNames[unit]);
+}
+
+std::string Mebibytes(double count) { return Bytes(count * 1048576); }
+
+std::string Grouped(double whole) { return Parted(fmt::format("{:.0f}", whole)); }
+
+std::string Grouped(std::uint64_t whole) { return Parted(fmt::format("{}", whole)); }
+
+std::string Times(std::uint64_t count) { return count == 1 ? "once" : Grouped(count) + " times"; }
 
 std::string Hex(std::uint32_t value, int digits) { return fmt::format("0x{:0{}X}", value, digits); }
 

@@ -1,11 +1,10 @@
 #pragma once
 
-#include <chrono>
-#include <cstddef>
-#include <memory>
 #include <string>
 #include <vector>
 
+#include "Disks.h"
+#include "Style.h"
 #include "orbis/datatypes/nvme_health.pb.h"
 #include "orbis/datatypes/nvme_identify.pb.h"
 #include "orbis/datatypes/physical_disk.pb.h"
@@ -24,15 +23,14 @@ struct ViewItem {
 template <class T>
 using ViewItems = std::vector<ViewItem<T>>;
 
-// Tables for people, no line longer than `width` (0: no limit).
-[[nodiscard]] std::string Render(const ViewItems<datatypes::PhysicalDiskStaticInfo>& items, std::size_t width);
-[[nodiscard]] std::string Render(const ViewItems<datatypes::PhysicalDiskDynamicInfo>& items, std::size_t width);
-[[nodiscard]] std::string Render(const ViewItems<datatypes::SmartStaticInfo>& items, std::size_t width);
-[[nodiscard]] std::string Render(const ViewItems<datatypes::SmartDynamicInfo>& items, std::size_t width);
-[[nodiscard]] std::string Render(const ViewItems<datatypes::SmartNvmeInfo>& items, std::size_t width);
-[[nodiscard]] std::string Render(const ViewItems<datatypes::NvmeIdentifyControllerData>& items, std::size_t width);
-
-// An item id as a title: without the "Disk_" that all have.
-[[nodiscard]] std::string DiskTitle(const std::string& itemId);
+// Tables for people. Every one names a disk as `disks` does.
+[[nodiscard]] std::string Render(const ViewItems<datatypes::PhysicalDiskStaticInfo>& items, const Disks& disks, const Style& style);
+[[nodiscard]] std::string Render(const ViewItems<datatypes::PhysicalDiskDynamicInfo>& items, const Disks& disks,
+                                 const Style& style);
+[[nodiscard]] std::string Render(const ViewItems<datatypes::SmartStaticInfo>& items, const Disks& disks, const Style& style);
+[[nodiscard]] std::string Render(const ViewItems<datatypes::SmartDynamicInfo>& items, const Disks& disks, const Style& style);
+[[nodiscard]] std::string Render(const ViewItems<datatypes::SmartNvmeInfo>& items, const Disks& disks, const Style& style);
+[[nodiscard]] std::string Render(const ViewItems<datatypes::NvmeIdentifyControllerData>& items, const Disks& disks,
+                                 const Style& style);
 
 }  // namespace orbis::host

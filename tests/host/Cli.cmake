@@ -1,6 +1,7 @@
 # Runs orbis-host as a user does and looks at how it ends, what it prints and what it says.
 #   EMULATOR: what runs a foreign program, words joined by |   HOST: orbis-host   SOURCE: the project   WORK: a folder to write to
 string(REPLACE "|" ";" emulator "${EMULATOR}")
+set(ENV{LC_ALL} C.UTF-8)
 set(failures 0)
 
 # try(<exit status> <regex of standard output> <regex of standard error> <argument>...)
@@ -26,22 +27,30 @@ try(0 "SmartNvmeInfo" "^$" collect SmartNvmeInfo --machine laptop-arm64.txtpb --
 try(0 "SmartNvmeInfo: 1 disk.*NvmeIdentifyControllerData: 1 disk" "debug +StrgColl +Fetching NvmeHealthInfo for PhysicalDrive0 .*SmartNvmeInfoRetriever:[0-9]+ Veyra::"
     collect NvmeIdentifyControllerData SmartNvmeInfo --machine laptop-arm64.txtpb --log-level debug)
 # Two passes of a watch with one plug-in object.
-try(0 "2024-05-17T.*Z\n.*Busy so far.*2024-05-17T.*Z\n" "" collect PhysicalDiskDynamicInfo --machine laptop-arm64.txtpb --watch 0.1 --count 2)
-# What the collectors leave out without a word, the host tells with the reason.
+try(0 "2024-05-17T.*Z\n.*so far\n.*2024-05-17T.*Z\n" "" collect PhysicalDiskDynamicInfo --machine laptop-arm64.txtpb --watch 0.1 --count 2)
+# What the collectors leave out silently, the host reports with the reason.
 file(WRITE ${WORK}/unnamed.txtpb "wmi_class { name: \"Win32_DiskDrive\" row { property { name: \"Index\" i4: 3 } property { name: \"SCSIPort\" i4: 0 } "
                                  "property { name: \"Model\" i4: 1 } } row {} }\n")
-try(0 "PhysicalDiskStaticInfo: 0 disks\n" "a drive has no id: .*no Index \\(0x80041002\\)\n.*drive 3 has no id: the Model .* no text\n.*list of disk devices is empty\n"
+try(4 "PhysicalDiskStaticInfo: 0 disks\n" "a drive has no id: .*no Index \\(0x80041002\\)\n.*drive 3 has no id: the Model .* no text\n.*list of disk devices is empty\n"
     collect PhysicalDiskStaticInfo --machine ${WORK}/unnamed.txtpb)
 # Views of what can be odd; their ordinary look is in tests/golden.
-try(0 "953674304.00 +inf.*\\(no id\\) \\(SMART3\\)\n    no SMART values.*READ ONLY, backup failed.*174224571863520444416.00 YB.*SMART9 .*\\\\x81 \\\\x08.*not reported"
+try(4 "999999986.99 +inf.*No SMART values \\(the drive reports none\\): \\(no id\\).*READ ONLY, backup failed.*174224571863520444416.00 YB.*SMART9\n.*\\\\x81 \\\\x08.*not reported"
     "" collect all --machine hostile.txtpb --log-level off)
-# A collection that fails does not take the others with it.
-try(1 "PhysicalDiskStaticInfo: 1 disk\n.*no data" "collecting NvmeIdentifyControllerData failed: .*cannot find data with specific ID: Disk_none"
-    collect all --machine laptop-arm64.txtpb --item Disk_none --log-level off)
-try(2 "" "no such datatype: Smart" collect Smart)
+# A collection that fails does not take the others with it. The reason is the letter, said once; the exception is for debugging.
+file(WRITE ${WORK}/letter.txtpb "disk { number: 0 kind: NVME model: \"One\" size: 1000000000 gpt {} } volume { letter: \"Z\" drive_type: 4 }\n")
+set(gone "^orbis-host: PhysicalDiskStaticInfo: not collected: ....Z: could not be opened .error 2.\n")
+try(1 "SmartStaticInfo: 1 disk\n" "${gone}$" collect PhysicalDiskStaticInfo SmartStaticInfo --machine ${WORK}/letter.txtpb)
+try(1 "SmartStaticInfo: 1 disk\n" "HRESULT 0x80070002 at cpp" collect PhysicalDiskStaticInfo SmartStaticInfo --machine ${WORK}/letter.txtpb --log-level Debug)
+# A disk by what a person calls it, for every datatype; one that is not there, with a list of those that are.
+try(0 "SmartNvmeInfo: 0 disks\n.*SmartStaticInfo: 1 disk\n +Disk.*DISK3 Samsung" "^$" collect smartnvmeinfo SmartStaticInfo --machine workstation.txtpb --item g:)
+try(2 "^$" "no disk is called VI9. .*DISK5 VEYRA IRON 4T  S/N VI4T0000001234  H:\n" collect all --machine workstation.txtpb --item VI9 --log-level off)
+try(2 "" "no such datatype: SmartNvmInfo. Did you mean SmartNvmeInfo" collect SmartNvmInfo)
+try(2 "" "no such datatype: x. One of these:\n  all\n" collect x)
 try(2 "" "xml" collect --format xml)
-try(2 "" "" collect --count 3)
-try(2 "" "" frobnicate)
+try(2 "" "no such option: --fromat=json. Did you mean --format" collect --fromat=json)
+try(2 "" "requires --watch" collect --count 3)
+try(2 "" "no such command: colect. Did you mean collect" colect)
+try(2 "" "no such command: shwo. Did you mean show" machine shwo x)
 try(2 "" "wrong.txtpb:3:[0-9]+: error: .*" collect --machine ${WORK}/wrong.txtpb)
 try(2 "" "no-such.txtpb: error: " collect --machine no-such.txtpb)
 try(0 "workstation.txtpb: ok\n" "" machine validate workstation.txtpb empty.txtpb)
@@ -49,20 +58,44 @@ try(2 "" "odd.txtpb:2:.*disk.1..number" machine validate ${WORK}/odd.txtpb)
 try(0 "disk 0: NVMe" "" machine show laptop-arm64.txtpb)
 try(2 "" "wrong.txtpb:3:" machine show ${WORK}/wrong.txtpb)
 try(3 "^$" "no-such-plugin.*--plugin FILE" collect --plugin ${WORK}/no-such-plugin.so)
-try(0 "Usage: orbis-host" "" --help)
+try(0 "Usage: orbis-host" "^$")
+try(0 "Usage: orbis-host machine show" "^$" help machine show)
 try(0 "orbis-host [0-9]" "" --version)
+try(0 "orbis-host [0-9]" "" version)
+# Output that is lost is an error.
+if(EXISTS /dev/full AND NOT emulator)
+    foreach(command "describe" "machine show laptop-arm64.txtpb" "collect PhysicalDiskDynamicInfo --machine laptop-arm64.txtpb --watch 0.1")
+        separate_arguments(words UNIX_COMMAND "${command}")
+        execute_process(COMMAND ${HOST} ${words} WORKING_DIRECTORY ${SOURCE}/machines OUTPUT_FILE /dev/full ERROR_VARIABLE said RESULT_VARIABLE got)
+        if(NOT got EQUAL 5 OR NOT said MATCHES "cannot be written")
+            message("orbis-host ${command} > /dev/full\n  ended with ${got}, not 5\n  said: ${said}")
+            math(EXPR failures "${failures} + 1")
+        endif()
+    endforeach()
+endif()
 
-# What the help says is in the manual page and in the completion too.
-file(READ ${SOURCE}/docs/man/orbis-host.1 manual)
-file(READ ${SOURCE}/completions/orbis-host.bash completion)
+# What the help says is in the manual page and in the completions too.
+file(READ ${SOURCE}/docs/man/orbis-host.1 manual_text)
+string(REPLACE "\\-" "-" manual_text "${manual_text}")
 execute_process(COMMAND ${emulator} ${HOST} collect --help OUTPUT_VARIABLE help)
-string(REGEX MATCHALL "--[a-z-]+" options "${help}")
-string(REPLACE "\\-" "-" manual "${manual}")
-foreach(option ${options})
-    if(NOT manual MATCHES "${option}" OR NOT completion MATCHES "${option}")
-        message("${option} is in the help, but not in the manual page or not in the completion")
-        math(EXPR failures "${failures} + 1")
+execute_process(COMMAND ${emulator} ${HOST} describe OUTPUT_VARIABLE datatypes)
+string(REGEX MATCHALL "--[a-z-]+|\n  [0-9]  [^\n]+" words "${help}")
+string(REGEX MATCHALL "[A-Z][A-Za-z]+Info|[A-Z][A-Za-z]+Data" datatypes "${datatypes}")
+foreach(file "manual page" orbis-host.bash _orbis-host orbis-host.fish)
+    set(text "${manual_text}")
+    if(NOT file STREQUAL "manual page")
+        file(READ ${SOURCE}/completions/${file} text)
     endif()
+    foreach(word ${words} ${datatypes})
+        string(REGEX REPLACE "^\n  [0-9]  " "" word "${word}")  # what an exit status means
+        string(FIND "${text}" "${word}" place)
+        string(REGEX REPLACE "^--" "" bare "${word}")  # fish names options without dashes
+        string(FIND "${text}" "-l ${bare}" fish)
+        if(place EQUAL -1 AND fish EQUAL -1 AND NOT (word MATCHES " " AND NOT file STREQUAL "manual page"))
+            message("\"${word}\" is in the help, but not in ${file}")
+            math(EXPR failures "${failures} + 1")
+        endif()
+    endforeach()
 endforeach()
 
 if(failures)

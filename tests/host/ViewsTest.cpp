@@ -2,45 +2,104 @@
 
 #include <limits>
 
-#include "Output.h"
+#include "Disks.h"
+#include "ExitStatus.h"
+#include "Formats.h"
 #include "Table.h"
+#include "Text.h"
 #include "views/LiveView.h"
 #include "views/Units.h"
 
 namespace orbis::host {
 namespace {
 
-TEST(TableTest, FitsTheWidthAndKeepsNumbersRight)
+TEST(TableTest, CutsTextInTheMiddleNumbersNeverAndBecomesBlocksBelowThat)
 {
-    Table table;
-    table.AddColumn("Disk");
-    table.AddColumn("Size", Table::Align::Right);
-    table.AddRow({"a disk with a name that is far too long for a narrow terminal", "1"});
-    table.AddRow({"short", "1000"});
-    EXPECT_EQ(table.Render(20, 2),
-              "  Disk          Size\n"
-              "  a disk with\u2026     1\n"
-              "  short         1000\n");
-    EXPECT_NE(table.Render(0).find("narrow terminal"), std::string::npos) << "piped output is whole";
+    const auto render = [](const Style& style) {
+        Table table(style);
+        table.AddColumn("Disk");
+        table.AddColumn("Read\nMB/s", Table::Align::Right);
+        table.AddColumn("Blank");
+        table.AddRow({"DISK0 \u6570\u636E\u76D8 with a long name 1TB", "1000.25"});
+        table.AddRow({"DISK1", "1"});
+        return table.Render(2);
+    };
+    EXPECT_EQ(render({.width = 30}),
+              "                          Read\n"
+              "  Disk                    MB/s\n"
+              "  DISK0 \u6570\u2026 name 1TB   1000.25\n"
+              "  DISK1                      1\n");
+    EXPECT_EQ(render({.width = 20, .isAscii = true}),
+              "  DISK0\n"
+              "  \\u6570\\u636E\\u76D8\n"
+              "  with a long name\n"
+              "  1TB\n"
+              "    Read MB/s  1000.25\n"
+              "  DISK1\n"
+              "    Read MB/s  1\n");
+    EXPECT_NE(render({}).find("with a long name 1TB  1000.25\n"), std::string::npos) << "piped output is whole";
 }
 
-TEST(TableTest, ShowsWhatWouldDriveTheTerminal)
+TEST(TextTest, ShowsWhatWouldDriveTheTerminalAndKnowsItsWidth)
 {
     using namespace std::string_literals;
-    EXPECT_EQ(Printable("a\x1B[2J\0b\x7F\n\xC2\x9B"s + "1m\u00E4"), "a\\x1B[2J\\x00b\\x7F\\x0A\\x9B1m\u00E4");
-    EXPECT_EQ(DisplayWidth("a\u0308\u2026"), 2U) << "a combining mark takes no column";
-    EXPECT_EQ(Fit("\u00E4\u00F6\u00FC", 2), "\u00E4\u2026");
+    EXPECT_EQ(Printable("a\x1B[2J\0b\x7F\n\xC2\x9B"s + "1m\u00E4\xFF\u202Ex\u2028"),
+              "a\\x1B[2J\\x00b\\x7F\\x0A\\x9B1m\u00E4\\xFF\\u202Ex\\u2028");
+    EXPECT_EQ(Ascii("45 \u00B0C \u2026 \u2588 \u00E4 \U0001F4BE"), "45 C ~ # \\xE4 \\U0001F4BE");
+    EXPECT_EQ(DisplayWidth("a\u0308\u2026\u6570"), 4U) << "a combining mark takes no column, a Chinese character two";
+    EXPECT_EQ(Fit("\u00E4\u00F6\u00FCa\u0308", 2), "\u00E4\u2026");
+    EXPECT_EQ(Fit("\u6570\u636E\u76D8", 3), "\u2026") << "half a character is none";
 }
 
 TEST(UnitsTest, ReadAsPeopleWriteThem)
 {
-    EXPECT_EQ(Mebibytes(0), "0 MiB");
-    EXPECT_EQ(Mebibytes(953869), "931.5 GiB");
-    EXPECT_EQ(Mebibytes(std::numeric_limits<std::uint64_t>::max() >> 20U), "16.0 EiB");
+    EXPECT_EQ(Mebibytes(953869), "1.00 TB");
     EXPECT_EQ(Bytes(512110190592.0), "512.11 GB");
-    EXPECT_EQ(Grouped(1234567), "1,234,567");
-    EXPECT_EQ(Grouped(999), "999");
+    EXPECT_EQ(Bytes(999), "999 B");
+    EXPECT_EQ(Grouped(std::numeric_limits<std::uint64_t>::max()), "18,446,744,073,709,551,615");
+    EXPECT_EQ(Grouped(999.0), "999");
+    EXPECT_EQ(Times(1) + ", " + Times(1234), "once, 1,234 times");
     EXPECT_EQ(LittleEndian(std::string("\x01\x02\0\0", 4)), 513.0);
+}
+
+TEST(DisksTest, FindsADiskByWhatAPersonCallsIt)
+{
+    Disks disks;
+    disks.Learn({"Disk_B", 12, "VEYRA IRON 4T", "7", {{"D:", "1234ABCD"}, {"E:", ""}}, false, {}});
+    disks.Learn({"Disk_A", 3, "", "s/n 1", {}, false, {}});
+    disks.Learn({"Disk_A", 4, "VEYRA PX8", "", {{"C:", "1234ABCD"}}, false, {}});  // what is known already stays
+    const std::vector<std::pair<const char*, std::vector<std::string>>> cases{
+        {"Disk_A", {"Disk_A"}},
+        {"DISK3", {"Disk_A"}},
+        {"disk12", {"Disk_B"}},
+        {"3", {"Disk_A"}},
+        {"4", {}},
+        {R"(\\.\PhysicalDrive12)", {"Disk_B"}},
+        {"C:", {"Disk_A"}},
+        {"e", {"Disk_B"}},
+        {"d:\\", {"Disk_B"}},
+        {"S/N 1", {"Disk_A"}},
+        {"7", {"Disk_B"}},
+        {"", {}},
+        {"DISK", {}},
+        {"DISK1", {}},
+        {"99999999999", {}},
+    };
+    for (const auto& [selector, expected] : cases) {
+        EXPECT_EQ(disks.Select(selector), expected) << selector;
+    }
+    EXPECT_EQ(disks.NameOf("Disk_A"), "DISK3 VEYRA PX8");
+    EXPECT_EQ(disks.NameOf("Disk_"), "(no id)");
+    EXPECT_EQ(disks.LetterOf("Disk_B", "1234ABCD") + disks.LetterOf("Disk_B", ""), "D:");
+    EXPECT_EQ(disks.All().front().itemId, "Disk_A") << "ordered by number";
+}
+
+TEST(ExitStatusTest, TheFirstThatAppliesCounts)
+{
+    EXPECT_EQ(Graver(kExitIncomplete, kExitCollectionFailed), kExitCollectionFailed);
+    EXPECT_EQ(Graver(kExitOutputLost, kExitCollectionFailed), kExitOutputLost);
+    EXPECT_EQ(Graver(kExitUsage, kExitOutputLost), kExitUsage);
+    EXPECT_EQ(Graver(kExitOk, kExitIncomplete), kExitIncomplete);
 }
 
 datatypes::PhysicalDiskDynamicInfo Idle(float percent)
@@ -57,30 +116,30 @@ TEST(LiveViewTest, KeepsALineForADiskThatIsGoneWhileItsHistoryLasts)
     const auto idle = Idle(100);
     live.Add({{"Disk_A", &busy}, {"Disk_B", &idle}});
     live.Add({{"Disk_B", &busy}});
-    const std::string text = live.Render(80);
-    EXPECT_NE(text.find("  A       gone"), std::string::npos) << text;
+    const std::string text = live.Render({}, {.width = 80});
+    EXPECT_NE(text.find("  A      gone"), std::string::npos) << text;
     EXPECT_NE(text.find("\u2581\u2588"), std::string::npos) << "B was idle, then busy:\n" << text;
     for (int pass = 0; pass < 24; ++pass) {
         live.Add({{"Disk_B", &idle}});
     }
-    EXPECT_EQ(live.Render(80).find("gone"), std::string::npos);
+    EXPECT_EQ(live.Render({}, {}).find("gone"), std::string::npos);
     EXPECT_EQ(Sparkline({std::numeric_limits<float>::quiet_NaN(), -1, 250}, 100), "  \u2588");
 }
 
-TEST(OutputTest, AnItemWithoutAMessageIsNoEmptyMessage)
+TEST(FormatsTest, AnItemWithoutAMessageIsNoEmptyMessage)
 {
     std::vector<Pass> passes(1);
     passes[0].datatype = "PhysicalDiskStaticInfo";
     passes[0].items.push_back({"Disk_\"1\"\n", std::chrono::system_clock::time_point(std::chrono::milliseconds(1500)), nullptr});
     passes[0].items.push_back({"Disk_2", {}, NewMessage("veyra.orbis.datatypes.PhysicalDiskStaticInfo")});
     EXPECT_EQ(
-        Render(passes, Format::Json, 0),
+        Render(passes, Format::Json, {}, {}),
         "[\n"
         R"({"datatype":"PhysicalDiskStaticInfo","itemId":"Disk_\"1\"\n","collectionTime":"1970-01-01T00:00:01.500Z","data":null})"
         ",\n"
         R"({"datatype":"PhysicalDiskStaticInfo","itemId":"Disk_2","collectionTime":"1970-01-01T00:00:00Z","data":{}})"
         "\n]\n");
-    EXPECT_NE(Render(passes, Format::Table, 0).find("(no data)"), std::string::npos);
+    EXPECT_NE(Render(passes, Format::Table, {}, {}).find("(no data)"), std::string::npos);
     EXPECT_EQ(NewMessage("veyra.orbis.datatypes.None"), nullptr);
 }
 

@@ -1,0 +1,188 @@
+#include "Collector.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <charconv>
+#include <stdexcept>
+
+#include "PluginFile.h"
+#include "Say.h"
+#include "Suggest.h"
+#include "Text.h"
+#include "orbis/datatypes/nvme_identify.pb.h"
+#include "orbis/datatypes/physical_disk.pb.h"
+#include "platform/Errors.h"
+
+namespace orbis::host {
+namespace {
+
+namespace datatypes = ::veyra::orbis::datatypes;
+using border::HostException;
+using border::Operation;
+
+constexpr std::string_view kAll = "all";
+
+// What a disk's static description says of it, for disks whose requests were not seen.
+Disk ToDisk(const std::string& itemId, const datatypes::PhysicalDiskStaticInfo& message)
+{
+    Disk disk;
+    disk.itemId = itemId;
+    constexpr std::string_view kName = "DISK";
+    const std::string& name = message.name();
+    std::uint32_t number = 0;
+    if (name.starts_with(kName) &&
+        std::from_chars(name.data() + kName.size(), name.data() + name.size(), number).ec == std::errc()) {
+        disk.number = number;
+    }
+    disk.model = Trimmed(message.make_model());
+    return disk;
+}
+
+}  // namespace
+
+Collector::Collector(MachineInForce& machine, const std::filesystem::path& plugin, LogLevel logLevel)
+    : m_Machine(machine),
+      m_Plugin(border::PluginHost::Load(PluginFile(plugin))),
+      m_LogLevel(logLevel),
+      m_Log(MakeConsoleLog(m_Plugin.LogId(), logLevel)),
+      m_Object(m_Plugin.Create(m_Log))
+{}
+
+std::vector<Operation> Collector::Choose(const std::vector<std::string>& datatypes) const
+{
+    std::vector<std::string> known{std::string(kAll)};
+    for (const Operation& one : m_Plugin.Operations()) {
+        known.push_back(ShortName(one.datatype));
+    }
+    std::vector<std::string> names;
+    for (const std::string& name : datatypes) {
+        names.push_back(FindWord(known, name, "datatype"));
+    }
+    const bool isAll = names.empty() || std::find(names.begin(), names.end(), kAll) != names.end();
+    std::vector<Operation> chosen;
+    std::copy_if(m_Plugin.Operations().begin(), m_Plugin.Operations().end(), std::back_inserter(chosen), [&](const Operation& one) {
+        return isAll || std::find(names.begin(), names.end(), ShortName(one.datatype)) != names.end();
+    });
+    return chosen;
+}
+
+std::vector<Pass> Collector::Collect(const std::vector<Operation>& operations)
+{
+    std::vector<Pass> passes;
+    for (const Operation& operation : operations) {
+        (void)m_Machine.Disks().TakeLastFailure();
+        try {
+            passes.push_back(CollectOne(operation));
+            m_Log->Flush();
+        } catch (const HostException& exception) {
+            m_HasFailed = true;
+            m_Log->FlushUnless(exception.Message());
+            ReportFailure(ShortName(operation.datatype), exception);
+        } catch (const std::runtime_error& exception) {
+            m_HasFailed = true;
+            m_Log->Flush();
+            Say(exception.what());
+        }
+    }
+    Learn(passes);
+    return passes;
+}
+
+Pass Collector::CollectOne(const Operation& operation)
+{
+    Pass pass;
+    pass.datatype = ShortName(operation.datatype);
+    auto items = m_Object.Collect(operation.index, border::ItemId::All());
+    for (border::SerializedItem& item : items ? *items : std::vector<border::SerializedItem>{}) {
+        auto message = item.message ? NewMessage(operation.datatype) : nullptr;
+        if (item.message && (message == nullptr || !message->ParseFromString(*item.message))) {
+            throw std::runtime_error(pass.datatype +
+                                     ": this program cannot decode it; it and the plug-in are of different versions");
+        }
+        pass.items.push_back({item.itemId.ToString(), item.collectionTime, std::move(message)});
+    }
+    return pass;
+}
+
+void Collector::ReportFailure(const std::string& datatype, const HostException& exception)
+{
+    const std::string message(exception.Message());
+    std::string reason = message;
+    // A refused device says more than the code that the refusal became; the code tells whether it was that refusal.
+    if (const auto failure = m_Machine.Disks().TakeLastFailure()) {
+        const auto code = static_cast<std::uint32_t>(platform::HresultFromWin32(failure->error));
+        if (message.find(fmt::format("0x{:08X}", code)) != std::string::npos) {
+            reason = fmt::format("{} {} (error {})", failure->path, failure->isOpen ? "could not be opened" : "refused a request",
+                                 failure->error);
+        }
+    }
+    Say(fmt::format("{}: not collected: {}", datatype, reason));
+    if (m_LogLevel <= LogLevel::Debug) {
+        Say(exception.ToString());
+    }
+}
+
+bool Collector::ReportFindings()
+{
+    const std::vector<std::string> findings = m_Machine.TakeFindings();
+    for (const std::string& finding : findings) {
+        Say(finding);
+    }
+    return !findings.empty();
+}
+
+std::vector<std::string> Collector::Select(const std::string& selector)
+{
+    std::vector<std::string> selected = m_Disks.Select(selector);
+    if (selected.empty() && !m_HasIdentities) {
+        LearnIdentities();
+        selected = m_Disks.Select(selector);
+    }
+    if (selected.empty()) {
+        const std::string list = m_Disks.List();
+        throw std::invalid_argument(
+            fmt::format("no disk is called {}. {}", selector, list.empty() ? "No disk was found." : "These are there:" + list));
+    }
+    return selected;
+}
+
+void Collector::LearnIdentities()
+{
+    m_HasIdentities = true;
+    std::vector<Operation> operations;
+    for (const Operation& one : m_Plugin.Operations()) {
+        if (one.datatype == datatypes::PhysicalDiskStaticInfo::descriptor()->full_name() ||
+            one.datatype == datatypes::NvmeIdentifyControllerData::descriptor()->full_name()) {
+            operations.push_back(one);
+        }
+    }
+    (void)Collect(operations);
+}
+
+void Collector::Learn(const std::vector<Pass>& passes)
+{
+    for (const Disk& disk : m_Machine.Disks().Seen()) {
+        m_Disks.Learn(disk);
+    }
+    for (const Pass& pass : passes) {
+        for (const Collected& item : pass.items) {
+            if (item.message == nullptr || item.itemId == "Disk_") {
+                continue;
+            }
+            if (pass.datatype == datatypes::PhysicalDiskStaticInfo::descriptor()->name()) {
+                m_Disks.Learn(ToDisk(item.itemId, static_cast<const datatypes::PhysicalDiskStaticInfo&>(*item.message)));
+            } else if (pass.datatype == datatypes::NvmeIdentifyControllerData::descriptor()->name()) {
+                const auto& message = static_cast<const datatypes::NvmeIdentifyControllerData&>(*item.message);
+                Disk disk;
+                disk.itemId = item.itemId;
+                disk.model = Trimmed(message.model_number());
+                disk.serialNumber = Trimmed(message.serial_number());
+                disk.isNvme = true;
+                m_Disks.Learn(disk);
+            }
+        }
+    }
+}
+
+}  // namespace orbis::host

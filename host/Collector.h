@@ -1,0 +1,54 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ConsoleLog.h"
+#include "Disks.h"
+#include "Formats.h"
+#include "HostBorder/PluginHost.h"
+#include "MachineInForce.h"
+
+namespace orbis::host {
+
+// A plug-in at work on the machine in force: collects datatypes, reports what fails, and learns what people call the disks.
+class Collector {
+public:
+    // Throws border::PluginLoadError; HostException when the plug-in's object cannot be created.
+    Collector(MachineInForce& machine, const std::filesystem::path& plugin, LogLevel logLevel);
+
+    // The operations for these datatypes, in the plug-in's order; all of them for "all" or for none. Throws std::invalid_argument
+    // for a name that the plug-in does not have.
+    [[nodiscard]] std::vector<border::Operation> Choose(const std::vector<std::string>& datatypes) const;
+    // Collects each of them once, all disks. A failure is reported on standard error and sets HasFailed.
+    [[nodiscard]] std::vector<Pass> Collect(const std::vector<border::Operation>& operations);
+    // Reports what was left out of the collections, and returns whether that was anything.
+    bool ReportFindings();
+
+    // The item ids that `selector` names. Collects what tells disks apart when that is not known yet. Throws std::invalid_argument,
+    // with a list of the disks, when it names none.
+    [[nodiscard]] std::vector<std::string> Select(const std::string& selector);
+    // Collects what tells disks apart: models, serial numbers, drive letters.
+    void LearnIdentities();
+
+    [[nodiscard]] const Disks& KnownDisks() const noexcept { return m_Disks; }
+    [[nodiscard]] bool HasFailed() const noexcept { return m_HasFailed; }
+
+private:
+    [[nodiscard]] Pass CollectOne(const border::Operation& operation);
+    void ReportFailure(const std::string& datatype, const border::HostException& exception);
+    void Learn(const std::vector<Pass>& passes);
+
+    MachineInForce& m_Machine;
+    border::PluginHost m_Plugin;
+    LogLevel m_LogLevel;
+    std::shared_ptr<ConsoleLog> m_Log;
+    border::PluginObject m_Object;
+    Disks m_Disks;
+    bool m_HasFailed = false;
+    bool m_HasIdentities = false;
+};
+
+}  // namespace orbis::host

@@ -1,0 +1,278 @@
+#include "CommandLine.h"
+
+#include <fmt/format.h>
+#include <CLI/CLI.hpp>
+
+#include <exception>
+#include <functional>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "Commands.h"
+#include "HostBorder/PluginHost.h"
+#include "Say.h"
+#include "Suggest.h"
+#include "Version.h"
+#include "simulated/MachineFile.h"
+
+namespace orbis::host {
+namespace {
+
+const std::vector<std::pair<std::string, Format>> kFormats{
+    {"table", Format::Table}, {"json", Format::Json}, {"text", Format::Text}, {"binary", Format::Binary}};
+const std::vector<std::pair<std::string, LogLevel>> kLogLevels{{"trace", LogLevel::Trace}, {"debug", LogLevel::Debug},
+                                                               {"info", LogLevel::Info},   {"warning", LogLevel::Warning},
+                                                               {"error", LogLevel::Error}, {"off", LogLevel::Off}};
+
+// The value of a word; throws std::invalid_argument for one that is not there.
+template <class T>
+T ValueOf(const std::vector<std::pair<std::string, T>>& choices, const std::string& given, std::string_view what)
+{
+    std::vector<std::string> words;
+    for (const auto& [word, value] : choices) {
+        words.push_back(word);
+    }
+    const std::string found = FindWord(words, given, what);
+    return std::find_if(choices.begin(), choices.end(), [&](const auto& choice) { return choice.first == found; })->second;
+}
+
+std::string ExitStatusFooter()
+{
+    std::string text = "Exit status, the first that applies:";
+    for (const ExitStatusText& one : kExitStatuses) {
+        text += fmt::format("\n  {}  {}", one.status, one.text);
+    }
+    return text + '\n';
+}
+
+// The command line as it is being understood.
+class CommandLine {
+public:
+    explicit CommandLine(Output& output) : m_Output(output)
+    {
+        m_App.name("orbis-host");
+        m_App.allow_windows_style_options(false);  // the same options everywhere, and "/" may begin a path
+        m_App.footer(ExitStatusFooter());
+        m_App.set_version_flag("--version", VersionText());
+        AddDescribe();
+        AddCollect();
+        AddMachine();
+        AddHelp();
+    }
+
+    int Run(int argc, const char* const* argv)
+    {
+        if (argc > 1 && std::string_view(argv[1]) == "help") {
+            return Help({argv + 2, argv + argc});
+        }
+        try {
+            m_App.parse(argc, argv);
+        } catch (const CLI::ExtrasError&) {
+            return Refuse(m_App.remaining(true).front());
+        } catch (const CLI::ParseError& error) {
+            std::ostringstream out;
+            std::ostringstream err;
+            const int status = m_App.exit(error, out, err);
+            m_Output.Write(out.str());
+            if (status != 0) {
+                Say(fmt::format("{}\nRun orbis-host {} for more.", error.what(), HelpOfParsed()));
+            }
+            // Asking for help or the version is no error.
+            return status == 0 ? kExitOk : kExitUsage;
+        }
+        if (m_Run == nullptr) {  // no command, or one that is a family of commands
+            m_Output.Write(HelpOf(Parsed()));
+            return kExitOk;
+        }
+        return m_Run();
+    }
+
+private:
+    static std::string VersionText() { return std::string("orbis-host ") + kVersion; }
+
+    CLI::App& AddCommand(CLI::App& parent, const char* name, const char* description, std::function<int()> run)
+    {
+        CLI::App& command = *parent.add_subcommand(name, description);
+        command.callback([this, run = std::move(run)] { m_Run = run; });
+        return command;
+    }
+
+    static void AddPluginOption(CLI::App& command, std::filesystem::path& plugin)
+    {
+        command.add_option("--plugin", plugin, "Load this plug-in instead of the one beside this program")->option_text("FILE");
+    }
+
+    void AddSourceOptions(CLI::App& command, SourceOptions& source)
+    {
+        command.add_option("--item", source.disk, "Only this disk: an item id, DISK0, a number, a serial number or C:")
+            ->option_text("DISK");
+        command.add_option("--machine", source.machine, "Collect from the simulated machine of this file")->option_text("FILE");
+        command.add_option("--log-level", m_LogLevel, "trace, debug, info, warning, error or off (warning)")->option_text("LEVEL");
+        AddPluginOption(command, source.plugin);
+    }
+
+    void AddDescribe()
+    {
+        CLI::App& command = AddCommand(m_App, "describe", "Show the plug-in and the datatypes it collects",
+                                       [this] { return Describe(m_Describe, m_Output); });
+        AddPluginOption(command, m_Describe.plugin);
+    }
+
+    void AddCollect()
+    {
+        CLI::App& command = AddCommand(m_App, "collect", "Collect datatypes and print them", [this] {
+            m_Collect.format = ValueOf(kFormats, m_Format, "format");
+            m_Collect.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
+            return Collect(m_Collect, m_Output);
+        });
+        command.footer(
+            "DATATYPE is one that `orbis-host describe` lists, or all (the default).\n"
+            "Results go to standard output, log lines to standard error.\n\n"
+            "Examples:\n"
+            "  orbis-host collect\n"
+            "  orbis-host collect SmartNvmeInfo --item DISK0 --format json\n"
+            "  orbis-host collect all --machine machines/workstation.txtpb\n"
+            "  orbis-host collect PhysicalDiskDynamicInfo --watch 1\n\n" +
+            ExitStatusFooter());
+        command.add_option("DATATYPE", m_Collect.datatypes, "What to collect (all)");
+        command.add_option("--format", m_Format, "table, json, text (protobuf text) or binary (delimited protobuf)")
+            ->option_text("FORMAT");
+        CLI::Option& watch =
+            *command.add_option("--watch", m_Collect.watchSeconds, "Collect again every so many seconds, until Ctrl-C")
+                 ->check(CLI::Range(0.1, 86400.0).description(""))
+                 ->option_text("SECONDS");
+        command.add_option("--count", m_Collect.count, "End a watch after so many passes")
+            ->needs(&watch)
+            ->check(CLI::Range(1U, 1000000000U).description(""))
+            ->option_text("N");
+        AddSourceOptions(command, m_Collect.source);
+    }
+
+    void AddMachine()
+    {
+        CLI::App& machine = *m_App.add_subcommand("machine", "Look at files that describe simulated machines");
+        CLI::App& validate = AddCommand(machine, "validate", "Check machine files; findings name file, line and field",
+                                        [this] { return ValidateMachineFiles(m_Files, m_Output); });
+        validate.add_option("FILE", m_Files, "Machine files (*.txtpb)")->required();
+        CLI::App& show =
+            AddCommand(machine, "show", "Describe the machine of a file", [this] { return ShowMachineFile(m_File, m_Output); });
+        show.add_option("FILE", m_File, "A machine file (*.txtpb)")->required();
+    }
+
+    void AddHelp()
+    {
+        // For the list of commands; its arguments are words that would otherwise be taken for commands.
+        AddCommand(m_App, "help", "Show the help of a command", [] { return kExitOk; });
+        AddCommand(m_App, "version", "Show the version", [this] {
+            m_Output.Write(VersionText() + '\n');
+            return kExitOk;
+        });
+    }
+
+    int Help(const std::vector<std::string>& words)
+    {
+        CLI::App* about = &m_App;
+        for (const std::string& word : words) {
+            about = about->get_subcommand(FindWord(CommandsOf(*about), word, "command"));
+        }
+        m_Output.Write(HelpOf(*about));
+        return kExitOk;
+    }
+
+    static std::vector<std::string> CommandsOf(const CLI::App& app)
+    {
+        std::vector<std::string> names;
+        for (const CLI::App* command : app.get_subcommands(nullptr)) {
+            names.push_back(command->get_name());
+        }
+        return names;
+    }
+
+    static std::string HelpOf(const CLI::App& command)
+    {
+        std::string before;
+        for (const CLI::App* one = command.get_parent(); one != nullptr; one = one->get_parent()) {
+            before = one->get_name() + (before.empty() ? "" : " ") + before;
+        }
+        return command.help(before);
+    }
+
+    // The innermost command that was named.
+    [[nodiscard]] const CLI::App& Parsed() const
+    {
+        const CLI::App* command = &m_App;
+        while (!command->get_subcommands().empty()) {
+            command = command->get_subcommands().front();
+        }
+        return *command;
+    }
+
+    [[nodiscard]] std::string HelpOfParsed() const
+    {
+        const CLI::App& command = Parsed();
+        std::string words = "--help";
+        for (const CLI::App* one = &command; one->get_parent() != nullptr; one = one->get_parent()) {
+            words = one->get_name() + ' ' + words;
+        }
+        return words;
+    }
+
+    // Reports an argument that has no place here.
+    int Refuse(const std::string& argument)
+    {
+        const CLI::App& command = Parsed();
+        const bool isOption = argument.starts_with('-');
+        std::vector<std::string> known = isOption ? std::vector<std::string>() : CommandsOf(command);
+        for (const CLI::Option* option : isOption ? command.get_options() : std::vector<const CLI::Option*>()) {
+            for (const std::string& name : option->get_lnames()) {
+                known.push_back("--" + name);
+            }
+        }
+        const std::string nearest = Nearest(known, argument.substr(0, argument.find('=')));
+        Say(fmt::format("{}: {}. {}Run orbis-host {} for more.",
+                        isOption        ? "no such option"
+                        : known.empty() ? "not expected here"
+                                        : "no such command",
+                        argument, nearest.empty() ? "" : "Did you mean " + nearest + "? ", HelpOfParsed()));
+        return kExitUsage;
+    }
+
+    Output& m_Output;
+    CLI::App m_App{"Collects storage telemetry of this machine's disks, or of a simulated machine's, through the plug-in."};
+    std::function<int()> m_Run;
+    DescribeOptions m_Describe;
+    CollectOptions m_Collect;
+    std::string m_Format = "table";
+    std::string m_LogLevel = "warning";
+    std::vector<std::filesystem::path> m_Files;
+    std::filesystem::path m_File;
+};
+
+}  // namespace
+
+int RunCommandLine(int argc, const char* const* argv, Output& output)
+{
+    try {
+        return CommandLine(output).Run(argc, argv);
+    } catch (const simulated::MachineFileError& error) {
+        SayPlace(error.what());
+        return kExitUsage;
+    } catch (const border::PluginLoadError& error) {
+        Say(error.what());
+        Say("the plug-in stands beside this program; --plugin FILE names another");
+        return kExitNoPlugin;
+    } catch (const border::HostException& exception) {
+        Say("the plug-in could not be created: " + exception.ToString());
+        return kExitNoPlugin;
+    } catch (const std::invalid_argument& error) {
+        Say(error.what());
+        return kExitUsage;
+    } catch (const std::exception& error) {
+        Say(error.what());
+        return kExitCollectionFailed;
+    }
+}
+
+}  // namespace orbis::host

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace orbis::host {
+
+// One physical disk, as far as it is known. Texts are trimmed UTF-8; what is not known is empty.
+struct Disk {
+    std::string itemId;                   // "Disk_" and the PnP device id
+    std::optional<std::uint32_t> number;  // the N of \\.\PhysicalDriveN
+    std::string model;
+    std::string serialNumber;
+    std::map<std::string, std::string> letters;  // "C:" and the serial number of the volume in hexadecimal
+    bool isNvme = false;
+    std::optional<std::uint32_t> smartError;  // Win32 error of the last refused SMART request; 0: the device refused it
+};
+
+// The disks of the machine: the one place that names a disk for people and that finds the disk that a person names.
+class Disks {
+public:
+    // Adds a disk, or what is newly known of one.
+    void Learn(const Disk& disk);
+
+    // The disk with this item id, or null.
+    [[nodiscard]] const Disk* Find(std::string_view itemId) const;
+    // "DISK0 VEYRA PX8 1TB"; the item id without "Disk_" for a disk that has no number here.
+    [[nodiscard]] std::string NameOf(std::string_view itemId) const;
+    // "DISK0"
+    [[nodiscard]] std::string ShortNameOf(std::string_view itemId) const;
+    // The letter of the volume with this serial number on the disk, or an empty text.
+    [[nodiscard]] std::string LetterOf(std::string_view itemId, std::string_view volumeSerial) const;
+
+    // Item ids of the disks that `selector` names: an item id, DISK0, 0, \\.\PhysicalDrive0, C:, or a serial number, letters of
+    // either case. The first of these that fits a disk counts.
+    [[nodiscard]] std::vector<std::string> Select(std::string_view selector) const;
+    // What can be selected, one line a disk, for a person whose selection fits none.
+    [[nodiscard]] std::string List() const;
+
+    [[nodiscard]] const std::vector<Disk>& All() const noexcept { return m_Disks; }
+
+private:
+    std::vector<Disk> m_Disks;  // by number, unnumbered ones last
+};
+
+}  // namespace orbis::host

@@ -1,0 +1,189 @@
+#include "Formats.h"
+
+#include <fmt/format.h>
+#include <google/protobuf/io/coded_stream.h>
+#include <google/protobuf/io/zero_copy_stream_impl_lite.h>
+#include <google/protobuf/text_format.h>
+#include <google/protobuf/timestamp.pb.h>
+#include <google/protobuf/util/delimited_message_util.h>
+#include <google/protobuf/util/json_util.h>
+#include <google/protobuf/wrappers.pb.h>
+#include <algorithm>
+
+#include "Table.h"
+#include "orbis/host/collected_item.pb.h"
+#include "views/Views.h"
+
+namespace orbis::host {
+namespace {
+
+namespace pb = google::protobuf;
+
+pb::Timestamp ToTimestamp(std::chrono::system_clock::time_point time)
+{
+    const auto sinceEpoch = time.time_since_epoch();
+    const auto seconds = std::chrono::floor<std::chrono::seconds>(sinceEpoch);
+    pb::Timestamp timestamp;
+    timestamp.set_seconds(seconds.count());
+    timestamp.set_nanos(
+        static_cast<std::int32_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(sinceEpoch - seconds).count()));
+    return timestamp;
+}
+
+std::string Json(const pb::Message& message)
+{
+    std::string text;
+    const auto status = pb::util::MessageToJsonString(message, &text);
+    return status.ok() ? text : std::string("null");
+}
+
+std::string JsonText(const std::string& utf8)
+{
+    pb::StringValue value;
+    value.set_value(utf8);
+    return Json(value);
+}
+
+std::string RenderJson(const std::vector<Pass>& passes)
+{
+    std::string out = "[";
+    const char* separator = "\n";
+    for (const Pass& pass : passes) {
+        for (const Collected& item : pass.items) {
+            out += fmt::format(R"({}{{"datatype":{},"itemId":{},"collectionTime":{},"data":{}}})", separator,
+                               JsonText(pass.datatype), JsonText(item.itemId), Json(ToTimestamp(item.time)),
+                               item.message == nullptr ? "null" : Json(*item.message));
+            separator = ",\n";
+        }
+    }
+    return out + "\n]\n";
+}
+
+std::string RenderText(const std::vector<Pass>& passes)
+{
+    pb::TextFormat::Printer printer;
+    printer.SetUseUtf8StringEscaping(true);
+    std::string out;
+    for (const Pass& pass : passes) {
+        for (const Collected& item : pass.items) {
+            // Item ids are device text: quoted and escaped as JSON does, they stay on their line.
+            out += fmt::format("{}# {} {} {}\n", out.empty() ? "" : "\n", pass.datatype, JsonText(item.itemId), Rfc3339(item.time));
+            if (item.message == nullptr) {
+                out += "# no data\n";
+                continue;
+            }
+            std::string text;
+            printer.PrintToString(*item.message, &text);
+            out += text;
+        }
+    }
+    return out;
+}
+
+std::string RenderBinary(const std::vector<Pass>& passes)
+{
+    std::string out;
+    pb::io::StringOutputStream stream(&out);
+    for (const Pass& pass : passes) {
+        for (const Collected& item : pass.items) {
+            CollectedItem record;
+            record.set_datatype(pass.datatype);
+            record.set_item_id(item.itemId);
+            *record.mutable_collection_time() = ToTimestamp(item.time);
+            if (item.message != nullptr) {
+                record.mutable_data()->PackFrom(*item.message);
+            }
+            pb::util::SerializeDelimitedToZeroCopyStream(record, &stream);
+        }
+    }
+    return out;
+}
+
+template <class T>
+bool RenderAs(const Pass& pass, const Disks& disks, const Style& style, std::string& out)
+{
+    if (pass.datatype != T::descriptor()->name()) {
+        return false;
+    }
+    ViewItems<T> items;
+    for (const Collected& item : pass.items) {
+        items.push_back({item.itemId, static_cast<const T*>(item.message.get())});
+    }
+    out += Render(items, disks, style);
+    return true;
+}
+
+// The item ids of the disks that were named, where no table has them.
+std::string RenderLegend(const std::vector<Pass>& passes, const Disks& disks, const Style& style)
+{
+    std::vector<std::string> shown;
+    for (const Pass& pass : passes) {
+        for (const Collected& item : pass.items) {
+            if (disks.Find(item.itemId) != nullptr && std::find(shown.begin(), shown.end(), item.itemId) == shown.end()) {
+                shown.push_back(item.itemId);
+            }
+        }
+    }
+    Table table(style);
+    table.AddColumn("Disk");
+    table.AddColumn("Item id");
+    for (const std::string& id : shown) {
+        table.AddRow({disks.NameOf(id), id});
+    }
+    return table.IsEmpty() ? std::string() : '\n' + table.Render(2);
+}
+
+std::string RenderTables(const std::vector<Pass>& passes, const Disks& disks, const Style& style)
+{
+    std::string out;
+    bool hasIds = false;
+    for (const Pass& pass : passes) {
+        hasIds = hasIds || pass.datatype == datatypes::PhysicalDiskStaticInfo::descriptor()->name();
+        out += fmt::format("{}{}: {} {}\n", out.empty() ? "" : "\n", pass.datatype, pass.items.size(),
+                           pass.items.size() == 1 ? "disk" : "disks");
+        if (!pass.items.empty()) {
+            RenderAs<datatypes::PhysicalDiskStaticInfo>(pass, disks, style, out) ||
+                RenderAs<datatypes::PhysicalDiskDynamicInfo>(pass, disks, style, out) ||
+                RenderAs<datatypes::SmartStaticInfo>(pass, disks, style, out) ||
+                RenderAs<datatypes::SmartDynamicInfo>(pass, disks, style, out) ||
+                RenderAs<datatypes::SmartNvmeInfo>(pass, disks, style, out) ||
+                RenderAs<datatypes::NvmeIdentifyControllerData>(pass, disks, style, out);
+        }
+    }
+    return hasIds ? out : out + RenderLegend(passes, disks, style);
+}
+
+}  // namespace
+
+std::unique_ptr<pb::Message> NewMessage(const std::string& fullName)
+{
+    // Naming one type links the schema in; the rest comes by reflection, and no file's descriptors are built before they are asked
+    // for.
+    (void)datatypes::PhysicalDiskStaticInfo::default_instance();
+    const pb::Descriptor* type = pb::DescriptorPool::generated_pool()->FindMessageTypeByName(fullName);
+    const pb::Message* prototype = type == nullptr ? nullptr : pb::MessageFactory::generated_factory()->GetPrototype(type);
+    return std::unique_ptr<pb::Message>(prototype == nullptr ? nullptr : prototype->New());
+}
+
+std::string Render(const std::vector<Pass>& passes, Format format, const Disks& disks, const Style& style)
+{
+    switch (format) {
+        case Format::Json:
+            return RenderJson(passes);
+        case Format::Text:
+            return RenderText(passes);
+        case Format::Binary:
+            return RenderBinary(passes);
+        case Format::Table:
+            break;
+    }
+    return RenderTables(passes, disks, style);
+}
+
+std::string Rfc3339(std::chrono::system_clock::time_point time)
+{
+    const std::string quoted = Json(ToTimestamp(time));
+    return quoted.size() > 2 ? quoted.substr(1, quoted.size() - 2) : quoted;
+}
+
+}  // namespace orbis::host

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <google/protobuf/message.h>
+
+#include "Disks.h"
+#include "Style.h"
+
+namespace orbis::host {
+
+enum class Format { Table, Json, Text, Binary };
+
+// One item that a plug-in collected, decoded. The message is null for an item without data.
+struct Collected {
+    std::string itemId;
+    std::chrono::system_clock::time_point time;
+    std::unique_ptr<google::protobuf::Message> message;
+};
+
+// One collection operation's answer.
+struct Pass {
+    std::string datatype;  // without its package
+    std::vector<Collected> items;
+};
+
+// An empty message of a datatype by its full name, or null when this program does not know it.
+[[nodiscard]] std::unique_ptr<google::protobuf::Message> NewMessage(const std::string& fullName);
+
+// All passes in one piece of output. Names of disks and the style are for tables.
+[[nodiscard]] std::string Render(const std::vector<Pass>& passes, Format format, const Disks& disks, const Style& style);
+
+// "2026-11-21T09:05:18.123Z"
+[[nodiscard]] std::string Rfc3339(std::chrono::system_clock::time_point time);
+
+}  // namespace orbis::host

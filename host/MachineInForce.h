@@ -1,0 +1,46 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "AccessWatch.h"
+#include "DiskWatch.h"
+#include "InventoryWatch.h"
+#include "simulated/Machine.h"
+
+namespace orbis::host {
+
+// The machine to collect from, observed, in force for as long as this lives.
+class MachineInForce {
+public:
+    // The simulated machine of a file, or this machine when the path is empty. Throws simulated::MachineFileError.
+    explicit MachineInForce(const std::filesystem::path& file);
+    MachineInForce(const MachineInForce&) = delete;
+    MachineInForce& operator=(const MachineInForce&) = delete;
+    ~MachineInForce();
+
+    [[nodiscard]] DiskWatch& Disks() { return *m_Disks; }
+    // What was left out of the collections since the last call, and why; sentences for a person.
+    [[nodiscard]] std::vector<std::string> TakeFindings();
+
+    // Waits between two passes; on a simulated machine its own time passes as well. Ends early when interrupted.
+    void Wait(double seconds);
+    // Lets time pass for counters that are rates; on a simulated machine its own time alone.
+    void LetRatesBuildUp(double seconds);
+
+private:
+    void Advance(double seconds);
+
+    std::unique_ptr<simulated::Machine> m_Simulated;
+    std::unique_ptr<AccessWatch> m_Access;
+    std::unique_ptr<InventoryWatch> m_Inventory;
+    std::unique_ptr<DiskWatch> m_Disks;
+};
+
+// From here on SIGINT and SIGTERM end waits, and the watch that waits; a second one terminates the process.
+void InterruptWaits();
+[[nodiscard]] bool IsInterrupted();
+
+}  // namespace orbis::host

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <string_view>
+
+namespace orbis::host {
+
+// One line on standard error, "orbis-host: " and the text. Whatever would drive a terminal is shown instead, line feeds excepted.
+void Say(std::string_view text);
+// The same without the program's name, for what begins with the place that it is about ("file.txtpb:3:1: ...").
+void SayPlace(std::string_view text);
+
+}  // namespace orbis::host
