@@ -1,0 +1,11 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace orbis::insight {
+
+// A Win32 error code in words for people, with its number: "access denied (error 5)".
+[[nodiscard]] std::string ErrorText(std::uint32_t error);
+
+}  // namespace orbis::insight

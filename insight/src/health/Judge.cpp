@@ -1,0 +1,117 @@
+#include <google/protobuf/util/time_util.h>
+#include <algorithm>
+#include <chrono>
+
+#include "health/DiskJudge.h"
+#include "health/Report.h"
+#include "insight/ErrorText.h"
+
+namespace orbis::insight {
+namespace {
+
+constexpr std::uint32_t kBusTypeNvme = 17;  // STORAGE_BUS_TYPE
+
+bool IsNvme(const DiskEvidence& disk)
+{
+    return disk.busType == kBusTypeNvme || disk.nvmeIdentify.IsAnswered() || disk.nvmeHealth.IsAnswered();
+}
+
+// Why a disk without health data has none: the first reason that the requests give.
+void SayWhyUnknown(const DiskEvidence& disk, DiskJudge& judge)
+{
+    const PageAnswer& page = IsNvme(disk) ? disk.nvmeHealth : disk.smartData;
+    const char* const what = IsNvme(disk) ? "NVMe health log" : "SMART data";
+    const char* const source = IsNvme(disk) ? "NVMe log 02h" : "SMART READ DATA";
+    switch (page.state) {
+        case PageAnswer::State::Refused:
+            judge.Unknown("unknown.refused", fmt::format("the {} could not be read: {}", what, ErrorText(page.error)), source);
+            return;
+        case PageAnswer::State::Unsupported:
+            judge.Unknown("unknown.unsupported", fmt::format("the disk has no {}", what), source);
+            return;
+        case PageAnswer::State::NotAsked:
+        case PageAnswer::State::Answered:
+            break;
+    }
+    if (disk.openError) {
+        judge.Unknown("unknown.open",
+                      fmt::format("no access to \\\\.\\PhysicalDrive{}: {}", disk.number, ErrorText(*disk.openError)), "");
+    } else {
+        judge.Unknown("unknown.not-asked", fmt::format("the {} was not asked for", what), source);
+    }
+}
+
+Verdict VerdictOf(const DiskHealth& disk)
+{
+    Verdict worst = OK;
+    for (const Reason& reason : disk.reason()) {
+        worst = std::max(worst, reason.level());
+    }
+    return worst == NOTICE ? OK : worst;
+}
+
+}  // namespace
+
+void SettleVerdict(DiskHealth& disk)
+{
+    std::stable_sort(disk.mutable_reason()->begin(), disk.mutable_reason()->end(),
+                     [](const Reason& left, const Reason& right) { return left.level() > right.level(); });
+    disk.set_verdict(VerdictOf(disk));
+}
+
+DiskHealth Judge(const DiskEvidence& disk)
+{
+    DiskHealth health;
+    health.set_number(disk.number);
+    health.set_name(fmt::format("DISK{}", disk.number));
+    health.set_model(disk.model);
+    health.set_serial_number(disk.serialNumber);
+    health.set_firmware_revision(disk.firmwareRevision);
+    health.mutable_letter()->Assign(disk.letters.begin(), disk.letters.end());
+
+    DiskJudge judge(health);
+    if (disk.nvmeHealth.IsAnswered()) {
+        JudgeNvme(disk, judge);
+    }
+    if (disk.smartData.IsAnswered()) {
+        JudgeAta(disk, judge);
+    }
+    if (!disk.nvmeHealth.IsAnswered() && !disk.smartData.IsAnswered()) {
+        SayWhyUnknown(disk, judge);
+    }
+    SettleVerdict(health);
+    return health;
+}
+
+void SortWorstFirst(HealthReport& report)
+{
+    std::stable_sort(
+        report.mutable_disk()->begin(), report.mutable_disk()->end(), [](const DiskHealth& left, const DiskHealth& right) {
+            return left.verdict() != right.verdict() ? left.verdict() > right.verdict() : left.number() < right.number();
+        });
+}
+
+HealthReport MakeReport(std::span<const DiskEvidence> disks, std::string_view host, std::chrono::system_clock::time_point time)
+{
+    HealthReport report;
+    report.set_format_version(kHealthFormatVersion);
+    report.set_host(host.data(), host.size());
+    const auto nanoseconds = std::chrono::duration_cast<std::chrono::nanoseconds>(time.time_since_epoch()).count();
+    *report.mutable_time() = google::protobuf::util::TimeUtil::NanosecondsToTimestamp(nanoseconds);
+    for (const DiskEvidence& disk : disks) {
+        *report.add_disk() = Judge(disk);
+    }
+    SortWorstFirst(report);
+    return report;
+}
+
+Verdict WorstOf(const HealthReport& report) noexcept
+{
+    Verdict worst = OK;
+    for (const DiskHealth& disk : report.disk()) {
+        worst = std::max(worst, disk.verdict());
+    }
+    return worst;
+}
+
+}  // namespace orbis::insight

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstddef>
+
+#include "insight/Health.h"
+
+namespace orbis::insight {
+
+// The rules in the order of the table.
+enum class Rule : std::size_t {
+    NvmeSpareWarning,
+    NvmeSpare,
+    NvmeReliability,
+    NvmeReadOnly,
+    NvmeBackup,
+    NvmePersistentMemory,
+    AtaPreFailure,
+    NvmeTemperatureWarning,
+    NvmeTemperature,
+    NvmeMediaErrors,
+    NvmeUsed,
+    NvmeEnduranceGroup,
+    MakerReservedBlocks,
+    AtaOldAge,
+    AtaReallocated,
+    AtaReportedUncorrectable,
+    AtaPending,
+    AtaOfflineUncorrectable,
+    NvmeNearlyUsed,
+    AtaCrcErrors,
+    NvmeUnsafeShutdowns,
+    NvmeWarningTemperatureTime,
+    NvmeCriticalTemperatureTime,
+    Count,
+};
+
+[[nodiscard]] const HealthRule& RuleOf(Rule rule) noexcept;
+
+}  // namespace orbis::insight
