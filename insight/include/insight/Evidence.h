@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "insight/Calls.h"
+
 // What one pass of the collections learnt from each disk, as bytes: the exact answers that verdicts and explanations rest on.
 namespace orbis::insight {
 
@@ -42,5 +44,8 @@ struct DiskEvidence {
     PageAnswer smartData;        // SMART READ DATA, 512 bytes (ATA-8 ACS, 7.52.6)
     PageAnswer smartThresholds;  // SMART READ THRESHOLDS, 512 bytes
 };
+
+// What `records`, one pass of the collections, tell of each disk; by drive number.
+[[nodiscard]] std::vector<DiskEvidence> EvidenceOf(std::span<const Record> records);
 
 }  // namespace orbis::insight
