@@ -5,6 +5,7 @@
 #include <map>
 #include <string_view>
 
+#include "DrivePaths.h"
 #include "insight/Calls.h"
 #include "insight/Pages.h"
 #include "platform/Requests.h"
@@ -15,15 +16,6 @@ namespace orbis::insight {
 namespace {
 
 using platform::Utf16ToUtf8;
-
-std::u16string Lower(std::u16string_view text)
-{
-    std::u16string lower(text);
-    for (char16_t& letter : lower) {
-        letter = letter >= u'A' && letter <= u'Z' ? static_cast<char16_t>(letter - u'A' + u'a') : letter;
-    }
-    return lower;
-}
 
 // A text field of a page without its padding.
 std::string TextOf(std::span<const std::uint8_t> bytes)
@@ -45,21 +37,11 @@ std::string AtaTextOf(std::span<const std::uint8_t> bytes)
     return TextOf(swapped);
 }
 
-// The name of the class that a query asks for.
-std::u16string_view ClassOf(std::u16string_view query)
-{
-    constexpr std::u16string_view kFrom = u" FROM ";
-    const std::size_t from = query.find(kFrom);
-    return from == std::u16string_view::npos ? std::u16string_view() : query.substr(from + kFrom.size());
-}
-
 class Collector {
 public:
-    explicit Collector(std::span<const Record> records)
+    explicit Collector(std::span<const Record> records) : m_Paths(records)
     {
-        for (const Record& record : records) {
-            LearnNumber(record);
-        }
+        LearnNumbers();
         for (const Record& record : records) {
             LearnPage(record);
             LearnRow(record);
@@ -96,57 +78,24 @@ private:
         return disk;
     }
 
-    // "\\.\PhysicalDriveN" by itself; other paths by what the device answered.
-    std::optional<std::uint32_t> NumberOf(std::u16string_view path) const
+    void LearnNumbers()
     {
-        constexpr std::u16string_view kDrive = u"\\\\.\\physicaldrive";
-        const std::u16string lower = Lower(path);
-        if (lower.starts_with(kDrive) && lower.size() > kDrive.size() && lower.size() <= kDrive.size() + 9) {
-            std::uint32_t number = 0;
-            for (const char16_t digit : std::u16string_view(lower).substr(kDrive.size())) {
-                if (digit < u'0' || digit > u'9') {
-                    return std::nullopt;
-                }
-                number = number * 10 + static_cast<std::uint32_t>(digit - u'0');
-            }
-            return number;
-        }
-        const auto found = m_Numbers.find(lower);
-        return found == m_Numbers.end() ? std::nullopt : std::optional(found->second);
-    }
-
-    static bool IsLetter(std::u16string_view path) { return path.size() == 6 && path.starts_with(u"\\\\.\\") && path[5] == u':'; }
-
-    void LearnNumber(const Record& record)
-    {
-        const auto* control = record.As<call::Control>();
-        if (control == nullptr || control->code != platform::kIoctlStorageGetDeviceNumber || !control->succeeded ||
-            control->returned < sizeof(platform::StorageDeviceNumber) ||
-            control->output.size() < sizeof(platform::StorageDeviceNumber)) {
-            return;
-        }
-        platform::StorageDeviceNumber answer;
-        std::memcpy(&answer, control->output.data(), sizeof answer);
-        if (answer.deviceType != platform::kFileDeviceDisk) {
-            return;
-        }
-        const std::u16string& path = control->device->path;
-        m_Numbers[Lower(path)] = answer.deviceNumber;
-        DiskEvidence& disk = Disk(answer.deviceNumber);
-        if (IsLetter(path)) {
-            const std::string letter{static_cast<char>(path[4] >= u'a' ? path[4] - u'a' + u'A' : path[4]), ':'};
-            if (std::find(disk.letters.begin(), disk.letters.end(), letter) == disk.letters.end()) {
-                disk.letters.push_back(letter);
+        for (const auto& [path, number] : m_Paths.Numbers()) {
+            DiskEvidence& disk = Disk(number);
+            if (const char letter = DrivePaths::LetterOf(path); letter != 0) {
+                disk.letters.push_back({letter, ':'});
             }
         }
     }
+
+    static bool IsLetter(std::u16string_view path) { return DrivePaths::LetterOf(path) != 0; }
 
     void LearnPage(const Record& record)
     {
         if (const auto* open = record.As<call::Open>()) {
             LearnOpen(*open);
         } else if (const auto* control = record.As<call::Control>()) {
-            const auto number = NumberOf(control->device->path);
+            const auto number = m_Paths.NumberOf(control->device->path);
             if (!number || IsLetter(control->device->path)) {
                 return;
             }
@@ -162,7 +111,8 @@ private:
     // A refused open counts until one succeeds: several requests open the same disk.
     void LearnOpen(const call::Open& open)
     {
-        const auto number = open.device == nullptr || IsLetter(open.device->path) ? std::nullopt : NumberOf(open.device->path);
+        const auto number =
+            open.device == nullptr || IsLetter(open.device->path) ? std::nullopt : m_Paths.NumberOf(open.device->path);
         if (!number) {
             return;
         }
@@ -291,10 +241,10 @@ private:
         if (name == row.values.end() || data == row.values.end() || !m_Arrays.contains(data->second.array)) {
             return;
         }
-        const std::u16string instance = Lower(name->second.text);
+        const std::u16string instance = LowerAscii(name->second.text);
         for (const auto& [place, walked] : m_Walked) {
-            const auto number = NumberOf(walked.path);
-            if (walked.instanceId.empty() || !number || instance.find(Lower(walked.instanceId)) == std::u16string::npos) {
+            const auto number = m_Paths.NumberOf(walked.path);
+            if (walked.instanceId.empty() || !number || instance.find(LowerAscii(walked.instanceId)) == std::u16string::npos) {
                 continue;
             }
             DiskEvidence& disk = Disk(*number);
@@ -328,8 +278,8 @@ private:
         }
     }
 
+    const DrivePaths m_Paths;
     std::map<std::uint32_t, DiskEvidence> m_Disks;
-    std::map<std::u16string, std::uint32_t> m_Numbers;  // by path, lower case
     std::map<std::uint32_t, bool> m_Opened;
     std::map<Serial, Row> m_Rows;
     std::map<Serial, Bytes> m_Arrays;

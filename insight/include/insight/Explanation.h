@@ -1,0 +1,44 @@
+#pragma once
+
+#include <google/protobuf/message.h>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "insight/Calls.h"
+#include "orbis/insight/explanation.pb.h"
+#include "orbis/insight/sources.pb.h"
+
+// Where each value of a message came from, and why one is missing.
+namespace orbis::insight {
+
+// The table of sources, parsed at the first call. The rows are by "Message.field".
+[[nodiscard]] const SourceTable& Sources();
+// The row of a field, or null. `field` is the name in the schema: "NvmeHealthInfo.available_spare".
+[[nodiscard]] const FieldSource* SourceOf(std::string_view field);
+// "NVMe log 02h bytes 160-175", "Win32_DiskDrive.Model"; several places joined by ", else ". Bytes count from `base` where the
+// message is an element of the answer.
+[[nodiscard]] std::string PlaceText(const FieldSource& source, std::uint32_t base = 0);
+// Field names in JSON's spelling, as protobuf makes them.
+[[nodiscard]] std::string PageName(Request request);
+
+// Explains messages of one pass of the collections.
+class Explainer {
+public:
+    class Observations;
+
+    // `records` are those of the pass; they are read here and not kept.
+    explicit Explainer(std::span<const Record> records);
+    ~Explainer();
+    Explainer(const Explainer&) = delete;
+    Explainer& operator=(const Explainer&) = delete;
+
+    // `itemId`: "Disk_" and a PnP device id.
+    [[nodiscard]] MessageExplanation Explain(const google::protobuf::Message& message, std::string_view itemId) const;
+
+private:
+    std::unique_ptr<Observations> m_Observations;
+};
+
+}  // namespace orbis::insight

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "insight/Calls.h"
+
+namespace orbis::insight {
+
+// The drive numbers behind the paths that a pass opened, as the devices themselves told them.
+class DrivePaths {
+public:
+    explicit DrivePaths(std::span<const Record> records);
+
+    // "\\.\PhysicalDriveN" by itself; an interface path or a volume by its answer to the device number request.
+    [[nodiscard]] std::optional<std::uint32_t> NumberOf(std::u16string_view path) const;
+    // 'C' for "\\.\c:"; 0 for a path that is no volume's.
+    [[nodiscard]] static char LetterOf(std::u16string_view path) noexcept;
+    [[nodiscard]] const std::map<std::u16string, std::uint32_t>& Numbers() const noexcept { return m_Numbers; }
+
+private:
+    std::map<std::u16string, std::uint32_t> m_Numbers;  // by path, lower case
+};
+
+// ASCII letters in lower case, as far as paths and ids need it.
+[[nodiscard]] std::u16string LowerAscii(std::u16string_view text);
+// The class that a query asks for: "Win32_DiskDrive" of "SELECT * FROM Win32_DiskDrive"; empty when it names none.
+[[nodiscard]] std::u16string_view ClassOf(std::u16string_view query);
+
+}  // namespace orbis::insight

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <chrono>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "insight/Explanation.h"
+#include "insight/Pages.h"
+
+namespace orbis::insight {
+
+// What one pass saw, sorted by what is asked of it.
+class Explainer::Observations {
+public:
+    struct Page {
+        PageAnswer answer;
+        std::string path;  // UTF-8
+        std::chrono::nanoseconds duration{0};
+    };
+    struct Row {
+        std::string kind;  // WMI class
+        std::map<std::string, Value> values;
+        std::map<std::string, platform::Hresult> failures;  // of properties that could not be read
+    };
+    struct Sample {
+        platform::PdhStatus status = 0;
+        platform::PdhCounterValue value{};
+    };
+
+    explicit Observations(std::span<const Record> records);
+
+    // A page of a disk, or of one of its volumes, by drive number and letter (0 for the disk); null when it was not asked for.
+    [[nodiscard]] const Page* FindPage(std::uint32_t number, char letter, Request request) const;
+    // Letters of the volumes on a disk, in order.
+    [[nodiscard]] std::vector<char> Letters(std::uint32_t number) const;
+    // The first row of a class that `fits`, or null.
+    template <class Fits>
+    [[nodiscard]] const Row* FindRow(std::string_view kind, const Fits& fits) const
+    {
+        for (const auto& [serial, row] : m_Rows) {
+            if (row.kind == kind && fits(row)) {
+                return &row;
+            }
+        }
+        return nullptr;
+    }
+    // Why a class gave no rows: the failure of its query, when there was one.
+    [[nodiscard]] std::optional<platform::Hresult> QueryFailure(std::string_view kind) const;
+    [[nodiscard]] bool WasQueried(std::string_view kind) const { return m_Queried.contains(std::string(kind)); }
+    // The last sample of a counter whose instance starts with the drive number; null when it was not read.
+    [[nodiscard]] const Sample* FindSample(std::uint32_t number, std::string_view counter) const;
+    // Bytes of the last firmware table, or the error with which it was refused.
+    [[nodiscard]] std::optional<std::size_t> FirmwareSize() const { return m_FirmwareSize; }
+    [[nodiscard]] std::uint32_t FirmwareError() const { return m_FirmwareError; }
+
+    // The drive number of an inventory row's PnP device id.
+    [[nodiscard]] std::optional<std::uint32_t> NumberOf(std::string_view pnpDeviceId) const;
+    [[nodiscard]] const std::map<std::pair<std::uint32_t, char>, std::map<Request, Page>>& Pages() const { return m_Pages; }
+    [[nodiscard]] std::string NameOf(std::uint32_t number) const;
+
+private:
+    std::map<std::pair<std::uint32_t, char>, std::map<Request, Page>> m_Pages;
+    std::map<Serial, Row> m_Rows;
+    std::map<std::string, platform::Hresult> m_Failures;
+    std::map<std::string, bool> m_Queried;
+    std::map<std::string, Sample> m_Samples;  // by counter path
+    std::optional<std::size_t> m_FirmwareSize;
+    std::uint32_t m_FirmwareError = 0;
+    std::map<std::uint32_t, std::string> m_Models;
+};
+
+}  // namespace orbis::insight

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "explain/Observations.h"
+
+namespace orbis::insight {
+
+// Where the fields of a message are looked for: the disk, and the element that the message is made from.
+struct Scope {
+    std::optional<std::uint32_t> disk;
+    std::uint32_t base = 0;                  // byte of the answer where the element starts
+    std::optional<std::uint32_t> attribute;  // SMART attribute
+    char letter = 0;                         // of the volume on a partition
+};
+
+// The content of one place, as far as it was seen.
+struct RawContent {
+    bool found = false;
+    std::string text;    // when found
+    std::string reason;  // why not, otherwise
+};
+
+[[nodiscard]] RawContent RawOf(const Explainer::Observations& observations, const Place& place, const Scope& scope);
+
+// "00 03 00 00"; beyond 16 bytes the middle is left out.
+[[nodiscard]] std::string HexText(std::span<const std::uint8_t> bytes);
+// Byte of a SMART page where the entry of an attribute starts.
+[[nodiscard]] std::optional<std::uint32_t> SmartEntry(std::span<const std::uint8_t> page, std::uint32_t attribute);
+
+}  // namespace orbis::insight
