@@ -195,9 +195,9 @@ TEST(Health, Verdicts)
          UNKNOWN, "unknown.thresholds"},
         {"no thresholds, but pending sectors",
          [] {
-             Ata ata;
-             ata.Attribute(1, 197, false, 100, 1, 0);
-             auto disk = ata.Evidence();
+             Ata drive;
+             drive.Attribute(1, 197, false, 100, 1, 0);
+             auto disk = drive.Evidence();
              disk.smartThresholds = {};
              return disk;
          },

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "insight/Calls.h"
+#include "insight/Export.h"
 
 // What one pass of the collections learnt from each disk, as bytes: the exact answers that verdicts and explanations rest on.
 namespace orbis::insight {
@@ -46,6 +47,6 @@ struct DiskEvidence {
 };
 
 // What `records`, one pass of the collections, tell of each disk; by drive number.
-[[nodiscard]] std::vector<DiskEvidence> EvidenceOf(std::span<const Record> records);
+[[nodiscard]] ORBIS_INSIGHT_EXPORT std::vector<DiskEvidence> EvidenceOf(std::span<const Record> records);
 
 }  // namespace orbis::insight

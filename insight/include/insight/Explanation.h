@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "insight/Calls.h"
+#include "insight/Export.h"
 #include "orbis/insight/explanation.pb.h"
 #include "orbis/insight/sources.pb.h"
 
@@ -14,17 +15,17 @@
 namespace orbis::insight {
 
 // The table of sources, parsed at the first call. The rows are by "Message.field".
-[[nodiscard]] const SourceTable& Sources();
+[[nodiscard]] ORBIS_INSIGHT_EXPORT const SourceTable& Sources();
 // The row of a field, or null. `field` is the name in the schema: "NvmeHealthInfo.available_spare".
-[[nodiscard]] const FieldSource* SourceOf(std::string_view field);
+[[nodiscard]] ORBIS_INSIGHT_EXPORT const FieldSource* SourceOf(std::string_view field);
 // "NVMe log 02h bytes 160-175", "Win32_DiskDrive.Model"; several places joined by ", else ". Bytes count from `base` where the
 // message is an element of the answer.
-[[nodiscard]] std::string PlaceText(const FieldSource& source, std::uint32_t base = 0);
-// Field names in JSON's spelling, as protobuf makes them.
-[[nodiscard]] std::string PageName(Request request);
+[[nodiscard]] ORBIS_INSIGHT_EXPORT std::string PlaceText(const FieldSource& source, std::uint32_t base = 0);
+// What a request is called in texts for people.
+[[nodiscard]] ORBIS_INSIGHT_EXPORT std::string PageName(Request request);
 
 // Explains messages of one pass of the collections.
-class Explainer {
+class ORBIS_INSIGHT_EXPORT Explainer {
 public:
     class Observations;
 

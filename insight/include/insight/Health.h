@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "insight/Evidence.h"
+#include "insight/Export.h"
 #include "orbis/insight/health.pb.h"
 
 // A verdict for each disk, from the exact bytes that the collections read: values that a datatype cannot carry, and SMART
@@ -29,26 +30,27 @@ struct HealthRule {
     std::string_view document;   // the standard that defines the value
 };
 
-[[nodiscard]] std::span<const HealthRule> HealthRules() noexcept;
+[[nodiscard]] ORBIS_INSIGHT_EXPORT std::span<const HealthRule> HealthRules() noexcept;
 // The table of docs/HEALTH.md.
-[[nodiscard]] std::string HealthRulesAsMarkdown();
+[[nodiscard]] ORBIS_INSIGHT_EXPORT std::string HealthRulesAsMarkdown();
 
 // The newest format of the report; a reader refuses a greater one.
 inline constexpr std::uint32_t kHealthFormatVersion = 1;
 
 // Judges one disk by its own values alone.
-[[nodiscard]] DiskHealth Judge(const DiskEvidence& disk);
+[[nodiscard]] ORBIS_INSIGHT_EXPORT DiskHealth Judge(const DiskEvidence& disk);
 
 // Holds `report` against an earlier one: sets rises, adds the reasons that need a rise, names disks that came, went or moved. Disks
 // are the same when their model and serial number are; a disk without a serial number is compared by model and drive number. A
 // reason of a rule in `onlyWhenRising` weighs no more than NOTICE where its counter did not rise.
-void Compare(HealthReport& report, const HealthReport& baseline, std::span<const std::string> onlyWhenRising = {});
+ORBIS_INSIGHT_EXPORT void Compare(HealthReport& report, const HealthReport& baseline,
+                                  std::span<const std::string> onlyWhenRising = {});
 
 // A report of all disks, worst first.
-[[nodiscard]] HealthReport MakeReport(std::span<const DiskEvidence> disks, std::string_view host,
-                                      std::chrono::system_clock::time_point time);
+[[nodiscard]] ORBIS_INSIGHT_EXPORT HealthReport MakeReport(std::span<const DiskEvidence> disks, std::string_view host,
+                                                           std::chrono::system_clock::time_point time);
 
 // The heaviest verdict of the report; OK without a disk.
-[[nodiscard]] Verdict WorstOf(const HealthReport& report) noexcept;
+[[nodiscard]] ORBIS_INSIGHT_EXPORT Verdict WorstOf(const HealthReport& report) noexcept;
 
 }  // namespace orbis::insight

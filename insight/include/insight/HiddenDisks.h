@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "insight/Export.h"
 #include "platform/Forwarding.h"
 
 namespace orbis::insight {
@@ -20,11 +21,11 @@ struct HiddenDisk {
 // A machine without some of its disks: they are left out of the device walk, the drive letters, the counter instances and the rows
 // of WMI, and cannot be opened. A late or sleeping disk is kept from spoiling the others in this way: the collectors meet a machine
 // that does not have it. Safe to use from several threads at once.
-class HiddenDisks final : public platform::ForwardingPlatform,
-                          private platform::ForwardingDeviceIo,
-                          private platform::ForwardingSetup,
-                          private platform::ForwardingWmi,
-                          private platform::ForwardingPdh {
+class ORBIS_INSIGHT_EXPORT HiddenDisks final : public platform::ForwardingPlatform,
+                                               private platform::ForwardingDeviceIo,
+                                               private platform::ForwardingSetup,
+                                               private platform::ForwardingWmi,
+                                               private platform::ForwardingPdh {
 public:
     // `inner` is not owned and must outlive this object.
     HiddenDisks(platform::Platform& inner, std::vector<HiddenDisk> hidden);
