@@ -172,15 +172,19 @@ private:
             return;
         }
         field.set_unit(source->unit());
-        field.set_source(PlaceText(*source, scope.base));
+        field.set_source(PlaceText(*source, scope.base, scope.attribute.value_or(0)));
         for (const int rule : source->rule()) {
             AddRule(field, static_cast<Rule>(rule));
         }
         for (const Place& place : source->from()) {
             const RawContent raw = RawOf(m_Observations, place, scope);
             if (raw.found) {
-                field.set_raw(raw.text);
+                field.set_raw(field.raw() + (field.raw().empty() ? "" : "; ") + raw.text);
+                if (source->joined()) {
+                    continue;
+                }
                 if (state == FieldExplanation::SET) {
+                    field.clear_reason();
                     return;
                 }
                 break;

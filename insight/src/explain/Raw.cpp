@@ -22,7 +22,9 @@ RawContent Missing(std::string reason) { return {false, {}, std::move(reason)}; 
 // The number in the bytes, where they are few enough to be one.
 std::string NumberText(std::span<const std::uint8_t> bytes, const Place& place)
 {
-    if (bytes.size() > 16 || bytes.size() == 3) {
+    // A number has 1, 2, 4, 6, 8 or 16 bytes; other lengths are texts or several numbers.
+    constexpr std::array<std::size_t, 6> kNumbers{1, 2, 4, 6, 8, 16};
+    if (std::find(kNumbers.begin(), kNumbers.end(), bytes.size()) == kNumbers.end()) {
         return {};
     }
     std::array<std::uint8_t, 16> wide{};
@@ -36,7 +38,7 @@ std::string NumberText(std::span<const std::uint8_t> bytes, const Place& place)
     }
     const std::uint32_t width = place.high() - place.low() + 1;
     const std::uint64_t mask = width >= 64 ? ~std::uint64_t{0} : (std::uint64_t{1} << width) - 1;
-    return fmt::format(", {} {}", place.high() == place.low() ? "bit" : "bits", (value >> place.low()) & mask);
+    return fmt::format(", {} {}", place.high() == place.low() ? "the bit is" : "the bits are", (value >> place.low()) & mask);
 }
 
 RawContent FromPage(const Observations& observations, const Place& place, const Scope& scope)

@@ -50,7 +50,7 @@ std::string BytesText(const Place& place, std::uint32_t base)
     return text;
 }
 
-std::string OnePlaceText(const Place& place, std::uint32_t base)
+std::string OnePlaceText(const Place& place, std::uint32_t base, std::uint32_t attribute)
 {
     switch (place.request()) {
         case WMI:
@@ -67,8 +67,8 @@ std::string OnePlaceText(const Place& place, std::uint32_t base)
             break;
     }
     std::string text = PageName(place.request());
-    if (place.has_attribute()) {
-        text += fmt::format(" attribute {}", place.attribute());
+    if (place.has_attribute() || attribute != 0) {
+        text += fmt::format(" attribute {}", place.has_attribute() ? place.attribute() : attribute);
     }
     text += BytesText(place, base);
     if (!place.symbol().empty()) {
@@ -93,11 +93,11 @@ std::string PageName(Request request)
     return found == TheIndex().requests.end() ? Request_Name(request) : found->second->name();
 }
 
-std::string PlaceText(const FieldSource& source, std::uint32_t base)
+std::string PlaceText(const FieldSource& source, std::uint32_t base, std::uint32_t attribute)
 {
     std::string text;
     for (const Place& place : source.from()) {
-        text += (text.empty() ? "" : ", else ") + OnePlaceText(place, base);
+        text += (text.empty() ? "" : source.joined() ? " and " : ", else ") + OnePlaceText(place, base, attribute);
     }
     return text;
 }
