@@ -1,6 +1,5 @@
 #include "emulated/Automation.h"
 
-#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -28,7 +27,7 @@ Bstr NewString(std::u16string_view text) noexcept
     const auto length = static_cast<std::uint32_t>(bytes);
     std::memcpy(block + kBstrPrefix - sizeof(length), &length, sizeof(length));
     auto* out = reinterpret_cast<char16_t*>(block + kBstrPrefix);
-    std::ranges::copy(text, out);
+    text.copy(out, text.size());
     out[text.size()] = u'\0';
     return out;
 }
@@ -80,35 +79,5 @@ void ClearVariant(Variant& variant) noexcept
 }
 
 const WmiArray& ContentOf(const SafeArray& array) noexcept { return **reinterpret_cast<const ArrayReference*>(&array); }
-
-Hresult UpperBound(const WmiArray& array, std::uint32_t dimension, std::int32_t& bound) noexcept
-{
-    if (dimension != 1) {
-        return hresult::kDispBadIndex;
-    }
-    const std::int64_t last = std::int64_t{array.lowerBound} + static_cast<std::int64_t>(array.Count()) - 1;
-    bound = array.upperBound.value_or(static_cast<std::int32_t>(std::min<std::int64_t>(last, INT32_MAX)));
-    return array.boundError;
-}
-
-Hresult CopyElement(const WmiArray& array, std::int32_t index, void* element) noexcept
-{
-    if (Failed(array.elementError) && index == array.failingIndex) {
-        return array.elementError;
-    }
-    const std::int64_t at = std::int64_t{index} - array.lowerBound;
-    if (at < 0 || at >= static_cast<std::int64_t>(array.Count())) {
-        return hresult::kDispBadIndex;
-    }
-    const auto position = static_cast<std::size_t>(at);
-    if (array.type == VariantType::UInt8Array) {
-        std::memcpy(element, &array.bytes[position], 1);
-        return hresult::kOk;
-    }
-    const auto& text = array.texts[position];
-    const Bstr string = text ? NewString(*text) : nullptr;
-    std::memcpy(element, &string, sizeof(string));
-    return text && string == nullptr ? hresult::kOutOfMemory : hresult::kOk;
-}
 
 }  // namespace orbis::platform::emulated

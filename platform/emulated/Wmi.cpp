@@ -1,8 +1,11 @@
 #include <algorithm>
 #include <atomic>
+#include <cstring>
+#include <map>
+#include <mutex>
 #include <new>
+#include <thread>
 
-#include "emulated/Apartments.h"
 #include "emulated/Automation.h"
 #include "emulated/CaseFolding.h"
 #include "emulated/WmiFacts.h"
@@ -12,60 +15,29 @@
 namespace orbis::platform::emulated {
 namespace {
 
+constexpr std::uint32_t kApartmentThreaded = 2;    // COINIT_APARTMENTTHREADED
 constexpr std::int32_t kReturnImmediately = 0x10;  // WBEM_FLAG_RETURN_IMMEDIATELY
 
-// Every kind of object that goes out as a ComObject. It is made with one reference, the only one that the port can give back.
+// What goes out as a ComObject. It is made with one reference, the only one that the port can give back.
 struct Object {
-    enum class Kind { Locator, Services, Enumerator, ClassObject };
-    explicit Object(Kind kindOfObject) : kind(kindOfObject) {}
-    virtual ~Object() = default;
-    Object(const Object&) = delete;
-    Object& operator=(const Object&) = delete;
-    const Kind kind;
+    enum class Kind { Locator, Services, Enumerator, Row } kind;
+    std::string wmiNamespace{};                                  // services
+    WmiAnswer answer{};                                          // enumerator
+    std::size_t next = 0;                                        // enumerator: position of the row that Next gives
+    std::shared_ptr<const WmiRow> row{};                         // row
+    std::shared_ptr<const std::vector<std::string>> selected{};  // enumerator and row: names of properties; none: all
 };
+using enum Object::Kind;
 
-struct Locator final : Object {
-    static constexpr Kind kKind = Kind::Locator;
-    Locator() : Object(kKind) {}
-};
-
-struct Services final : Object {
-    static constexpr Kind kKind = Kind::Services;
-    explicit Services(std::string connected) : Object(kKind), wmiNamespace(std::move(connected)) {}
-    const std::string wmiNamespace;
-};
-
-using Selection = std::shared_ptr<const std::vector<std::string>>;  // names of properties; none: all
-
-struct Enumerator final : Object {
-    static constexpr Kind kKind = Kind::Enumerator;
-    Enumerator(WmiAnswer found, Selection properties) : Object(kKind), answer(std::move(found)), selection(std::move(properties)) {}
-    WmiAnswer answer;
-    const Selection selection;
-    std::size_t next = 0;
-};
-
-struct ClassObject final : Object {
-    static constexpr Kind kKind = Kind::ClassObject;
-    ClassObject(std::shared_ptr<const WmiRow> content, Selection properties)
-        : Object(kKind), row(std::move(content)), selection(std::move(properties))
-    {}
-    const std::shared_ptr<const WmiRow> row;
-    const Selection selection;
-};
-
-template <typename T>
-T* As(ComObject* object) noexcept
+Object* Find(ComObject* object, Object::Kind kind) noexcept
 {
-    auto* base = reinterpret_cast<Object*>(object);
-    return base != nullptr && base->kind == T::kKind ? static_cast<T*>(base) : nullptr;
+    auto* found = reinterpret_cast<Object*>(object);
+    return found != nullptr && found->kind == kind ? found : nullptr;
 }
 
-// Makes an object for the caller. It goes out as its base: As and Release take it back the same way.
-template <typename T, typename... Arguments>
-Hresult HandOut(ComObject** out, Arguments&&... arguments)
+Hresult HandOut(ComObject** out, Object object)
 {
-    *out = reinterpret_cast<ComObject*>(static_cast<Object*>(new T(std::forward<Arguments>(arguments)...)));
+    *out = reinterpret_cast<ComObject*>(new Object(std::move(object)));
     return hresult::kOk;
 }
 
@@ -84,46 +56,170 @@ Hresult Guarded(Function&& function) noexcept
 
 class EmulatedWmi final : public Wmi {
 public:
-    explicit EmulatedWmi(WmiFacts& facts) : m_Facts(facts), m_Com(facts.Com()), m_Apartments(m_Com.singleThreaded) {}
+    explicit EmulatedWmi(WmiFacts& facts) : m_Facts(facts), m_Com(facts.Com()) {}
 
     Hresult InitializeCom(std::uint32_t flags) override
     {
-        return Guarded([&] { return m_Apartments.Enter(flags); });
+        return Guarded([&] {
+            const bool single = (flags & kApartmentThreaded) != 0;
+            // Whoever made the apartments that all threads have keeps them.
+            const Apartment made{m_Com.singleThreaded || single, m_Com.singleThreaded ? 1U : 0U};
+            const std::scoped_lock lock(m_Mutex);
+            Apartment& own = m_Apartments.try_emplace(std::this_thread::get_id(), made).first->second;
+            if (own.single != single) {
+                return hresult::kRpcChangedMode;
+            }
+            return own.count++ == 0 ? hresult::kOk : hresult::kFalse;
+        });
     }
     Hresult InitializeSecurity(std::int32_t /*services*/, std::uint32_t /*level*/, std::uint32_t /*impersonation*/,
                                std::uint32_t /*capabilities*/) override
     {
         return m_SecurityIsSet.exchange(true) ? hresult::kRpcTooLate : hresult::kOk;
     }
-    void UninitializeCom() noexcept override { m_Apartments.Leave(); }
+    void UninitializeCom() noexcept override
+    {
+        const std::scoped_lock lock(m_Mutex);
+        const auto own = m_Apartments.find(std::this_thread::get_id());
+        if (own != m_Apartments.end() && --own->second.count == 0) {
+            m_Apartments.erase(own);
+        }
+    }
 
     Bstr AllocateString(const char16_t* text) override { return text != nullptr ? NewString(text) : nullptr; }
     void FreeString(Bstr text) noexcept override { emulated::FreeString(text); }
     std::uint32_t StringLength(Bstr text) const noexcept override { return static_cast<std::uint32_t>(TextOf(text).size()); }
 
-    Hresult CreateLocator(ComObject** locator) override;
-    Hresult ConnectServer(ComObject* locator, Bstr path, ComObject** services) override;
+    Hresult CreateLocator(ComObject** locator) override
+    {
+        *locator = nullptr;
+        return Guarded([&] {
+            const Hresult result = IsComReady() ? m_Com.locatorResult : hresult::kCoNotInitialized;
+            return Failed(result) ? result : HandOut(locator, {Locator});
+        });
+    }
+
+    Hresult ConnectServer(ComObject* locator, Bstr path, ComObject** services) override
+    {
+        *services = nullptr;
+        if (Find(locator, Locator) == nullptr || path == nullptr) {
+            return hresult::kWbemInvalidParameter;
+        }
+        return Guarded([&] {
+            Object connection{Services};
+            std::string& name = connection.wmiNamespace;
+            const Hresult result = ParseNamespacePath(Utf16ToUtf8(TextOf(path)), name);
+            if (!Failed(result) && !IsWindowsNamespace(name) && !m_Facts.HasNamespace(name)) {
+                return hresult::kWbemInvalidNamespace;
+            }
+            return Failed(result) ? result : HandOut(services, std::move(connection));
+        });
+    }
+
     Hresult SetProxyBlanket(ComObject* services, std::uint32_t /*authentication*/, std::uint32_t /*authorization*/,
                             std::uint32_t /*level*/, std::uint32_t /*impersonation*/, std::uint32_t /*capabilities*/) override
     {
-        return services == nullptr                 ? hresult::kInvalidArgument
-               : As<Services>(services) == nullptr ? hresult::kNoInterface  // only a proxy has IClientSecurity
-                                                   : hresult::kOk;
+        const Hresult refusal = services == nullptr ? hresult::kInvalidArgument : hresult::kNoInterface;
+        return Find(services, Services) != nullptr ? hresult::kOk : refusal;
     }
-    Hresult ExecQuery(ComObject* services, Bstr language, Bstr query, std::int32_t flags, ComObject** enumerator) override;
-    Hresult Next(ComObject* enumerator, std::uint32_t timeout, ComObject** object, std::uint32_t* returned) override;
-    Hresult Get(ComObject* object, const char16_t* name, Variant* value) override;
+
+    Hresult ExecQuery(ComObject* services, Bstr language, Bstr query, std::int32_t flags, ComObject** enumerator) override
+    {
+        *enumerator = nullptr;
+        const Object* connection = Find(services, Services);
+        if (connection == nullptr || language == nullptr || TextOf(query).empty()) {
+            return hresult::kWbemInvalidParameter;
+        }
+        if (!EqualIgnoreCase(TextOf(language), u"WQL")) {
+            return hresult::kWbemInvalidQueryType;
+        }
+        return Guarded([&] {
+            WmiQuery asked{connection->wmiNamespace, Utf16ToUtf8(TextOf(query)), {}, {}};
+            if (!ParseSelect(asked)) {
+                return hresult::kWbemInvalidQuery;
+            }
+            Object rows{Enumerator};
+            rows.answer = m_Facts.Query(asked);
+            rows.selected = std::make_shared<std::vector<std::string>>(std::move(asked.properties));
+            const bool isDone = Failed(rows.answer.result) || (flags & kReturnImmediately) != 0;
+            const Hresult result = isDone ? rows.answer.result : rows.answer.end;
+            return Failed(result) ? result : HandOut(enumerator, std::move(rows));
+        });
+    }
+
+    Hresult Next(ComObject* enumerator, std::uint32_t /*timeout*/, ComObject** object, std::uint32_t* returned) override
+    {
+        *object = nullptr;
+        *returned = 0;
+        Object* rows = Find(enumerator, Enumerator);
+        if (rows == nullptr) {
+            return hresult::kWbemInvalidParameter;
+        }
+        if (rows->next == rows->answer.rows.size()) {
+            return rows->answer.end;
+        }
+        return Guarded([&] {
+            HandOut(object, {Row, {}, {}, 0, rows->answer.rows[rows->next], rows->selected});
+            ++rows->next;
+            *returned = 1;
+            return hresult::kOk;
+        });
+    }
+
+    Hresult Get(ComObject* object, const char16_t* name, Variant* value) override
+    {
+        const Object* row = Find(object, Row);
+        if (row == nullptr || name == nullptr || value == nullptr) {
+            return hresult::kWbemInvalidParameter;
+        }
+        return Guarded([&] {
+            const std::string property = Utf16ToUtf8(name);
+            const auto isProperty = [&](const std::string& selected) { return EqualIgnoreCase(selected, property); };
+            const bool isSelected = row->selected->empty() || std::ranges::any_of(*row->selected, isProperty);
+            const WmiValue* found = isSelected ? row->row->Find(property) : nullptr;
+            return found != nullptr ? MakeVariant(*found, *value) : hresult::kWbemNotFound;
+        });
+    }
+
     void Release(ComObject* object) noexcept override { delete reinterpret_cast<Object*>(object); }
 
     void ClearVariant(Variant* value) noexcept override { emulated::ClearVariant(*value); }
+
     Hresult ArrayUpperBound(SafeArray* array, std::uint32_t dimension, std::int32_t* bound) override
     {
-        return array != nullptr && bound != nullptr ? UpperBound(ContentOf(*array), dimension, *bound) : hresult::kInvalidArgument;
+        if (array == nullptr || bound == nullptr) {
+            return hresult::kInvalidArgument;
+        }
+        const WmiArray& content = ContentOf(*array);
+        const std::int64_t last = std::int64_t{content.lowerBound} + static_cast<std::int64_t>(content.Count()) - 1;
+        *bound = content.upperBound.value_or(static_cast<std::int32_t>(std::min<std::int64_t>(last, INT32_MAX)));
+        return dimension == 1 ? content.boundError : hresult::kDispBadIndex;
     }
+
     Hresult ArrayElement(SafeArray* array, std::int32_t index, void* element) override
     {
-        return array != nullptr && element != nullptr ? CopyElement(ContentOf(*array), index, element) : hresult::kInvalidArgument;
+        if (array == nullptr || element == nullptr) {
+            return hresult::kInvalidArgument;
+        }
+        const WmiArray& content = ContentOf(*array);
+        const std::int64_t at = std::int64_t{index} - content.lowerBound;
+        if (Failed(content.elementError) && index == content.failingIndex) {
+            return content.elementError;
+        }
+        if (at < 0 || at >= static_cast<std::int64_t>(content.Count())) {
+            return hresult::kDispBadIndex;
+        }
+        const auto position = static_cast<std::size_t>(at);
+        if (content.type == VariantType::UInt8Array) {
+            std::memcpy(element, &content.bytes[position], 1);
+            return hresult::kOk;
+        }
+        const auto& text = content.texts[position];
+        const Bstr string = text ? NewString(*text) : nullptr;
+        std::memcpy(element, &string, sizeof(string));
+        return text && string == nullptr ? hresult::kOutOfMemory : hresult::kOk;
     }
+
     SafeArrayBounds ArrayBounds(const SafeArray* array) const noexcept override
     {
         const WmiArray none;
@@ -132,94 +228,26 @@ public:
     }
 
 private:
+    struct Apartment {
+        bool single = false;
+        std::uint32_t count = 0;
+    };
+
+    // A thread makes objects in its own apartment, or in the multi-threaded one that some other thread has made.
+    [[nodiscard]] bool IsComReady()
+    {
+        const std::scoped_lock lock(m_Mutex);
+        return m_Com.singleThreaded || std::ranges::any_of(m_Apartments, [](const auto& apartment) {
+                   return !apartment.second.single || apartment.first == std::this_thread::get_id();
+               });
+    }
+
     WmiFacts& m_Facts;
     const ComFacts m_Com;
-    Apartments m_Apartments;
     std::atomic<bool> m_SecurityIsSet{false};
+    std::mutex m_Mutex;
+    std::map<std::thread::id, Apartment> m_Apartments;
 };
-
-Hresult EmulatedWmi::CreateLocator(ComObject** locator)
-{
-    *locator = nullptr;
-    return Guarded([&] {
-        const Hresult result = m_Apartments.IsReady() ? m_Com.locatorResult : hresult::kCoNotInitialized;
-        return Failed(result) ? result : HandOut<Locator>(locator);
-    });
-}
-
-Hresult EmulatedWmi::ConnectServer(ComObject* locator, Bstr path, ComObject** services)
-{
-    *services = nullptr;
-    if (As<Locator>(locator) == nullptr || path == nullptr) {
-        return hresult::kWbemInvalidParameter;
-    }
-    return Guarded([&] {
-        std::string wmiNamespace;
-        const Hresult parsed = ParseNamespacePath(Utf16ToUtf8(TextOf(path)), wmiNamespace);
-        if (Failed(parsed)) {
-            return parsed;
-        }
-        return IsWindowsNamespace(wmiNamespace) || m_Facts.HasNamespace(wmiNamespace)
-                   ? HandOut<Services>(services, std::move(wmiNamespace))
-                   : hresult::kWbemInvalidNamespace;
-    });
-}
-
-Hresult EmulatedWmi::ExecQuery(ComObject* services, Bstr language, Bstr query, std::int32_t flags, ComObject** enumerator)
-{
-    *enumerator = nullptr;
-    const auto* connection = As<Services>(services);
-    if (connection == nullptr || language == nullptr || TextOf(query).empty()) {
-        return hresult::kWbemInvalidParameter;
-    }
-    if (!EqualIgnoreCase(TextOf(language), u"WQL")) {
-        return hresult::kWbemInvalidQueryType;
-    }
-    return Guarded([&] {
-        WmiQuery asked{connection->wmiNamespace, Utf16ToUtf8(TextOf(query)), {}, {}};
-        if (!ParseSelect(asked)) {
-            return hresult::kWbemInvalidQuery;
-        }
-        WmiAnswer answer = m_Facts.Query(asked);
-        const Hresult result = Failed(answer.result) || (flags & kReturnImmediately) != 0 ? answer.result : answer.end;
-        auto selection = std::make_shared<const std::vector<std::string>>(std::move(asked.properties));
-        return Failed(result) ? result : HandOut<Enumerator>(enumerator, std::move(answer), std::move(selection));
-    });
-}
-
-Hresult EmulatedWmi::Next(ComObject* enumerator, std::uint32_t /*timeout*/, ComObject** object, std::uint32_t* returned)
-{
-    *object = nullptr;
-    *returned = 0;
-    auto* rows = As<Enumerator>(enumerator);
-    if (rows == nullptr) {
-        return hresult::kWbemInvalidParameter;
-    }
-    if (rows->next == rows->answer.rows.size()) {
-        return rows->answer.end;
-    }
-    const Hresult result = Guarded([&] { return HandOut<ClassObject>(object, rows->answer.rows[rows->next], rows->selection); });
-    if (!Failed(result)) {
-        ++rows->next;
-        *returned = 1;
-    }
-    return result;
-}
-
-Hresult EmulatedWmi::Get(ComObject* object, const char16_t* name, Variant* value)
-{
-    const auto* row = As<ClassObject>(object);
-    if (row == nullptr || name == nullptr || value == nullptr) {
-        return hresult::kWbemInvalidParameter;
-    }
-    return Guarded([&] {
-        const std::string property = Utf16ToUtf8(name);
-        const auto isProperty = [&](const std::string& selected) { return EqualIgnoreCase(selected, property); };
-        const bool isSelected = row->selection->empty() || std::ranges::any_of(*row->selection, isProperty);
-        const WmiValue* found = isSelected ? row->row->Find(property) : nullptr;
-        return found != nullptr ? MakeVariant(*found, *value) : hresult::kWbemNotFound;
-    });
-}
 
 }  // namespace
 

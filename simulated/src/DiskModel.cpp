@@ -17,15 +17,15 @@ constexpr std::uint32_t kHealthLog = 0x02;
 constexpr std::uint32_t kMakerHealthLog = 0xD1;
 
 constexpr std::array<KindTraits, 8> kKinds{{
-    // kind, bus, media, removable, NVMe, ATA, ATA pass-through, SCSI pass-through, translation, rotation, interface type, summary
-    {DiskKind::DISK_KIND_UNSPECIFIED, BusType::Unknown, 0, false, false, false, false, true, false, 0, "SCSI", "disk"},
-    {DiskKind::NVME, BusType::Nvme, 4, false, true, false, false, true, false, 0, "SCSI", "NVMe"},
-    {DiskKind::NVME_RAID, BusType::Raid, 4, false, true, false, false, true, false, 0, "SCSI", "NVMe behind RAID"},
-    {DiskKind::SATA_HDD, BusType::Sata, 3, false, false, true, true, true, true, 7200, "IDE", "SATA HDD"},
-    {DiskKind::SATA_SSD, BusType::Sata, 4, false, false, true, true, true, true, 1, "IDE", "SATA SSD"},
-    {DiskKind::USB_STICK, BusType::Usb, 0, true, false, false, false, true, false, 0, "USB", "USB stick"},
-    {DiskKind::USB_SATA, BusType::Usb, 0, false, false, true, false, true, true, 5400, "USB", "USB to SATA"},
-    {DiskKind::SCM, BusType::Scm, 5, false, false, false, false, false, false, 0, "SCSI", "SCM"},
+    // kind, bus, media, removable, NVMe, ATA, ATA pass-through, SCSI pass-through, translation, rotation, summary
+    {DiskKind::DISK_KIND_UNSPECIFIED, BusType::Unknown, 0, false, false, false, false, true, false, 0, "disk"},
+    {DiskKind::NVME, BusType::Nvme, 4, false, true, false, false, true, false, 0, "NVMe"},
+    {DiskKind::NVME_RAID, BusType::Raid, 4, false, true, false, false, true, false, 0, "NVMe behind RAID"},
+    {DiskKind::SATA_HDD, BusType::Sata, 3, false, false, true, true, true, true, 7200, "SATA HDD"},
+    {DiskKind::SATA_SSD, BusType::Sata, 4, false, false, true, true, true, true, 1, "SATA SSD"},
+    {DiskKind::USB_STICK, BusType::Usb, 0, true, false, false, false, true, false, 0, "USB stick"},
+    {DiskKind::USB_SATA, BusType::Usb, 0, false, false, true, false, true, true, 5400, "USB to SATA"},
+    {DiskKind::SCM, BusType::Scm, 5, false, false, false, false, false, false, 0, "SCM"},
 }};
 
 std::string TrimBlanks(std::string text)

@@ -25,7 +25,6 @@ struct KindTraits {
     bool scsiPassThrough;  // the driver takes SCSI pass-through requests
     bool scsiTranslation;  // ATA PASS-THROUGH(16) reaches an ATA device
     std::uint32_t rotationRate;
-    const char* interfaceType;  // of Win32_DiskDrive
     const char* summary;
 };
 [[nodiscard]] const KindTraits& TraitsOf(description::DiskKind kind);

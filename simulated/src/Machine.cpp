@@ -57,7 +57,5 @@ std::vector<std::string> Machine::Misuses() const { return m_State->Misuses(); }
 void Machine::KeepJournal(bool keep) { m_State->KeepJournal(keep); }
 std::vector<JournalEntry> Machine::TakeJournal() { return m_State->TakeJournal(); }
 void Machine::AdvanceClock(std::chrono::nanoseconds time) { m_State->clock.Advance(time); }
-void Machine::EnterSingleThreadedApartment() { m_State->wmi->EnterSingleThreadedApartment(); }
-void Machine::LeaveSingleThreadedApartment() { m_State->wmi->LeaveSingleThreadedApartment(); }
 
 }  // namespace orbis::simulated

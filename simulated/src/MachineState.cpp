@@ -57,7 +57,9 @@ MachineState::MachineState(const description::Machine& machine)
     }
     deviceIo = MakeDeviceIoPort(*this);
     setup = MakeSetupPort(*this);
-    wmi = MakeWmiPort(*this);
+    wmiFacts = MakeWmiFacts(*this);
+    emulatedWmi = platform::emulated::MakeWmi(*wmiFacts);
+    wmi = MakeCheckedWmi(*this, *emulatedWmi);
     firmware = MakeFirmwarePort(*this);
     pdh = MakePdhPort(*this);
     time = MakeTimePort(*this);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "DiskModel.h"
+#include "emulated/WmiFacts.h"
 #include "simulated/Machine.h"
 
 namespace orbis::simulated {
@@ -22,13 +23,9 @@ namespace orbis::simulated {
 [[nodiscard]] std::unique_ptr<platform::Time> MakeTimePort(MachineState& machine);
 [[nodiscard]] std::unique_ptr<platform::Text> MakeTextPort(MachineState& machine);
 
-// The WMI port also knows the apartments of threads.
-class ApartmentWmi : public platform::Wmi {
-public:
-    virtual void EnterSingleThreadedApartment() = 0;
-    virtual void LeaveSingleThreadedApartment() = 0;
-};
-[[nodiscard]] std::unique_ptr<ApartmentWmi> MakeWmiPort(MachineState& machine);
+// WMI: the file's and the disks' rows, and what is between the emulated port over them and its users.
+[[nodiscard]] std::unique_ptr<platform::emulated::WmiFacts> MakeWmiFacts(const MachineState& machine);
+[[nodiscard]] std::unique_ptr<platform::Wmi> MakeCheckedWmi(MachineState& machine, platform::Wmi& inner);
 
 // The machine's clock, in nanoseconds after the start.
 class Clock {
@@ -85,7 +82,9 @@ public:
 
     std::unique_ptr<platform::DeviceIo> deviceIo;
     std::unique_ptr<platform::Setup> setup;
-    std::unique_ptr<ApartmentWmi> wmi;
+    std::unique_ptr<platform::emulated::WmiFacts> wmiFacts;
+    std::unique_ptr<platform::Wmi> emulatedWmi;
+    std::unique_ptr<platform::Wmi> wmi;
     std::unique_ptr<platform::Firmware> firmware;
     std::unique_ptr<platform::Pdh> pdh;
     std::unique_ptr<platform::Time> time;

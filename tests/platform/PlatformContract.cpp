@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <set>
+#include <thread>
 
 #include "PortHelpers.h"
+#include "platform/Text.h"
 
 namespace orbis::tests {
 namespace {
@@ -155,11 +157,83 @@ TEST_P(PlatformContract, WmiReportsRowsTheirEndAndWhatItDoesNotKnow)
         EXPECT_TRUE(row[3].text.has_value());
         EXPECT_TRUE(!subject->Has(Service::WmiSchema) || OpenDevice(ports.DeviceIoPort(), DrivePath(row[0].Number()), 0).IsValid());
     }
-    EXPECT_EQ(Query(wmi, u"root\\no_such_namespace", u"SELECT * FROM Win32_DiskDrive").result, hresult::kWbemInvalidNamespace);
-    if (subject->Has(Service::WmiSchema)) {
-        EXPECT_EQ(Query(wmi, u"root\\cimv2", u"SELECT * FROM No_Such_Class").result, hresult::kWbemInvalidClass);
+    for (const auto& row : Query(wmi, u"root\\cimv2", u"select INDEX, Name from win32_diskdrive", {u"Index", u"Model"}).rows) {
+        EXPECT_EQ(row[0].result, hresult::kOk);
+        EXPECT_EQ(row[1].result, hresult::kWbemNotFound) << "not selected";
     }
-    EXPECT_EQ(Query(wmi, u"root\\cimv2", u"no query at all").result, hresult::kWbemInvalidQuery);
+}
+
+TEST_P(PlatformContract, WmiTakesANamespaceInEveryDocumentedForm)
+{
+    constexpr Hresult kInvalid = hresult::kWbemInvalidNamespace;
+    struct Case {
+        const char16_t* path;
+        Hresult expected;
+    };
+    for (const auto& [path, expected] :
+         {Case{u"root", hresult::kOk}, Case{u"ROOT\\CIMV2", hresult::kOk}, Case{u"root/cimv2", hresult::kOk},
+          Case{u"\\\\.\\root\\cimv2", hresult::kOk}, Case{u"//./root/cimv2", hresult::kOk}, Case{u"\\/.\\root", hresult::kOk},
+          Case{u"root\\microsoft\\windows\\storage", hresult::kOk}, Case{u"root\\wmi", hresult::kOk},
+          Case{u"root\\StandardCimv2", hresult::kOk}, Case{u"", kInvalid}, Case{u"\\root", kInvalid}, Case{u"cimv2", kInvalid},
+          Case{u"\\\\.", kInvalid}, Case{u"\\\\.\\none", kInvalid}, Case{u"root\\no_such_namespace", kInvalid},
+          Case{u"root\\\\cimv2", kInvalid}, Case{u"root\\cimv2\\", kInvalid},
+          Case{u"\\\\\\.\\root", hresult::kWbemInvalidParameter}}) {
+        EXPECT_EQ(WmiSession(ports.WmiPort()).Connect(path), expected) << Utf16ToUtf8(path);
+    }
+}
+
+TEST_P(PlatformContract, WmiSaysWhatIsWrongWithAQuery)
+{
+    const char16_t* const query = u"SELECT * FROM Win32_DiskDrive";
+    const char16_t* const unknown = u"SELECT * FROM No_Such_Class";
+    struct Case {
+        const char16_t* language;
+        const char16_t* text;
+        std::int32_t flags;
+        Hresult expected;
+    };
+    WmiSession session(ports.WmiPort());
+    ASSERT_EQ(session.Connect(u"root\\cimv2"), hresult::kOk);
+    for (const auto& [language, text, flags, expected] :
+         {Case{u"wql", query, 0, hresult::kOk}, Case{u"SQL", query, 0, hresult::kWbemInvalidQueryType},
+          Case{u"SQL", query, kForwardOnlyImmediate, hresult::kWbemInvalidQueryType},
+          Case{u"SQL", nullptr, 0, hresult::kWbemInvalidParameter}, Case{nullptr, query, 0, hresult::kWbemInvalidParameter},
+          Case{u"WQL", u"", 0, hresult::kWbemInvalidParameter}, Case{u"WQL", u"no query", 0, hresult::kWbemInvalidQuery},
+          Case{u"WQL", u"SELECT FROM Win32_DiskDrive", 0, hresult::kWbemInvalidQuery},
+          Case{u"WQL", u"SELECT Index Model FROM Win32_DiskDrive", 0, hresult::kWbemInvalidQuery},
+          Case{u"WQL", unknown, 0, subject->Has(Service::WmiSchema) ? hresult::kWbemInvalidClass : hresult::kOk}}) {
+        EXPECT_EQ(session.Execute(language, text, flags), expected) << (text != nullptr ? Utf16ToUtf8(text) : "null");
+    }
+    // A semisynchronous query tells of the class in its first Next.
+    EXPECT_EQ(session.Execute(u"WQL", unknown, kForwardOnlyImmediate), hresult::kOk);
+    ComObject* row = nullptr;
+    std::uint32_t returned = 1;
+    EXPECT_EQ(ports.WmiPort().Next(session.Enumerator(), 0xFFFFFFFF, &row, &returned),
+              subject->Has(Service::WmiSchema) ? hresult::kWbemInvalidClass : hresult::kWbemSFalse);
+    EXPECT_EQ(returned, 0U);
+    EXPECT_EQ(row, nullptr);
+}
+
+TEST_P(PlatformContract, AThreadKeepsTheComModelThatItChoseFirst)
+{
+    Wmi& wmi = ports.WmiPort();
+    const auto tryBoth = [&](std::uint32_t first, std::uint32_t second) {
+        std::thread([&] {
+            EXPECT_EQ(wmi.InitializeCom(first), hresult::kOk);
+            EXPECT_EQ(wmi.InitializeCom(first), hresult::kFalse) << "again";
+            EXPECT_EQ(wmi.InitializeCom(second), hresult::kRpcChangedMode);
+            ComObject* locator = nullptr;
+            EXPECT_EQ(wmi.CreateLocator(&locator), hresult::kOk);
+            wmi.Release(locator);
+            wmi.UninitializeCom();
+            wmi.UninitializeCom();
+            EXPECT_EQ(wmi.InitializeCom(second), hresult::kOk) << "a new apartment";
+            wmi.UninitializeCom();
+        }).join();
+    };
+    constexpr std::uint32_t kApartmentThreaded = 2;
+    tryBoth(0, kApartmentThreaded);
+    tryBoth(kApartmentThreaded, 0);
 }
 
 TEST_P(PlatformContract, StringsKeepTheirLengthAndNothingIsFreedTwice)

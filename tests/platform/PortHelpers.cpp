@@ -39,32 +39,46 @@ std::vector<WalkedDisk> WalkDisks(Setup& setup)
     }
 }
 
+WmiSession::~WmiSession()
+{
+    m_Enumerator.Reset();
+    m_Services.Reset();
+    m_Locator.Reset();
+    m_Wmi.UninitializeCom();
+}
+
+Hresult WmiSession::Connect(const char16_t* path)
+{
+    const ComString text(m_Wmi, m_Wmi.AllocateString(path));
+    ComObject* object = nullptr;
+    Hresult result = m_Wmi.CreateLocator(&object);
+    m_Locator = ComReference(m_Wmi, object);
+    result = Failed(result) ? result : m_Wmi.ConnectServer(m_Locator.Get(), text.Get(), &object);
+    m_Services = ComReference(m_Wmi, Failed(result) ? nullptr : object);
+    return Failed(result) || m_Services ? result : hresult::kUnexpected;
+}
+
+Hresult WmiSession::Execute(const char16_t* language, const char16_t* query, std::int32_t flags)
+{
+    const auto allocate = [&](const char16_t* text) { return text != nullptr ? m_Wmi.AllocateString(text) : nullptr; };
+    const ComString languageText(m_Wmi, allocate(language));
+    const ComString queryText(m_Wmi, allocate(query));
+    ComObject* object = nullptr;
+    const Hresult result = m_Wmi.ExecQuery(m_Services.Get(), languageText.Get(), queryText.Get(), flags, &object);
+    m_Enumerator = ComReference(m_Wmi, Failed(result) ? nullptr : object);
+    return Failed(result) || m_Enumerator ? result : hresult::kUnexpected;
+}
+
 WmiResult Query(Wmi& wmi, const char16_t* wmiNamespace, const char16_t* query, const std::vector<const char16_t*>& properties)
 {
-    // The apartment ends after everything that was made in it.
-    struct Apartment {
-        Wmi& wmi;
-        explicit Apartment(Wmi& port) : wmi(port) { wmi.InitializeCom(0); }
-        ~Apartment() { wmi.UninitializeCom(); }
-    } const apartment(wmi);
-
-    const ComString path(wmi, wmi.AllocateString(wmiNamespace));
-    const ComString language(wmi, wmi.AllocateString(u"WQL"));
-    const ComString text(wmi, wmi.AllocateString(query));
-    ComObject* object = nullptr;
-    Hresult result = wmi.CreateLocator(&object);
-    const ComReference locator(wmi, object);
-    result = Failed(result) ? result : wmi.ConnectServer(locator.Get(), path.Get(), &object);
-    const ComReference services(wmi, Failed(result) ? nullptr : object);
-    result = Failed(result) || services ? result : hresult::kUnexpected;
-    result = Failed(result) ? result : wmi.ExecQuery(services.Get(), language.Get(), text.Get(), 0x30, &object);
-    const ComReference enumerator(wmi, Failed(result) ? nullptr : object);
-    result = Failed(result) || enumerator ? result : hresult::kUnexpected;
-
+    WmiSession session(wmi);
+    Hresult result = session.Connect(wmiNamespace);
+    result = Failed(result) ? result : session.Execute(u"WQL", query, kForwardOnlyImmediate);
     WmiResult outcome;
     while (!Failed(result)) {
+        ComObject* object = nullptr;
         std::uint32_t returned = 0;
-        result = wmi.Next(enumerator.Get(), 0xFFFFFFFF, &object, &returned);
+        result = wmi.Next(session.Enumerator(), 0xFFFFFFFF, &object, &returned);
         if (Failed(result) || returned == 0) {
             break;
         }

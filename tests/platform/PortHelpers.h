@@ -70,6 +70,28 @@ struct WalkedDisk {
 };
 std::vector<WalkedDisk> WalkDisks(platform::Setup& setup);
 
+constexpr std::int32_t kForwardOnlyImmediate = 0x30;  // WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY
+
+// COM on this thread, a connection and a query. The apartment ends after everything that was made in it.
+class WmiSession {
+public:
+    explicit WmiSession(platform::Wmi& wmi) : m_Wmi(wmi) { m_Wmi.InitializeCom(0); }
+    WmiSession(const WmiSession&) = delete;
+    WmiSession& operator=(const WmiSession&) = delete;
+    ~WmiSession();
+
+    platform::Hresult Connect(const char16_t* path);
+    // A null text is a null string.
+    platform::Hresult Execute(const char16_t* language, const char16_t* query, std::int32_t flags);
+    [[nodiscard]] platform::ComObject* Enumerator() const { return m_Enumerator.Get(); }
+
+private:
+    platform::Wmi& m_Wmi;
+    platform::ComReference m_Locator;
+    platform::ComReference m_Services;
+    platform::ComReference m_Enumerator;
+};
+
 // A property of a WMI row as a test sees it.
 struct WmiValue {
     platform::Hresult result = 0;

@@ -202,12 +202,12 @@ TEST(WmiTest, UninitialisesComEvenWhereItsInitialisationFailed)
 {
     const MachineInForce machine(OneRow("i4: 7"));
     WmiTrace trace;
-    machine->EnterSingleThreadedApartment();
+    constexpr std::uint32_t kApartmentThreaded = 2;
+    EXPECT_EQ(machine->WmiPort().InitializeCom(kApartmentThreaded), hresult::kOk);
     EXPECT_EQ(Read<&WmiCommonLib::GetInt32ByField>(), 7);
-    machine->LeaveSingleThreadedApartment();
     EXPECT_THAT(trace.calls, ::testing::Not(Contains(::testing::StartsWith("InitializeSecurity"))));
-    EXPECT_EQ(machine->OpenObjects().comInitialisations, -1) << "the one imbalance, and meant";
-    machine->WmiPort().InitializeCom(0);
+    EXPECT_EQ(machine->OpenObjects().comInitialisations, 0)
+        << "that of the apartment's owner is undone; the one imbalance, and meant";
 }
 
 // ---- Values ----

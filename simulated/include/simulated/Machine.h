@@ -79,10 +79,6 @@ public:
     // Moves the machine's clock, as Sleep does.
     void AdvanceClock(std::chrono::nanoseconds time);
 
-    // Makes the calling thread one of a single-threaded apartment, initialised by somebody else, and ends that again.
-    void EnterSingleThreadedApartment();
-    void LeaveSingleThreadedApartment();
-
 private:
     std::unique_ptr<MachineState> m_State;
 };
