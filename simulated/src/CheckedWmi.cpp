@@ -1,4 +1,4 @@
-// The machine's WMI port: the emulated one, with what its users hold counted, misuse reported and the journal kept.
+// The machine's WMI port: the emulated one, with what its users hold counted and misuse reported.
 #include <fmt/format.h>
 
 #include <map>
@@ -7,7 +7,6 @@
 
 #include "MachineState.h"
 #include "platform/Forwarding.h"
-#include "platform/Text.h"
 
 namespace orbis::simulated {
 namespace {
@@ -52,48 +51,28 @@ public:
     }
     Hresult ConnectServer(ComObject* locator, Bstr path, ComObject** services) override
     {
-        *services = nullptr;
-        if (!IsHeld(locator, Kind::Locator, "ConnectServer")) {
-            return platform::hresult::kInvalidArgument;
-        }
-        const Hresult result = Keep(ForwardingWmi::ConnectServer(locator, path, services), services, Kind::Services);
-        Record("Wmi::ConnectServer", path, result);
-        return result;
+        locator = Checked(locator, Kind::Locator, "ConnectServer");
+        return Keep(ForwardingWmi::ConnectServer(locator, path, services), services, Kind::Services);
     }
-    Hresult SetProxyBlanket(ComObject* services, std::uint32_t authentication, std::uint32_t authorization,
-                            std::uint32_t authenticationLevel, std::uint32_t impersonationLevel,
-                            std::uint32_t capabilities) override
+    Hresult SetProxyBlanket(ComObject* services, std::uint32_t authentication, std::uint32_t authorization, std::uint32_t level,
+                            std::uint32_t impersonation, std::uint32_t capabilities) override
     {
-        if (services != nullptr && !IsHeld(services, Kind::Services, "SetProxyBlanket")) {
-            return platform::hresult::kNoInterface;
-        }
-        return ForwardingWmi::SetProxyBlanket(services, authentication, authorization, authenticationLevel, impersonationLevel,
-                                              capabilities);
+        services = Checked(services, Kind::Services, "SetProxyBlanket");
+        return ForwardingWmi::SetProxyBlanket(services, authentication, authorization, level, impersonation, capabilities);
     }
     Hresult ExecQuery(ComObject* services, Bstr language, Bstr query, std::int32_t flags, ComObject** enumerator) override
     {
-        *enumerator = nullptr;
-        if (!IsHeld(services, Kind::Services, "ExecQuery")) {
-            return platform::hresult::kInvalidArgument;
-        }
-        const Hresult result =
-            Keep(ForwardingWmi::ExecQuery(services, language, query, flags, enumerator), enumerator, Kind::Enumerator);
-        Record("Wmi::ExecQuery", query, result);
-        return result;
+        services = Checked(services, Kind::Services, "ExecQuery");
+        return Keep(ForwardingWmi::ExecQuery(services, language, query, flags, enumerator), enumerator, Kind::Enumerator);
     }
     Hresult Next(ComObject* enumerator, std::uint32_t timeout, ComObject** object, std::uint32_t* returned) override
     {
-        *object = nullptr;
-        *returned = 0;
-        return IsHeld(enumerator, Kind::Enumerator, "Next")
-                   ? Keep(ForwardingWmi::Next(enumerator, timeout, object, returned), object, Kind::Row)
-                   : platform::hresult::kInvalidArgument;
+        enumerator = Checked(enumerator, Kind::Enumerator, "Next");
+        return Keep(ForwardingWmi::Next(enumerator, timeout, object, returned), object, Kind::Row);
     }
     Hresult Get(ComObject* object, const char16_t* name, Variant* value) override
     {
-        if (!IsHeld(object, Kind::Row, "Get")) {
-            return platform::hresult::kInvalidArgument;
-        }
+        object = Checked(object, Kind::Row, "Get");
         const Hresult result = ForwardingWmi::Get(object, name, value);
         if (!platform::Failed(result) && value->type != VariantType::Empty) {
             ++m_Machine.open.variants;
@@ -105,11 +84,8 @@ public:
     }
     void Release(ComObject* object) noexcept override
     {
-        if (object == nullptr) {
-            return;
-        }
         CheckThread(Find(object), "Release");
-        if (GiveBack(object, "Release of an interface that is not held")) {
+        if (object != nullptr && GiveBack(object, "Release of an interface that is not held")) {
             ForwardingWmi::Release(object);
         }
     }
@@ -124,12 +100,12 @@ public:
     }
     Hresult ArrayUpperBound(SafeArray* array, std::uint32_t dimension, std::int32_t* bound) override
     {
-        return Find(array) ? ForwardingWmi::ArrayUpperBound(array, dimension, bound) : platform::hresult::kInvalidArgument;
+        return ForwardingWmi::ArrayUpperBound(Find(array) ? array : nullptr, dimension, bound);
     }
     Hresult ArrayElement(SafeArray* array, std::int32_t index, void* element) override
     {
         const auto held = Find(array);
-        const Hresult result = held ? ForwardingWmi::ArrayElement(array, index, element) : platform::hresult::kInvalidArgument;
+        const Hresult result = ForwardingWmi::ArrayElement(held ? array : nullptr, index, element);
         if (!platform::Failed(result) && held->kind == Kind::Strings) {
             Keep(*static_cast<Bstr*>(element), Kind::String);
         }
@@ -190,32 +166,22 @@ private:
         Keep(*object, kind);
         return result;
     }
-    bool IsHeld(ComObject* object, Kind kind, const char* operation)
+    // The interface itself, or null in place of one that may not be used so; null fails in every operation.
+    ComObject* Checked(ComObject* object, Kind kind, const char* operation)
     {
         const auto held = Find(object);
-        if (!held || held->kind != kind) {
-            m_Machine.ReportMisuse(fmt::format("Wmi::{} on an interface that is not held or of another kind", operation));
-            return false;
-        }
         CheckThread(held, operation);
-        return true;
+        if (object != nullptr && (!held || held->kind != kind)) {
+            m_Machine.ReportMisuse(fmt::format("Wmi::{} on an interface that is not held or of another kind", operation));
+            return nullptr;
+        }
+        return object;
     }
     void CheckThread(const std::optional<Held>& held, const char* operation)
     {
         if (held && held->thread != std::this_thread::get_id()) {
             m_Machine.ReportMisuse(fmt::format("Wmi::{} on a thread that did not make the interface", operation));
         }
-    }
-
-    void Record(const char* operation, Bstr subject, Hresult result)
-    {
-        m_Machine.Record([&] {
-            JournalEntry entry;
-            entry.operation = operation;
-            entry.subject = subject != nullptr ? platform::Utf16ToUtf8(subject) : std::string{};
-            entry.error = platform::Failed(result) ? static_cast<std::uint32_t>(result) : 0;
-            return entry;
-        });
     }
 
     MachineState& m_Machine;
