@@ -2,7 +2,7 @@
 _orbis_host() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} choices=
     case $before in
-        --format) choices="table json text binary" ;;
+        --format) choices="table json jsonl text binary" ;;
         --log-level) choices="trace debug info warning error off" ;;
         --machine | --plugin | validate | show) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
         --watch | --count | --item) return ;;

@@ -13,7 +13,7 @@ complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a version
 complete -c orbis-host -n "__fish_seen_subcommand_from collect" -a "$datatypes"
 complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l item -d 'Only this disk: item id, DISK0, number, serial number or C:'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect" -r -F -l machine -d 'Collect from the simulated machine of this file'
-complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l format -a 'table json text binary'
+complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l format -a 'table json jsonl text binary'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l log-level -a 'trace debug info warning error off'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l watch -d 'Collect again every so many seconds'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l count -d 'End a watch after so many passes'

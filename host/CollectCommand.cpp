@@ -93,16 +93,21 @@ int Collect(const CollectOptions& options, Output& output)
         }
         Style style = output.GetStyle();
         style.width = style.width == 0 ? 0 : TerminalColumns();  // it may have changed
+        if (options.format == Format::JsonLines) {
+            collector.LearnIdentities(passes);
+        }
+        const auto now = platform::Time::Current().UtcNow();
         std::string text;
         if (isWatch && options.format == Format::Table) {
-            text = Rfc3339(platform::Time::Current().UtcNow()).substr(0, 19) + "Z\n";
+            text = Rfc3339(now).substr(0, 19) + "Z\n";
         }
-        text += isLive ? RenderLive(passes, live, collector.KnownDisks(), style)
-                       : Render(passes, options.format, collector.KnownDisks(), style);
-        output.Write(isRedrawn ? Redrawn(text) : text);
-        if (collector.ReportFindings()) {
+        const std::vector<Finding> findings = collector.ReportFindings();
+        if (!findings.empty()) {
             status = Graver(status, kExitIncomplete);
         }
+        text += isLive ? RenderLive(passes, live, collector.KnownDisks(), style)
+                       : Render(passes, options.format, {collector.KnownDisks(), style, machine.Name(), now, findings});
+        output.Write(isRedrawn ? Redrawn(text) : text);
         if (!isWatch || pass == options.count) {
             break;
         }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <charconv>
 #include <stdexcept>
+#include <utility>
 
 #include "PluginFile.h"
 #include "Say.h"
@@ -83,6 +84,7 @@ std::vector<Pass> Collector::Collect(const std::vector<Operation>& operations)
             m_HasFailed = true;
             m_Log->Flush();
             Say(exception.what());
+            m_Failures.push_back({"collection-failed", {}, exception.what(), {}, {ShortName(operation.datatype)}});
         }
     }
     Learn(passes);
@@ -117,19 +119,23 @@ void Collector::ReportFailure(const std::string& datatype, const HostException& 
                                  failure->error);
         }
     }
-    Say(fmt::format("{}: not collected: {}", datatype, reason));
+    const std::string text = fmt::format("{}: not collected: {}", datatype, reason);
+    Say(text);
+    m_Failures.push_back({"collection-failed", {}, text, {}, {datatype}});
     if (m_LogLevel <= LogLevel::Debug) {
         Say(exception.ToString());
     }
 }
 
-bool Collector::ReportFindings()
+std::vector<Finding> Collector::ReportFindings()
 {
-    const std::vector<std::string> findings = m_Machine.TakeFindings();
-    for (const std::string& finding : findings) {
-        Say(finding);
+    std::vector<Finding> findings = m_Machine.TakeFindings();
+    for (const Finding& finding : findings) {
+        Say(finding.remedy.empty() ? finding.text : finding.text + "; " + finding.remedy);
     }
-    return !findings.empty();
+    const std::vector<Finding> failures = std::exchange(m_Failures, {});
+    findings.insert(findings.end(), failures.begin(), failures.end());
+    return findings;
 }
 
 std::vector<std::string> Collector::Select(const std::string& selector)
@@ -147,6 +153,19 @@ std::vector<std::string> Collector::Select(const std::string& selector)
     return selected;
 }
 
+void Collector::LearnIdentities(const std::vector<Pass>& passes)
+{
+    bool isNew = false;
+    for (const Pass& pass : passes) {
+        for (const Collected& item : pass.items) {
+            isNew = m_Identified.insert(item.itemId).second || isNew;
+        }
+    }
+    if (isNew) {
+        LearnIdentities();
+    }
+}
+
 void Collector::LearnIdentities()
 {
     m_HasIdentities = true;
@@ -157,7 +176,10 @@ void Collector::LearnIdentities()
             operations.push_back(one);
         }
     }
+    // Nobody asked for these: what fails leaves disks without a name and is reported, but is no failure of what was asked for.
+    const bool hasFailed = m_HasFailed;
     (void)Collect(operations);
+    m_HasFailed = hasFailed;
 }
 
 void Collector::Learn(const std::vector<Pass>& passes)

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -24,14 +25,14 @@ public:
     [[nodiscard]] std::vector<border::Operation> Choose(const std::vector<std::string>& datatypes) const;
     // Collects each of them once, all disks. A failure is reported on standard error and sets HasFailed.
     [[nodiscard]] std::vector<Pass> Collect(const std::vector<border::Operation>& operations);
-    // Reports what was left out of the collections, and returns whether that was anything.
-    bool ReportFindings();
+    // Reports what was left out of the collections since the last call, and returns it together with the failures.
+    [[nodiscard]] std::vector<Finding> ReportFindings();
 
     // The item ids that `selector` names. Collects what tells disks apart when that is not known yet. Throws std::invalid_argument,
     // with a list of the disks, when it names none.
     [[nodiscard]] std::vector<std::string> Select(const std::string& selector);
-    // Collects what tells disks apart: models, serial numbers, drive letters.
-    void LearnIdentities();
+    // Collects what tells disks apart, models, serial numbers and drive letters, unless these passes did or nothing is new in them.
+    void LearnIdentities(const std::vector<Pass>& passes);
 
     [[nodiscard]] const Disks& KnownDisks() const noexcept { return m_Disks; }
     [[nodiscard]] bool HasFailed() const noexcept { return m_HasFailed; }
@@ -39,6 +40,7 @@ public:
 private:
     [[nodiscard]] Pass CollectOne(const border::Operation& operation);
     void ReportFailure(const std::string& datatype, const border::HostException& exception);
+    void LearnIdentities();
     void Learn(const std::vector<Pass>& passes);
 
     MachineInForce& m_Machine;
@@ -47,7 +49,9 @@ private:
     std::shared_ptr<ConsoleLog> m_Log;
     border::PluginObject m_Object;
     Disks m_Disks;
+    std::vector<Finding> m_Failures;
     bool m_HasFailed = false;
+    std::set<std::string> m_Identified;  // item ids whose identity was looked for
     bool m_HasIdentities = false;
 };
 

@@ -20,8 +20,11 @@
 namespace orbis::host {
 namespace {
 
-const std::vector<std::pair<std::string, Format>> kFormats{
-    {"table", Format::Table}, {"json", Format::Json}, {"text", Format::Text}, {"binary", Format::Binary}};
+const std::vector<std::pair<std::string, Format>> kFormats{{"table", Format::Table},
+                                                           {"json", Format::Json},
+                                                           {"jsonl", Format::JsonLines},
+                                                           {"text", Format::Text},
+                                                           {"binary", Format::Binary}};
 const std::vector<std::pair<std::string, LogLevel>> kLogLevels{{"trace", LogLevel::Trace}, {"debug", LogLevel::Debug},
                                                                {"info", LogLevel::Info},   {"warning", LogLevel::Warning},
                                                                {"error", LogLevel::Error}, {"off", LogLevel::Off}};
@@ -137,7 +140,9 @@ private:
             "  orbis-host collect PhysicalDiskDynamicInfo --watch 1\n\n" +
             ExitStatusFooter());
         command.add_option("DATATYPE", m_Collect.datatypes, "What to collect (all)");
-        command.add_option("--format", m_Format, "table, json, text (protobuf text) or binary (delimited protobuf)")
+        command
+            .add_option("--format", m_Format,
+                        "table, json, jsonl (one object a line), text (protobuf text) or binary (delimited protobuf)")
             ->option_text("FORMAT");
         CLI::Option& watch =
             *command.add_option("--watch", m_Collect.watchSeconds, "Collect again every so many seconds, until Ctrl-C")

@@ -12,6 +12,7 @@
 
 #include "Table.h"
 #include "orbis/host/collected_item.pb.h"
+#include "orbis/host/json_line.pb.h"
 #include "views/Views.h"
 
 namespace orbis::host {
@@ -57,6 +58,85 @@ std::string RenderJson(const std::vector<Pass>& passes)
         }
     }
     return out + "\n]\n";
+}
+
+// The finding is about this disk and touches this datatype.
+bool Concerns(const Finding& finding, const Disk* disk, const std::string& datatype)
+{
+    const bool isItsDisk = disk != nullptr && disk->number &&
+                           (finding.subject == fmt::format("DISK{}", *disk->number) || disk->letters.contains(finding.subject));
+    const auto& names = finding.datatypes;
+    return isItsDisk && (names.empty() || std::find(names.begin(), names.end(), datatype) != names.end());
+}
+
+void Add(const Finding& finding, JsonLine& line)
+{
+    JsonFinding& added = *line.add_findings();
+    added.set_kind(finding.kind);
+    added.set_subject(finding.subject);
+    added.set_text(finding.text);
+    added.set_remedy(finding.remedy);
+    added.mutable_datatypes()->Add(finding.datatypes.begin(), finding.datatypes.end());
+}
+
+JsonLine BeginLine(const Context& context, std::chrono::system_clock::time_point time)
+{
+    constexpr std::uint32_t kFormatVersion = 1;
+    JsonLine line;
+    line.set_format_version(kFormatVersion);
+    line.set_host(context.host);
+    *line.mutable_time() = ToTimestamp(time);
+    return line;
+}
+
+// One line for each item, and one for what was found about none of them.
+std::string RenderJsonLines(const std::vector<Pass>& passes, const Context& context)
+{
+    std::string out;
+    std::vector<const Finding*> left;
+    for (const Finding& finding : context.findings) {
+        left.push_back(&finding);
+    }
+    for (const Pass& pass : passes) {
+        for (const Collected& item : pass.items) {
+            JsonLine line = BeginLine(context, item.time);
+            const Disk* disk = context.disks.Find(item.itemId);
+            if (disk != nullptr) {
+                JsonDisk& known = *line.mutable_disk();
+                if (disk->number) {
+                    known.set_number(*disk->number);
+                }
+                if (!disk->serialNumber.empty()) {
+                    known.set_serial(disk->serialNumber);
+                }
+                if (!disk->model.empty()) {
+                    known.set_model(disk->model);
+                }
+                for (const auto& [letter, volume] : disk->letters) {
+                    known.add_letters(letter);
+                }
+            }
+            line.set_datatype(pass.datatype);
+            line.set_item_id(item.itemId);
+            for (const Finding& finding : context.findings) {
+                if (Concerns(finding, disk, pass.datatype)) {
+                    Add(finding, line);
+                    std::erase(left, &finding);
+                }
+            }
+            std::string text = Json(line);
+            text.pop_back();  // the brace that closes it
+            out += fmt::format("{},\"data\":{}}}\n", text, item.message == nullptr ? "null" : Json(*item.message));
+        }
+    }
+    if (!left.empty()) {
+        JsonLine line = BeginLine(context, context.time);
+        for (const Finding* finding : left) {
+            Add(*finding, line);
+        }
+        out += Json(line) + '\n';
+    }
+    return out;
 }
 
 std::string RenderText(const std::vector<Pass>& passes)
@@ -165,11 +245,13 @@ std::unique_ptr<pb::Message> NewMessage(const std::string& fullName)
     return std::unique_ptr<pb::Message>(prototype == nullptr ? nullptr : prototype->New());
 }
 
-std::string Render(const std::vector<Pass>& passes, Format format, const Disks& disks, const Style& style)
+std::string Render(const std::vector<Pass>& passes, Format format, const Context& context)
 {
     switch (format) {
         case Format::Json:
             return RenderJson(passes);
+        case Format::JsonLines:
+            return RenderJsonLines(passes, context);
         case Format::Text:
             return RenderText(passes);
         case Format::Binary:
@@ -177,7 +259,7 @@ std::string Render(const std::vector<Pass>& passes, Format format, const Disks& 
         case Format::Table:
             break;
     }
-    return RenderTables(passes, disks, style);
+    return RenderTables(passes, context.disks, context.style);
 }
 
 std::string Rfc3339(std::chrono::system_clock::time_point time)

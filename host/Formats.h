@@ -12,7 +12,7 @@
 
 namespace orbis::host {
 
-enum class Format { Table, Json, Text, Binary };
+enum class Format { Table, Json, JsonLines, Text, Binary };
 
 // One item that a plug-in collected, decoded. The message is null for an item without data.
 struct Collected {
@@ -27,11 +27,29 @@ struct Pass {
     std::vector<Collected> items;
 };
 
+// Something that was left out of the collections.
+struct Finding {
+    std::string kind;                    // stable name for programs, for example "access-denied"
+    std::string subject;                 // the disk ("DISK0"), letter ("C:") or device path concerned; empty: the system
+    std::string text;                    // what was found, for people
+    std::string remedy;                  // what can be done; may be empty
+    std::vector<std::string> datatypes;  // those that lack data for it; empty when that is not known
+};
+
+// What a document in a format is about, beside the items.
+struct Context {
+    const Disks& disks;
+    Style style{};                                 // of tables
+    std::string host{};                            // name of the machine
+    std::chrono::system_clock::time_point time{};  // of the pass
+    const std::vector<Finding>& findings;          // of this pass
+};
+
 // An empty message of a datatype by its full name, or null when this program does not know it.
 [[nodiscard]] std::unique_ptr<google::protobuf::Message> NewMessage(const std::string& fullName);
 
-// All passes in one piece of output. Names of disks and the style are for tables.
-[[nodiscard]] std::string Render(const std::vector<Pass>& passes, Format format, const Disks& disks, const Style& style);
+// All passes in one piece of output.
+[[nodiscard]] std::string Render(const std::vector<Pass>& passes, Format format, const Context& context);
 
 // "2026-11-21T09:05:18.123Z"
 [[nodiscard]] std::string Rfc3339(std::chrono::system_clock::time_point time);

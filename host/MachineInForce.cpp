@@ -1,7 +1,5 @@
 #include "MachineInForce.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -36,9 +34,15 @@ bool IsInterrupted() { return g_Interrupted; }
 
 MachineInForce::MachineInForce(const std::filesystem::path& file)
 {
-    if (!file.empty()) {
-        const std::u8string name = file.u8string();
-        m_Simulated = simulated::LoadMachineFile(std::string(name.begin(), name.end()));
+    const auto utf8 = [](const std::filesystem::path& path) {
+        const std::u8string text = path.u8string();
+        return std::string(text.begin(), text.end());
+    };
+    if (file.empty()) {
+        m_Name = ComputerName();
+    } else {
+        m_Name = utf8(file.stem());
+        m_Simulated = simulated::LoadMachineFile(utf8(file));
         platform::Platform::Replace(m_Simulated.get());
     }
     m_Access = std::make_unique<AccessWatch>(platform::Platform::Current());
@@ -49,18 +53,18 @@ MachineInForce::MachineInForce(const std::filesystem::path& file)
 
 MachineInForce::~MachineInForce() { platform::Platform::Replace(nullptr); }
 
-std::vector<std::string> MachineInForce::TakeFindings()
+std::vector<Finding> MachineInForce::TakeFindings()
 {
-    std::vector<std::string> findings;
-    for (const std::string& finding : m_Inventory->TakeFindings()) {
-        findings.push_back(finding);
+    std::vector<Finding> findings;
+    for (const std::string& text : m_Inventory->TakeFindings()) {
+        findings.push_back({"inventory", {}, text, {}, {}});
     }
     std::string denied;
     for (const std::u16string& path : m_Access->TakeDenied()) {
         denied += (denied.empty() ? "" : ", ") + platform::Utf16ToUtf8(path);
     }
     if (!denied.empty()) {
-        findings.push_back(fmt::format("no access to {}; to see everything, {}", denied, MoreRightsAdvice()));
+        findings.push_back({"access-denied", denied, "no access to " + denied, MoreRightsAdvice(), {}});
     }
     return findings;
 }

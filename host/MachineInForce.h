@@ -7,6 +7,7 @@
 
 #include "AccessWatch.h"
 #include "DiskWatch.h"
+#include "Formats.h"
 #include "InventoryWatch.h"
 #include "simulated/Machine.h"
 
@@ -22,8 +23,10 @@ public:
     ~MachineInForce();
 
     [[nodiscard]] DiskWatch& Disks() { return *m_Disks; }
-    // What was left out of the collections since the last call, and why; sentences for a person.
-    [[nodiscard]] std::vector<std::string> TakeFindings();
+    // Its name: that of the computer, or of the simulated machine's file.
+    [[nodiscard]] const std::string& Name() const noexcept { return m_Name; }
+    // What was left out of the collections since the last call, and why.
+    [[nodiscard]] std::vector<Finding> TakeFindings();
 
     // Waits between two passes; on a simulated machine its own time passes as well. Ends early when interrupted.
     void Wait(double seconds);
@@ -33,6 +36,7 @@ public:
 private:
     void Advance(double seconds);
 
+    std::string m_Name;
     std::unique_ptr<simulated::Machine> m_Simulated;
     std::unique_ptr<AccessWatch> m_Access;
     std::unique_ptr<InventoryWatch> m_Inventory;

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <filesystem>
+#include <string>
 
 #include "Style.h"
 
@@ -34,6 +35,8 @@ void PrepareOutput(bool binary);
 [[nodiscard]] std::filesystem::path ProgramFolder();
 // File name of a plug-in: "X.so" or "X.dll".
 [[nodiscard]] std::filesystem::path PluginFileName(const char* name);
+// The name of this computer on its network.
+[[nodiscard]] std::string ComputerName();
 // A short advice on how to run with more rights here.
 [[nodiscard]] const char* MoreRightsAdvice();
 

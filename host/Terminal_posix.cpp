@@ -57,10 +57,17 @@ std::filesystem::path ProgramFolder()
 
 std::filesystem::path PluginFileName(const char* name) { return std::string(name) + ".so"; }
 
+std::string ComputerName()
+{
+    std::string name(256, '\0');  // HOST_NAME_MAX is 64 here
+    return ::gethostname(name.data(), name.size() - 1) == 0 ? name.substr(0, name.find('\0')) : std::string();
+}
+
 const char* MoreRightsAdvice()
 {
-    return ::geteuid() == 0 ? "run orbis-host where root may open disks (this looks like a container or a sandbox)"
-                            : "run orbis-host as root (sudo orbis-host ...)";
+    return ::geteuid() == 0
+               ? "to see everything, run orbis-host where root may open disks (this looks like a container or a sandbox)"
+               : "to see everything, run orbis-host as root (sudo orbis-host ...)";
 }
 
 }  // namespace orbis::host

@@ -62,6 +62,19 @@ std::filesystem::path ProgramFolder()
 
 std::filesystem::path PluginFileName(const char* name) { return std::string(name) + ".dll"; }
 
-const char* MoreRightsAdvice() { return "run orbis-host from an elevated prompt (Run as administrator)"; }
+std::string ComputerName()
+{
+    DWORD size = 0;
+    ::GetComputerNameExW(ComputerNameDnsHostname, nullptr, &size);
+    std::wstring name(size, L'\0');
+    if (size == 0 || ::GetComputerNameExW(ComputerNameDnsHostname, name.data(), &size) == 0) {
+        return {};
+    }
+    name.resize(size);
+    const std::u8string text = std::filesystem::path(name).u8string();
+    return {text.begin(), text.end()};
+}
+
+const char* MoreRightsAdvice() { return "to see everything, run orbis-host from an elevated prompt (Run as administrator)"; }
 
 }  // namespace orbis::host

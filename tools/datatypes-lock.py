@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Guards the schema against changes that would break a host.
+"""Guards the schema against changes that would break a host or a program that reads orbis-host's output.
 
-datatypes.lock describes the schema as hosts know it. Without arguments the schema is compared with it; --update takes up what
-has been added, and refuses what does not fit.
+datatypes.lock describes the messages as hosts know them, and documents.lock the objects around them in JSON and binary output.
+Without arguments the schema is compared with them; --update takes up what has been added, and refuses what does not fit.
 """
 
 import argparse
@@ -54,7 +54,7 @@ class Schema:
 def from_descriptors(files):
     result = Schema()
     for file in files:
-        for option, value in (("package", file.package), ("csharp_namespace", file.options.csharp_namespace)):
+        for option, value in (("package", file.package), ("csharp_namespace", file.options.csharp_namespace or "-")):
             if result.options.setdefault(option, value) != value:
                 sys.exit(f"{file.name}: {option} is \"{value}\", the other files' is \"{result.options[option]}\"; make them equal.")
         for enum in file.enum_type:
@@ -188,15 +188,19 @@ def main():
     schema.add_arguments(parser)
     arguments = parser.parse_args()
 
-    path = schema.proto_root(arguments.root) / "datatypes.lock"
+    locks = [(schema.DATATYPES, "datatypes.lock"), (schema.DOCUMENTS, "documents.lock")]
+    return max(check(arguments, part, arguments.root / part[0] / name) for part, name in locks)
+
+
+def check(arguments, part, path):
     if not path.exists():
         sys.exit(f"{path} is missing; without it nothing is known of what hosts rely on. Restore it from version control.")
     locked = from_lock(path)
-    current = from_descriptors(schema.load(arguments.protoc, arguments.root))
+    current = from_descriptors(schema.load(arguments.protoc, arguments.root, part))
 
     broken = list(breaking_changes(locked, current))
     if broken:
-        print("The schema has changed in a way that breaks hosts (host-sdk/proto/datatypes.lock has what they know):", file=sys.stderr)
+        print(f"The schema has changed in a way that breaks hosts ({part[0]}/{path.name} has what they know):", file=sys.stderr)
         for text in broken:
             print("  " + text, file=sys.stderr)
         return 1
@@ -206,7 +210,7 @@ def main():
         path.write_text(described, encoding="utf-8")
         return 0
     if path.read_text(encoding="utf-8") != described:
-        print("The schema has changed in a way that hosts can live with, and datatypes.lock does not have it yet:", file=sys.stderr)
+        print(f"The schema has changed in a way that hosts can live with, and {path.name} does not have it yet:", file=sys.stderr)
         for text in additions(locked, current):
             print("  " + text, file=sys.stderr)
         print("Take it up with: tools/datatypes-lock.py --update", file=sys.stderr)

@@ -11,6 +11,9 @@ except ModuleNotFoundError:
     sys.exit("This tool needs protobuf for Python: apt install python3-protobuf, then run it with that python3.")
 
 PACKAGE = "veyra.orbis.datatypes"
+# What programs read, each part with a lock beside it: folder of the schema, its files, its package.
+DATATYPES = ("host-sdk/proto", "orbis/datatypes", PACKAGE)
+DOCUMENTS = ("host/proto", "orbis/host", "orbis.host")
 REPOSITORY = pathlib.Path(__file__).resolve().parent.parent
 
 _Field = descriptor_pb2.FieldDescriptorProto
@@ -26,12 +29,12 @@ def proto_root(root):
     return root / "host-sdk" / "proto"
 
 
-def load(protoc, root):
-    """Compiles the schema and returns its files as FileDescriptorProtos, comments included, ordered by name."""
-    folder = proto_root(root)
-    files = sorted(path.relative_to(folder).as_posix() for path in folder.glob("orbis/datatypes/*.proto"))
+def load(protoc, root, part=DATATYPES):
+    """Compiles a part of the schema and returns its files as FileDescriptorProtos, comments included, ordered by name."""
+    folder = root / part[0]
+    files = sorted(path.relative_to(folder).as_posix() for path in folder.glob(f"{part[1]}/*.proto"))
     if not files:
-        sys.exit(f"{folder}/orbis/datatypes holds no .proto file; --root must name the top of the source tree.")
+        sys.exit(f"{folder}/{part[1]} holds no .proto file; --root must name the top of the source tree.")
     with tempfile.TemporaryDirectory() as scratch:
         output = pathlib.Path(scratch, "datatypes.desc").resolve()
         command = [protoc, "-I", ".", "--include_source_info", f"--descriptor_set_out={output}", *files]
@@ -41,8 +44,10 @@ def load(protoc, root):
 
 
 def short_name(full_name):
-    """A type's name without the schema's own package: .veyra.orbis.datatypes.DiskType is DiskType."""
-    return full_name.lstrip(".").removeprefix(PACKAGE + ".")
+    """A type's name without the schema's own packages: .veyra.orbis.datatypes.DiskType is DiskType."""
+    for _, _, package in (DATATYPES, DOCUMENTS):
+        full_name = full_name.lstrip(".").removeprefix(package + ".")
+    return full_name
 
 
 def type_name(field):

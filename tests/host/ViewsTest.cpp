@@ -132,14 +132,17 @@ TEST(FormatsTest, AnItemWithoutAMessageIsNoEmptyMessage)
     passes[0].datatype = "PhysicalDiskStaticInfo";
     passes[0].items.push_back({"Disk_\"1\"\n", std::chrono::system_clock::time_point(std::chrono::milliseconds(1500)), nullptr});
     passes[0].items.push_back({"Disk_2", {}, NewMessage("veyra.orbis.datatypes.PhysicalDiskStaticInfo")});
+    const Disks disks;
+    const std::vector<Finding> findings;
+    const Context context{.disks = disks, .findings = findings};
     EXPECT_EQ(
-        Render(passes, Format::Json, {}, {}),
+        Render(passes, Format::Json, context),
         "[\n"
         R"({"datatype":"PhysicalDiskStaticInfo","itemId":"Disk_\"1\"\n","collectionTime":"1970-01-01T00:00:01.500Z","data":null})"
         ",\n"
         R"({"datatype":"PhysicalDiskStaticInfo","itemId":"Disk_2","collectionTime":"1970-01-01T00:00:00Z","data":{}})"
         "\n]\n");
-    EXPECT_NE(Render(passes, Format::Table, {}, {}).find("(no data)"), std::string::npos);
+    EXPECT_NE(Render(passes, Format::Table, context).find("(no data)"), std::string::npos);
     EXPECT_EQ(NewMessage("veyra.orbis.datatypes.None"), nullptr);
 }
 

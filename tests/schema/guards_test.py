@@ -36,6 +36,7 @@ class GuardsTest(unittest.TestCase):
         self.addCleanup(scratch.cleanup)
         self.root = pathlib.Path(scratch.name)
         shutil.copytree(REPOSITORY / "host-sdk" / "proto", self.root / "host-sdk" / "proto")
+        shutil.copytree(REPOSITORY / "host" / "proto", self.root / "host" / "proto")
         shutil.copytree(REPOSITORY / "docs", self.root / "docs")
 
     def schema_file(self, name):

@@ -24,6 +24,7 @@ done
 cp "$root/host-sdk/border/include/HostBorder/orbis_border.h" "$stage/include/HostBorder/"
 (cd "$root/host-sdk/proto" && find . -name '*.proto' -exec cp --parents {} "$stage/" \;)
 mkdir "$stage/proto" && mv "$stage/orbis" "$stage/proto/"
+cp -r "$root/docs/schema" "$stage/schema"
 cp -r "$root/machines" "$stage/machines"
 sed 's/$/\r/' "$tools/package-readme.txt" >"$stage/README.txt"
 

@@ -1,0 +1,137 @@
+#!/usr/bin/env python3
+"""Writes docs/schema: JSON Schemas (2020-12) of what orbis-host prints, from the schema's descriptors and comments.
+
+--check only says whether the committed files are up to date. Objects are open: a reader must ignore properties that it does not
+know, because datatypes gain fields.
+"""
+
+import argparse
+import json
+import sys
+
+import datatypes_schema as schema
+
+DIALECT = "https://json-schema.org/draft/2020-12/schema"
+# Numbers of the parts of a file and of a message within descriptor.proto; source locations are paths of them.
+FILE_MESSAGES, FILE_ENUMS, MESSAGE_FIELDS = 4, 5, 2
+
+UINT64 = {"type": "string", "pattern": "^(0|[1-9][0-9]{0,19})$"}
+INT64 = {"type": "string", "pattern": "^(0|-?[1-9][0-9]{0,18})$"}
+FLOAT = {"anyOf": [{"type": "number"}, {"enum": ["NaN", "Infinity", "-Infinity"]}]}
+BYTES = {"type": "string", "contentEncoding": "base64"}
+# Protobuf's canonical JSON of each type.
+CANONICAL = {
+    "google.protobuf.UInt32Value": {"type": "integer", "minimum": 0, "maximum": 2**32 - 1},
+    "google.protobuf.Int32Value": {"type": "integer", "minimum": -2**31, "maximum": 2**31 - 1},
+    "google.protobuf.UInt64Value": UINT64,
+    "google.protobuf.Int64Value": INT64,
+    "google.protobuf.FloatValue": FLOAT,
+    "google.protobuf.DoubleValue": FLOAT,
+    "google.protobuf.BoolValue": {"type": "boolean"},
+    "google.protobuf.StringValue": {"type": "string"},
+    "google.protobuf.BytesValue": BYTES,
+    "google.protobuf.Timestamp": {"type": "string", "format": "date-time"},
+    "google.protobuf.Any": {},  # takes the place of a datatype's message
+    "uint32": {"type": "integer", "minimum": 0, "maximum": 2**32 - 1},
+    "string": {"type": "string"},
+    "bytes": BYTES,
+    "bool": {"type": "boolean"},
+}
+
+
+def definitions(files):
+    """Every message and enumeration by its short name."""
+    found = {}
+    for file in files:
+        comments = {tuple(place.path): place.leading_comments for place in file.source_code_info.location}
+
+        def described(path, comments=comments):
+            # A description is the comment's meaning; where a value comes from stands in the document of the datatypes.
+            text = comments.get(tuple(path), "").partition("Source:")[0].split("\n\n")[0]
+            return {"description": " ".join(text.split())} if text.strip() else {}
+
+        for index, message in enumerate(file.message_type):
+            if message.nested_type:
+                sys.exit(f"{file.name}: {message.name} has nested types, which this tool does not know yet.")
+            properties = {}
+            for position, field in enumerate(message.field):
+                value = value_of(field)
+                if schema.is_repeated(field):
+                    value = {"type": "array", "items": value}
+                properties[field.json_name] = {**described([FILE_MESSAGES, index, MESSAGE_FIELDS, position]), **value}
+            found[message.name] = {**described([FILE_MESSAGES, index]), "type": "object", "properties": properties}
+        for index, enum in enumerate(file.enum_type):
+            # A value that a reader's schema does not have yet is printed as its number.
+            found[enum.name] = {**described([FILE_ENUMS, index]),
+                                "anyOf": [{"enum": [value.name for value in enum.value]}, {"type": "integer"}]}
+    return found
+
+
+def value_of(field):
+    name = schema.type_name(field)
+    if field.type_name and not name.startswith("google."):
+        return {"$ref": f"#/$defs/{name}"}
+    if name not in CANONICAL:
+        sys.exit(f"{field.name}: this tool does not know how JSON writes {name}.")
+    return dict(CANONICAL[name])
+
+
+def datatypes_of(files):
+    used = {schema.type_name(field) for file in files for message in file.message_type for field in message.field}
+    return [message.name for file in files for message in file.message_type if message.name not in used]
+
+
+def with_data(item, datatypes, required):
+    """An item whose property "data" is the message that its property "datatype" names, or null."""
+    item["properties"]["data"] = {"description": "The message in protobuf's canonical JSON; null for an item without data."}
+    item["required"] = required
+    item["allOf"] = [{"if": {"properties": {"datatype": {"const": name}}, "required": ["datatype"]},
+                      "then": {"properties": {"data": {"anyOf": [{"$ref": f"#/$defs/{name}"}, {"type": "null"}]}}}}
+                     for name in datatypes]
+    return item
+
+
+def document(name, title, body, defs):
+    return {"$schema": DIALECT, "$id": f"urn:orbis:schema:{name}:1", "title": title, **body, "$defs": dict(sorted(defs.items()))}
+
+
+def documents(protoc, root):
+    datatype_files = schema.load(protoc, root)
+    names = datatypes_of(datatype_files)
+    datatypes = definitions(datatype_files)
+    own = definitions(schema.load(protoc, root, schema.DOCUMENTS))
+
+    item = with_data(own.pop("CollectedItem"), names, ["datatype", "itemId", "collectionTime", "data"])
+    item["description"] = "One collected item."
+    yield "collect-json", document("collect-json", "orbis-host collect --format json", {"type": "array", "items": {"$ref": "#/$defs/Item"}},
+                                   {"Item": item, **datatypes})
+
+    line = own.pop("JsonLine")
+    line["properties"]["formatVersion"] = {"description": line["properties"]["formatVersion"]["description"], "const": 1}
+    line = with_data(line, names, ["formatVersion", "time"])
+    line["oneOf"] = [{"required": ["datatype", "itemId", "data"]}, {"required": ["findings"], "not": {"required": ["data"]}}]
+    yield "collect-jsonl", document("collect-jsonl", "One line of orbis-host collect --format jsonl", line, {**own, **datatypes})
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("--check", action="store_true", help="write nothing; fail when a committed file is stale")
+    schema.add_arguments(parser)
+    arguments = parser.parse_args()
+
+    folder = arguments.root / "docs" / "schema"
+    status = 0
+    for name, content in documents(arguments.protoc, arguments.root):
+        path = folder / f"{name}.schema.json"
+        text = json.dumps(content, indent=1, ensure_ascii=False) + "\n"
+        if not arguments.check:
+            folder.mkdir(parents=True, exist_ok=True)
+            path.write_text(text, encoding="utf-8")
+        elif not path.exists() or path.read_text(encoding="utf-8") != text:
+            print(f"docs/schema/{path.name} does not describe what is printed. Write it again: tools/json-schema.py", file=sys.stderr)
+            status = 1
+    return status
+
+
+if __name__ == "__main__":
+    sys.exit(main())
