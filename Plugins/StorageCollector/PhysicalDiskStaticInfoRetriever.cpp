@@ -7,8 +7,9 @@
 
 #include <fmt/format.h>
 
+#include "CollectedItems.h"
 #include "Common/SmBiosTable.h"
-#include "HostSdk/Exceptions.h"
+#include "LogSite.h"
 #include "PhysicalDiskWalk.h"
 #include "platform/Text.h"
 #include "platform/Time.h"
@@ -68,7 +69,7 @@ std::shared_ptr<datatypes::PhysicalDiskStaticInfo> ToMessage(const PhysicalDiskI
 
 void SetPartition(datatypes::PhysicalDiskPartitionInfo& message, const PartitionInfo& partition)
 {
-    message.set_name(DefaultToUtf8(partition.name));
+    message.set_name(partition.name);  // UTF-8 from the disk's own UTF-16, whatever the code page
     message.mutable_size()->set_value(partition.size);
     message.mutable_index()->set_value(partition.index);
     message.set_guid(DefaultToUtf8(partition.guid));
@@ -106,36 +107,27 @@ PhysicalDiskStaticInfoRetriever::PhysicalDiskStaticInfoRetriever(std::shared_ptr
 Common::CollectionList<datatypes::PhysicalDiskStaticInfo> PhysicalDiskStaticInfoRetriever::CollectData(const ItemId& itemId)
 {
     const std::scoped_lock lock(m_lockObject);
+    const LogSite log{*m_Log, kFile, kCollectData};
     const Common::CollectionTime now = orbis::platform::Time::Current().UtcNow();
-    std::vector<Common::CollectionDatatypeItem<Message>> items;
     const MessageMap disks = GetStaticDiskData();
     if (disks.IsEmpty()) {
-        m_Log->Debug("No disk data been reached out", __LINE__, kFile, kCollectData);
-        return items;
+        log.Debug("No disk data been reached out", __LINE__);
+        return std::vector<Common::CollectionDatatypeItem<Message>>{};
     }
-    if (itemId.IsAll()) {
-        items.reserve(disks.Count());
-        for (const auto& [key, message] : disks) {
-            items.emplace_back(message, key, now);
-        }
-    } else {
-        m_Log->Trace(fmt::format("Specific data for PhysicalDiskStaticInfoCollector, itemId : {0}", itemId.ToString()), __LINE__,
-                     kFile, kCollectData);
-        // Meant: found is the failure here.
-        if (disks.Find(itemId) != nullptr) {
-            throw Sdk::Exceptions::ArgumentOutOfRangeException("cannot find data with specific ID: " + itemId.ToString());
-        }
-        items.emplace_back(nullptr, itemId, now);
+    if (!itemId.IsAll()) {
+        log.Trace(fmt::format("Specific data for PhysicalDiskStaticInfoCollector, itemId : {0}", itemId.ToString()), __LINE__);
     }
-    m_Log->Trace(fmt::format("Got total info for PhysicalDiskStaticInfoCollector: {0}", items.size()), __LINE__, kFile,
-                 kCollectData);
+    auto items = CollectedItems(disks, itemId, now, LookUp::Reversed);
+    log.Trace(fmt::format("Got total info for PhysicalDiskStaticInfoCollector: {0}", items.size()), __LINE__);
     return items;
 }
 
 PhysicalDiskStaticInfoRetriever::MessageMap PhysicalDiskStaticInfoRetriever::GetStaticDiskData()
 {
     MessageMap disks;
-    WalkPhysicalDisks(*m_Log, {"GetStaticDiskData", kFile, kGetStaticDiskData}, [&](WalkedDisk& disk) {
+    const LogSite log{*m_Log, kFile, kGetStaticDiskData};
+    const auto debug = [&log](std::string_view text) { log.Debug(text, __LINE__); };
+    WalkPhysicalDisks("GetStaticDiskData", debug, [&](WalkedDisk& disk) {
         if (disk.isInvalid) {
             return;
         }
@@ -145,15 +137,14 @@ PhysicalDiskStaticInfoRetriever::MessageMap PhysicalDiskStaticInfoRetriever::Get
         const auto message = ToMessage(disk.info);
         for (const PartitionInfo& partition : disk.info.partitions) {
             SetPartition(*message->add_partitions(), partition);
-            // Meant: these three belong to the disk and yet are set once per partition, so that a disk without partitions has none
-            // of them. The firmware's table is read each time.
+            // Intentional: these three belong to the disk and yet are set once per partition, so that a disk without partitions has
+            // none of them. The firmware's table is read each time.
             message->set_firmware_revision(DefaultToUtf8(disk.device.firmwareRevision));
             message->mutable_namespace_marketed_size_in_gb()->set_value(MarketedSize(disk.info.size));
             message->set_oem_type208_system_id(GetOEMStringsfromBIOS());
         }
         message->set_device_instance_id(disk.itemId.ToString());
-        m_Log->Debug(fmt::format("got disk index: '{0}', name: '{1}'", disk.info.diskNumber, message->name()), __LINE__, kFile,
-                     kGetStaticDiskData);
+        log.Debug(fmt::format("got disk index: '{0}', name: '{1}'", disk.info.diskNumber, message->name()), __LINE__);
         disks.Add(disk.itemId, message);
     });
     return disks;

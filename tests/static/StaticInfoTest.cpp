@@ -58,7 +58,7 @@ std::string Gpt(int partitions, const std::string& more = "")
     std::string text = R"(disk { number: 4 kind: SATA_HDD model: "HD" firmware: "FW 1" size: 0 pnp_device_id: "SCSI\\4"
                           gpt { disk_id: "11111111-2222-3333-4444-555555555555" )";
     for (int number = 1; number <= partitions; ++number) {
-        text += fmt::format("partition {{ id: '0000000{}-0000-0000-0000-000000000000' size: 2097152 name: 'N' ", number);
+        text += fmt::format("partition {{ id: '0000000{}-0000-0000-0000-000000000000' size: 2097152 name: 'f\u00FCr' ", number);
         text += number == 1 ? "volume { letter: 'C' serial: 0x1234ABCD boot: true } }" : "}";
     }
     return text + "} " + more + "} ";
@@ -164,13 +164,14 @@ TEST(StaticInfo, GoesOnWithoutMediaTypes)
     const std::string invalid =
         R"(row_change { class_name: "MSFT_PhysicalDisk" property { name: "DeviceId" text: "\303\244{0}" } })";
     const auto log = std::make_shared<RecordingLog>();
-    const MachineInForce machine(Gpt(0, invalid) + "code_page: 1252");
+    const MachineInForce machine(Gpt(1, invalid) + "code_page: 1252");
     const auto messages = CollectAll(log);
     ASSERT_EQ(messages.size(), 1U);
     EXPECT_EQ(static_cast<int>(messages[0].type()), 0);
-    // WMI's text is UTF-8 and is decoded in the system's code page; that shows here, and is meant.
+    // Intentional: WMI's text is UTF-8 and is decoded in the system's code page.
     EXPECT_THAT(log->lines.at(0), Getting("GetStaticDiskData(): occur exception in FetchMediaTypes(): "
                                           "PhysicalDiskInfoFetcher::FetchMediaTypes: Invalid device id :\u00C3\u00A4{0}"));
+    EXPECT_EQ(messages[0].partitions(0).name(), "f\u00FCr") << "a partition's name is as the disk has it";
 }
 
 TEST(StaticInfo, ADiskWithoutAnInventoryRowIsKeptUnderTheBareId)
