@@ -5,9 +5,9 @@
 #include <exception>
 #include <new>
 #include <string_view>
-#include <typeinfo>
 #include <utility>
 
+#include "CommonCLI/NativeException.h"
 #include "platform/Text.h"
 
 namespace Veyra::Orbis::Plugins {
@@ -96,8 +96,8 @@ const OrbisResult* BorderResult::OfCurrentException() noexcept
         } catch (const std::bad_alloc&) {
             return &kOutOfMemory;
         } catch (const std::exception& exception) {
-            const std::string description = orbis::platform::DefaultToUtf8(exception.what());
-            return OfFailure(ORBIS_FAILURE_NATIVE, typeid(exception).name(), description).release();
+            return OfFailure(ORBIS_FAILURE_NATIVE, Cpp::Common::TypeNameOf(exception), Cpp::Common::DescriptionOf(exception))
+                .release();
         } catch (...) {
             return OfFailure(ORBIS_FAILURE_UNKNOWN, "unknown", "Unknown exception").release();
         }

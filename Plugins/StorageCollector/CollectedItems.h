@@ -10,12 +10,17 @@
 
 namespace Veyra::Orbis::Plugins {
 
-// The entry of the requested id, or every entry in the dictionary's order when the id asks for all. Throws
-// ArgumentOutOfRangeException for an id that is not there.
+// How one item is looked up.
+enum class LookUp {
+    Usual,     // an id that is not there raises ArgumentOutOfRangeException
+    Reversed,  // an id that is there raises it, and one that is not gives an item without a message
+};
+
+// Every entry in the dictionary's order when the id asks for all, else the one item of the id.
 template <class T>
 [[nodiscard]] std::vector<Common::CollectionDatatypeItem<T>> CollectedItems(
     const Common::Dictionary<Sdk::Common::Identifiers::ItemId, std::shared_ptr<const T>>& collected,
-    const Sdk::Common::Identifiers::ItemId& itemId, Common::CollectionTime time)
+    const Sdk::Common::Identifiers::ItemId& itemId, Common::CollectionTime time, LookUp lookUp = LookUp::Usual)
 {
     std::vector<Common::CollectionDatatypeItem<T>> items;
     if (itemId.IsAll()) {
@@ -23,11 +28,13 @@ template <class T>
         for (const auto& [key, message] : collected) {
             items.emplace_back(message, key, time);
         }
-    } else if (const auto* message = collected.Find(itemId)) {
-        items.emplace_back(*message, itemId, time);
-    } else {
+        return items;
+    }
+    const auto* message = collected.Find(itemId);
+    if ((message != nullptr) == (lookUp == LookUp::Reversed)) {
         throw Sdk::Exceptions::ArgumentOutOfRangeException("cannot find data with specific ID: " + itemId.ToString());
     }
+    items.emplace_back(message != nullptr ? *message : nullptr, itemId, time);
     return items;
 }
 

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <string>
+#include <string_view>
 
 #include <google/protobuf/arena.h>
 
@@ -31,7 +34,8 @@ public:
 
     NvmeDataGetter() = delete;
 
-    // One message for each drive that answers, in the order of the drive numbers. Two drives with the same item id (both without
+    // One message for each drive that answers, in the order of the drive numbers; defined beside its retriever, in whose name it
+    // logs. Two drives with the same item id (both without
     // an inventory record, for example) raise ArgumentException.
     [[nodiscard]] static MessageMap<datatypes::NvmeIdentifyControllerData> GetIdentifyControllerData(Common::IZelLog& log);
     // One message for each NVMe drive, also for one that answers neither log; else as above.
@@ -96,6 +100,12 @@ public:
     [[nodiscard]] static double RawBufferToDouble(const char* bytes, std::int32_t length, bool bigEndian);
     // -273 degrees Celsius, which is the drive's 0 kelvin for "not reported", becomes 0.
     [[nodiscard]] static std::int32_t ToValidTemperature(std::int32_t celsius);
+
+private:
+    // Visits the drives that may speak NVMe, in the order of their numbers: those on an NVMe bus, and those behind a RAID-mode
+    // controller, whose bus type is the controller's. Lines for the log, all at Debug level, go to `debug`; `what` is the subject.
+    static void WalkDrives(std::string_view what, const std::function<void(std::string_view text)>& debug,
+                           const std::function<void(std::int32_t drive, const std::string& name)>& visit);
 };
 
 }  // namespace Veyra::Orbis::Plugins

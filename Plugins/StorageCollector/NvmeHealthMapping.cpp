@@ -100,7 +100,7 @@ datatypes::NvmeCustomizedHealthInfo* NvmeDataGetter::toCustomizedHealthInfo(cons
     to.mutable_used_reserved_block_count_worst_case_component()->set_value(from.UsedReservedBlockCountWorstCaseComponent());
     to.mutable_used_reserved_block_count_ssd_total()->set_value(from.UsedReservedBlockCountSsdTotal());
     to.mutable_reserved_block_count_ssd_total()->set_value(from.ReservedBlockCountSsdTotal());
-    // The 32 bits as they are, -273 too, unlike the standard log's temperatures; this is meant.
+    // Intentional: the 32 bits as they are, -273 too, unlike the standard log's temperatures.
     to.mutable_minimum_temperature()->set_value(static_cast<std::uint32_t>(from.MinimumTemperature()));
     to.mutable_maximum_temperature()->set_value(static_cast<std::uint32_t>(from.MaximumTemperature()));
     to.set_total_data_written_by_controller(Bytes(from.TotalDataWrittenByController()));

@@ -8,8 +8,13 @@
 
 #include <fmt/format.h>
 
-#include "HostSdk/Exceptions.h"
+#include "CollectedItems.h"
+#include "CommonCLI/NativeException.h"
+#include "LogSite.h"
+#include "MessageArena.h"
 #include "NvmeDataGetter.h"
+#include "NvmeMapping.h"
+#include "StorageHelper.h"
 #include "platform/Text.h"
 #include "platform/Time.h"
 
@@ -20,9 +25,10 @@ using Item = Common::CollectionDatatypeItem<datatypes::NvmeIdentifyControllerDat
 using orbis::platform::ValidUtf8;
 
 constexpr std::string_view kFile = "Plugins\\StorageCollector\\NvmeIdentifyControllerDataRetriever";
-constexpr std::string_view kFunction = "Veyra::Orbis::Plugins::NvmeIdentifyControllerDataRetriever::CollectData";
+constexpr std::string_view kGetData = "Veyra::Orbis::Plugins::NvmeDataGetter::GetIdentifyControllerData";
+constexpr std::string_view kCollectData = "Veyra::Orbis::Plugins::NvmeIdentifyControllerDataRetriever::CollectData";
 
-// The bytes stand in the text as they are, read as UTF-8 and not as hexadecimal digits, whatever the "0x" says; this is meant.
+// Intentional: the bytes stand in the text as they are, read as UTF-8 and not as hexadecimal digits, whatever the "0x" says.
 std::string ByteStringObjects(const std::string& key, const datatypes::NvmeIdentifyControllerData& data)
 {
     return key + " ByteStringObjects: FruGloballyUniqueIdentifier: 0x" + ValidUtf8(data.fru_globally_unique_identifier()) +
@@ -32,6 +38,31 @@ std::string ByteStringObjects(const std::string& key, const datatypes::NvmeIdent
 
 }  // namespace
 
+NvmeDataGetter::MessageMap<datatypes::NvmeIdentifyControllerData> NvmeDataGetter::GetIdentifyControllerData(Common::IZelLog& log)
+{
+    const LogSite site{log, kFile, kGetData};
+    const auto debug = [&site](std::string_view text) { site.Debug(text, __LINE__); };
+    MessageMap<datatypes::NvmeIdentifyControllerData> collected;
+    const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
+    const std::shared_ptr<Arena> arena = NewMessageArena();
+    WalkDrives("IdentifyControllerData", debug, [&](std::int32_t drive, const std::string& /*name*/) {
+        const auto controllerData = NvmeMapping::Own(SXNvmNewIdentifyControllerData(drive));
+        if (controllerData == nullptr) {
+            site.Debug("!controllerData is true, skip this one.", __LINE__);
+            return;
+        }
+        const auto* data = toIdentifyControllerData(controllerData.get(), *arena);
+        if (data == nullptr) {
+            site.Debug("!data is true, skip this one.", __LINE__);
+            return;
+        }
+        auto itemId = StorageHelper::itemIdOf(devices, static_cast<std::uint32_t>(drive));
+        site.Debug(fmt::format("{0} collected.", itemId.ToString()), __LINE__);
+        collected.Add(std::move(itemId), {arena, data});
+    });
+    return collected;
+}
+
 NvmeIdentifyControllerDataRetriever::NvmeIdentifyControllerDataRetriever(std::shared_ptr<Common::IZelLog> log)
     : m_Log(std::move(log))
 {}
@@ -39,43 +70,31 @@ NvmeIdentifyControllerDataRetriever::NvmeIdentifyControllerDataRetriever(std::sh
 Common::CollectionList<datatypes::NvmeIdentifyControllerData> NvmeIdentifyControllerDataRetriever::CollectData(
     const Sdk::Common::Identifiers::ItemId& itemId)
 {
-    m_Log->Debug(fmt::format("datatypeId: 'NvmeIdentifyControllerData', itemId: '{0}'", itemId.ToString()), __LINE__, kFile,
-                 kFunction);
+    const LogSite log{*m_Log, kFile, kCollectData};
+    log.Debug(fmt::format("datatypeId: 'NvmeIdentifyControllerData', itemId: '{0}'", itemId.ToString()), __LINE__);
     const Common::CollectionTime now = orbis::platform::Time::Current().UtcNow();
     NvmeDataGetter::MessageMap<datatypes::NvmeIdentifyControllerData> collected;
     try {
         collected = NvmeDataGetter::GetIdentifyControllerData(*m_Log);
         for (const auto& [key, data] : collected) {
-            m_Log->Trace(ByteStringObjects(key.ToString(), *data), __LINE__, kFile, kFunction);
+            log.Trace(ByteStringObjects(key.ToString(), *data), __LINE__);
         }
     } catch (const std::exception& failure) {
-        m_Log->Error(
-            fmt::format("Exception from GetIdentifyControllerData() : {0}", orbis::platform::DefaultToUtf8(failure.what())),
-            __LINE__, kFile, kFunction);
+        log.Error(fmt::format("Exception from GetIdentifyControllerData() : {0}", Cpp::Common::DescriptionOf(failure)), __LINE__);
         return std::vector<Item>{};
     }
-    std::vector<Item> items;
     if (collected.IsEmpty()) {
-        m_Log->Debug("No identify controller data has been reached out", __LINE__, kFile, kFunction);
-        return items;
+        log.Debug("No identify controller data has been reached out", __LINE__);
+        return std::vector<Item>{};
     }
     if (itemId.IsAll()) {
-        m_Log->Debug("get all data for NvmeIdentifyControllerDataRetriever", __LINE__, kFile, kFunction);
-        items.reserve(collected.Count());
-        for (const auto& [key, data] : collected) {
-            items.emplace_back(data, key, now);
-        }
+        log.Debug("get all data for NvmeIdentifyControllerDataRetriever", __LINE__);
     } else {
-        m_Log->Debug(fmt::format("get specific data for NvmeIdentifyControllerDataRetriever, itemID: {0}", itemId.ToString()),
-                     __LINE__, kFile, kFunction);
-        const auto* data = collected.Find(itemId);
-        if (data == nullptr) {
-            throw Sdk::Exceptions::ArgumentOutOfRangeException("cannot find data with specific ID: " + itemId.ToString());
-        }
-        items.emplace_back(*data, itemId, now);
+        log.Debug(fmt::format("get specific data for NvmeIdentifyControllerDataRetriever, itemID: {0}", itemId.ToString()),
+                  __LINE__);
     }
-    // The count stands in the place of the line, the text keeps its placeholder, and there is no file and no function; this is
-    // meant.
+    auto items = CollectedItems(collected, itemId, now);
+    // Intentional: the count stands in the place of the line, the text keeps its placeholder, and there is no file and no function.
     m_Log->Trace("Got total info for NvmeIdentifyControllerDataRetriever: {0}", static_cast<std::int32_t>(items.size()), "", "");
     return items;
 }

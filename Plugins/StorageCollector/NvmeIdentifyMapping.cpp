@@ -100,8 +100,8 @@ void MapCapabilities(datatypes::NvmeIdentifyControllerData& to, const IIdentifyC
     to.set_allocated_sgl_support(Getter::getSglSupport(from, arena));
 }
 
-// NPSS is zero-based: NPSS + 1 descriptors are asked for, and one that is not there is skipped. NPSS is read once for nothing and
-// again after each descriptor; this is meant.
+// NPSS is zero-based: NPSS + 1 descriptors are asked for, and one that is not there is skipped. Intentional: NPSS is read once for
+// nothing and again after each descriptor.
 void MapPowerStates(datatypes::NvmeIdentifyControllerData& to, const IIdentifyControllerData* from, google::protobuf::Arena& arena)
 {
     std::uint32_t index = 0;
@@ -135,7 +135,7 @@ void MapVendorArea(datatypes::NvmeIdentifyControllerData& to, const IIdentifyCon
     auto& data = *to.mutable_customized_controller_data();
     data.set_eppid(Eppid(*customized));
     data.mutable_form_factor()->set_value(static_cast<std::uint32_t>(customized->FormFactor()));
-    // Numbers 1 and 0, unlike every other flag; this is meant.
+    // Intentional: numbers 1 and 0, unlike every other flag.
     data.mutable_support_system_crash_protection()->set_value(customized->SupportsSystemCrashProtection() ? 1 : 0);
     data.mutable_support_host_metadata_log()->set_value(customized->SupportsHostMetadataLog() ? 1 : 0);
     data.set_guid(Bytes(customized->Guid()));

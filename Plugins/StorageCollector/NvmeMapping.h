@@ -44,7 +44,8 @@ template <std::size_t N>
     return orbis::platform::DefaultToUtf8(StorageHelper::Trim(field.Str()).c_str());
 }
 
-// All N bytes, or none when the first is zero. So a little-endian number that is a multiple of 256 is sent empty; this is meant.
+// All N bytes, or none when the first is zero. Intentional: a little-endian number that is a
+// multiple of 256 is sent empty.
 template <std::size_t N>
 [[nodiscard]] std::string Bytes(const veyra::Carray<N>& field)
 {

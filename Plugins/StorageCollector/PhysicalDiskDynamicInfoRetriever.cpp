@@ -1,7 +1,5 @@
 #include "PhysicalDiskDynamicInfoRetriever.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
@@ -10,8 +8,13 @@
 #include <limits>
 #include <stdexcept>
 
+#include <fmt/format.h>
+
+#include "CollectedItems.h"
 #include "Common/PhysicalDiskInfoFetcher.h"
 #include "Common/WmiCommonLib.h"
+#include "CommonCLI/NativeException.h"
+#include "LogSite.h"
 #include "PhysicalDiskWalk.h"
 #include "StorageHelper.h"
 #include "platform/Text.h"
@@ -22,9 +25,11 @@ namespace {
 
 using Common::Utilities::IPdhCounter;
 using Common::Utilities::PdhQuery;
+using Cpp::Common::CurrentFailure;
+using Cpp::Common::DescriptionOf;
+using Cpp::Common::WmiCommonLib;
+using Cpp::Common::WmiNamespace;
 using Sdk::Common::Identifiers::ItemId;
-using Sdk::Exceptions::ArgumentOutOfRangeException;
-using Sdk::Exceptions::HostException;
 
 constexpr std::string_view kFile = R"(Plugins\StorageCollector\PhysicalDiskDynamicInfoRetriever)";
 constexpr std::string_view kSelect = "Veyra::Orbis::Plugins::SelectItemIdsIfDiskGuidIsEmpty";
@@ -64,25 +69,6 @@ std::uint64_t Truncate(float value)
     return value >= kTooLarge ? std::numeric_limits<std::uint64_t>::max() : static_cast<std::uint64_t>(value);
 }
 
-// Message and full text of what is being handled; for a catch-all block.
-struct Failure {
-    std::string message;
-    std::string fullText;
-};
-Failure CurrentFailure()
-{
-    try {
-        throw;
-    } catch (const HostException& exception) {
-        return {exception.Message(), exception.ToString()};
-    } catch (const std::exception& exception) {
-        std::string text = orbis::platform::ValidUtf8(exception.what());
-        return {text, text};
-    } catch (...) {
-        return {"Unknown exception", "Unknown exception"};
-    }
-}
-
 // The leading decimal number of a text, as the standard string-to-integer conversion reads it, its errors included (their texts are
 // the same on every system here).
 std::uint32_t LeadingNumber(const std::string& text)
@@ -116,7 +102,8 @@ struct PhysicalDiskDynamicInfoRetriever::Inventory {
 std::vector<std::string> SelectItemIdsIfDiskGuidIsEmpty(Common::IZelLog& log)
 {
     std::vector<std::string> itemIds;
-    WalkPhysicalDisks(log, {"SelectItemIdsIfDiskGuidIsEmpty", kFile, kSelect}, [&](const WalkedDisk& disk) {
+    const auto debug = [site = LogSite{log, kFile, kSelect}](std::string_view text) { site.Debug(text, __LINE__); };
+    WalkPhysicalDisks("SelectItemIdsIfDiskGuidIsEmpty", debug, [&](const WalkedDisk& disk) {
         if (disk.isInvalid) {
             itemIds.push_back(disk.itemId.ToString());
         }
@@ -136,12 +123,13 @@ PhysicalDiskDynamicInfoRetriever::PhysicalDiskDynamicInfoRetriever(std::shared_p
 
 void PhysicalDiskDynamicInfoRetriever::RefreshPdhQuery()
 {
+    const LogSite log{*m_Log, kFile, kRefresh};
     m_PdhCountersMap.clear();
     try {
         m_Query = PdhQuery::OpenQuery(std::nullopt, 0);
     } catch (...) {
         // The query of before, if any, stays, with no counters.
-        m_Log->Error("failed to create PDH query: " + CurrentFailure().message, __LINE__, kFile, kRefresh);
+        log.Error("failed to create PDH query: " + CurrentFailure().message, __LINE__);
         return;
     }
 
@@ -149,7 +137,7 @@ void PhysicalDiskDynamicInfoRetriever::RefreshPdhQuery()
     try {
         instanceNames = m_Query->GetInstanceNames(kObject);
     } catch (...) {
-        m_Log->Error("failed to get the instance names of perf counters: " + CurrentFailure().fullText, __LINE__, kFile, kRefresh);
+        log.Error("failed to get the instance names of perf counters: " + CurrentFailure().fullText, __LINE__);
         m_Query = nullptr;
         QueryPhysicalDiskNameByWMI();
         return;
@@ -165,9 +153,9 @@ void PhysicalDiskDynamicInfoRetriever::RefreshPdhQuery()
                 counters[slot] = m_Query->CreateCounter(kObject, kCounterNames[slot], instanceName);
             } catch (...) {
                 // Two blanks, and a brace before the last apostrophe: the line is known so.
-                m_Log->Error(fmt::format("failed to create PDH counter '{0}' for instance '{1}':  {2}}}'", kCounterNames[slot],
-                                         instanceName, CurrentFailure().message),
-                             __LINE__, kFile, kRefresh);
+                log.Error(fmt::format("failed to create PDH counter '{0}' for instance '{1}':  {2}}}'", kCounterNames[slot],
+                                      instanceName, CurrentFailure().message),
+                          __LINE__);
             }
         }
         const auto known = std::find_if(m_PdhCountersMap.begin(), m_PdhCountersMap.end(),
@@ -182,34 +170,31 @@ void PhysicalDiskDynamicInfoRetriever::RefreshPdhQuery()
     try {
         m_Query->CollectData();
     } catch (...) {
-        m_Log->Error(
-            fmt::format("GetDynamicDiskData: failed to sample the initial info via PDH query: {0}", CurrentFailure().message),
-            __LINE__, kFile, kRefresh);
+        log.Error(fmt::format("GetDynamicDiskData: failed to sample the initial info via PDH query: {0}", CurrentFailure().message),
+                  __LINE__);
     }
 }
 
 void PhysicalDiskDynamicInfoRetriever::QueryPhysicalDiskNameByWMI()
 {
-    using Cpp::Common::WmiCommonLib;
-    std::unique_ptr<WmiCommonLib> rows;
+    const LogSite log{*m_Log, kFile, kQueryNames};
     try {
-        rows = std::make_unique<WmiCommonLib>(u"SELECT * FROM Win32_PerfFormattedData_PerfDisk_PhysicalDisk",
-                                              Cpp::Common::WmiNamespace::CimV2);
+        std::vector<std::string> names;
+        for (WmiCommonLib rows(u"SELECT * FROM Win32_PerfFormattedData_PerfDisk_PhysicalDisk", WmiNamespace::CimV2); !rows.IsEnd();
+             rows.Next()) {
+            names.push_back(orbis::platform::DefaultToUtf8(rows.GetStringByField(u"Name")));
+        }
+        log.Debug(fmt::format("all physical disk names from WMI: {0}", fmt::join(names, ", ")), __LINE__);
     } catch (const std::exception& exception) {
-        m_Log->Error(fmt::format("failed to query Win32_PerfFormattedData_PerfDisk_PhysicalDisk from WMI: {0}",
-                                 orbis::platform::ValidUtf8(exception.what())),
-                     __LINE__, kFile, kQueryNames);
-        return;
+        log.Error(
+            fmt::format("failed to query Win32_PerfFormattedData_PerfDisk_PhysicalDisk from WMI: {0}", DescriptionOf(exception)),
+            __LINE__);
     }
-    std::vector<std::string> names;
-    for (; !rows->IsEnd(); rows->Next()) {
-        names.push_back(orbis::platform::DefaultToUtf8(rows->GetStringByField(u"Name")));
-    }
-    m_Log->Debug(fmt::format("all physical disk names from WMI: {0}", fmt::join(names, ", ")), __LINE__, kFile, kQueryNames);
 }
 
 PhysicalDiskDynamicInfoRetriever::Map PhysicalDiskDynamicInfoRetriever::GetDynamicDiskData()
 {
+    const LogSite log{*m_Log, kFile, kGetData};
     Map map;
     try {
         Inventory inventory;
@@ -220,10 +205,10 @@ PhysicalDiskDynamicInfoRetriever::Map PhysicalDiskDynamicInfoRetriever::GetDynam
         }
         // One instance name is "_Total". Fewer names than counters, after a disk was removed, cause no refresh.
         if (m_Query->GetInstanceNames(kObject).size() > m_PdhCountersMap.size() + 1) {
-            m_Log->Warning(
+            log.Warning(
                 "it seems the number of disk names is greater than the number of PDH counters, which means the disk might be "
                 "inserted. Refresh PDH query now.",
-                __LINE__, kFile, kGetData);
+                __LINE__);
             RefreshPdhQuery();
             orbis::platform::Time::Current().Sleep(kFreshCountersMilliseconds);
         }
@@ -236,21 +221,20 @@ PhysicalDiskDynamicInfoRetriever::Map PhysicalDiskDynamicInfoRetriever::GetDynam
             try {
                 CollectInstance(ToLower(instanceName), counters, inventory, map);
             } catch (const std::invalid_argument& exception) {
-                m_Log->Warning(fmt::format("GetDynamicDiskData: the \"{0}\" name is invalid, skipping to the next one.",
-                                           orbis::platform::ValidUtf8(exception.what())),
-                               __LINE__, kFile, kGetData);
+                // What was raised is the instance's name, which alone of all texts here is UTF-8, or plain ASCII.
+                log.Warning(fmt::format("GetDynamicDiskData: the \"{0}\" name is invalid, skipping to the next one.",
+                                        orbis::platform::ValidUtf8(exception.what())),
+                            __LINE__);
             } catch (const std::exception& exception) {
-                m_Log->Error(fmt::format("GetDynamicDiskData: skipped as an exception was raised ({0}).",
-                                         orbis::platform::ValidUtf8(exception.what())),
-                             __LINE__, kFile, kGetData);
+                log.Error(fmt::format("GetDynamicDiskData: skipped as an exception was raised ({0}).", DescriptionOf(exception)),
+                          __LINE__);
             } catch (...) {
-                m_Log->Error(fmt::format("GetDynamicDiskData: failed to collect info via PDH query: {0}", CurrentFailure().message),
-                             __LINE__, kFile, kGetData);
+                log.Error(fmt::format("GetDynamicDiskData: failed to collect info via PDH query: {0}", CurrentFailure().message),
+                          __LINE__);
             }
         }
     } catch (...) {
-        m_Log->Error(fmt::format("GetDynamicDiskData: failed to collect info via PDH query: {0}", CurrentFailure().message),
-                     __LINE__, kFile, kGetData);
+        log.Error(fmt::format("GetDynamicDiskData: failed to collect info via PDH query: {0}", CurrentFailure().message), __LINE__);
     }
     return map;
 }
@@ -307,9 +291,10 @@ void PhysicalDiskDynamicInfoRetriever::CollectInstance(const std::string& name, 
     std::int64_t megaBytesRead = 0;
     std::int64_t megaBytesWritten = 0;
     Cpp::Common::PhysicalDiskInfoProvider().GetMegaBytesTransferred(driveLetter, megaBytesRead, megaBytesWritten);
-    m_Log->Trace(fmt::format("name: {0}, mega_bytes_read: {1}, bytes_write: {2}", orbis::platform::DefaultToUtf8(driveLetter),
-                             megaBytesRead, megaBytesWritten),
-                 __LINE__, kFile, kGetData);
+    const LogSite log{*m_Log, kFile, kGetData};
+    log.Trace(fmt::format("name: {0}, mega_bytes_read: {1}, bytes_write: {2}", orbis::platform::ValidUtf8(driveLetter),
+                          megaBytesRead, megaBytesWritten),
+              __LINE__);
     message->mutable_byte_read_in_mb()->set_value(megaBytesRead);
     message->mutable_byte_write_in_mb()->set_value(megaBytesWritten);
 
@@ -318,7 +303,7 @@ void PhysicalDiskDynamicInfoRetriever::CollectInstance(const std::string& name, 
         throw std::invalid_argument(name);
     }
     const std::uint32_t driveNumber = LeadingNumber(name.substr(0, blank));
-    ItemId itemId = StorageHelper::itemIdOf(StorageHelper::findDeviceIdByPhysicalDriveNumber(inventory.devices, driveNumber));
+    ItemId itemId = StorageHelper::itemIdOf(inventory.devices, driveNumber);
     if (!IsInSkippableList(inventory.skipped, itemId.ToString())) {
         map.Add(std::move(itemId), std::move(message));
     }
@@ -327,23 +312,14 @@ void PhysicalDiskDynamicInfoRetriever::CollectInstance(const std::string& name, 
 Common::CollectionList<PhysicalDiskDynamicInfoRetriever::Message> PhysicalDiskDynamicInfoRetriever::CollectData(
     const ItemId& itemId)
 {
+    const LogSite log{*m_Log, kFile, kCollect};
     const auto collectionTime = orbis::platform::Time::Current().UtcNow();
     const Map map = GetDynamicDiskData();
-    std::vector<Common::CollectionDatatypeItem<Message>> items;
-    if (itemId.IsAll()) {
-        for (const auto& [key, message] : map) {
-            items.emplace_back(message, key, collectionTime);
-        }
-    } else {
-        m_Log->Trace(fmt::format("Specific data for PhysicalDiskDynamicInfoRetriever, itemId : {0}", itemId.ToString()), __LINE__,
-                     kFile, kCollect);
-        const auto* message = map.Find(itemId);
-        if (message == nullptr) {
-            throw ArgumentOutOfRangeException("cannot find data with specific ID: " + itemId.ToString());
-        }
-        items.emplace_back(*message, itemId, collectionTime);
+    if (!itemId.IsAll()) {
+        log.Trace(fmt::format("Specific data for PhysicalDiskDynamicInfoRetriever, itemId : {0}", itemId.ToString()), __LINE__);
     }
-    m_Log->Trace(fmt::format("Got total info for PhysicalDiskDynamicInfoRetriever: {0}", items.size()), __LINE__, kFile, kCollect);
+    auto items = CollectedItems(map, itemId, collectionTime);
+    log.Trace(fmt::format("Got total info for PhysicalDiskDynamicInfoRetriever: {0}", items.size()), __LINE__);
     return items;
 }
 

@@ -22,8 +22,9 @@ public:
     // `log` is not null.
     explicit PhysicalDiskStaticInfoRetriever(std::shared_ptr<Common::IZelLog> log);
 
-    // One collection at a time; a second caller waits. Meant: the look-up of one id is the reverse of every other collector's. An
-    // id that exists raises ArgumentOutOfRangeException, one that does not is answered with an item without a message.
+    // One collection at a time; a second caller waits. Intentional: the look-up of one id is the reverse of every other
+    // collector's. An id that exists raises ArgumentOutOfRangeException, one that does not is answered with an item without a
+    // message.
     [[nodiscard]] Common::CollectionList<Message> CollectData(const Sdk::Common::Identifiers::ItemId& itemId) override;
 
     // Every valid disk by its item id.

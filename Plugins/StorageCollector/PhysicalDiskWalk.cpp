@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "Common/PhysicalDiskInfoFetcher.h"
-#include "platform/Text.h"
+#include "CommonCLI/NativeException.h"
 
 namespace Veyra::Orbis::Plugins {
 
@@ -17,32 +17,31 @@ using Sdk::Common::Identifiers::ItemId;
 
 namespace {
 
-MediaTypeList FetchMediaTypes(const PhysicalDiskInfoProvider& provider, Common::IZelLog& log, const WalkLogSite& site)
+using Debug = std::function<void(std::string_view text)>;
+
+MediaTypeList FetchMediaTypes(const PhysicalDiskInfoProvider& provider, std::string_view operation, const Debug& debug)
 {
     try {
         return provider.FetchMediaTypes();
     } catch (const std::exception& failure) {
-        log.Debug(std::string(site.operation) +
-                      "(): occur exception in FetchMediaTypes(): " + orbis::platform::DefaultToUtf8(failure.what()),
-                  __LINE__, site.file, site.function);
+        debug(std::string(operation) + "(): occur exception in FetchMediaTypes(): " + Cpp::Common::DescriptionOf(failure));
         return {};
     }
 }
 
 }  // namespace
 
-void WalkPhysicalDisks(Common::IZelLog& log, const WalkLogSite& site, const std::function<void(WalkedDisk& disk)>& visit)
+void WalkPhysicalDisks(std::string_view operation, const Debug& debug, const std::function<void(WalkedDisk& disk)>& visit)
 {
     const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
     const PhysicalDiskInfoProvider provider;
-    for (const auto& basic : provider.GetAllBasicDiskInfo(FetchMediaTypes(provider, log, site))) {
+    for (const auto& basic : provider.GetAllBasicDiskInfo(FetchMediaTypes(provider, operation, debug))) {
         PhysicalDiskInfo info = provider.GetPhysicalDiskInfo(basic);
         DiskDeviceInfo device = StorageHelper::findDeviceIdByPhysicalDriveNumber(devices, info.diskNumber);
         ItemId itemId = StorageHelper::itemIdOf(device);
         const bool isInvalid = provider.IsInvalidDisk(info);
         if (isInvalid) {
-            log.Debug("Skip " + itemId.ToString() + ": due to zero size, unknown media type, and GUID is empty.", __LINE__,
-                      site.file, site.function);
+            debug("Skip " + itemId.ToString() + ": due to zero size, unknown media type, and GUID is empty.");
         }
         WalkedDisk disk{std::move(info), std::move(device), std::move(itemId), isInvalid};
         visit(disk);

@@ -4,7 +4,6 @@
 #include <string_view>
 
 #include "Common/PhysicalDiskInfo.h"
-#include "HostSdk/IZelLog.h"
 #include "HostSdk/ItemId.h"
 #include "StorageHelper.h"
 
@@ -15,18 +14,13 @@ struct WalkedDisk {
     Cpp::Common::PhysicalDiskInfo info;
     DiskDeviceInfo device;
     Sdk::Common::Identifiers::ItemId itemId;
-    bool isInvalid = false;  // nothing is known of it; already logged as skipped
-};
-
-// In whose name a walk logs.
-struct WalkLogSite {
-    std::string_view operation;  // heads the message of a failure: "GetStaticDiskData"
-    std::string_view file;
-    std::string_view function;
+    bool isInvalid = false;  // nothing is known of it; already reported as skipped
 };
 
 // Reads one disk after the other, in the order of the device walk, and hands each to `visit` before it reads the next. Media types
-// that cannot be read are logged and done without; any other failure leaves.
-void WalkPhysicalDisks(Common::IZelLog& log, const WalkLogSite& site, const std::function<void(WalkedDisk& disk)>& visit);
+// that cannot be read are reported and done without; any other failure leaves. Lines for the log, all at Debug level, go to
+// `debug`; `operation` is the name of the caller in them.
+void WalkPhysicalDisks(std::string_view operation, const std::function<void(std::string_view text)>& debug,
+                       const std::function<void(WalkedDisk& disk)>& visit);
 
 }  // namespace Veyra::Orbis::Plugins

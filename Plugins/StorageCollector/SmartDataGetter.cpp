@@ -5,20 +5,16 @@
 
 #include <fmt/format.h>
 
-#include "Common/SmartDataFetcher.h"
+#include "Common/HardwareAccess.h"
 #include "Common/Utilities.h"
 #include "Common/WmiCommonLib.h"
-#include "MessageArena.h"
-#include "StorageHelper.h"
 #include "platform/Text.h"
 
-// The walk over the disks, for both SMART datatypes.
+// What WMI knows, for both SMART datatypes.
 namespace Veyra::Orbis::Plugins {
 namespace {
 
 using Cpp::Common::GetLower;
-using Cpp::Common::SmartDataCollection;
-using Cpp::Common::SmartDataProvider;
 using Cpp::Common::WmiCommonLib;
 using Cpp::Common::WmiNamespace;
 using Cpp::Common::HardwareAccessLib::BasicDiskInfo;
@@ -34,71 +30,16 @@ auto ReadRows(const std::u16string& query, WmiNamespace wmiNamespace, Read read)
             try {
                 rows.push_back(read(cursor));
             } catch (const std::exception&) {
-                // Meant: this row is left out without a word.
+                // Intentional: this row is left out without a log line.
             }
         }
         return rows;
     } catch (const std::exception&) {
-        return Rows{};  // Meant: the rows read before the failure are dropped too.
+        return Rows{};  // Intentional: the rows read before the failure are dropped too.
     }
-}
-
-std::string DescribeDisk(const BasicDiskInfo& disk)
-{
-    using orbis::platform::Utf16ToUtf8;
-    return fmt::format(
-        "PhysicalDriveNumber: {0}, DeviceName: {1}, InterfacePath: {2}, InstancePath: {3}, DiIndex: {4}, MediaType: {5}",
-        disk.physicalDriveNumber, Utf16ToUtf8(disk.physicalDrivePath), Utf16ToUtf8(disk.devicePath), Utf16ToUtf8(disk.instanceId),
-        disk.index, static_cast<unsigned>(disk.mediaType));
-}
-
-Sdk::Common::Identifiers::ItemId ItemIdOf(const BasicDiskInfo& disk, const std::vector<DiskDeviceInfo>& devices)
-{
-    return StorageHelper::itemIdOf(StorageHelper::findDeviceIdByPhysicalDriveNumber(devices, disk.physicalDriveNumber));
 }
 
 }  // namespace
-
-SmartDataGetter::MessageMap<datatypes::SmartStaticInfo> SmartDataGetter::GetStaticDiskData(Common::IZelLog& log)
-{
-    const SmartDataProvider provider;
-    const std::vector<BasicDiskInfo> disks = provider.GetAllBasicDiskInfo({});
-    const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
-    ModelList models = EnumDiskModels();
-    MessageMap<datatypes::SmartStaticInfo> collected;
-    const std::shared_ptr<Arena> arena = NewMessageArena();
-    for (const BasicDiskInfo& disk : disks) {
-        log.Debug(DescribeDisk(disk), __LINE__, "Plugins\\StorageCollector\\SmartStaticInfoRetriever",
-                  "Veyra::Orbis::Plugins::SmartDataGetter::GetStaticDiskData");
-        SmartDataCollection collection = provider.GetSmartInformation(disk, {});
-        if (!collection.modelName) {
-            collection.modelName = getModelNameByIndex(disk.physicalDriveNumber, models);
-        }
-        const auto* message = parseCacheToIMessage<datatypes::SmartStaticInfo>(collection, *arena);
-        collected.Add(ItemIdOf(disk, devices), {arena, message});
-    }
-    return collected;
-}
-
-SmartDataGetter::MessageMap<datatypes::SmartDynamicInfo> SmartDataGetter::GetDynamicDiskData(Common::IZelLog& log)
-{
-    const SmartDataProvider provider;
-    const std::vector<BasicDiskInfo> disks = provider.GetAllBasicDiskInfo({});
-    const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
-    std::vector<WmiSmartDiskData> wmiRows = GetWmiSmartData();
-    MessageMap<datatypes::SmartDynamicInfo> collected;
-    const std::shared_ptr<Arena> arena = NewMessageArena();
-    for (const BasicDiskInfo& disk : disks) {
-        log.Debug(DescribeDisk(disk), __LINE__, "Plugins\\StorageCollector\\SmartDynamicInfoRetriever",
-                  "Veyra::Orbis::Plugins::SmartDataGetter::GetDynamicDiskData");
-        const std::vector<std::uint8_t> wmiBlock = getSmartDataByPath(disk.instanceId, wmiRows);
-        const SmartDataCollection collection = provider.GetSmartInformation(disk, wmiBlock);
-        auto itemId = ItemIdOf(disk, devices);
-        const auto* message = parseCacheToIMessage<datatypes::SmartDynamicInfo>(collection, *arena);
-        collected.Add(std::move(itemId), {arena, message});
-    }
-    return collected;
-}
 
 std::vector<SmartDataGetter::WmiSmartDiskData> SmartDataGetter::GetWmiSmartData()
 {
@@ -131,6 +72,15 @@ std::vector<std::uint8_t> SmartDataGetter::getSmartDataByPath(std::u16string_vie
     std::vector<std::uint8_t> block = std::move(row->VendorSpecific);
     list.erase(row);
     return block;
+}
+
+std::string SmartDataGetter::DescribeDisk(const BasicDiskInfo& disk)
+{
+    using orbis::platform::Utf16ToUtf8;
+    return fmt::format(
+        "PhysicalDriveNumber: {0}, DeviceName: {1}, InterfacePath: {2}, InstancePath: {3}, DiIndex: {4}, MediaType: {5}",
+        disk.physicalDriveNumber, Utf16ToUtf8(disk.physicalDrivePath), Utf16ToUtf8(disk.devicePath), Utf16ToUtf8(disk.instanceId),
+        disk.index, static_cast<unsigned>(disk.mediaType));
 }
 
 std::optional<std::string> SmartDataGetter::getModelNameByIndex(std::uint32_t index, ModelList& models)

@@ -16,6 +16,10 @@
 #include "HostSdk/ItemId.h"
 #include "orbis/datatypes/smart.pb.h"
 
+namespace Veyra::Orbis::Cpp::Common::HardwareAccessLib {
+struct BasicDiskInfo;
+}
+
 namespace Veyra::Orbis::Plugins {
 
 namespace datatypes = ::veyra::orbis::datatypes;
@@ -40,8 +44,8 @@ public:
 
     SmartDataGetter() = delete;
 
-    // One message for each disk in the order of the device walk, also for a disk that answers nothing: it has its name alone. The
-    // Debug lines carry the file of the retriever. Throws ResultException when the inventory cannot be queried, and
+    // One message for each disk in the order of the device walk, also for a disk that answers nothing: it has its name alone.
+    // Defined beside their retrievers, in whose name they log. Throws ResultException when the inventory cannot be queried, and
     // ArgumentException for two disks with the same item id (both without an inventory record, for example).
     [[nodiscard]] static MessageMap<datatypes::SmartStaticInfo> GetStaticDiskData(Common::IZelLog& log);
     [[nodiscard]] static MessageMap<datatypes::SmartDynamicInfo> GetDynamicDiskData(Common::IZelLog& log);
@@ -51,7 +55,8 @@ public:
     [[nodiscard]] static ModelList EnumDiskModels();
 
     // The block of the first row whose instance name contains `path` whatever the case, or an empty one. The row is taken out of
-    // the list, so that it serves one disk. An empty path is contained in every name: it takes the first row, and this is meant.
+    // the list, so that it serves one disk. Intentional: an empty path is contained in
+    // every name and takes the first row.
     [[nodiscard]] static std::vector<std::uint8_t> getSmartDataByPath(std::u16string_view path,
                                                                       std::vector<WmiSmartDiskData>& list);
     // The model of the first pair with the index, which is taken out of the list.
@@ -60,6 +65,9 @@ public:
     // Null for an attribute without any value.
     [[nodiscard]] static datatypes::SmartAttributeDetail* toSmartAttributeDetail(const Cpp::Common::SmartAttribute& slot,
                                                                                  Arena& arena);
+    // The disk as a line of the log.
+    [[nodiscard]] static std::string DescribeDisk(const Cpp::Common::HardwareAccessLib::BasicDiskInfo& disk);
+
     // The message for one of the two datatypes.
     template <class Message>
     [[nodiscard]] static Message* parseCacheToIMessage(const Cpp::Common::SmartDataCollection& collection, Arena& arena);

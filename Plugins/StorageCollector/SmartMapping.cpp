@@ -83,7 +83,7 @@ datatypes::SmartDynamicInfo* SmartDataGetter::parseCacheToIMessage(const SmartDa
     to.set_allocated_write_error_rate(Attribute<200>(from, arena));
     to.set_allocated_program_erase_cycle_count(Attribute<238>(from, arena));
     to.set_allocated_head_flying_hours(Attribute<240>(from, arena));
-    // Read before written, though its id is the higher one; this is meant.
+    // Intentional: read before written, though its id is the higher one.
     to.set_allocated_total_blocks_read(Attribute<242>(from, arena));
     to.set_allocated_total_blocks_written(Attribute<241>(from, arena));
     to.set_allocated_free_fall_count(Attribute<254>(from, arena));
@@ -96,7 +96,7 @@ datatypes::SmartStaticInfo* SmartDataGetter::parseCacheToIMessage(const SmartDat
     auto* message = Arena::CreateMessage<datatypes::SmartStaticInfo>(&arena);
     message->set_name(DefaultToUtf8(collection.name));
     if (collection.modelName) {
-        message->set_model_name(DefaultToUtf8(*collection.modelName));  // As the drive pads it; this is meant.
+        message->set_model_name(DefaultToUtf8(*collection.modelName));  // Intentional: as the drive pads it
     }
     if (collection.eppid) {
         message->set_eppid(DefaultToUtf8(StorageHelper::Trim(*collection.eppid)));

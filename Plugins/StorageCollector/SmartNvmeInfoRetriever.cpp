@@ -1,15 +1,20 @@
 #include "SmartNvmeInfoRetriever.h"
 
 #include <exception>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include <fmt/format.h>
 
-#include "HostSdk/Exceptions.h"
+#include "CollectedItems.h"
+#include "CommonCLI/NativeException.h"
+#include "LogSite.h"
+#include "MessageArena.h"
 #include "NvmeDataGetter.h"
-#include "platform/Text.h"
+#include "NvmeMapping.h"
+#include "StorageHelper.h"
 #include "platform/Time.h"
 
 namespace Veyra::Orbis::Plugins {
@@ -18,42 +23,60 @@ namespace {
 using Item = Common::CollectionDatatypeItem<datatypes::SmartNvmeInfo>;
 
 constexpr std::string_view kFile = "Plugins\\StorageCollector\\SmartNvmeInfoRetriever";
-constexpr std::string_view kFunction = "Veyra::Orbis::Plugins::SmartNvmeInfoRetriever::CollectData";
+constexpr std::string_view kGetData = "Veyra::Orbis::Plugins::NvmeDataGetter::GetNvmeHealthData";
+constexpr std::string_view kCollectData = "Veyra::Orbis::Plugins::SmartNvmeInfoRetriever::CollectData";
 
 }  // namespace
+
+NvmeDataGetter::MessageMap<datatypes::SmartNvmeInfo> NvmeDataGetter::GetNvmeHealthData(Common::IZelLog& log)
+{
+    const LogSite site{log, kFile, kGetData};
+    const auto debug = [&site](std::string_view text) { site.Debug(text, __LINE__); };
+    MessageMap<datatypes::SmartNvmeInfo> collected;
+    const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
+    const std::shared_ptr<Arena> arena = NewMessageArena();
+    WalkDrives("NvmeHealthInfo", debug, [&](std::int32_t drive, const std::string& name) {
+        auto* info = Arena::CreateMessage<datatypes::SmartNvmeInfo>(arena.get());
+        const auto health = NvmeMapping::Own(SXNvmNewHealthInfo(drive));
+        if (health != nullptr) {
+            site.Debug(fmt::format("Fetching HealthInfo for {0}", name), __LINE__);
+            info->set_allocated_health_info(toNvmeHealthInfo(health.get(), *arena));
+        }
+        const auto customized = NvmeMapping::Own(SXNvmNewCustomizedHealthInfo(drive));
+        if (customized != nullptr) {
+            // Intentional: the misspelling is what people search their logs for.
+            site.Debug(fmt::format("Fetching CuctomizedHealthInfo for {0}", name), __LINE__);
+            info->set_allocated_customized_health_info(toCustomizedHealthInfo(customized.get(), *arena));
+        }
+        auto itemId = StorageHelper::itemIdOf(devices, static_cast<std::uint32_t>(drive));
+        site.Debug(fmt::format("{0} collected.", itemId.ToString()), __LINE__);
+        collected.Add(std::move(itemId), {arena, info});
+    });
+    return collected;
+}
 
 SmartNvmeInfoRetriever::SmartNvmeInfoRetriever(std::shared_ptr<Common::IZelLog> log) : m_Log(std::move(log)) {}
 
 Common::CollectionList<datatypes::SmartNvmeInfo> SmartNvmeInfoRetriever::CollectData(const Sdk::Common::Identifiers::ItemId& itemId)
 {
+    const LogSite log{*m_Log, kFile, kCollectData};
     const Common::CollectionTime now = orbis::platform::Time::Current().UtcNow();
     NvmeDataGetter::MessageMap<datatypes::SmartNvmeInfo> collected;
     try {
         collected = NvmeDataGetter::GetNvmeHealthData(*m_Log);
     } catch (const std::exception& failure) {
-        m_Log->Error("Exception from GetNvmeHealthData() : " + orbis::platform::DefaultToUtf8(failure.what()), __LINE__, kFile,
-                     kFunction);
+        log.Error("Exception from GetNvmeHealthData() : " + Cpp::Common::DescriptionOf(failure), __LINE__);
         return std::vector<Item>{};
     }
-    std::vector<Item> items;
     if (collected.IsEmpty()) {
-        m_Log->Debug("No SMART NVMe data has been reached out", __LINE__, kFile, kFunction);
-        return items;
+        log.Debug("No SMART NVMe data has been reached out", __LINE__);
+        return std::vector<Item>{};
     }
-    if (itemId.IsAll()) {
-        items.reserve(collected.Count());
-        for (const auto& [key, info] : collected) {
-            items.emplace_back(info, key, now);
-        }
-    } else {
-        m_Log->Debug("Specific data for SmartNvmeInfoRetriever, itemId : " + itemId.ToString(), __LINE__, kFile, kFunction);
-        const auto* info = collected.Find(itemId);
-        if (info == nullptr) {
-            throw Sdk::Exceptions::ArgumentOutOfRangeException("cannot find data with specific ID: " + itemId.ToString());
-        }
-        items.emplace_back(*info, itemId, now);
+    if (!itemId.IsAll()) {
+        log.Debug("Specific data for SmartNvmeInfoRetriever, itemId : " + itemId.ToString(), __LINE__);
     }
-    m_Log->Trace(fmt::format("Got total info for SmartNvmeInfoCollector: {0}", items.size()), __LINE__, kFile, kFunction);
+    auto items = CollectedItems(collected, itemId, now);
+    log.Trace(fmt::format("Got total info for SmartNvmeInfoCollector: {0}", items.size()), __LINE__);
     return items;
 }
 

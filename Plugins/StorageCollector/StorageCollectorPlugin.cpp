@@ -1,12 +1,10 @@
 #include "StorageCollectorPlugin.h"
 
-#include <exception>
-#include <string>
-#include <typeinfo>
+#include <string_view>
 
 #include "CommonCLI/ExceptionSupport.h"
+#include "CommonCLI/NativeException.h"
 #include "HostSdk/Exceptions.h"
-#include "platform/Text.h"
 
 namespace Veyra::Orbis::Plugins {
 
@@ -17,33 +15,12 @@ using Cpp::Common::ItemHandler;
 using Cpp::Common::ItemHandlerDelegate;
 using Cpp::Common::NotSupportedExceptionBehaviour;
 using Sdk::Common::Identifiers::ItemId;
-using Sdk::Exceptions::HostException;
 using Sdk::Exceptions::NullReferenceException;
 
 namespace {
 
 constexpr std::string_view kFile = "Plugins\\StorageCollector\\StorageCollectorPlugin";
 constexpr std::string_view kConstructor = "Veyra::Orbis::Plugins::StorageCollectorPlugin::StorageCollectorPlugin";
-
-// A native exception as the host would print it: type and message. The type is spelled as the compiler spells it.
-std::string FullText(const std::exception& exception)
-{
-    return orbis::platform::DefaultToUtf8(std::string(typeid(exception).name()) + ": " + exception.what());
-}
-
-// Logs the exception in flight.
-void LogConstructionFailure(IZelLog& log)
-{
-    try {
-        throw;
-    } catch (const HostException& exception) {
-        log.Error(exception, __LINE__, kFile, kConstructor);
-    } catch (const std::exception& exception) {
-        log.Error(FullText(exception), __LINE__, kFile, kConstructor);
-    } catch (...) {
-        log.Error("Unknown exception", __LINE__, kFile, kConstructor);
-    }
-}
 
 // The factory's retriever, or null when there is none to be had: the plug-in is constructed whatever its retrievers do.
 template <class Factory>
@@ -52,7 +29,7 @@ auto Create(const Factory& make, const std::shared_ptr<IZelLog>& log) -> typenam
     try {
         return make ? make(log) : nullptr;
     } catch (...) {
-        LogConstructionFailure(*log);
+        log->Error(Cpp::Common::CurrentFailure().fullText, __LINE__, kFile, kConstructor);
         return nullptr;
     }
 }
@@ -61,7 +38,7 @@ template <class T, class Retriever>
 CollectionList<T> Collect(const std::unique_ptr<Retriever>& retriever, const ItemId& itemId, IZelLog& log,
                           const CancellationToken* ct)
 {
-    // Meant: a missing retriever fails here, before the wrapper, so the host sees it raw and nothing is logged.
+    // Intentional: a missing retriever fails here, before the wrapper, so the host sees it raw and nothing is logged.
     if (retriever == nullptr) {
         throw NullReferenceException();
     }

@@ -26,7 +26,7 @@ std::optional<DiskDeviceInfo> ReadRow(const WmiCommonLib& row)
         device.firmwareRevision = row.GetStringByField(u"FirmwareRevision");
         return device;
     } catch (const std::exception&) {
-        return std::nullopt;  // Meant: a row that cannot be read whole is left out without a word.
+        return std::nullopt;  // Intentional: a row that cannot be read whole is left out without a log line.
     }
 }
 
@@ -53,6 +53,11 @@ DiskDeviceInfo StorageHelper::findDeviceIdByPhysicalDriveNumber(std::span<const 
 Sdk::Common::Identifiers::ItemId StorageHelper::itemIdOf(const DiskDeviceInfo& device)
 {
     return Sdk::Common::Identifiers::ItemId("Disk_" + orbis::platform::DefaultToUtf8(device.pnpDeviceId));
+}
+
+Sdk::Common::Identifiers::ItemId StorageHelper::itemIdOf(std::span<const DiskDeviceInfo> devices, std::uint32_t physicalDriveNumber)
+{
+    return itemIdOf(findDeviceIdByPhysicalDriveNumber(devices, physicalDriveNumber));
 }
 
 }  // namespace Veyra::Orbis::Plugins

@@ -31,6 +31,9 @@ public:
 
     // "Disk_" followed by the record's PnP device id as a host string; "Disk_" alone for a default record.
     [[nodiscard]] static Sdk::Common::Identifiers::ItemId itemIdOf(const DiskDeviceInfo& device);
+    // The same for the record of a physical drive number.
+    [[nodiscard]] static Sdk::Common::Identifiers::ItemId itemIdOf(std::span<const DiskDeviceInfo> devices,
+                                                                   std::uint32_t physicalDriveNumber);
 
     // Without leading and trailing zero characters (code 0).
     [[nodiscard]] static std::string TrimZeros(const std::string& text);

@@ -1,4 +1,5 @@
 // The five rules by which a failure is translated for the host.
+#include <filesystem>
 #include <functional>
 #include <new>
 #include <stdexcept>
@@ -7,7 +8,9 @@
 
 #include <gmock/gmock.h>
 
+#include "Common/ResultException.h"
 #include "CommonCLI/ExceptionSupport.h"
+#include "CommonCLI/NativeException.h"
 #include "MachineInForce.h"
 #include "RecordingLog.h"
 
@@ -138,6 +141,14 @@ TEST_F(ItemHandlerTest, CancellationComesFirst)
 
     const CancellationToken going([] { return false; });
     EXPECT_EQ(Execute(delegate, WrapInZelException, &going), 1);
+}
+
+TEST(NativeException, TypesAreSpelledTheSameByEveryCompiler)
+{
+    EXPECT_EQ(TypeNameOf(ResultException(0, "", 0)), "Veyra.Orbis.Cpp.Common.ResultException");
+    EXPECT_EQ(TypeNameOf(std::bad_alloc()), "std::bad_alloc");
+    EXPECT_EQ(TypeNameOf(std::filesystem::filesystem_error("", {})), "std::filesystem::filesystem_error");
+    EXPECT_EQ(TypeNameOf(Both()), "Veyra.Orbis.Cpp.Common.Both");
 }
 
 }  // namespace

@@ -57,6 +57,8 @@ public:
     [[nodiscard]] std::string Finish();
     static constexpr std::string_view kNothingOpen = "nothing open";
 
+    // The source lines of everything that was logged so far.
+    [[nodiscard]] const std::vector<std::int32_t>& SourceLines() const { return m_Log->sourceLines; }
     [[nodiscard]] simulated::Machine& Machine() { return *m_Machine; }
     [[nodiscard]] simulated::FaultingPlatform& Faults() { return m_Faults; }
 

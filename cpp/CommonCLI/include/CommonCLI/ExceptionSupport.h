@@ -5,11 +5,11 @@
 #include <string>
 #include <string_view>
 
+#include "CommonCLI/NativeException.h"
 #include "HostSdk/CancellationToken.h"
 #include "HostSdk/Exceptions.h"
 #include "HostSdk/IZelLog.h"
 #include "HostSdk/ItemId.h"
-#include "platform/Text.h"
 
 namespace Veyra::Orbis::Cpp::Common {
 
@@ -46,7 +46,7 @@ public:
         try {
             return itemHandlerDelegate(itemId);
         } catch (const std::exception& exception) {
-            const std::string description = orbis::platform::DefaultToUtf8(exception.what());
+            const std::string description = DescriptionOf(exception);
             log.Error("Native exception : " + description, __LINE__, kFile, kFunction);
             throw ZelException(description);
         } catch (const ZelException& exception) {
@@ -56,7 +56,7 @@ public:
             if (notSupportedExceptionBehaviour == NotSupportedExceptionBehaviour::ReThrow) {
                 throw;
             }
-            // Meant: the only rule that does not log an error; a disk without a feature is nothing to worry about.
+            // Intentional: the only rule that does not log an error; a disk without a feature is nothing to worry about.
             log.Trace("Not Supported Exception : " + exception.Message(), __LINE__, kFile, kFunction);
             throw ZelException(exception.Clone());
         } catch (const HostException& exception) {

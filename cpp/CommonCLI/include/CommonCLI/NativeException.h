@@ -1,0 +1,24 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+namespace Veyra::Orbis::Cpp::Common {
+
+// How a host is told of native exceptions. All texts are valid UTF-8.
+
+// The exception's description. what() is narrow text in the system's default code page.
+[[nodiscard]] std::string DescriptionOf(const std::exception& exception);
+
+// The exception's type, spelled the same by every compiler: "std::runtime_error", and this system's own types as the host spells
+// type names, "Veyra.Orbis.Cpp.Common.ResultException".
+[[nodiscard]] std::string TypeNameOf(const std::exception& exception);
+
+struct FailureText {
+    std::string message;
+    std::string fullText;  // type and message; of a host exception those of its inner exceptions too
+};
+// What is being thrown, a host exception or a native one or anything else. For catch-all blocks.
+[[nodiscard]] FailureText CurrentFailure();
+
+}  // namespace Veyra::Orbis::Cpp::Common
