@@ -11,11 +11,13 @@
 #include "platform/DeviceIo.h"
 #include "platform/Errors.h"
 #include "platform/Requests.h"
+#include "platform/protocol/Nvme.h"
 
 namespace veyra::sondix {
 namespace {
 
 using namespace orbis::platform;
+namespace protocol = orbis::protocol::nvme;
 
 // A property is asked for with no access at all: that needs no rights that an ordinary user lacks. The admin command needs both.
 constexpr std::uint32_t kNoAccess = 0;
@@ -44,7 +46,7 @@ std::uint32_t Ask(const DeviceHandle& device, std::uint32_t code, std::array<std
                                 static_cast<std::uint32_t>(Size), &returned, nullptr)) {
         return device.Port()->LastError();
     }
-    // Who claims more than there was room for has not told the truth about the rest.
+    // A driver that reports more bytes than the buffer holds is not trusted.
     return returned <= Size ? win32::kSuccess : win32::kInvalidData;
 }
 
@@ -107,8 +109,6 @@ template <std::size_t Size>
 std::uint32_t GetLogPage(const DeviceHandle& device, std::uint8_t identifier, std::span<std::uint8_t, Size> page)
 {
     static_assert(Size % 4 == 0);
-    constexpr std::uint32_t kGetLogPage = 0x02;
-    constexpr std::uint32_t kAllNamespaces = 0xFFFFFFFF;
     constexpr std::uint32_t kErrorInfoSize = 64;  // sizeof NVME_ERROR_INFO_LOG
     constexpr std::size_t kCommand = sizeof(StorageProtocolCommandHead);
     constexpr std::size_t kErrorInfo = kCommand + kProtocolCommandLengthNvme;
@@ -126,8 +126,8 @@ std::uint32_t GetLogPage(const DeviceHandle& device, std::uint8_t identifier, st
     head.commandSpecific = kProtocolSpecificNvmeAdminCommand;
 
     std::array<std::uint32_t, kProtocolCommandLengthNvme / 4> command{};  // dwords 0 to 15
-    command[0] = kGetLogPage;
-    command[1] = kAllNamespaces;
+    command[0] = protocol::kGetLogPage;
+    command[1] = protocol::kAllNamespaces;
     command[10] = (Size / 4 - 1) << 16U | identifier;  // number of dwords, zero-based
 
     alignas(8) std::array<std::uint8_t, kData + Size> buffer{};
@@ -203,9 +203,9 @@ StorageBusType QueryBusType(std::int32_t drive)
 
 bool ReadIdentifyController(std::int32_t drive, std::span<std::uint8_t, 4096> page)
 {
-    constexpr std::uint32_t kIdentifyController = 0x01;  // CNS
     const auto device = Open(drive, kNoAccess);
-    return device.IsValid() && QueryControllerProperty(device, kNvmeDataTypeIdentify, kIdentifyController, page) == win32::kSuccess;
+    return device.IsValid() &&
+           QueryControllerProperty(device, kNvmeDataTypeIdentify, protocol::kCnsController, page) == win32::kSuccess;
 }
 
 bool ReadLogPage(std::int32_t drive, std::uint8_t identifier, std::span<std::uint8_t, 512> page)

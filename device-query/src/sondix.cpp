@@ -10,6 +10,7 @@
 #include "PhysicalDrive.h"
 #include "VendorArea.h"
 #include "VendorHealthLog.h"
+#include "platform/protocol/Nvme.h"
 
 using namespace veyra::sondix;
 
@@ -53,9 +54,8 @@ nvme::IIdentifyControllerData* SX_CALL SXNvmNewIdentifyControllerData(std::int32
 nvme::IHealthInfo* SX_CALL SXNvmNewHealthInfo(std::int32_t drive)
 {
     return NullWhenMemoryIsShort([drive]() -> nvme::IHealthInfo* {
-        constexpr std::uint8_t kSmartHealthInformation = 0x02;
         std::array<std::uint8_t, 512> page{};
-        return ReadLogPage(drive, kSmartHealthInformation, page) ? New<nvme::HealthInfo>(std::span(page)) : nullptr;
+        return ReadLogPage(drive, orbis::protocol::nvme::kLogSmartHealth, page) ? New<nvme::HealthInfo>(std::span(page)) : nullptr;
     });
 }
 

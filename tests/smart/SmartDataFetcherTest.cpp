@@ -151,9 +151,10 @@ TEST(SmartFailure, LeavesWhatWasReadBefore)
         {"exchange { scsi_opcode: 0x12 " + error, {"--WEMN", "--WEMN", "--WEMN", "--WEMN", "--WEMN", "--WEMN"}},
         {"exchange { ata_command: 0xB0 ata_features: 0xD0 " + error, {"--WEMN", "--WEMN", "--WEMN", "--WEMN", "--WEMN", "--WEMN"}},
         {"exchange { ata_command: 0xB0 ata_features: 0xD1 " + error, {"A-----", "A-----", "A-WEMN", "A-WEMN", "A-----", "A-----"}},
-        // IDENTIFY DEVICE before the log page, the log page, and IDENTIFY DEVICE again for the model and for the medium.
-        {"exchange { ata_command: 0xEC " + error, {"ATW-MN", "ATW-MN", "ATWEMN", "ATWEMN", "ATW-MN", "ATW---"}},
-        {"exchange { ata_command: 0x2F " + error, {"ATW-MN", "ATW-MN", "ATWEMN", "ATWEMN", "ATW-MN", "ATW---"}},
+        // IDENTIFY DEVICE before the log page and the log page, both of which have a second way, and IDENTIFY DEVICE again for the
+        // model and for the medium, which has none after a raised failure.
+        {"exchange { ata_command: 0xEC " + error, {"ATWEMN", "ATWEMN", "ATWEMN", "ATWEMN", "ATWEMN", "ATW---"}},
+        {"exchange { ata_command: 0x2F " + error, {"ATWEMN", "ATWEMN", "ATWEMN", "ATWEMN", "ATWEMN", "ATW---"}},
         {identify + "exchange { ata_command: 0xEC " + error, {"ATWE-N", "ATWE-N", "ATWEMN", "ATWEMN", "ATWE-N", "ATWE--"}},
         {identify + identify + "exchange { ata_command: 0xEC " + error,
          {"ATWEMN", "ATWEMN", "ATWEMN", "ATWEMN", "ATWEMN", "ATWEMN"}},

@@ -1,47 +1,39 @@
 #include "Common/HardwareAccess.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <exception>
 
 #include "Common/ResultException.h"
 #include "platform/Errors.h"
+#include "platform/protocol/Ata.h"
+#include "platform/protocol/Scsi.h"
 
 namespace Veyra::Orbis::Cpp::Common::HardwareAccessLib {
 namespace {
 
 using namespace orbis::platform;
+namespace ata = orbis::protocol::ata;
+namespace scsi = orbis::protocol::scsi;
 
+// Failures carry lines that are fixed, because support quotes them; they are not lines of this file. All of this unit are
+// documented.
 constexpr std::string_view kUnit = R"(cpp\Common\src\HardwareAccess)";
 constexpr std::uint32_t kTimeOutSeconds = 60;
-constexpr std::uint8_t kAtaIdentifyDevice = 0xEC;
-constexpr std::uint8_t kAtaReadLogExt = 0x2F;
 constexpr std::uint8_t kMakerLogAddress = 0x9A;
-constexpr std::size_t kTaskFileCount = 1;
-constexpr std::size_t kTaskFileLbaLow = 2;
-constexpr std::size_t kTaskFileCommand = 6;  // status when it returns
-constexpr std::uint8_t kAtaStatusError = 0x01;
-constexpr std::uint8_t kScsiCheckCondition = 0x02;
+constexpr std::uint32_t kReadWrite = kGenericRead | kGenericWrite;
 
-bool HasData(std::span<const std::uint8_t> data)
-{
-    return std::any_of(data.begin(), data.end(), [](std::uint8_t byte) { return byte != 0; });
-}
+// The SCSI pass-through request as it travels: the structure, then the sense area at offset 64; 128 bytes in and out.
+struct ScsiRequest {
+    ScsiPassThroughDirect passThrough;
+    std::array<std::uint8_t, 8> gap{};
+    std::array<std::uint8_t, 64> sense{};
+};
+static_assert(sizeof(ScsiRequest) == 128 && offsetof(ScsiRequest, sense) == 64);
 
 // General-purpose logging feature set: IDENTIFY DEVICE word 84 bit 5 (ACS-4, 7.13.6.29).
 bool SupportsGeneralPurposeLogging(const Sector& identify) { return (identify[168] & 0x20U) != 0; }
-
-AtaPassThroughDirect MakeAtaRead(std::uint8_t command, Sector& data)
-{
-    AtaPassThroughDirect request;
-    request.length = sizeof(AtaPassThroughDirect);
-    request.ataFlags = kAtaFlagsDrdyRequired | kAtaFlagsDataIn;
-    request.dataTransferLength = static_cast<std::uint32_t>(data.size());
-    request.timeOutValue = kTimeOutSeconds;
-    request.dataBuffer = data.data();
-    request.currentTaskFile[kTaskFileCommand] = command;
-    return request;
-}
 
 }  // namespace
 
@@ -59,7 +51,7 @@ std::u16string HardwareAccess::GetDeviceInstanceId(const DeviceInfoSet& deviceIn
     if (!setup.EnumDeviceInfo(deviceInfoSet.Get(), index, &device)) {
         ThrowWin32(setup.LastError(), kUnit, 35);
     }
-    // The size given is 255 bytes, not characters, so ids of more than 126 characters fail and read as empty. Meant so.
+    // Intentional: the size given is 255 bytes, not characters, so ids of more than 126 characters fail and read as empty.
     std::array<char16_t, 255> buffer{};
     constexpr std::uint32_t kSize = 255;
     std::uint32_t type = 0;
@@ -117,8 +109,8 @@ std::vector<BasicDiskInfo> HardwareAccess::GetAllBasicDiskInfo(const MediaTypeLi
             disks.push_back(GetBasicDiskInfo(index, mediaTypes));
         }
     } catch (const std::exception&) {
-        // Normally the end of the enumeration. Any other failure ends the walk just as silently and hides the disks behind it;
-        // meant so.
+        // Normally the end of the enumeration. Intentional: any other failure ends the walk just as silently and hides the disks
+        // behind it.
         return disks;
     }
 }
@@ -146,12 +138,8 @@ BasicDiskInfo HardwareAccess::GetBasicDiskInfo(std::uint32_t index, const MediaT
 
 std::uint32_t HardwareAccess::GetDeviceNumber(const std::u16string& devicePath)
 {
-    const DeviceHandle device = OpenOrRaise(devicePath, kGenericRead, kUnit, 48);
     StorageDeviceNumber number;
-    std::uint32_t returned = 0;
-    if (!DeviceControl(device, kIoctlStorageGetDeviceNumber, nullptr, 0, &number, sizeof(number), &returned, nullptr)) {
-        ThrowWin32(DeviceIo::Current().LastError(), kUnit, 51);
-    }
+    const std::uint32_t returned = Ask(devicePath, kGenericRead, kIoctlStorageGetDeviceNumber, number, {kUnit, 48, 51});
     if (returned != sizeof(number)) {
         throw ResultException(hresult::kUnexpected, kUnit, 52);
     }
@@ -160,12 +148,8 @@ std::uint32_t HardwareAccess::GetDeviceNumber(const std::u16string& devicePath)
 
 std::uint64_t HardwareAccess::GetDiskSizeInMegaBytes(std::uint32_t physicalDriveNumber)
 {
-    const DeviceHandle device = OpenOrRaise(MakePhysicalDrivePath(physicalDriveNumber), kGenericRead | kGenericWrite, kUnit, 446);
     DiskGeometry geometry;
-    std::uint32_t returned = 0;
-    if (!DeviceControl(device, kIoctlDiskGetDriveGeometry, nullptr, 0, &geometry, sizeof(geometry), &returned, nullptr)) {
-        ThrowWin32(DeviceIo::Current().LastError(), kUnit, 449);
-    }
+    Ask(MakePhysicalDrivePath(physicalDriveNumber), kReadWrite, kIoctlDiskGetDriveGeometry, geometry, {kUnit, 446, 449});
     const std::uint64_t bytes = static_cast<std::uint64_t>(geometry.cylinders) * geometry.tracksPerCylinder *
                                 geometry.sectorsPerTrack * geometry.bytesPerSector;
     return bytes >> 20U;
@@ -182,30 +166,24 @@ std::optional<Sector> HardwareAccess::ReadIdentifyData(const std::u16string& pat
 
 std::optional<Sector> HardwareAccess::ReadLogPage9A(const std::u16string& path)
 {
-    try {
-        Sector data{};
-        if (LogPage9AByAta(path, data) || LogPage9AByScsi(path, data)) {
-            return data;
+    for (const auto read : {&HardwareAccess::LogPage9AByAta, &HardwareAccess::LogPage9AByScsi}) {
+        try {
+            Sector data{};
+            if ((this->*read)(path, data)) {
+                return data;
+            }
+        } catch (const std::exception&) {
+            // A page that cannot be asked for this way may be there the other way.
         }
-    } catch (const std::exception&) {
-        // A page that cannot be asked for is a page that is not there. As with IDENTIFY DEVICE, a raised failure of the first way
-        // does not reach the second.
     }
     return std::nullopt;
 }
 
 bool HardwareAccess::ProbeScsiInquiry(const std::u16string& path)
 {
-    const DeviceHandle device = OpenOrRaise(path, kGenericRead | kGenericWrite, kUnit, 237);
     alignas(Sector) std::array<std::uint8_t, 36> data{};
-    constexpr std::array<std::uint8_t, 6> kInquiry{0x12, 0, 0, 0, 36, 0};
-    ScsiRequest request = MakeScsiRead(kInquiry, data);
-    std::uint32_t returned = 0;
-    if (!DeviceControl(device, kIoctlScsiPassThroughDirect, &request, sizeof(request), &request, sizeof(request), &returned,
-                       nullptr)) {
-        ThrowWin32(DeviceIo::Current().LastError(), kUnit, 251);
-    }
-    return (request.passThrough.scsiStatus & kScsiCheckCondition) == 0 && HasData(data);
+    constexpr std::array<std::uint8_t, 6> kInquiry{scsi::kInquiry, 0, 0, 0, data.size(), 0};
+    return (ReadByScsi(path, kInquiry, data, {kUnit, 237, 251}) & scsi::kCheckCondition) == 0 && HasData(data);
 }
 
 std::string HardwareAccess::GetModelFromIdentify(const std::u16string& path)
@@ -247,37 +225,6 @@ std::u16string HardwareAccess::MakePhysicalDrivePath(std::uint32_t physicalDrive
     return std::u16string(uR"(\\.\PhysicalDrive)").append(number.begin(), number.end());
 }
 
-HardwareAccess::ScsiRequest HardwareAccess::MakeScsiRead(std::span<const std::uint8_t> cdb, std::span<std::uint8_t> data)
-{
-    ScsiRequest request;
-    request.passThrough.length = sizeof(ScsiPassThroughDirect);
-    request.passThrough.cdbLength = static_cast<std::uint8_t>(cdb.size());
-    request.passThrough.senseInfoLength = sizeof(request.sense);
-    request.passThrough.dataIn = kScsiIoctlDataIn;
-    request.passThrough.dataTransferLength = static_cast<std::uint32_t>(data.size());
-    request.passThrough.timeOutValue = kTimeOutSeconds;
-    request.passThrough.dataBuffer = data.data();
-    request.passThrough.senseInfoOffset = offsetof(ScsiRequest, sense);
-    std::copy(cdb.begin(), cdb.end(), request.passThrough.cdb.begin());
-    return request;
-}
-
-std::array<std::uint8_t, 16> HardwareAccess::MakeAtaPassThrough16(std::uint8_t features, std::uint8_t lbaLow, std::uint8_t lbaMid,
-                                                                  std::uint8_t lbaHigh, std::uint8_t command)
-{
-    std::array<std::uint8_t, 16> cdb{};
-    cdb[0] = 0x85;
-    cdb[1] = 0x08;  // PIO data-in
-    cdb[2] = 0x0E;  // from the device, in blocks, length in the sector count
-    cdb[4] = features;
-    cdb[6] = 1;  // sector count
-    cdb[8] = lbaLow;
-    cdb[10] = lbaMid;
-    cdb[12] = lbaHigh;
-    cdb[14] = command;
-    return cdb;
-}
-
 DeviceHandle HardwareAccess::OpenOrRaise(const std::u16string& path, std::uint32_t access, std::string_view unit, std::int32_t line)
 {
     DeviceHandle device = OpenDevice(path, access, kFileShareRead | kFileShareWrite, nullptr, kOpenExisting, 0, 0);
@@ -287,65 +234,99 @@ DeviceHandle HardwareAccess::OpenOrRaise(const std::u16string& path, std::uint32
     return device;
 }
 
+std::uint32_t HardwareAccess::Send(const std::u16string& path, std::uint32_t access, std::uint32_t code, void* in,
+                                   std::uint32_t inSize, void* out, std::uint32_t outSize, const FailureSite& site)
+{
+    const DeviceHandle device = OpenOrRaise(path, access, site.unit, site.openLine);
+    std::uint32_t returned = 0;
+    if (!DeviceControl(device, code, in, inSize, out, outSize, &returned, nullptr)) {
+        ThrowWin32(DeviceIo::Current().LastError(), site.unit, site.controlLine);
+    }
+    return returned;
+}
+
+std::uint8_t HardwareAccess::ReadByScsi(const std::u16string& path, std::span<const std::uint8_t> cdb, std::span<std::uint8_t> data,
+                                        const FailureSite& site)
+{
+    std::ranges::fill(data, std::uint8_t{0});
+    ScsiRequest request;
+    request.passThrough.length = sizeof(ScsiPassThroughDirect);
+    request.passThrough.cdbLength = static_cast<std::uint8_t>(cdb.size());
+    request.passThrough.senseInfoLength = sizeof(request.sense);
+    request.passThrough.dataIn = kScsiIoctlDataIn;
+    request.passThrough.dataTransferLength = static_cast<std::uint32_t>(data.size());
+    request.passThrough.timeOutValue = kTimeOutSeconds;
+    request.passThrough.dataBuffer = data.data();
+    request.passThrough.senseInfoOffset = offsetof(ScsiRequest, sense);
+    std::ranges::copy(cdb, request.passThrough.cdb.begin());
+    Send(path, kReadWrite, kIoctlScsiPassThroughDirect, &request, sizeof(request), &request, sizeof(request), site);
+    return request.passThrough.scsiStatus;
+}
+
+std::array<std::uint8_t, 16> HardwareAccess::MakeAtaPassThrough16(std::uint8_t features, std::uint8_t lbaLow, std::uint8_t lbaMid,
+                                                                  std::uint8_t lbaHigh, std::uint8_t command)
+{
+    namespace ata16 = scsi::ata_pass_through;
+    std::array<std::uint8_t, 16> cdb{};
+    cdb[0] = scsi::kAtaPassThrough16;
+    cdb[1] = ata16::kPioDataIn << 1U;
+    cdb[2] = ata16::kFromDevice | ata16::kBlocks | ata16::kLengthInCount;
+    cdb[ata16::kFeatures16] = features;
+    cdb[ata16::kCount16] = 1;
+    cdb[ata16::kLbaLow16] = lbaLow;
+    cdb[ata16::kLbaMid16] = lbaMid;
+    cdb[ata16::kLbaHigh16] = lbaHigh;
+    cdb[ata16::kCommand16] = command;
+    return cdb;
+}
+
+bool HardwareAccess::HasData(std::span<const std::uint8_t> data)
+{
+    return std::ranges::any_of(data, [](std::uint8_t byte) { return byte != 0; });
+}
+
+std::uint8_t HardwareAccess::ReadByAta(const std::u16string& path, std::uint8_t command, std::uint8_t count, std::uint8_t lbaLow,
+                                       Sector& data, const FailureSite& site)
+{
+    data.fill(0);
+    AtaPassThroughDirect request;
+    request.length = sizeof(request);
+    request.ataFlags = kAtaFlagsDrdyRequired | kAtaFlagsDataIn;
+    request.dataTransferLength = static_cast<std::uint32_t>(data.size());
+    request.timeOutValue = kTimeOutSeconds;
+    request.dataBuffer = data.data();
+    request.currentTaskFile[ata::task_file::kCount] = count;
+    request.currentTaskFile[ata::task_file::kLbaLow] = lbaLow;
+    request.currentTaskFile[ata::task_file::kCommand] = command;
+    Send(path, kReadWrite, kIoctlAtaPassThroughDirect, &request, sizeof(request), &request, sizeof(request), site);
+    return request.currentTaskFile[ata::task_file::kStatus];
+}
+
+// Neither way looks at the status of IDENTIFY DEVICE: data that came counts.
 bool HardwareAccess::IdentifyByAta(const std::u16string& path, Sector& data)
 {
-    const DeviceHandle device = OpenOrRaise(path, kGenericRead | kGenericWrite, kUnit, 161);
-    data.fill(0);
-    AtaPassThroughDirect request = MakeAtaRead(kAtaIdentifyDevice, data);
-    std::uint32_t returned = 0;
-    if (!DeviceControl(device, kIoctlAtaPassThroughDirect, &request, sizeof(request), &request, sizeof(request), &returned,
-                       nullptr)) {
-        ThrowWin32(DeviceIo::Current().LastError(), kUnit, 173);
-    }
+    static_cast<void>(ReadByAta(path, ata::kIdentifyDevice, 0, 0, data, {kUnit, 161, 173}));
     return HasData(data);
 }
 
 bool HardwareAccess::IdentifyByScsi(const std::u16string& path, Sector& data)
 {
-    const DeviceHandle device = OpenOrRaise(path, kGenericRead | kGenericWrite, kUnit, 200);
-    data.fill(0);
-    ScsiRequest request = MakeScsiRead(MakeAtaPassThrough16(0, 0, 0, 0, kAtaIdentifyDevice), data);
-    std::uint32_t returned = 0;
-    if (!DeviceControl(device, kIoctlScsiPassThroughDirect, &request, sizeof(request), &request, sizeof(request), &returned,
-                       nullptr)) {
-        ThrowWin32(DeviceIo::Current().LastError(), kUnit, 223);
-    }
-    // The SCSI status is not looked at here; data that came counts.
+    static_cast<void>(ReadByScsi(path, MakeAtaPassThrough16(0, 0, 0, 0, ata::kIdentifyDevice), data, {kUnit, 200, 223}));
     return HasData(data);
 }
 
 bool HardwareAccess::LogPage9AByAta(const std::u16string& path, Sector& data)
 {
-    if (!IdentifyByAta(path, data) || !SupportsGeneralPurposeLogging(data)) {
-        return false;
-    }
-    const DeviceHandle device = OpenOrRaise(path, kGenericRead | kGenericWrite, kUnit, 286);
-    data.fill(0);
-    AtaPassThroughDirect request = MakeAtaRead(kAtaReadLogExt, data);
-    request.currentTaskFile[kTaskFileCount] = 1;
-    request.currentTaskFile[kTaskFileLbaLow] = kMakerLogAddress;
-    std::uint32_t returned = 0;
-    if (!DeviceControl(device, kIoctlAtaPassThroughDirect, &request, sizeof(request), &request, sizeof(request), &returned,
-                       nullptr)) {
-        ThrowWin32(DeviceIo::Current().LastError(), kUnit, 299);
-    }
-    return (request.currentTaskFile[kTaskFileCommand] & kAtaStatusError) == 0 && HasData(data);
+    return IdentifyByAta(path, data) && SupportsGeneralPurposeLogging(data) &&
+           (ReadByAta(path, ata::kReadLogExt, 1, kMakerLogAddress, data, {kUnit, 286, 299}) & ata::kStatusError) == 0 &&
+           HasData(data);
 }
 
 bool HardwareAccess::LogPage9AByScsi(const std::u16string& path, Sector& data)
 {
-    if (!IdentifyByScsi(path, data) || !SupportsGeneralPurposeLogging(data)) {
-        return false;
-    }
-    const DeviceHandle device = OpenOrRaise(path, kGenericRead | kGenericWrite, kUnit, 347);
-    data.fill(0);
-    ScsiRequest request = MakeScsiRead(MakeAtaPassThrough16(0, kMakerLogAddress, 0, 0, kAtaReadLogExt), data);
-    std::uint32_t returned = 0;
-    if (!DeviceControl(device, kIoctlScsiPassThroughDirect, &request, sizeof(request), &request, sizeof(request), &returned,
-                       nullptr)) {
-        ThrowWin32(DeviceIo::Current().LastError(), kUnit, 365);
-    }
-    return (request.passThrough.scsiStatus & kScsiCheckCondition) == 0 && HasData(data);
+    const auto readLog = MakeAtaPassThrough16(0, kMakerLogAddress, 0, 0, ata::kReadLogExt);
+    return IdentifyByScsi(path, data) && SupportsGeneralPurposeLogging(data) &&
+           (ReadByScsi(path, readLog, data, {kUnit, 347, 365}) & scsi::kCheckCondition) == 0 && HasData(data);
 }
 
 }  // namespace Veyra::Orbis::Cpp::Common::HardwareAccessLib

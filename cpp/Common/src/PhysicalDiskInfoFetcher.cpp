@@ -22,8 +22,14 @@ namespace {
 using namespace orbis::platform;
 using HardwareAccessLib::DiskDriveMediaType;
 
-// The lines that failures carry are fixed, because support quotes them; they are not lines of this file.
+// Failures carry lines that are fixed, because support quotes them; they are not lines of this file. Plain numbers are documented
+// lines, names are lines that this project added beside them.
 constexpr std::string_view kUnit = R"(cpp\Common\src\PhysicalDiskInfoFetcher)";
+constexpr std::int32_t kOwnLineDriveStrings = 57;
+constexpr std::int32_t kOwnLineLayoutOpen = 203;
+constexpr std::int32_t kOwnLineLayout = 207;
+constexpr std::int32_t kOwnLineLayoutHead = 211;
+constexpr std::int32_t kOwnLineLayoutEntries = 212;
 
 // Text of the identifier of a partition that has none. It joins nothing.
 constexpr std::string_view kNoIdentifier = "00000000-0000-0000-0000-000000000000";
@@ -72,7 +78,7 @@ std::string LogicalDriveLetters()
         const std::uint32_t result = devices.LogicalDriveStrings(characters, buffer);
         // A system without a drive letter answers 0 too, but only the second time: the first answer counts a closing zero.
         if (result == 0 && characters == 0) {
-            ThrowWin32(devices.LastError(), kUnit, 57);
+            ThrowWin32(devices.LastError(), kUnit, kOwnLineDriveStrings);
         }
         return result;
     });
@@ -222,13 +228,8 @@ PhysicalDiskInfo PhysicalDiskInfoFetcher::GetPhysicalDiskInfo(const BasicDiskInf
 
 void PhysicalDiskInfoFetcher::GetBytesTransferred(std::string_view driveLetter, std::int64_t& bytesRead, std::int64_t& bytesWritten)
 {
-    const DeviceHandle volume = OpenOrRaise(VolumePath(driveLetter), kFileReadAttributes, kUnit, 409);
     DiskPerformance performance;
-    std::uint32_t returned = 0;
-    if (!DeviceControl(volume, kIoctlDiskPerformance, nullptr, 0, &performance, sizeof(performance), &returned, nullptr)) {
-        ThrowWin32(DeviceIo::Current().LastError(), kUnit, 412);
-    }
-    if (returned == 0) {
+    if (Ask(VolumePath(driveLetter), kFileReadAttributes, kIoctlDiskPerformance, performance, {kUnit, 409, 412}) == 0) {
         throw ResultException(hresult::kUnexpected, kUnit, 413);
     }
     bytesRead = performance.bytesRead;
@@ -240,11 +241,11 @@ void PhysicalDiskInfoFetcher::ReadDriveLayout(PhysicalDiskInfo& disk)
     const std::vector<std::uint8_t> reply = RequestDriveLayout(disk.diskNumber);
     DriveLayoutHead head;
     if (reply.size() < sizeof(head)) {
-        throw ResultException(hresult::kUnexpected, kUnit, 211);
+        throw ResultException(hresult::kUnexpected, kUnit, kOwnLineLayoutHead);
     }
     std::memcpy(&head, reply.data(), sizeof(head));
     if (head.partitionCount > (reply.size() - sizeof(head)) / sizeof(PartitionInformationEx)) {
-        throw ResultException(hresult::kUnexpected, kUnit, 212);
+        throw ResultException(hresult::kUnexpected, kUnit, kOwnLineLayoutEntries);
     }
     if (head.partitionStyle == PartitionStyle::Gpt && head.gpt.diskId != Guid{}) {
         disk.guid = ToText(head.gpt.diskId);
@@ -264,7 +265,8 @@ void PhysicalDiskInfoFetcher::ReadDriveLayout(PhysicalDiskInfo& disk)
 
 std::vector<std::uint8_t> PhysicalDiskInfoFetcher::RequestDriveLayout(std::uint32_t diskNumber)
 {
-    const DeviceHandle drive = OpenOrRaise(MakePhysicalDrivePath(diskNumber), kGenericRead | kGenericWrite, kUnit, 203);
+    const DeviceHandle drive =
+        OpenOrRaise(MakePhysicalDrivePath(diskNumber), kGenericRead | kGenericWrite, kUnit, kOwnLineLayoutOpen);
     for (std::uint32_t entries = kUsualEntries;; entries *= 2) {
         std::vector<std::uint8_t> reply(sizeof(DriveLayoutHead) + entries * sizeof(PartitionInformationEx));
         std::uint32_t returned = 0;
@@ -276,19 +278,15 @@ std::vector<std::uint8_t> PhysicalDiskInfoFetcher::RequestDriveLayout(std::uint3
         const std::uint32_t error = DeviceIo::Current().LastError();
         const bool isTooSmall = error == win32::kInsufficientBuffer || error == win32::kMoreData;
         if (!isTooSmall || entries == kMostEntries) {
-            ThrowWin32(error, kUnit, 207);
+            ThrowWin32(error, kUnit, kOwnLineLayout);
         }
     }
 }
 
 std::string PhysicalDiskInfoFetcher::ReadPartitionGuid(const std::u16string& volumePath)
 {
-    const DeviceHandle volume = OpenOrRaise(volumePath, kGenericRead, kUnit, 64);
     PartitionInformationEx partition;
-    std::uint32_t returned = 0;
-    if (!DeviceControl(volume, kIoctlDiskGetPartitionInfoEx, nullptr, 0, &partition, sizeof(partition), &returned, nullptr)) {
-        ThrowWin32(DeviceIo::Current().LastError(), kUnit, 66);
-    }
+    Ask(volumePath, kGenericRead, kIoctlDiskGetPartitionInfoEx, partition, {kUnit, 64, 66});
     return GuidOf(partition);
 }
 

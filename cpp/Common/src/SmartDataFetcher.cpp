@@ -5,25 +5,19 @@
 
 #include "Common/ResultException.h"
 #include "platform/Errors.h"
+#include "platform/protocol/Ata.h"
+#include "platform/protocol/Scsi.h"
 
 namespace Veyra::Orbis::Cpp::Common {
 namespace {
 
 using namespace orbis::platform;
+namespace ata = orbis::protocol::ata;
 using HardwareAccessLib::BasicDiskInfo;
 using HardwareAccessLib::DiskDriveMediaType;
 using HardwareAccessLib::Sector;
 
 constexpr std::string_view kUnit = R"(cpp\Common\src\SmartDataFetcher)";
-
-// ATA SMART (ACS-3, 7.48): command, its signature in LBA mid and high, and the subcommands in the features register.
-constexpr std::uint8_t kAtaSmart = 0xB0;
-constexpr std::uint8_t kSmartLbaMid = 0x4F;
-constexpr std::uint8_t kSmartLbaHigh = 0xC2;
-constexpr std::uint8_t kSmartReadData = 0xD0;
-constexpr std::uint8_t kSmartReadThresholds = 0xD1;
-
-constexpr std::uint8_t kScsiCheckCondition = 0x02;
 
 // A block begins with a 2-byte revision; entries of 12 bytes follow.
 constexpr std::size_t kFirstEntry = 2;
@@ -80,7 +74,7 @@ bool SmartDataFetcher::ReadSmartData(const std::u16string& devicePath, SmartData
 {
     try {
         Sector block{};
-        if (!ProbeScsiInquiry(devicePath) || !ReadSmartBlock(devicePath, kSmartReadData, block)) {
+        if (!ProbeScsiInquiry(devicePath) || !ReadSmartBlock(devicePath, ata::kSmartReadData, block)) {
             return false;
         }
         ParseSmartAttributes(collection, block);
@@ -92,21 +86,14 @@ bool SmartDataFetcher::ReadSmartData(const std::u16string& devicePath, SmartData
 
 bool SmartDataFetcher::ReadSmartThresholds(const std::u16string& devicePath, Sector& thresholds)
 {
-    return ReadSmartBlock(devicePath, kSmartReadThresholds, thresholds);
+    return ReadSmartBlock(devicePath, ata::kSmartReadThresholds, thresholds);
 }
 
 bool SmartDataFetcher::ReadSmartBlock(const std::u16string& devicePath, std::uint8_t features, Sector& block)
 {
-    const DeviceHandle device = OpenOrRaise(devicePath, kGenericRead | kGenericWrite, kUnit, __LINE__);
-    block.fill(0);
-    ScsiRequest request = MakeScsiRead(MakeAtaPassThrough16(features, 0, kSmartLbaMid, kSmartLbaHigh, kAtaSmart), block);
-    std::uint32_t returned = 0;
-    if (!DeviceControl(device, kIoctlScsiPassThroughDirect, &request, sizeof(request), &request, sizeof(request), &returned,
-                       nullptr)) {
-        ThrowWin32(DeviceIo::Current().LastError(), kUnit, __LINE__);
-    }
-    return (request.passThrough.scsiStatus & kScsiCheckCondition) == 0 &&
-           std::any_of(block.begin(), block.end(), [](std::uint8_t byte) { return byte != 0; });
+    const auto command = MakeAtaPassThrough16(features, 0, ata::kSmartLbaMid, ata::kSmartLbaHigh, ata::kSmart);
+    const std::uint8_t status = ReadByScsi(devicePath, command, block, {kUnit, __LINE__, __LINE__});
+    return (status & orbis::protocol::scsi::kCheckCondition) == 0 && HasData(block);
 }
 
 void SmartDataFetcher::ParseSmartAttributes(SmartDataCollection& collection, const Sector& block)

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -68,8 +67,8 @@ public:
                                              void* overlapped);
     virtual ~HardwareAccess() = default;
 
-    // All present disks in enumeration order. The first failure of any kind ends the walk silently: a failure on one disk hides the
-    // later ones too. Meant so.
+    // All present disks in enumeration order. Intentional: the first failure of any kind ends the walk silently, so a failure on
+    // one disk hides the later ones too.
     [[nodiscard]] std::vector<BasicDiskInfo> GetAllBasicDiskInfo(const MediaTypeList& mediaTypes);
     // The disk at one enumeration index.
     [[nodiscard]] BasicDiskInfo GetBasicDiskInfo(std::uint32_t index, const MediaTypeList& mediaTypes);
@@ -80,8 +79,9 @@ public:
     // ATA IDENTIFY DEVICE through ATA pass-through, and only when that reports no data (a raised failure does not count) through
     // the SCSI/ATA translation. Absent when neither gives a byte that is not zero.
     [[nodiscard]] std::optional<Sector> ReadIdentifyData(const std::u16string& path);
-    // One sector of ATA log address 0x9A, by the same two ways; absent when not supported, not readable or all zero. Raises
-    // nothing.
+    // One sector of ATA log address 0x9A, by the same two ways, each with its own IDENTIFY DEVICE; here a raised failure of the
+    // first way counts as no data, so that a drive behind a bridge that knows only the second way is read. Absent when not
+    // supported, not readable or all zero. Raises nothing.
     [[nodiscard]] std::optional<Sector> ReadLogPage9A(const std::u16string& path);
     // True when the device answers a standard SCSI INQUIRY with data.
     [[nodiscard]] bool ProbeScsiInquiry(const std::u16string& path);
@@ -96,25 +96,39 @@ public:
     [[nodiscard]] static std::u16string MakePhysicalDrivePath(std::uint32_t physicalDriveNumber);
 
 protected:
-    // The SCSI pass-through request as it travels: the structure, then the sense area at offset 64; 128 bytes in and out.
-    struct ScsiRequest {
-        orbis::platform::ScsiPassThroughDirect passThrough;
-        std::array<std::uint8_t, 8> gap{};
-        std::array<std::uint8_t, 64> sense{};
+    // Where a failure of a request comes from, as its exception says it: unit, line of the open and line of the request.
+    struct FailureSite {
+        std::string_view unit;
+        std::int32_t openLine;
+        std::int32_t controlLine;
     };
-    static_assert(sizeof(ScsiRequest) == 128 && offsetof(ScsiRequest, sense) == 64);
-
-    // A request that reads `data` with the command descriptor block `cdb`; 60 seconds.
-    [[nodiscard]] static ScsiRequest MakeScsiRead(std::span<const std::uint8_t> cdb, std::span<std::uint8_t> data);
+    // Opens an existing device with `access`, shared, and raises the last Win32 error with `unit` and `line` when that fails.
+    [[nodiscard]] orbis::platform::DeviceHandle OpenOrRaise(const std::u16string& path, std::uint32_t access, std::string_view unit,
+                                                            std::int32_t line);
+    // Opens a device, sends one request and closes the device. Gives the number of bytes answered; raises the last Win32 error.
+    std::uint32_t Send(const std::u16string& path, std::uint32_t access, std::uint32_t code, void* in, std::uint32_t inSize,
+                       void* out, std::uint32_t outSize, const FailureSite& site);
+    // The same for a request without input, whose answer is one structure.
+    template <class Answer>
+    std::uint32_t Ask(const std::u16string& path, std::uint32_t access, std::uint32_t code, Answer& answer, const FailureSite& site)
+    {
+        return Send(path, access, code, nullptr, 0, &answer, sizeof(answer), site);
+    }
+    // Sends the command descriptor block `cdb`, which reads into `data`, with a time-out of 60 seconds. What the device does not
+    // write is zero. Gives the SCSI status; raises as Send does.
+    [[nodiscard]] std::uint8_t ReadByScsi(const std::u16string& path, std::span<const std::uint8_t> cdb,
+                                          std::span<std::uint8_t> data, const FailureSite& site);
     // ATA PASS-THROUGH(16) (SAT-4, 12.2.2.3): PIO data-in of one 512-byte block with the given registers.
     [[nodiscard]] static std::array<std::uint8_t, 16> MakeAtaPassThrough16(std::uint8_t features, std::uint8_t lbaLow,
                                                                            std::uint8_t lbaMid, std::uint8_t lbaHigh,
                                                                            std::uint8_t command);
-    // Opens an existing device with `access`, shared, and raises the last Win32 error with `unit` and `line` when that fails.
-    [[nodiscard]] orbis::platform::DeviceHandle OpenOrRaise(const std::u16string& path, std::uint32_t access, std::string_view unit,
-                                                            std::int32_t line);
+    // Whether any byte is not zero.
+    [[nodiscard]] static bool HasData(std::span<const std::uint8_t> data);
 
 private:
+    // Sends an ATA command that reads into `data`, as ReadByScsi does. Gives the status register.
+    [[nodiscard]] std::uint8_t ReadByAta(const std::u16string& path, std::uint8_t command, std::uint8_t count, std::uint8_t lbaLow,
+                                         Sector& data, const FailureSite& site);
     [[nodiscard]] bool IdentifyByAta(const std::u16string& path, Sector& data);
     [[nodiscard]] bool IdentifyByScsi(const std::u16string& path, Sector& data);
     [[nodiscard]] bool LogPage9AByAta(const std::u16string& path, Sector& data);
