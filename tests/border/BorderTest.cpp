@@ -43,7 +43,8 @@ protected:
         if (kind != 0) {
             EXPECT_EQ(result->hasList, 0);
             EXPECT_GT(result->failure->message.length, 0U);
-            EXPECT_GT(result->failure->typeName.length, 0U);
+            const std::string typeName(result->failure->typeName.data, result->failure->typeName.length);
+            EXPECT_TRUE(kind == ORBIS_FAILURE_NATIVE ? typeName == "std::runtime_error" : !typeName.empty()) << typeName;
         }
         Table().free(result);
         return kind;

@@ -244,7 +244,7 @@ TEST_F(Dynamic, RefreshesForANewDiskAndNotForOneThatWent)
     EXPECT_EQ(std::count(log->lines.begin(), log->lines.end(), refresh), 1);
 }
 
-TEST_F(Dynamic, AQueryThatWasNotToBeHadStaysAway)
+TEST_F(Dynamic, QueryStaysUnavailableAfterFailedOpen)
 {
     for (const auto& [operation, line] : {std::pair{"Pdh::OpenQuery",
                                                     "failed to create PDH query: PdhOpenQuery failed for live counters: PDH status "

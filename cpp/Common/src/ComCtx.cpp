@@ -30,7 +30,7 @@ ComCtx::ComCtx(orbis::platform::Wmi& port) : m_Port(port)
 
 ComCtx::~ComCtx()
 {
-    // Meant: COM is uninitialised even when the initialisation failed.
+    // Intentional: COM is uninitialised even when the initialisation failed.
     m_Port.UninitializeCom();
 }
 

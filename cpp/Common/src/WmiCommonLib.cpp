@@ -147,7 +147,7 @@ std::vector<std::string> WmiCommonLib::GetStringArrayByField(const char16_t* nam
     const Property property(*m_Query, name, 116);
     SafeArray* array = property.AsArray(VariantType::StringArray);
     if (array == nullptr) {
-        ThrowUnexpected(116);
+        ThrowUnexpected(116);  // documented for a property that cannot be read; this project raises it for one that is no array too
     }
     const auto [lower, count] = property.Port().ArrayBounds(array);
     std::vector<std::string> texts;

@@ -16,8 +16,8 @@ struct Carray {
 
     std::uint8_t bytes[N];
 
-    // Empty when the first byte is zero, otherwise all N bytes, zeros inside or at the end included. Meant for raw numbers too,
-    // where it makes a number whose lowest byte is zero read as empty.
+    // Empty when the first byte is zero, otherwise all N bytes, zeros inside or at the end included. Intentionally so for raw
+    // numbers too, where it makes a number whose lowest byte is zero read as empty.
     [[nodiscard]] std::string Str() const { return std::string{View()}; }
     // The same without a copy, valid while the array is.
     [[nodiscard]] std::string_view View() const

@@ -10,13 +10,31 @@
  * passes in is read during the call only, but for the functions and the context of OrbisHost, which serve until the object is
  * destroyed.
  * - Texts are UTF-8, given as pointer and length. They may hold zero bytes and need not end with one.
- * - A structure says its own size, in bytes, in its first field, and grows at its end only. Read nothing that lies beyond that
- * size. Arrays say the size of one element: step by it, not by sizeof.
+ * - A structure that begins with structSize says its own size there, in bytes, and grows at its end only. Read nothing that lies
+ * beyond that size. Arrays say the size of one element: step by it, not by sizeof.
  * - The table's version changes only when an older host could not use the table. Refuse a version that you do not know.
  * - A library that registered a plug-in is never unloaded.
- * - Every function may be called on any thread. A plug-in object may be used by several threads at a time, each with another
- * operation; running one operation of an object twice at a time, or destroying the object while another function uses it, is an
- * error of the host. The host's functions are called on the thread that creates or collects, before that call returns.
+ * - A plug-in object may be used by several threads at a time, each with another operation; running one operation of an object
+ * twice at a time, or destroying the object while another function uses it, is an error of the host. The host's functions are
+ * called on the thread that creates or collects, before that call returns.
+ *
+ * Threads and time, for hosts of a plug-in that reads disks:
+ * - Collect on a thread that the host can spare. A device that hangs holds its thread: each ATA or SCSI request ends after 60
+ * seconds, a maker's log of an NVMe drive after 10, and one disk can cost up to 11 requests of 60 seconds. Other device requests
+ * end when the driver gives up, and a WMI provider is waited for without end. A collection cannot be interrupted: cancellation is
+ * looked at once, before it begins.
+ * - Windows: create, collect and destroy on threads that are in COM's multi-threaded apartment, or in none, and keep one thread in
+ * that apartment (CoInitializeEx with COINIT_MULTITHREADED) from before create until after destroy. Never use a single-threaded
+ * apartment's thread, such as one with windows: the plug-in uninitialises COM after each query, even if its own initialisation was
+ * refused, and would take away the apartment of that thread.
+ * - Windows: a process sets its COM security once. A host that cares calls CoInitializeSecurity before create; otherwise the first
+ * query sets it to default authentication and impersonation for the whole process.
+ *
+ * What one disk can do to the others:
+ * - Two disks that the inventory (Win32_DiskDrive) does not list share the item id "Disk_". Two of one id end three datatypes with
+ * a failure, PhysicalDiskStaticInfo, SmartStaticInfo and SmartDynamicInfo, and both NVMe datatypes if the two are NVMe drives.
+ * - A drive letter that cannot be opened, or is no partition of a disk (a network drive, an optical drive without a disc), ends
+ * PhysicalDiskStaticInfo with a failure and leaves PhysicalDiskDynamicInfo empty; the log says which request failed.
  */
 /* NOLINTBEGIN(modernize-*): this is C. */
 #ifndef ORBIS_BORDER_H
