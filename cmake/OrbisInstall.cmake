@@ -60,6 +60,7 @@ else()
     install(DIRECTORY docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT host FILES_MATCHING PATTERN "*.1")
     install(FILES completions/orbis-host.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME orbis-host
             COMPONENT host)
+    install(DIRECTORY packaging/systemd/ DESTINATION lib/systemd/system COMPONENT host)
     install(FILES completions/orbis-host.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT host)
     if(EXISTS /etc/debian_version)
         set(zsh_folder ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)
