@@ -1,0 +1,81 @@
+"""The package orbis_storage on the example machines. usage: python_package_test.py PLUGIN SIMULATED_LIBRARY MACHINES GOLDEN [TEST]
+
+A machine is put in force for a whole process, so each test runs in a process of its own.
+"""
+
+import json
+import logging
+import pathlib
+import subprocess
+import sys
+
+from google.protobuf.json_format import ParseDict
+
+import orbis_storage
+
+plugin_file, simulated, machines, golden = sys.argv[1:5]
+machines, golden = pathlib.Path(machines), pathlib.Path(golden)
+
+
+def raises(kind, function, *arguments, **named):
+    try:
+        function(*arguments, **named)
+    except kind as error:
+        return error
+    raise AssertionError(f"no {kind.__name__}")
+
+
+def as_the_host_prints(machine):
+    """Every message of a machine as orbis-host prints it, but for what depends on when it was asked."""
+    orbis_storage.use_machine(machines / f"{machine}.txtpb", simulated)
+    collected = []
+    with orbis_storage.Plugin(plugin_file) as plugin:
+        for operation in plugin.operations:
+            try:
+                items = plugin.collect(operation.datatype) or []
+            except orbis_storage.CollectionError:
+                continue
+            collected += [(operation.datatype.rpartition(".")[2], item) for item in items]
+    printed = json.loads((golden / f"{machine}.json").read_text(encoding="utf-8"))
+    assert [(datatype, item.item_id) for datatype, item in collected] == [(line["datatype"], line["itemId"]) for line in printed]
+    for (datatype, item), line in zip(collected, printed):
+        if datatype != "PhysicalDiskDynamicInfo":
+            expected = None if line["data"] is None else ParseDict(line["data"], type(item.message)())
+            assert item.message == expected, f"{item.message}\nis not\n{expected}"
+
+
+def failures():
+    """What is raised, where it says so, and that the package goes on afterwards."""
+    assert "no plug-in" in str(raises(orbis_storage.PluginLoadError, orbis_storage.Plugin, simulated))
+    raises(orbis_storage.PluginLoadError, orbis_storage.Plugin, "no such file.so")
+    assert "README.md:3:1" in str(raises(orbis_storage.MachineFileError, orbis_storage.use_machine, golden / "../../README.md", simulated))
+    orbis_storage.use_machine(machines / "workstation.txtpb", simulated)
+
+    def collect(datatype="SmartNvmeInfo", **named):
+        return orbis_storage.collect(datatype, plugin=plugin_file, **named)
+
+    assert "SmartNvmeInfo" in str(raises(orbis_storage.OrbisError, collect, "NoSuchInfo"))
+    missing = raises(orbis_storage.ItemNotFoundError, collect, item_id="Disk_none")
+    assert [failure.type_name.rpartition(".")[2] for failure in missing.chain()] == ["ZelException", "ArgumentOutOfRangeException"]
+    assert missing.__cause__ is missing.inner
+    assert str(raises(orbis_storage.CanceledError, collect, is_cancelled=lambda: True)) == "The operation was canceled."
+    # What the host's own function raises is not lost in C.
+    raises(ZeroDivisionError, collect, is_cancelled=lambda: 1 // 0)
+    lines = []
+    orbis_storage.collector.logger.addFilter(lambda line: lines.append(line) or False)
+    logging.getLogger("orbis_storage").setLevel(logging.DEBUG)
+    assert len(collect()) == 3
+    assert any("SmartNvmeInfo" in line.pathname and line.lineno > 0 and "::" in line.funcName for line in lines)
+    with orbis_storage.Plugin(plugin_file) as closed:
+        pass
+    raises(orbis_storage.OrbisError, closed.collect, "SmartNvmeInfo")
+
+
+if len(sys.argv) > 5:
+    name = sys.argv[5]
+    failures() if name == "failures" else as_the_host_prints(name)
+else:
+    tests = ["failures", *(file.stem for file in sorted(golden.glob("*.json")))]
+    failed = [test for test in tests if subprocess.run([sys.executable, *sys.argv, test], check=False).returncode]
+    print(f"{len(tests)} tests, failed: {', '.join(failed) or 'none'}")
+    sys.exit(bool(failed))
