@@ -130,8 +130,19 @@ void Collector::ReportFailure(const std::string& datatype, const HostException& 
 std::vector<Finding> Collector::ReportFindings()
 {
     std::vector<Finding> findings = m_Machine.TakeFindings();
+    const Finding* lastDenied = nullptr;  // one line for all refusals
+    std::string denied;
     for (const Finding& finding : findings) {
-        Say(finding.remedy.empty() ? finding.text : finding.text + "; " + finding.remedy);
+        if (finding.kind == insight::kAccessDenied) {
+            lastDenied = &finding;
+            denied += (denied.empty() ? finding.text : finding.text.substr(finding.text.rfind(' '))) + ",";
+        } else {
+            Say(fmt::format("{}; {}", finding.text, finding.remedy));
+        }
+    }
+    if (lastDenied != nullptr) {
+        denied.back() = ';';
+        Say(fmt::format("{} {}", denied, lastDenied->remedy));
     }
     const std::vector<Finding> failures = std::exchange(m_Failures, {});
     findings.insert(findings.end(), failures.begin(), failures.end());

@@ -9,6 +9,7 @@
 
 #include "Disks.h"
 #include "Style.h"
+#include "insight/Findings.h"
 
 namespace orbis::host {
 
@@ -28,13 +29,7 @@ struct Pass {
 };
 
 // Something that was left out of the collections.
-struct Finding {
-    std::string kind;                    // stable name for programs, for example "access-denied"
-    std::string subject;                 // the disk ("DISK0"), letter ("C:") or device path concerned; empty: the system
-    std::string text;                    // what was found, for people
-    std::string remedy;                  // what can be done; may be empty
-    std::vector<std::string> datatypes;  // those that lack data for it; empty when that is not known
-};
+using insight::Finding;
 
 // What a document in a format is about, beside the items.
 struct Context {

@@ -7,7 +7,6 @@
 #include <thread>
 
 #include "Terminal.h"
-#include "platform/Text.h"
 #include "simulated/MachineFile.h"
 
 namespace orbis::host {
@@ -45,26 +44,21 @@ MachineInForce::MachineInForce(const std::filesystem::path& file)
         m_Simulated = simulated::LoadMachineFile(utf8(file));
         platform::Platform::Replace(m_Simulated.get());
     }
-    m_Access = std::make_unique<AccessWatch>(platform::Platform::Current());
-    m_Inventory = std::make_unique<InventoryWatch>(*m_Access);
-    m_Disks = std::make_unique<DiskWatch>(*m_Inventory);
+    m_Journal = std::make_unique<insight::Journal>(platform::Platform::Current());
+    m_Disks = std::make_unique<DiskWatch>(*m_Journal);
     platform::Platform::Replace(m_Disks.get());
 }
 
 MachineInForce::~MachineInForce() { platform::Platform::Replace(nullptr); }
 
-std::vector<Finding> MachineInForce::TakeFindings()
+std::vector<insight::Finding> MachineInForce::TakeFindings()
 {
-    std::vector<Finding> findings;
-    for (const std::string& text : m_Inventory->TakeFindings()) {
-        findings.push_back({"inventory", {}, text, {}, {}});
-    }
-    std::string denied;
-    for (const std::u16string& path : m_Access->TakeDenied()) {
-        denied += (denied.empty() ? "" : ", ") + platform::Utf16ToUtf8(path);
-    }
-    if (!denied.empty()) {
-        findings.push_back({"access-denied", denied, "no access to " + denied, MoreRightsAdvice(), {}});
+    m_Findings.Read(m_Journal->Take());
+    std::vector<insight::Finding> findings = m_Findings.EndPass();
+    for (insight::Finding& finding : findings) {
+        if (finding.kind == insight::kAccessDenied) {
+            finding.remedy = MoreRightsAdvice();  // this program knows how it was started
+        }
     }
     return findings;
 }

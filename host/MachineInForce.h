@@ -5,10 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "AccessWatch.h"
 #include "DiskWatch.h"
-#include "Formats.h"
-#include "InventoryWatch.h"
+#include "insight/Findings.h"
+#include "insight/Journal.h"
 #include "simulated/Machine.h"
 
 namespace orbis::host {
@@ -25,8 +24,8 @@ public:
     [[nodiscard]] DiskWatch& Disks() { return *m_Disks; }
     // Its name: that of the computer, or of the simulated machine's file.
     [[nodiscard]] const std::string& Name() const noexcept { return m_Name; }
-    // What was left out of the collections since the last call, and why.
-    [[nodiscard]] std::vector<Finding> TakeFindings();
+    // Ends a pass: what was left out of its collections and was not told before, and why.
+    [[nodiscard]] std::vector<insight::Finding> TakeFindings();
 
     // Waits between two passes; on a simulated machine its own time passes as well. Ends early when interrupted.
     void Wait(double seconds);
@@ -38,8 +37,8 @@ private:
 
     std::string m_Name;
     std::unique_ptr<simulated::Machine> m_Simulated;
-    std::unique_ptr<AccessWatch> m_Access;
-    std::unique_ptr<InventoryWatch> m_Inventory;
+    std::unique_ptr<insight::Journal> m_Journal;
+    insight::Findings m_Findings;
     std::unique_ptr<DiskWatch> m_Disks;
 };
 

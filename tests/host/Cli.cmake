@@ -31,15 +31,16 @@ try(0 "2024-05-17T.*Z\n.*so far\n.*2024-05-17T.*Z\n" "" collect PhysicalDiskDyna
 # What the collectors leave out silently, the host reports with the reason.
 file(WRITE ${WORK}/unnamed.txtpb "wmi_class { name: \"Win32_DiskDrive\" row { property { name: \"Index\" i4: 3 } property { name: \"SCSIPort\" i4: 0 } "
                                  "property { name: \"Model\" i4: 1 } } row {} }\n")
-try(4 "PhysicalDiskStaticInfo: 0 disks\n" "a drive has no id: .*no Index \\(0x80041002\\)\n.*drive 3 has no id: the Model .* no text\n.*list of disk devices is empty\n"
+try(4 "PhysicalDiskStaticInfo: 0 disks\n" "list of disk devices is empty; .*\n.*a drive has no id: .*no Index \\(0x80041002\\); .*\n.*drive 3 has no id: the Model .* no text; "
     collect PhysicalDiskStaticInfo --machine ${WORK}/unnamed.txtpb)
 # Views of what can be odd; their ordinary look is in tests/golden.
 try(4 "999999986.99 +inf.*No SMART values \\(the drive reports none\\): \\(no id\\).*READ ONLY, backup failed.*174224571863520444416.00 YB.*SMART9\n.*\\\\x81 \\\\x08.*not reported"
     "" collect all --machine hostile.txtpb --log-level off)
-# A collection that fails does not take the others with it. The reason is the letter, said once; the exception is for debugging.
+# A collection that fails does not take the others with it. The reason is the letter; a finding says what else lacks data for it and what
+# can be done. The exception is for debugging.
 file(WRITE ${WORK}/letter.txtpb "disk { number: 0 kind: NVME model: \"One\" size: 1000000000 gpt {} } volume { letter: \"Z\" drive_type: 4 }\n")
 set(gone "^orbis-host: PhysicalDiskStaticInfo: not collected: ....Z: could not be opened .error 2.\n")
-try(1 "SmartStaticInfo: 1 disk\n" "${gone}$" collect PhysicalDiskStaticInfo SmartStaticInfo --machine ${WORK}/letter.txtpb)
+try(1 "SmartStaticInfo: 1 disk\n" "${gone}orbis-host: Z: could not be opened: .*PhysicalDiskDynamicInfo is empty.*; insert its medium[^\n]*\n$" collect PhysicalDiskStaticInfo SmartStaticInfo --machine ${WORK}/letter.txtpb)
 try(1 "SmartStaticInfo: 1 disk\n" "HRESULT 0x80070002 at cpp" collect PhysicalDiskStaticInfo SmartStaticInfo --machine ${WORK}/letter.txtpb --log-level Debug)
 # A disk by what a person calls it, for every datatype; one that is not there, with a list of those that are.
 try(0 "SmartNvmeInfo: 0 disks\n.*SmartStaticInfo: 1 disk\n +Disk.*DISK3 Samsung" "^$" collect smartnvmeinfo SmartStaticInfo --machine workstation.txtpb --item g:)

@@ -1,0 +1,286 @@
+#include <fmt/format.h>
+
+#include "Rules.h"
+#include "platform/Errors.h"
+#include "platform/Requests.h"
+#include "platform/Text.h"
+
+namespace orbis::insight {
+namespace {
+
+namespace win32 = platform::win32;
+using platform::Utf16ToUtf8;
+
+const std::vector<std::string> kOfEveryDisk{datatype::kDiskStatic, datatype::kDiskDynamic, datatype::kSmartStatic,
+                                            datatype::kSmartDynamic};
+
+// The walk over the disk devices: whether it reached its end, and which drives it found.
+class WalkRule final : public Rule {
+    static constexpr const char* kWalk = "disk-walk-ended";
+    static constexpr const char* kInstanceId = "instance-id-unreadable";
+    static constexpr const char* kNumber = "drive-number-above-31";
+    static constexpr const char* kConnect = "connect or remove the device, or update its driver";
+
+    void Read(const Record& record, Notes& notes) override
+    {
+        if (const auto* set = record.As<call::ClassDevices>()) {
+            notes.Asked(kWalk, {});
+            if (set->set == 0) {
+                Raise(fmt::format("the system does not list its disks (error {})", set->error), notes);
+            }
+        } else if (const auto* entry = record.As<call::EnumDeviceInterfaces>()) {
+            ReadEntry(*entry, notes);
+        } else if (const auto* detail = record.As<call::DeviceInterfaceDetail>()) {
+            ReadDetail(*detail, notes);
+        } else if (const auto* device = record.As<call::EnumDeviceInfo>()) {
+            if (!device->succeeded) {
+                EndsAt(device->index, fmt::format("its device: {}", ErrorText(device->error)), notes);
+            }
+        } else if (const auto* property = record.As<call::DeviceProperty>()) {
+            m_InstanceIdErrors[property->index] = property->succeeded ? 0 : property->error;
+        } else if (const auto* open = record.As<call::Open>()) {
+            const auto index = m_Indices.find(open->device->path);
+            if (index != m_Indices.end() && open->handle == 0) {
+                EndsAt(index->second, fmt::format("could not be opened: {}", ErrorText(open->error)), notes);
+            }
+        } else if (const auto* control = record.As<call::Control>()) {
+            const auto index = m_Indices.find(control->device->path);
+            if (index != m_Indices.end() && control->code == platform::kIoctlStorageGetDeviceNumber) {
+                ReadNumber(*control, index->second, notes);
+            }
+        }
+    }
+
+    static void ReadEntry(const call::EnumDeviceInterfaces& entry, Notes& notes)
+    {
+        if (entry.succeeded) {
+            return;
+        }
+        const bool isEnd = entry.error == win32::kNoMoreItems;
+        if (entry.index != 0 && !isEnd) {
+            EndsAt(entry.index, ErrorText(entry.error), notes);
+        } else if (entry.index == 0) {
+            Raise(isEnd ? "the system's list of disk devices is empty"
+                        : fmt::format("the system's list of disk devices cannot be read (error {})", entry.error),
+                  notes);
+        }
+    }
+
+    void ReadDetail(const call::DeviceInterfaceDetail& detail, Notes& notes)
+    {
+        if (detail.detail.empty()) {  // asks for the size, and fails by design
+            if (detail.succeeded || detail.required == 0) {
+                EndsAt(detail.index, "its path has no size", notes);
+            }
+        } else if (!detail.succeeded || detail.path.empty()) {
+            EndsAt(detail.index, detail.succeeded ? "its path is empty" : ErrorText(detail.error), notes);
+        } else {
+            m_Indices[detail.path] = detail.index;
+        }
+    }
+
+    void ReadNumber(const call::Control& control, std::uint32_t index, Notes& notes)
+    {
+        constexpr std::uint32_t kLastInMask = 31;
+        const auto number = DeviceNumberOf(control);
+        if (!number) {
+            EndsAt(index, control.succeeded ? "its number has a wrong length" : ErrorText(control.error), notes);
+            return;
+        }
+        const std::string disk = DiskName(*number);
+        notes.Asked(kNumber, disk);
+        if (*number > kLastInMask) {
+            notes.Raise({kNumber,
+                         disk,
+                         disk + ": NVMe data reach the drives 0 to 31 only",
+                         "detach drives with lower numbers, and restart",
+                         {datatype::kNvmeIdentify, datatype::kNvmeHealth}});
+        }
+        notes.Asked(kInstanceId, disk);
+        if (const std::uint32_t error = m_InstanceIdErrors[index]; error != 0) {
+            notes.Raise(
+                {kInstanceId,
+                 disk,
+                 fmt::format("the instance id of {} cannot be read: {}; the SMART values of WMI that it shows may be those of "
+                             "another disk",
+                             disk, ErrorText(error)),
+                 "compare them with the disk's own tool",
+                 {datatype::kSmartDynamic}});
+        }
+    }
+
+    static void EndsAt(std::uint32_t index, const std::string& why, Notes& notes)
+    {
+        Raise(fmt::format("the walk over the disk devices ended at entry {}: {}; this disk and those after it are missing", index,
+                          why),
+              notes);
+    }
+    static void Raise(std::string text, Notes& notes) { notes.Raise({kWalk, {}, std::move(text), kConnect, kOfEveryDisk}); }
+
+    std::map<std::u16string, std::uint32_t> m_Indices;          // of the walk, by interface path
+    std::map<std::uint32_t, std::uint32_t> m_InstanceIdErrors;  // by index; 0: read
+};
+
+// The records of Win32_DiskDrive, which give the item ids: rows that cannot be read, and disks that end up with the same id.
+class InventoryRule final : public Rule {
+    static constexpr const char* kRow = "inventory-record-unreadable";
+    static constexpr const char* kMissing = "inventory-record-missing";
+    static constexpr const char* kShared = "item-id-shared";
+
+    struct Row {
+        std::string drive;  // what it is called, once its number was asked
+        std::optional<std::uint32_t> number;
+        std::string pnpDeviceId;
+    };
+
+    void Read(const Record& record, Notes& notes) override
+    {
+        if (const auto* next = record.As<call::Next>(); next != nullptr && next->query->text == kInventoryQuery) {
+            m_IsListed = m_IsListed || next->result == platform::hresult::kWbemSFalse;
+        } else if (const auto* get = record.As<call::Get>(); get != nullptr && get->query->text == kInventoryQuery) {
+            ReadProperty(*get, notes);
+        } else if (const auto* control = record.As<call::Control>();
+                   control != nullptr && DrivePaths::LetterOf(control->device->path) == '\0') {
+            if (const auto number = DeviceNumberOf(*control)) {
+                m_Walked.insert(*number);
+            }
+        }
+    }
+
+    void ReadProperty(const call::Get& get, Notes& notes)
+    {
+        Row& row = m_Rows[get.row];
+        const std::string property = Utf16ToUtf8(get.name);
+        const bool isFailed = platform::Failed(get.result);
+        if (property == "Index") {  // only the inventory asks for the number first
+            row.drive = isFailed ? "a drive" : fmt::format("drive {}", static_cast<std::uint32_t>(get.value.payload));
+            if (!isFailed) {
+                row.number = static_cast<std::uint32_t>(get.value.payload);
+            }
+        }
+        if (row.drive.empty()) {
+            return;
+        }
+        const std::string subject = row.number ? DiskName(*row.number) : std::string();
+        notes.Asked(kRow, subject);
+        const bool isText = property != "Index" && property != "SCSIPort";  // a number without a value reads as 0
+        std::string problem;
+        if (isFailed) {
+            problem = fmt::format("{} has no id: its row of Win32_DiskDrive has no {} (0x{:08X})", row.drive, property,
+                                  static_cast<std::uint32_t>(get.result));
+        } else if (isText && (get.value.type != platform::VariantType::String || get.value.isNullPointer)) {
+            problem = fmt::format("{} has no id: the {} of its row of Win32_DiskDrive is no text", row.drive, property);
+        }
+        if (!problem.empty()) {
+            notes.Raise({kRow, subject, std::move(problem), "check the WMI repository (winmgmt /verifyrepository)", kOfEveryDisk});
+            if (row.number) {
+                m_Unreadable.insert(*row.number);
+            }
+        } else if (property == "PNPDeviceID") {
+            row.pnpDeviceId = Utf16ToUtf8(get.value.text);
+        } else if (property == "FirmwareRevision" && row.number) {
+            m_Ids.try_emplace(*row.number, row.pnpDeviceId);  // the first row of a number counts
+        }
+    }
+
+    void EndPass(Notes& notes) override
+    {
+        std::map<std::string, std::vector<std::uint32_t>> drivesOfId;
+        if (m_IsListed) {
+            drivesOfId[{}];  // asked in every pass
+        }
+        for (const std::uint32_t number : m_IsListed ? m_Walked : std::set<std::uint32_t>{}) {
+            const auto found = m_Ids.find(number);
+            notes.Asked(kMissing, DiskName(number));
+            drivesOfId[found != m_Ids.end() ? found->second : std::string()].push_back(number);
+            if (found == m_Ids.end() && !m_Unreadable.contains(number)) {
+                notes.Raise({kMissing, DiskName(number),
+                             DiskName(number) + " has no record in Win32_DiskDrive: its item id is \"Disk_\" alone",
+                             "rescan the disks; a driver that hides its disks from WMI needs an update", kOfEveryDisk});
+            }
+        }
+        for (const auto& [id, drives] : drivesOfId) {
+            notes.Asked(kShared, id);
+            if (drives.size() > 1) {
+                std::string names;
+                for (const std::uint32_t number : drives) {
+                    names += (names.empty() ? "" : ", ") + DiskName(number);
+                }
+                notes.Raise({kShared,
+                             id,
+                             fmt::format("{} share the item id \"Disk_{}\": PhysicalDiskStaticInfo, SmartStaticInfo and "
+                                         "SmartDynamicInfo fail for it",
+                                         names, id),
+                             "give each disk its record in Win32_DiskDrive (rescan, or update the driver)",
+                             {datatype::kDiskStatic, datatype::kSmartStatic, datatype::kSmartDynamic}});
+            }
+        }
+        m_Rows.clear();
+        m_Ids.clear();
+        m_Walked.clear();
+        m_Unreadable.clear();
+        m_IsListed = false;
+    }
+
+    std::map<Serial, Row> m_Rows;                // of this pass, as are those below
+    std::map<std::uint32_t, std::string> m_Ids;  // PnP device ids by drive number
+    std::set<std::uint32_t> m_Unreadable;
+    std::set<std::uint32_t> m_Walked;
+    bool m_IsListed = false;  // an enumeration came to its end in this pass
+};
+
+// NVMe data of another device-query library than this project's: its requests do not pass the ports. A collection reads the
+// inventory and then asks for disks; one that reads the inventory and asks nothing has got its disks elsewhere.
+class LibraryRule final : public Rule {
+    static constexpr const char* kKind = "foreign-device-query-library";
+
+    void Read(const Record& record, Notes& notes) override
+    {
+        bool& isOpen = m_IsOpen[record.thread];  // after an inventory, before anything else
+        if (const auto* get = record.As<call::Get>()) {
+            // The list of models, which other collections read, asks for the model first.
+            if (get->query->text == kInventoryQuery && get->rowIndex == 0 && get->name == u"Index") {
+                isOpen = true;
+            }
+        } else if (record.As<call::UtcNow>() != nullptr) {
+            Close(isOpen, notes);
+        } else if (record.As<call::InitializeCom>() != nullptr || record.As<call::ClassDevices>() != nullptr ||
+                   record.As<call::Open>() != nullptr) {
+            if (isOpen && record.As<call::Open>() != nullptr) {
+                notes.Asked(kKind, {});
+            }
+            isOpen = false;
+        }
+    }
+
+    void EndPass(Notes& notes) override
+    {
+        for (auto& [thread, isOpen] : m_IsOpen) {
+            Close(isOpen, notes);
+        }
+    }
+
+    static void Close(bool& isOpen, Notes& notes)
+    {
+        if (isOpen) {
+            notes.Raise(
+                {kKind,
+                 {},
+                 "the NVMe data come from a device-query library (sondix) that is not this project's: nothing of its requests "
+                 "is observed",
+                 "for findings and explanations of NVMe data, use the library that comes with the plug-in",
+                 {datatype::kNvmeIdentify, datatype::kNvmeHealth}});
+        }
+        isOpen = false;
+    }
+
+    std::map<std::uint32_t, bool> m_IsOpen;  // by thread
+};
+
+}  // namespace
+
+std::unique_ptr<Rule> MakeWalkRule() { return std::make_unique<WalkRule>(); }
+std::unique_ptr<Rule> MakeInventoryRule() { return std::make_unique<InventoryRule>(); }
+std::unique_ptr<Rule> MakeLibraryRule() { return std::make_unique<LibraryRule>(); }
+
+}  // namespace orbis::insight
