@@ -13,7 +13,8 @@ export SOURCE_DATE_EPOCH
 rm -rf out && mkdir out
 
 linux() {
-    cmake --preset run >build/run/configure.log 2>&1 || { cat build/run/configure.log >&2; return 1; }
+    mkdir -p build/run
+    [ -f build/run/build.ninja ] || cmake --preset run >build/run/configure.log 2>&1 || { cat build/run/configure.log >&2; return 1; }
     cmake --build --preset run >&2
     say "Debian packages"
     rm -rf build/run/packages
