@@ -4,11 +4,22 @@
 #include <ntddscsi.h>
 #include <winioctl.h>
 
+#include <setupapi.h>
+
+#include <devpropdef.h>
+#include <pdh.h>
+#include <pdhmsg.h>
+#include <wbemcli.h>
+
 #include <cstddef>
 
+#include "platform/DeviceIo.h"
 #include "platform/Errors.h"
 #include "platform/Firmware.h"
+#include "platform/Pdh.h"
 #include "platform/Requests.h"
+#include "platform/Setup.h"
+#include "platform/Wmi.h"
 
 namespace orbis::platform {
 namespace {
@@ -28,8 +39,10 @@ static_assert(kIoctlDiskGetDriveLayoutEx == IOCTL_DISK_GET_DRIVE_LAYOUT_EX);
 static_assert(kIoctlAtaPassThroughDirect == IOCTL_ATA_PASS_THROUGH_DIRECT);
 static_assert(kIoctlScsiPassThroughDirect == IOCTL_SCSI_PASS_THROUGH_DIRECT);
 static_assert(kFileDeviceDisk == FILE_DEVICE_DISK);
-static_assert(kAtaFlagsDrdyRequired == ATA_FLAGS_DRDY_REQUIRED && kAtaFlagsDataIn == ATA_FLAGS_DATA_IN);
-static_assert(kScsiIoctlDataIn == SCSI_IOCTL_DATA_IN);
+static_assert(kAtaFlagsDrdyRequired == ATA_FLAGS_DRDY_REQUIRED && kAtaFlagsDataIn == ATA_FLAGS_DATA_IN &&
+              kAtaFlagsDataOut == ATA_FLAGS_DATA_OUT && kAtaFlags48BitCommand == ATA_FLAGS_48BIT_COMMAND &&
+              kAtaFlagsUseDma == ATA_FLAGS_USE_DMA);
+static_assert(kScsiIoctlDataIn == SCSI_IOCTL_DATA_IN && kScsiIoctlDataOut == SCSI_IOCTL_DATA_OUT);
 
 SAME_SIZE(StorageDeviceNumber, STORAGE_DEVICE_NUMBER);
 SAME_FIELD(StorageDeviceNumber, deviceType, STORAGE_DEVICE_NUMBER, DeviceType);
@@ -107,12 +120,20 @@ SAME_FIELD(DiskPerformance, storageManagerName, DISK_PERFORMANCE, StorageManager
 static_assert(kStorageDeviceProperty == StorageDeviceProperty && kStorageAdapterProperty == StorageAdapterProperty &&
               kStorageAdapterProtocolSpecificProperty == StorageAdapterProtocolSpecificProperty &&
               kStorageDeviceProtocolSpecificProperty == StorageDeviceProtocolSpecificProperty &&
-              kPropertyStandardQuery == PropertyStandardQuery);
+              kPropertyStandardQuery == PropertyStandardQuery && kPropertyExistsQuery == PropertyExistsQuery);
 static_assert(static_cast<int>(BusType::Unknown) == BusTypeUnknown && static_cast<int>(BusType::Scsi) == BusTypeScsi &&
-              static_cast<int>(BusType::Ata) == BusTypeAta && static_cast<int>(BusType::Usb) == BusTypeUsb &&
-              static_cast<int>(BusType::Raid) == BusTypeRAID && static_cast<int>(BusType::Sata) == BusTypeSata &&
-              static_cast<int>(BusType::Nvme) == BusTypeNvme && static_cast<int>(BusType::Scm) == BusTypeSCM &&
-              static_cast<int>(BusType::Ufs) == BusTypeUfs);
+              static_cast<int>(BusType::Atapi) == BusTypeAtapi && static_cast<int>(BusType::Ata) == BusTypeAta &&
+              static_cast<int>(BusType::Ieee1394) == BusType1394 && static_cast<int>(BusType::Ssa) == BusTypeSsa &&
+              static_cast<int>(BusType::Fibre) == BusTypeFibre && static_cast<int>(BusType::Usb) == BusTypeUsb &&
+              static_cast<int>(BusType::Raid) == BusTypeRAID && static_cast<int>(BusType::Iscsi) == BusTypeiScsi &&
+              static_cast<int>(BusType::Sas) == BusTypeSas && static_cast<int>(BusType::Sata) == BusTypeSata &&
+              static_cast<int>(BusType::Sd) == BusTypeSd && static_cast<int>(BusType::Mmc) == BusTypeMmc &&
+              static_cast<int>(BusType::Virtual) == BusTypeVirtual &&
+              static_cast<int>(BusType::FileBackedVirtual) == BusTypeFileBackedVirtual &&
+              static_cast<int>(BusType::Spaces) == BusTypeSpaces && static_cast<int>(BusType::Nvme) == BusTypeNvme &&
+              static_cast<int>(BusType::Scm) == BusTypeSCM && static_cast<int>(BusType::Ufs) == BusTypeUfs);
+// BusTypeNvmeof is not in mingw-w64 10; the number is the documentation's.
+static_assert(static_cast<int>(BusType::NvmeOf) == 20);
 static_assert(sizeof(StoragePropertyQueryHead) == offsetof(STORAGE_PROPERTY_QUERY, AdditionalParameters));
 SAME_FIELD(StoragePropertyQueryHead, propertyId, STORAGE_PROPERTY_QUERY, PropertyId);
 SAME_FIELD(StoragePropertyQueryHead, queryType, STORAGE_PROPERTY_QUERY, QueryType);
@@ -142,7 +163,22 @@ SAME_FIELD(StorageProtocolSpecificData, requestSubValue2, STORAGE_PROTOCOL_SPECI
 SAME_SIZE(StorageProtocolDataDescriptor, STORAGE_PROTOCOL_DATA_DESCRIPTOR);
 SAME_FIELD(StorageProtocolDataDescriptor, protocol, STORAGE_PROTOCOL_DATA_DESCRIPTOR, ProtocolSpecificData);
 
-// mingw-w64 10 has the control code of this request but not its structure; the SDK that has it has this macro too.
+// STORAGE_PROTOCOL_COMMAND: mingw-w64 10 has the control code of this request but not its structure, so the numbers of Microsoft's
+// documentation stand here; an SDK that has the structure has the macro too.
+static_assert(sizeof(StorageProtocolCommandHead) == 80 && offsetof(StorageProtocolCommandHead, flags) == 12 &&
+              offsetof(StorageProtocolCommandHead, returnStatus) == 16 &&
+              offsetof(StorageProtocolCommandHead, commandLength) == 24 &&
+              offsetof(StorageProtocolCommandHead, dataFromDeviceTransferLength) == 36 &&
+              offsetof(StorageProtocolCommandHead, timeOutValue) == 40 &&
+              offsetof(StorageProtocolCommandHead, errorInfoOffset) == 44 &&
+              offsetof(StorageProtocolCommandHead, dataFromDeviceBufferOffset) == 52 &&
+              offsetof(StorageProtocolCommandHead, commandSpecific) == 56 &&
+              offsetof(StorageProtocolCommandHead, fixedProtocolReturnData) == 64);
+static_assert(StorageProtocolCommandHead{}.version == 1 && StorageProtocolCommandHead{}.length == 84);
+static_assert(kProtocolCommandFlagAdapterRequest == 0x80000000 && kProtocolSpecificNvmeAdminCommand == 0x01 &&
+              kProtocolCommandLengthNvme == 0x40);
+static_assert(kProtocolStatusPending == 0x0 && kProtocolStatusSuccess == 0x1 && kProtocolStatusError == 0x2 &&
+              kProtocolStatusInvalidRequest == 0x3 && kProtocolStatusThrottled == 0x8 && kProtocolStatusNotSupported == 0xFF);
 #if defined(STORAGE_PROTOCOL_STRUCTURE_VERSION)
 static_assert(sizeof(StorageProtocolCommandHead) == offsetof(STORAGE_PROTOCOL_COMMAND, Command));
 static_assert(StorageProtocolCommandHead{}.version == STORAGE_PROTOCOL_STRUCTURE_VERSION &&
@@ -153,25 +189,79 @@ SAME_FIELD(StorageProtocolCommandHead, commandLength, STORAGE_PROTOCOL_COMMAND, 
 SAME_FIELD(StorageProtocolCommandHead, timeOutValue, STORAGE_PROTOCOL_COMMAND, TimeOutValue);
 SAME_FIELD(StorageProtocolCommandHead, dataFromDeviceBufferOffset, STORAGE_PROTOCOL_COMMAND, DataFromDeviceBufferOffset);
 SAME_FIELD(StorageProtocolCommandHead, commandSpecific, STORAGE_PROTOCOL_COMMAND, CommandSpecific);
-static_assert(kProtocolCommandFlagAdapterRequest == STORAGE_PROTOCOL_COMMAND_FLAG_ADAPTER_REQUEST);
-static_assert(kProtocolStatusSuccess == STORAGE_PROTOCOL_STATUS_SUCCESS && kProtocolStatusError == STORAGE_PROTOCOL_STATUS_ERROR);
-static_assert(kProtocolSpecificNvmeAdminCommand == STORAGE_PROTOCOL_SPECIFIC_NVME_ADMIN_COMMAND);
-static_assert(kProtocolCommandLengthNvme == STORAGE_PROTOCOL_COMMAND_LENGTH_NVME);
+static_assert(kProtocolStatusThrottled == STORAGE_PROTOCOL_STATUS_THROTTLED_REQUEST &&
+              kProtocolStatusNotSupported == STORAGE_PROTOCOL_STATUS_NOT_SUPPORTED);
 #endif
 
-static_assert(win32::kInvalidFunction == ERROR_INVALID_FUNCTION && win32::kFileNotFound == ERROR_FILE_NOT_FOUND &&
-              win32::kPathNotFound == ERROR_PATH_NOT_FOUND && win32::kTooManyOpenFiles == ERROR_TOO_MANY_OPEN_FILES &&
-              win32::kAccessDenied == ERROR_ACCESS_DENIED && win32::kInvalidHandle == ERROR_INVALID_HANDLE &&
-              win32::kNotEnoughMemory == ERROR_NOT_ENOUGH_MEMORY && win32::kInvalidData == ERROR_INVALID_DATA &&
-              win32::kBadUnit == ERROR_BAD_UNIT && win32::kNotReady == ERROR_NOT_READY && win32::kCrc == ERROR_CRC &&
-              win32::kBadLength == ERROR_BAD_LENGTH && win32::kGenFailure == ERROR_GEN_FAILURE &&
-              win32::kSharingViolation == ERROR_SHARING_VIOLATION && win32::kNotSupported == ERROR_NOT_SUPPORTED &&
-              win32::kDevNotExist == ERROR_DEV_NOT_EXIST && win32::kInvalidParameter == ERROR_INVALID_PARAMETER &&
-              win32::kSemTimeout == ERROR_SEM_TIMEOUT && win32::kInsufficientBuffer == ERROR_INSUFFICIENT_BUFFER &&
-              win32::kInvalidName == ERROR_INVALID_NAME && win32::kBusy == ERROR_BUSY && win32::kMoreData == ERROR_MORE_DATA &&
-              win32::kNoMoreItems == ERROR_NO_MORE_ITEMS && win32::kNoUnicodeTranslation == ERROR_NO_UNICODE_TRANSLATION &&
-              win32::kIoDevice == ERROR_IO_DEVICE && win32::kDeviceNotConnected == ERROR_DEVICE_NOT_CONNECTED &&
-              win32::kNotFound == ERROR_NOT_FOUND);
+// Setup.h
+SAME_SIZE(DeviceInterfaceData, SP_DEVICE_INTERFACE_DATA);
+SAME_FIELD(DeviceInterfaceData, size, SP_DEVICE_INTERFACE_DATA, cbSize);
+SAME_FIELD(DeviceInterfaceData, interfaceClass, SP_DEVICE_INTERFACE_DATA, InterfaceClassGuid);
+SAME_FIELD(DeviceInterfaceData, flags, SP_DEVICE_INTERFACE_DATA, Flags);
+SAME_SIZE(DeviceInfoData, SP_DEVINFO_DATA);
+SAME_FIELD(DeviceInfoData, size, SP_DEVINFO_DATA, cbSize);
+SAME_FIELD(DeviceInfoData, deviceClass, SP_DEVINFO_DATA, ClassGuid);
+SAME_FIELD(DeviceInfoData, deviceInstance, SP_DEVINFO_DATA, DevInst);
+static_assert(kDeviceInterfaceDetailHeaderSize == sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) &&
+              kDeviceInterfaceDetailPathOffset == offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_W, DevicePath));
+SAME_SIZE(DevicePropertyKey, DEVPROPKEY);
+SAME_FIELD(DevicePropertyKey, category, DEVPROPKEY, fmtid);
+SAME_FIELD(DevicePropertyKey, id, DEVPROPKEY, pid);
+static_assert(kDigcfPresent == DIGCF_PRESENT && kDigcfDeviceInterface == DIGCF_DEVICEINTERFACE &&
+              kDevicePropertyTypeString == DEVPROP_TYPE_STRING);
+
+// Wmi.h
+static_assert(static_cast<int>(VariantType::Empty) == VT_EMPTY && static_cast<int>(VariantType::Null) == VT_NULL &&
+              static_cast<int>(VariantType::Int16) == VT_I2 && static_cast<int>(VariantType::Int32) == VT_I4 &&
+              static_cast<int>(VariantType::Float32) == VT_R4 && static_cast<int>(VariantType::Float64) == VT_R8 &&
+              static_cast<int>(VariantType::String) == VT_BSTR && static_cast<int>(VariantType::Bool) == VT_BOOL &&
+              static_cast<int>(VariantType::UInt8) == VT_UI1 && static_cast<int>(VariantType::UInt32) == VT_UI4 &&
+              static_cast<int>(VariantType::ArrayFlag) == VT_ARRAY &&
+              static_cast<int>(VariantType::UInt8Array) == (VT_ARRAY | VT_UI1) &&
+              static_cast<int>(VariantType::StringArray) == (VT_ARRAY | VT_BSTR));
+
+// Pdh.h
+static_assert(pdh::kValidData == PDH_CSTATUS_VALID_DATA && pdh::kNewData == PDH_CSTATUS_NEW_DATA &&
+              pdh::kNoInstance == PDH_CSTATUS_NO_INSTANCE && pdh::kMoreData == PDH_MORE_DATA && pdh::kNoData == PDH_NO_DATA &&
+              pdh::kNoObject == PDH_CSTATUS_NO_OBJECT && pdh::kNoCounter == PDH_CSTATUS_NO_COUNTER &&
+              pdh::kInvalidData == PDH_CSTATUS_INVALID_DATA && pdh::kInvalidHandle == PDH_INVALID_HANDLE &&
+              pdh::kInvalidArgument == PDH_INVALID_ARGUMENT && pdh::kBadCounterName == PDH_CSTATUS_BAD_COUNTERNAME &&
+              pdh::kMemoryAllocation == PDH_MEMORY_ALLOCATION_FAILURE && pdh::kNotValidYet == PDH_INVALID_DATA);
+static_assert(pdh::kFormatDouble == PDH_FMT_DOUBLE && pdh::kFormatNoCap100 == PDH_FMT_NOCAP100);
+
+// DeviceIo.h
+static_assert(kFileReadAttributes == FILE_READ_ATTRIBUTES && kGenericRead == GENERIC_READ && kGenericWrite == GENERIC_WRITE &&
+              kFileShareRead == FILE_SHARE_READ && kFileShareWrite == FILE_SHARE_WRITE && kOpenExisting == OPEN_EXISTING);
+
+// Errors.h
+static_assert(hresult::kOk == S_OK && hresult::kFalse == S_FALSE && hresult::kNotImplemented == E_NOTIMPL &&
+              hresult::kFail == E_FAIL && hresult::kNoInterface == E_NOINTERFACE &&
+              hresult::kCoNotInitialized == CO_E_NOTINITIALIZED &&
+              hresult::kRpcServerUnavailable == HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE) &&
+              hresult::kWbemInvalidParameter == static_cast<Hresult>(WBEM_E_INVALID_PARAMETER) &&
+              hresult::kWbemInvalidQueryType == static_cast<Hresult>(WBEM_E_INVALID_QUERY_TYPE) &&
+              hresult::kUnexpected == E_UNEXPECTED && hresult::kAccessDenied == E_ACCESSDENIED &&
+              hresult::kOutOfMemory == E_OUTOFMEMORY && hresult::kInvalidArgument == E_INVALIDARG &&
+              hresult::kRpcChangedMode == RPC_E_CHANGED_MODE && hresult::kRpcTooLate == RPC_E_TOO_LATE &&
+              hresult::kDispBadIndex == DISP_E_BADINDEX && hresult::kClassNotRegistered == REGDB_E_CLASSNOTREG &&
+              hresult::kWbemSFalse == WBEM_S_FALSE && hresult::kWbemFailed == static_cast<Hresult>(WBEM_E_FAILED) &&
+              hresult::kWbemNotFound == static_cast<Hresult>(WBEM_E_NOT_FOUND) &&
+              hresult::kWbemInvalidNamespace == static_cast<Hresult>(WBEM_E_INVALID_NAMESPACE) &&
+              hresult::kWbemInvalidClass == static_cast<Hresult>(WBEM_E_INVALID_CLASS) &&
+              hresult::kWbemInvalidQuery == static_cast<Hresult>(WBEM_E_INVALID_QUERY));
+static_assert(win32::kSuccess == ERROR_SUCCESS && win32::kInvalidFunction == ERROR_INVALID_FUNCTION &&
+              win32::kFileNotFound == ERROR_FILE_NOT_FOUND && win32::kPathNotFound == ERROR_PATH_NOT_FOUND &&
+              win32::kTooManyOpenFiles == ERROR_TOO_MANY_OPEN_FILES && win32::kAccessDenied == ERROR_ACCESS_DENIED &&
+              win32::kInvalidHandle == ERROR_INVALID_HANDLE && win32::kNotEnoughMemory == ERROR_NOT_ENOUGH_MEMORY &&
+              win32::kInvalidData == ERROR_INVALID_DATA && win32::kBadUnit == ERROR_BAD_UNIT &&
+              win32::kNotReady == ERROR_NOT_READY && win32::kCrc == ERROR_CRC && win32::kBadLength == ERROR_BAD_LENGTH &&
+              win32::kGenFailure == ERROR_GEN_FAILURE && win32::kSharingViolation == ERROR_SHARING_VIOLATION &&
+              win32::kNotSupported == ERROR_NOT_SUPPORTED && win32::kDevNotExist == ERROR_DEV_NOT_EXIST &&
+              win32::kInvalidParameter == ERROR_INVALID_PARAMETER && win32::kSemTimeout == ERROR_SEM_TIMEOUT &&
+              win32::kInsufficientBuffer == ERROR_INSUFFICIENT_BUFFER && win32::kInvalidName == ERROR_INVALID_NAME &&
+              win32::kBusy == ERROR_BUSY && win32::kMoreData == ERROR_MORE_DATA && win32::kNoMoreItems == ERROR_NO_MORE_ITEMS &&
+              win32::kNoUnicodeTranslation == ERROR_NO_UNICODE_TRANSLATION && win32::kIoDevice == ERROR_IO_DEVICE &&
+              win32::kDeviceNotConnected == ERROR_DEVICE_NOT_CONNECTED && win32::kNotFound == ERROR_NOT_FOUND);
 #if defined(ERROR_NO_SUCH_DEVICE)  // not in mingw-w64 10
 static_assert(win32::kNoSuchDevice == ERROR_NO_SUCH_DEVICE);
 #endif

@@ -191,8 +191,8 @@ TEST_F(ReadingTest, CommandAnswerIsTakenOnlyWhenItIsSound)
     constexpr auto kLength = offsetof(StorageProtocolCommandHead, dataFromDeviceTransferLength);
     constexpr auto kOffset = offsetof(StorageProtocolCommandHead, dataFromDeviceBufferOffset);
     EXPECT_TRUE(soundAfter(kStatus, kProtocolStatusSuccess));
-    for (const auto status :
-         {kProtocolStatusPending, kProtocolStatusError, kProtocolStatusInvalidRequest, kProtocolStatusNotSupported}) {
+    for (const auto status : {kProtocolStatusPending, kProtocolStatusError, kProtocolStatusInvalidRequest, kProtocolStatusThrottled,
+                              kProtocolStatusNotSupported}) {
         EXPECT_FALSE(soundAfter(kStatus, status)) << status;
     }
     EXPECT_FALSE(soundAfter(kLength, 511));

@@ -290,7 +290,8 @@ inline constexpr std::uint32_t kProtocolStatusPending = 0;
 inline constexpr std::uint32_t kProtocolStatusSuccess = 1;
 inline constexpr std::uint32_t kProtocolStatusError = 2;
 inline constexpr std::uint32_t kProtocolStatusInvalidRequest = 3;
-inline constexpr std::uint32_t kProtocolStatusNotSupported = 8;
+inline constexpr std::uint32_t kProtocolStatusThrottled = 8;
+inline constexpr std::uint32_t kProtocolStatusNotSupported = 0xFF;
 inline constexpr std::uint32_t kProtocolSpecificNvmeAdminCommand = 1;
 inline constexpr std::uint32_t kProtocolCommandLengthNvme = 64;
 
