@@ -5,6 +5,8 @@
  *
  * With a simulated machine, the plug-in sees that machine instead of this one. Of a message this host reads three texts on its own;
  * one that reads more uses a protocol-buffer library and the .proto files.
+ *
+ * The plug-in is used on a thread of its own, which a device or a WMI provider that hangs may hold. This host only waits for it.
  */
 #include <stdio.h>
 #include <string.h>
@@ -12,16 +14,69 @@
 
 #include "HostBorder/orbis_border.h"
 
-/* ---- Libraries: the one thing that every system does its own way ---- */
+/* ---- Libraries and threads: what every system does its own way ---- */
+
+/* What the thread does. */
+typedef struct Task {
+    void (*work)(void* context);
+    void* context;
+} Task;
 
 #ifdef _WIN32
 #include <windows.h>
-static void* load(const char* path) { return LoadLibraryA(path); }
-static void* find(void* library, const char* name) { return (void*)GetProcAddress(library, name); }
+/* After windows.h, which it needs. */
+#include <objbase.h>
+
+/* What the library depends on is looked for beside it, wherever this program was started. */
+static void* load(const char* path)
+{
+    char full[MAX_PATH];
+    const DWORD length = GetFullPathNameA(path, sizeof full, full, NULL);
+    return length > 0 && length < sizeof full
+               ? LoadLibraryExA(full, NULL, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS)
+               : NULL;
+}
+static void* find(void* library, const char* name) { return library != NULL ? (void*)GetProcAddress(library, name) : NULL; }
+
+/* A multi-threaded apartment for the life of the plug-in object. COM's security is set before the plug-in's first query would set
+ * it for the whole process; a host that needs another one asks for it here. */
+static DWORD WINAPI run(void* context)
+{
+    const Task* const task = context;
+    if (SUCCEEDED(CoInitializeEx(NULL, COINIT_MULTITHREADED))) {
+        CoInitializeSecurity(NULL, -1, NULL, NULL, RPC_C_AUTHN_LEVEL_DEFAULT, RPC_C_IMP_LEVEL_IMPERSONATE, NULL, EOAC_NONE, NULL);
+        task->work(task->context);
+        CoUninitialize();
+    }
+    return 0;
+}
+static int run_on_own_thread(Task* task)
+{
+    const HANDLE thread = CreateThread(NULL, 0, run, task, 0, NULL);
+    const int is_started = thread != NULL;
+    if (is_started) {
+        WaitForSingleObject(thread, INFINITE);
+        CloseHandle(thread);
+    }
+    return is_started;
+}
 #else
 #include <dlfcn.h>
+#include <pthread.h>
 static void* load(const char* path) { return dlopen(path, RTLD_NOW | RTLD_LOCAL); }
 static void* find(void* library, const char* name) { return library != NULL ? dlsym(library, name) : NULL; }
+
+static void* run(void* context)
+{
+    const Task* const task = context;
+    task->work(task->context);
+    return NULL;
+}
+static int run_on_own_thread(Task* task)
+{
+    pthread_t thread;
+    return pthread_create(&thread, NULL, run, task) == 0 && pthread_join(thread, NULL) == 0;
+}
 #endif
 
 /* An object pointer as a function pointer, which C cannot convert. */
@@ -228,6 +283,28 @@ static void collect_in_all_ways(const OrbisRegistration* plugin, OrbisPlugin* ob
     collect(plugin, object, operation, "A disk that is not there:", &nowhere, 0);
 }
 
+/* The plug-in and one of its operations. */
+typedef struct Collector {
+    const OrbisRegistration* plugin;
+    size_t operation;
+} Collector;
+
+/* The life of a plug-in object. */
+static void use_plugin(void* context)
+{
+    const Collector* const collector = context;
+    const OrbisHost host = {sizeof host, on_log, NULL};
+    OrbisPlugin* object = NULL;
+    const OrbisResult* const created = collector->plugin->create(&host, &object);
+    if (created->failure != NULL) {
+        print_failure(created->failure);
+    } else {
+        collect_in_all_ways(collector->plugin, object, collector->operation);
+    }
+    collector->plugin->free(created);
+    collector->plugin->destroy(object);
+}
+
 static int use_machine(const char* library, const char* file)
 {
     int (*use)(const char*, char*, size_t) = NULL;
@@ -243,11 +320,8 @@ static int use_machine(const char* library, const char* file)
 int main(int argc, char** argv)
 {
     OrbisPluginRegistrationFunction registration = NULL;
-    const OrbisRegistration* plugin;
-    const OrbisHost host = {sizeof host, on_log, NULL};
-    OrbisPlugin* object = NULL;
-    const OrbisResult* created;
-    size_t operation;
+    Collector collector;
+    Task task = {use_plugin, &collector};
 
     if (argc != 2 && argc != 4) {
         fprintf(stderr, "usage: %s PLUGIN [SIMULATED_LIBRARY MACHINE_FILE]\n", argv[0]);
@@ -257,20 +331,15 @@ int main(int argc, char** argv)
         return 2;
     }
     FIND_FUNCTION(registration, argv[1], ORBIS_PLUGIN_REGISTRATION_NAME);
-    plugin = registration != NULL ? registration() : NULL;
-    if (plugin == NULL || plugin->version != ORBIS_BORDER_VERSION) {
+    collector.plugin = registration != NULL ? registration() : NULL;
+    if (collector.plugin == NULL || collector.plugin->version != ORBIS_BORDER_VERSION) {
         fprintf(stderr, "%s is no plug-in that this host knows\n", argv[1]);
         return 3;
     }
-    operation = describe(plugin, "CollectNvmeIdentifyControllerData");
-
-    created = plugin->create(&host, &object);
-    if (created->failure != NULL) {
-        print_failure(created->failure);
-    } else {
-        collect_in_all_ways(plugin, object, operation);
+    collector.operation = describe(collector.plugin, "CollectNvmeIdentifyControllerData");
+    if (!run_on_own_thread(&task)) {
+        fputs("no thread to collect on\n", stderr);
+        return 3;
     }
-    plugin->free(created);
-    plugin->destroy(object);
     return 0;
 }

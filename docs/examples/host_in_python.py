@@ -3,10 +3,14 @@
     host_in_python.py [PLUGIN [SIMULATED_LIBRARY MACHINE_FILE]]
 
 Without a plug-in's file, the installed one is loaded. With a simulated machine, the plug-in sees that machine instead of this one.
+
+The plug-in is used on a thread of its own, which a device or a WMI provider that hangs may hold. This host only waits for it.
 """
 
+import ctypes
 import logging
 import sys
+from concurrent.futures import ThreadPoolExecutor
 
 import orbis_storage
 
@@ -32,6 +36,14 @@ def collect(plugin, title, **how):
     return items
 
 
+def enter_apartment():
+    """On Windows, a multi-threaded apartment for the thread's life, and COM's security before the plug-in's first query sets it."""
+    if sys.platform == "win32":
+        multithreaded, any_service, default_authentication, impersonate = 0, -1, 0, 3
+        ctypes.windll.ole32.CoInitializeEx(None, multithreaded)
+        ctypes.windll.ole32.CoInitializeSecurity(None, any_service, None, None, default_authentication, impersonate, None, 0, None)
+
+
 def main(plugin_file=None, *machine):
     logging.basicConfig(format="%(levelname)s: %(message)s", level=logging.DEBUG, stream=sys.stderr)
     if machine:
@@ -52,4 +64,5 @@ def main(plugin_file=None, *machine):
 if __name__ == "__main__":
     if len(sys.argv) not in (1, 2, 4):
         sys.exit(__doc__)
-    main(*sys.argv[1:])
+    with ThreadPoolExecutor(max_workers=1, initializer=enter_apartment) as thread:
+        thread.submit(main, *sys.argv[1:]).result()

@@ -17,6 +17,7 @@ using HardwareAccessLib::BasicDiskInfo;
 using HardwareAccessLib::DiskDriveMediaType;
 using HardwareAccessLib::Sector;
 
+// No line of this unit is documented, so its failures carry the line that raised them.
 constexpr std::string_view kUnit = R"(cpp\Common\src\SmartDataFetcher)";
 
 // A block begins with a 2-byte revision; entries of 12 bytes follow.
