@@ -1,0 +1,226 @@
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/message.h>
+#include <google/protobuf/util/json_util.h>
+
+#include <algorithm>
+#include <chrono>
+#include <exception>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "insight/Explanation.h"
+#include "insight/Findings.h"
+#include "insight/Health.h"
+#include "insight/Journal.h"
+#include "insight/orbis_insight.h"
+#include "orbis/datatypes/nvme_health.pb.h"
+#include "orbis/datatypes/nvme_identify.pb.h"
+#include "orbis/datatypes/physical_disk.pb.h"
+#include "orbis/datatypes/smart.pb.h"
+#include "orbis/insight/findings.pb.h"
+
+namespace orbis::insight {
+namespace {
+
+namespace pb = google::protobuf;
+
+struct OwnedResult {
+    OrbisInsightResult result{};  // first: a host gets its address
+    std::string text;
+};
+
+const OrbisInsightResult* Own(std::string text, bool isFailure)
+{
+    auto owned = std::make_unique<OwnedResult>();
+    owned->text = std::move(text);
+    owned->result = {sizeof(OrbisInsightResult), isFailure ? 1 : 0, {owned->text.data(), owned->text.size()}};
+    return &owned.release()->result;
+}
+
+// Answers when there is no memory for an answer; it is never freed.
+constexpr std::string_view kNoMemory = "out of memory";
+constexpr OrbisInsightResult kOutOfMemory{sizeof(OrbisInsightResult), 1, {kNoMemory.data(), kNoMemory.size()}};
+
+// The result of `answer`, or its failure.
+template <class Answer>
+const OrbisInsightResult* Guarded(Answer&& answer) noexcept
+{
+    try {
+        try {
+            return Own(answer(), false);
+        } catch (const std::exception& exception) {
+            return Own(exception.what(), true);
+        }
+    } catch (...) {
+        return &kOutOfMemory;
+    }
+}
+
+void ORBIS_CALL Free(const OrbisInsightResult* result)
+{
+    if (result != &kOutOfMemory) {
+        delete reinterpret_cast<const OwnedResult*>(result);
+    }
+}
+
+std::string Json(const pb::Message& message)
+{
+    std::string text;
+    if (!pb::util::MessageToJsonString(message, &text).ok()) {
+        throw std::runtime_error("the message " + message.GetTypeName() + " cannot be written as JSON");
+    }
+    return text;
+}
+
+std::string ToString(const OrbisText* text)
+{
+    if (text == nullptr) {
+        throw std::invalid_argument("a text is missing (null)");
+    }
+    return text->length > 0 ? std::string(text->data, text->length) : std::string();
+}
+
+std::unique_ptr<pb::Message> Parse(const OrbisText* datatype, const OrbisText* message)
+{
+    using namespace veyra::orbis::datatypes;
+    // Names each file of the schema, so that a static library has them all.
+    for (const pb::Descriptor* one : {PhysicalDiskStaticInfo::descriptor(), SmartStaticInfo::descriptor(),
+                                      SmartNvmeInfo::descriptor(), NvmeIdentifyControllerData::descriptor()}) {
+        static_cast<void>(one);
+    }
+    const std::string name = ToString(datatype);
+    const pb::Descriptor* found = pb::DescriptorPool::generated_pool()->FindMessageTypeByName(name);
+    const pb::Message* prototype = found != nullptr ? pb::MessageFactory::generated_factory()->GetPrototype(found) : nullptr;
+    if (prototype == nullptr) {
+        throw std::invalid_argument("no such message: " + name);
+    }
+    std::unique_ptr<pb::Message> parsed(prototype->New());
+    if (!parsed->ParseFromString(ToString(message))) {
+        throw std::invalid_argument("these bytes are no " + name);
+    }
+    return parsed;
+}
+
+// The one observer of the process. It is never destroyed: plug-in objects may outlive any order of destruction.
+class Observer {
+public:
+    static Observer& Get()
+    {
+        static auto& observer = *new Observer;
+        return observer;
+    }
+
+    std::string Install(std::size_t capacity)
+    {
+        const std::lock_guard lock(m_Lock);
+        if (m_Journal != nullptr) {
+            throw std::logic_error("it is installed already");
+        }
+        m_Journal = std::make_unique<Journal>(platform::Platform::Current(), capacity != 0 ? capacity : Journal::kDefaultCapacity);
+        platform::Platform::Replace(m_Journal.get());
+        return {};
+    }
+
+    std::string EndPass()
+    {
+        const std::lock_guard lock(m_Lock);
+        RequireInstalled();
+        m_Pass = m_Journal->Take();
+        m_Findings.Read(*m_Pass);
+        m_New = m_Findings.EndPass();
+        return {};
+    }
+
+    std::string FindingsJson()
+    {
+        const std::lock_guard lock(m_Lock);
+        RequirePass();
+        FindingsReport report;
+        report.set_format_version(1);
+        for (const Finding& finding : m_Findings.Current()) {
+            FindingEntry& entry = *report.add_finding();
+            entry.set_kind(finding.kind);
+            entry.set_subject(finding.subject);
+            entry.set_text(finding.text);
+            entry.set_remedy(finding.remedy);
+            entry.mutable_datatypes()->Add(finding.datatypes.begin(), finding.datatypes.end());
+            entry.set_is_new(std::find(m_New.begin(), m_New.end(), finding) != m_New.end());
+        }
+        return Json(report);
+    }
+
+    std::string Health()
+    {
+        const std::lock_guard lock(m_Lock);
+        RequirePass();
+        return Json(MakeReport(EvidenceOf(m_Pass->records), {}, std::chrono::system_clock::now()));
+    }
+
+    std::string Explain(const OrbisText* datatype, const OrbisText* message, const OrbisText* itemId)
+    {
+        const std::lock_guard lock(m_Lock);
+        RequirePass();
+        return Json(Explainer(m_Pass->records).Explain(*Parse(datatype, message), ToString(itemId)));
+    }
+
+private:
+    void RequireInstalled() const
+    {
+        if (m_Journal == nullptr) {
+            throw std::logic_error("it is not installed: call install before a plug-in object is created");
+        }
+    }
+    void RequirePass() const
+    {
+        RequireInstalled();
+        if (!m_Pass) {
+            throw std::logic_error("no pass was ended: call endPass after the collections");
+        }
+    }
+
+    std::mutex m_Lock;
+    std::unique_ptr<Journal> m_Journal;
+    Findings m_Findings;
+    std::vector<Finding> m_New;  // of the pass that was ended last
+    std::optional<Extract> m_Pass;
+};
+
+const OrbisInsightResult* ORBIS_CALL Install(std::size_t capacity)
+{
+    return Guarded([&] { return Observer::Get().Install(capacity); });
+}
+const OrbisInsightResult* ORBIS_CALL EndPass()
+{
+    return Guarded([] { return Observer::Get().EndPass(); });
+}
+const OrbisInsightResult* ORBIS_CALL FindingsJson()
+{
+    return Guarded([] { return Observer::Get().FindingsJson(); });
+}
+const OrbisInsightResult* ORBIS_CALL HealthJson()
+{
+    return Guarded([] { return Observer::Get().Health(); });
+}
+const OrbisInsightResult* ORBIS_CALL ExplainJson(const OrbisText* datatype, const OrbisText* message, const OrbisText* itemId)
+{
+    return Guarded([&] { return Observer::Get().Explain(datatype, message, itemId); });
+}
+const OrbisInsightResult* ORBIS_CALL MessageJson(const OrbisText* datatype, const OrbisText* message)
+{
+    return Guarded([&] { return Json(*Parse(datatype, message)); });
+}
+
+}  // namespace
+}  // namespace orbis::insight
+
+extern "C" const OrbisInsight* ORBIS_CALL OrbisInsightTable()
+{
+    using namespace orbis::insight;
+    static const OrbisInsight table{sizeof(OrbisInsight), ORBIS_INSIGHT_VERSION, Install,     EndPass, FindingsJson,
+                                    HealthJson,           ExplainJson,           MessageJson, Free};
+    return &table;
+}
