@@ -35,7 +35,9 @@ function(orbis_install_libraries component)
 endfunction()
 
 orbis_install_libraries(runtime StorageCollector sondix orbis-platform)
-if(TARGET orbis-insight)
+if(WIN32)
+    orbis_install_libraries(runtime orbis-insight-c)
+else()
     orbis_install_libraries(runtime orbis-insight)
 endif()
 if(WIN32)
@@ -105,6 +107,9 @@ install(DIRECTORY ${CMAKE_BINARY_DIR}/host-sdk/proto/generated/ DESTINATION ${OR
         FILES_MATCHING PATTERN "*.pb.h")
 install(FILES simulated/include/simulated/orbis_simulated.h simulated/include/simulated/Export.h
         DESTINATION ${ORBIS_INSTALL_INCLUDE_DIR}/simulated COMPONENT development)
+install(FILES insight/include/insight/orbis_insight.h DESTINATION ${ORBIS_INSTALL_INCLUDE_DIR}/insight COMPONENT development)
+install(DIRECTORY insight/proto/orbis DESTINATION ${ORBIS_INSTALL_DATA_DIR}/proto COMPONENT development
+        FILES_MATCHING REGEX "/(findings|health|explanation)\\.proto$")
 install(DIRECTORY host-sdk/proto/orbis DESTINATION ${ORBIS_INSTALL_DATA_DIR}/proto COMPONENT development FILES_MATCHING PATTERN "*.proto")
 install(DIRECTORY docs/examples DESTINATION ${ORBIS_INSTALL_DATA_DIR} COMPONENT development PATTERN "__pycache__" EXCLUDE)
 if(EXISTS ${CMAKE_SOURCE_DIR}/docs/schema)
