@@ -4,16 +4,17 @@ _orbis_host() {
     case $before in
         --format) choices="table json jsonl text binary" ;;
         --log-level) choices="trace debug info warning error off" ;;
-        --machine | --plugin | validate | show) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
+        --machine | --plugin | --output | validate | show) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
         --watch | --count | --item) return ;;
         *)
             case ${COMP_WORDS[1]} in
                 collect) choices="all PhysicalDiskStaticInfo PhysicalDiskDynamicInfo SmartStaticInfo SmartDynamicInfo SmartNvmeInfo
                     NvmeIdentifyControllerData --item --machine --format --log-level --watch --count --plugin --help" ;;
                 describe) choices="--plugin --help" ;;
+                metrics) choices="--output --item --machine --log-level --plugin --help" ;;
                 machine) choices="validate show --help" ;;
-                help) choices="describe collect machine" ;;
-                *) choices="describe collect machine help version --help --version" ;;
+                help) choices="describe collect metrics machine" ;;
+                *) choices="describe collect metrics machine help version --help --version" ;;
             esac ;;
     esac
     mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$word")

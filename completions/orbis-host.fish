@@ -1,5 +1,5 @@
 # Completion of orbis-host for fish: put this file in ~/.config/fish/completions.
-set -l commands describe collect machine help version
+set -l commands describe collect metrics machine help version
 set -l datatypes all PhysicalDiskStaticInfo PhysicalDiskDynamicInfo SmartStaticInfo SmartDynamicInfo SmartNvmeInfo NvmeIdentifyControllerData
 
 complete -c orbis-host -f
@@ -7,16 +7,18 @@ complete -c orbis-host -l help -s h -d 'Show help'
 complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -l version -d 'Show the version'
 complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a describe -d 'Show the plug-in and the datatypes it collects'
 complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a collect -d 'Collect datatypes and print them'
+complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a metrics -d 'Print everything as metrics for Prometheus'
 complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a machine -d 'Look at files that describe simulated machines'
 complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a help -d 'Show the help of a command'
 complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a version -d 'Show the version'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect" -a "$datatypes"
-complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l item -d 'Only this disk: item id, DISK0, number, serial number or C:'
-complete -c orbis-host -n "__fish_seen_subcommand_from collect" -r -F -l machine -d 'Collect from the simulated machine of this file'
+complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics" -x -l item -d 'Only this disk: item id, DISK0, number, serial number or C:'
+complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics" -r -F -l machine -d 'Collect from the simulated machine of this file'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l format -a 'table json jsonl text binary'
-complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l log-level -a 'trace debug info warning error off'
+complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics" -x -l log-level -a 'trace debug info warning error off'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l watch -d 'Collect again every so many seconds'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l count -d 'End a watch after so many passes'
-complete -c orbis-host -n "__fish_seen_subcommand_from collect describe" -r -F -l plugin -d 'Load this plug-in'
+complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics describe" -r -F -l plugin -d 'Load this plug-in'
 complete -c orbis-host -n "__fish_seen_subcommand_from machine; and not __fish_seen_subcommand_from validate show" -a 'validate show'
 complete -c orbis-host -n "__fish_seen_subcommand_from validate show" -F
+complete -c orbis-host -n "__fish_seen_subcommand_from metrics" -r -F -l output -d 'Write to this file, at once'

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <cstdint>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -19,16 +18,6 @@ namespace {
 constexpr std::string_view kActivity = "PhysicalDiskDynamicInfo";
 
 bool IsActivity(const border::Operation& operation) { return ShortName(operation.datatype) == kActivity; }
-
-// The items of the selected disks.
-void Keep(std::vector<Pass>& passes, const std::vector<std::string>& itemIds)
-{
-    for (Pass& pass : passes) {
-        std::erase_if(pass.items, [&](const Collected& item) {
-            return std::find(itemIds.begin(), itemIds.end(), item.itemId) == itemIds.end();
-        });
-    }
-}
 
 // One pass of a watch of the activity: a live view with its history.
 std::string RenderLive(const std::vector<Pass>& passes, LiveView& live, const Disks& disks, const Style& style)
@@ -74,11 +63,7 @@ int Collect(const CollectOptions& options, Output& output)
     if (isRedrawn) {
         output.Write("\x1B[?25l\x1B[H\x1B[2J");  // no cursor, clear screen
     }
-    if (std::any_of(operations.begin(), operations.end(), IsActivity)) {
-        // The plug-in took its first sample when it was created; rates need time between two.
-        constexpr double kFirstInterval = 1.0;
-        machine.LetRatesBuildUp(kFirstInterval);
-    }
+    collector.LetRatesBuildUp(operations);
 
     int status = kExitOk;
     LiveView live;

@@ -14,6 +14,7 @@
 #include "orbis/datatypes/nvme_identify.pb.h"
 #include "orbis/datatypes/physical_disk.pb.h"
 #include "platform/Errors.h"
+#include "platform/Time.h"
 
 namespace orbis::host {
 namespace {
@@ -68,13 +69,27 @@ std::vector<Operation> Collector::Choose(const std::vector<std::string>& datatyp
     return chosen;
 }
 
+void Collector::LetRatesBuildUp(const std::vector<Operation>& operations)
+{
+    constexpr double kFirstInterval = 1.0;
+    if (std::any_of(operations.begin(), operations.end(), [](const Operation& one) {
+            return one.datatype == datatypes::PhysicalDiskDynamicInfo::descriptor()->full_name();
+        })) {
+        m_Machine.LetRatesBuildUp(kFirstInterval);
+    }
+}
+
 std::vector<Pass> Collector::Collect(const std::vector<Operation>& operations)
 {
     std::vector<Pass> passes;
     for (const Operation& operation : operations) {
         (void)m_Machine.Disks().TakeLastFailure();
+        Collection& collection = m_Collections[ShortName(operation.datatype)];
+        collection = {false, {}, platform::Time::Current().UtcNow()};
+        const auto begin = std::chrono::steady_clock::now();
         try {
             passes.push_back(CollectOne(operation));
+            collection.isSuccess = true;
             m_Log->Flush();
         } catch (const HostException& exception) {
             m_HasFailed = true;
@@ -86,6 +101,7 @@ std::vector<Pass> Collector::Collect(const std::vector<Operation>& operations)
             Say(exception.what());
             m_Failures.push_back({"collection-failed", {}, exception.what(), {}, {ShortName(operation.datatype)}});
         }
+        collection.duration = std::chrono::steady_clock::now() - begin;
     }
     Learn(passes);
     return passes;

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -14,6 +16,13 @@
 
 namespace orbis::host {
 
+// How one collection went.
+struct Collection {
+    bool isSuccess = false;
+    std::chrono::duration<double> duration{};
+    std::chrono::system_clock::time_point time;
+};
+
 // A plug-in at work on the machine in force: collects datatypes, reports what fails, and learns what people call the disks.
 class Collector {
 public:
@@ -23,6 +32,8 @@ public:
     // The operations for these datatypes, in the plug-in's order; all of them for "all" or for none. Throws std::invalid_argument
     // for a name that the plug-in does not have.
     [[nodiscard]] std::vector<border::Operation> Choose(const std::vector<std::string>& datatypes) const;
+    // Lets enough time pass for the rates among these; the plug-in took its first sample when it was created.
+    void LetRatesBuildUp(const std::vector<border::Operation>& operations);
     // Collects each of them once, all disks. A failure is reported on standard error and sets HasFailed.
     [[nodiscard]] std::vector<Pass> Collect(const std::vector<border::Operation>& operations);
     // Reports what was left out of the collections since the last call, and returns it together with the failures.
@@ -34,6 +45,8 @@ public:
     // Collects what tells disks apart, models, serial numbers and drive letters, unless these passes did or nothing is new in them.
     void LearnIdentities(const std::vector<Pass>& passes);
 
+    // How the newest collection of each datatype went.
+    [[nodiscard]] const std::map<std::string, Collection>& Collections() const noexcept { return m_Collections; }
     [[nodiscard]] const Disks& KnownDisks() const noexcept { return m_Disks; }
     [[nodiscard]] bool HasFailed() const noexcept { return m_HasFailed; }
 
@@ -49,6 +62,7 @@ private:
     std::shared_ptr<ConsoleLog> m_Log;
     border::PluginObject m_Object;
     Disks m_Disks;
+    std::map<std::string, Collection> m_Collections;
     std::vector<Finding> m_Failures;
     bool m_HasFailed = false;
     std::set<std::string> m_Identified;  // item ids whose identity was looked for

@@ -61,6 +61,7 @@ public:
         m_App.set_version_flag("--version", VersionText());
         AddDescribe();
         AddCollect();
+        AddMetrics();
         AddMachine();
         AddHelp();
     }
@@ -153,6 +154,22 @@ private:
             ->check(CLI::Range(1U, 1000000000U).description(""))
             ->option_text("N");
         AddSourceOptions(command, m_Collect.source);
+    }
+
+    void AddMetrics()
+    {
+        CLI::App& command = AddCommand(m_App, "metrics", "Collect everything and print it as metrics for Prometheus", [this] {
+            m_Metrics.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
+            return Metrics(m_Metrics, m_Output);
+        });
+        command.footer(
+            "Text format 0.0.4, as node_exporter's textfile collector and promtool read it.\n\n"
+            "Example:\n"
+            "  orbis-host metrics --output /var/lib/prometheus/node-exporter/orbis.prom\n\n" +
+            ExitStatusFooter());
+        command.add_option("--output", m_Metrics.file, "Write to this file, at once, instead of standard output")
+            ->option_text("FILE");
+        AddSourceOptions(command, m_Metrics.source);
     }
 
     void AddMachine()
@@ -249,6 +266,7 @@ private:
     std::function<int()> m_Run;
     DescribeOptions m_Describe;
     CollectOptions m_Collect;
+    MetricsOptions m_Metrics;
     std::string m_Format = "table";
     std::string m_LogLevel = "warning";
     std::vector<std::filesystem::path> m_Files;

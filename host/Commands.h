@@ -32,9 +32,15 @@ struct CollectOptions {
     std::uint32_t count = 0;  // passes of a watch; 0: until interrupted
 };
 
+struct MetricsOptions {
+    SourceOptions source;
+    std::filesystem::path file;  // empty: standard output
+};
+
 // Each prints its result, reports what goes wrong on standard error, and returns the exit status.
 [[nodiscard]] int Describe(const DescribeOptions& options, Output& output);
 [[nodiscard]] int Collect(const CollectOptions& options, Output& output);
+[[nodiscard]] int Metrics(const MetricsOptions& options, Output& output);
 [[nodiscard]] int ValidateMachineFiles(const std::vector<std::filesystem::path>& files, Output& output);
 [[nodiscard]] int ShowMachineFile(const std::filesystem::path& file, Output& output);
 

@@ -235,6 +235,15 @@ std::string RenderTables(const std::vector<Pass>& passes, const Disks& disks, co
 
 }  // namespace
 
+void Keep(std::vector<Pass>& passes, const std::vector<std::string>& itemIds)
+{
+    for (Pass& pass : passes) {
+        std::erase_if(pass.items, [&](const Collected& item) {
+            return std::find(itemIds.begin(), itemIds.end(), item.itemId) == itemIds.end();
+        });
+    }
+}
+
 std::unique_ptr<pb::Message> NewMessage(const std::string& fullName)
 {
     // Naming one type links the schema in; the rest comes by reflection, and no file's descriptors are built before they are asked

@@ -40,6 +40,9 @@ struct Context {
     const std::vector<Finding>& findings;          // of this pass
 };
 
+// Keeps the items with these ids alone.
+void Keep(std::vector<Pass>& passes, const std::vector<std::string>& itemIds);
+
 // An empty message of a datatype by its full name, or null when this program does not know it.
 [[nodiscard]] std::unique_ptr<google::protobuf::Message> NewMessage(const std::string& fullName);
 

@@ -1,10 +1,10 @@
 #include <fmt/format.h>
 #include <google/protobuf/descriptor.h>
 
-#include <array>
 #include <map>
 #include <utility>
 
+#include "SmartAttributes.h"
 #include "Table.h"
 #include "Text.h"
 #include "platform/Errors.h"
@@ -13,48 +13,6 @@
 
 namespace orbis::host {
 namespace {
-
-// ATA attribute ids of the message's fields, by the field's name.
-struct AttributeId {
-    std::string_view field;
-    int id;
-    std::string_view unit{};  // of the raw value, where makers agree on one
-};
-constexpr std::array<AttributeId, 33> kAttributeIds{{
-    {"raw_read_error_rate", 1},
-    {"spin_up_time", 3, "ms"},
-    {"start_stop_count", 4},
-    {"realloc_sector_count", 5},
-    {"seek_error_rate", 7},
-    {"power_on_hour", 9, "h"},
-    {"spin_retry_count", 10},
-    {"recalibration_retries", 11},
-    {"power_cycle_count", 12},
-    {"program_fail_count", 175},
-    {"erase_fail_count", 176},
-    {"wear_leveling_count", 177},
-    {"used_reserved_block_count", 178},
-    {"used_reserved_block_count_total", 179},
-    {"unused_reserved_block_count", 180},
-    {"program_fail_count_total", 181},
-    {"erase_fail_count_total", 182},
-    {"uncorrectable_error_count", 184},
-    {"shock_event", 191},
-    {"emergency_retract_count", 192},
-    {"load_unload_cycle_count", 193},
-    {"temperature", 194, "\u00B0C"},
-    {"ecc_rate", 195},
-    {"reallocation_event_count", 196},
-    {"current_pending_sector_count", 197},
-    {"uncorrectable_sector_count", 198},
-    {"CRC_error_count", 199},
-    {"write_error_rate", 200},
-    {"program_erase_cycle_count", 238},
-    {"head_flying_hours", 240, "h"},
-    {"total_blocks_read", 242, "blocks"},
-    {"total_blocks_written", 241, "blocks"},
-    {"free_fall_count", 254},
-}};
 
 std::string Readable(std::string_view field)
 {
@@ -98,7 +56,7 @@ std::string RenderAttributes(const datatypes::SmartDynamicInfo& message, const S
     table.AddColumn("");
     const auto* descriptor = message.GetDescriptor();
     const auto* reflection = message.GetReflection();
-    for (const AttributeId& attribute : kAttributeIds) {
+    for (const SmartAttribute& attribute : kSmartAttributes) {
         const auto* field = descriptor->FindFieldByName(std::string(attribute.field));
         if (field == nullptr || !reflection->HasField(message, field)) {
             continue;

@@ -5,6 +5,7 @@
 #include "Disks.h"
 #include "ExitStatus.h"
 #include "Formats.h"
+#include "Metrics.h"
 #include "Table.h"
 #include "Text.h"
 #include "views/LiveView.h"
@@ -100,6 +101,21 @@ TEST(ExitStatusTest, TheFirstThatAppliesCounts)
     EXPECT_EQ(Graver(kExitOutputLost, kExitCollectionFailed), kExitOutputLost);
     EXPECT_EQ(Graver(kExitUsage, kExitOutputLost), kExitUsage);
     EXPECT_EQ(Graver(kExitOk, kExitIncomplete), kExitIncomplete);
+}
+
+TEST(MetricsTest, KeepsNumbersExactAndSeriesUnique)
+{
+    EXPECT_EQ(Decimal(std::string(16, '\xFF'), 512000), "174224571863520493293247799005065324264960000");
+    EXPECT_EQ(Decimal(std::string("\0\0\x01\0", 4), 1), "65536");
+    EXPECT_EQ(Decimal({}, 7), "0");
+    MetricsText text;
+    text.Add({"a_total", "Help."}, {{"name", "q\"b\\n\n\u00E4"}}, "1");
+    text.Add({"b", "Other."}, {}, "2");
+    text.Add({"a_total", "Help."}, {{"name", "q\"b\\n\n\u00E4"}}, "3");
+    text.Add({"a_total", "Help."}, {{"name", ""}}, "4");
+    EXPECT_EQ(text.Text(),
+              "# HELP a_total Help.\n# TYPE a_total counter\na_total{name=\"q\\\"b\\\\n\\n\u00E4\"} 1\na_total{name=\"\"} 4\n"
+              "# HELP b Other.\n# TYPE b gauge\nb 2\n");
 }
 
 datatypes::PhysicalDiskDynamicInfo Idle(float percent)
