@@ -22,6 +22,7 @@ using Properties = google::protobuf::RepeatedPtrField<description::WmiProperty>;
 constexpr std::uint32_t kDefaultWmiSmartSize = 362;
 constexpr std::uint32_t kDriveTypeRemovable = 2;
 constexpr std::uint32_t kDriveTypeFixed = 3;
+constexpr std::uint32_t kDriveTypeNetwork = 4;
 constexpr std::uint32_t kDriveTypeOptical = 5;
 
 WmiValue ArrayOf(const description::WmiByteArray& array)
@@ -177,6 +178,11 @@ WmiRow LogicalDisk(char letter, std::uint32_t driveType, const std::string& labe
     return row;
 }
 
+std::uint32_t TypeOf(const description::LooseVolume& volume)
+{
+    return volume.has_drive_type() ? volume.drive_type() : kDriveTypeOptical;
+}
+
 // Every volume of the disks that are plugged in.
 template <typename Visitor>
 void ForEachVolume(const MachineState& machine, Visitor visit)
@@ -198,8 +204,9 @@ void LogicalDisks(const MachineState& machine, Table& table)
         }
     });
     for (const description::LooseVolume& volume : machine.description.volume()) {
-        const std::uint32_t type = volume.has_drive_type() ? volume.drive_type() : kDriveTypeOptical;
-        table.Add(LogicalDisk(ToUpper(volume.letter()).front(), type, volume.label(), volume.serial()));
+        WmiRow row = LogicalDisk(ToUpper(volume.letter()).front(), TypeOf(volume), volume.label(), volume.serial());
+        row.Null("FileSystem").Null("Size").Null("FreeSpace");
+        table.Add(std::move(row));
     }
 }
 
@@ -225,6 +232,23 @@ void Volumes(const MachineState& machine, Table& table)
         }
         table.Add(disk, std::move(row));
     });
+    // Drives without a disk of their own are volumes too, with a medium or without; shares of other computers are none.
+    for (const description::LooseVolume& volume : machine.description.volume()) {
+        if (TypeOf(volume) != kDriveTypeNetwork) {
+            const char letter = ToUpper(volume.letter()).front();
+            const std::string name = fmt::format("{}:\\", letter);
+            WmiRow row;
+            row.Text("DeviceID", fmt::format(R"(\\?\Volume{{{:08x}-0000-0000-0000-000000000000}}\)", letter)).Text("Name", name);
+            row.Text("Caption", name).Text("DriveLetter", name.substr(0, 2)).Number("DriveType", TypeOf(volume));
+            row.Flag("BootVolume", false).Flag("SystemVolume", false).Flag("PageFilePresent", false);
+            row.Null("Label").Null("FileSystem").Null("SerialNumber").Null("Capacity").Null("FreeSpace");
+            if (volume.serial() != 0) {
+                row.Set("Label", platform::Utf8ToUtf16(volume.label()));
+                row.Set("SerialNumber", Variant{VariantType::Int32, volume.serial()});
+            }
+            table.Add(std::move(row));
+        }
+    }
 }
 
 void RecoveryConfiguration(const MachineState& machine, Table& table)

@@ -337,6 +337,20 @@ TEST_F(SimulatedMachineTest, RecordedWmiRowsStandBehindThoseOfTheDisks)
     EXPECT_EQ(tests::Query(wmi, u"root\\own", u"SELECT * FROM Own").result, hresult::kAccessDenied);
 }
 
+TEST_F(SimulatedMachineTest, LettersOnNoDiskAreLogicalDisksAndTheLocalOnesVolumes)
+{
+    Make(
+        "volume { letter: 'd' } volume { letter: 'N' drive_type: 4 } volume { letter: 'R' drive_type: 2 serial: 7 label: 'CARD' }");
+    Wmi& wmi = machine->WmiPort();
+    EXPECT_EQ(tests::Query(wmi, u"root\\cimv2", u"SELECT * FROM Win32_LogicalDisk").rows.size(), 3U);
+    const auto volumes = tests::Query(wmi, u"root\\cimv2", u"SELECT * FROM Win32_Volume", {u"DriveLetter", u"Label", u"Capacity"});
+    ASSERT_EQ(volumes.rows.size(), 2U) << "a share of another computer is no volume";
+    EXPECT_EQ(volumes.rows[0][0].text, u"D:");
+    EXPECT_EQ(volumes.rows[0][1].type, VariantType::Null) << "no medium";
+    EXPECT_EQ(volumes.rows[1][1].text, u"CARD");
+    EXPECT_EQ(volumes.rows[1][2].type, VariantType::Null);
+}
+
 TEST_F(SimulatedMachineTest, ApartmentsAreKeptByThread)
 {
     Make("");
