@@ -5,7 +5,10 @@
 #include <pdh.h>
 #include <pdhmsg.h>
 
+#include <algorithm>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "LocalCounterName.h"
@@ -72,6 +75,34 @@ PdhStatus WindowsPdh::AddEnglishCounter(PdhQueryObject* query, const char16_t* p
     const PDH_STATUS status = ::PdhAddEnglishCounterW(reinterpret_cast<PDH_HQUERY>(query), AsWide(path), userData, &added);
     *counter = reinterpret_cast<PdhCounterObject*>(added);
     return Status(status);
+}
+
+PdhStatus WindowsPdh::CounterInstances(PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters)
+{
+    // PDH tells the size of the values with the names, so they are fetched even where the names' size alone is asked for.
+    auto* native = reinterpret_cast<PDH_HCOUNTER>(counter);
+    DWORD bytes = 0;
+    DWORD count = 0;
+    PDH_STATUS status = ::PdhGetRawCounterArrayW(native, &bytes, &count, nullptr);
+    std::vector<PDH_RAW_COUNTER_ITEM_W> items(bytes / sizeof(PDH_RAW_COUNTER_ITEM_W) + 1);
+    if (Status(status) == pdh::kMoreData) {
+        bytes = static_cast<DWORD>(items.size() * sizeof(PDH_RAW_COUNTER_ITEM_W));
+        status = ::PdhGetRawCounterArrayW(native, &bytes, &count, items.data());
+    }
+    if (status != ERROR_SUCCESS) {
+        return Status(status);
+    }
+    std::wstring names;
+    for (const PDH_RAW_COUNTER_ITEM_W& item : std::span(items).first(std::min<std::size_t>(count, items.size()))) {
+        names.append(item.szName).push_back(L'\0');
+    }
+    names.push_back(L'\0');
+    const std::uint32_t room = std::exchange(*characters, static_cast<std::uint32_t>(names.size()));
+    if (buffer == nullptr || room < names.size()) {
+        return pdh::kMoreData;
+    }
+    names.copy(AsWide(buffer), names.size());
+    return pdh::kOk;
 }
 
 PdhStatus WindowsPdh::CollectQueryData(PdhQueryObject* query)

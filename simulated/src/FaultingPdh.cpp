@@ -13,6 +13,7 @@ namespace pdh = platform::pdh;
 const FaultableOperation kOpenQuery{"Pdh::OpenQuery", {Error, BadAlloc}, pdh::kMemoryAllocation};
 const FaultableOperation kEnumInstances{"Pdh::EnumInstances", {Error, ShortData, BadAlloc}, pdh::kNoObject};
 const FaultableOperation kAddCounter{"Pdh::AddEnglishCounter", {Error, BadAlloc}, pdh::kNoCounter};
+const FaultableOperation kCounterInstances{"Pdh::CounterInstances", {Error, ShortData, BadAlloc}, pdh::kNoInstance};
 const FaultableOperation kCollect{"Pdh::CollectQueryData", {Error, BadAlloc}, pdh::kNoData};
 const FaultableOperation kFormattedValue{"Pdh::FormattedValue", {Error, BadAlloc}, pdh::kInvalidData};
 const FaultableOperation kWideToUtf8{"Text::WideToUtf8", {Error, BadAlloc}, platform::win32::kNoUnicodeTranslation};
@@ -30,15 +31,14 @@ public:
 
     PdhStatus EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters) override
     {
-        const auto fault = m_Counter.Count(kEnumInstances, buffer == nullptr ? "size" : "names");
-        if (!fault || fault->Is(Error)) {
-            return fault ? fault->error : ForwardingPdh::EnumInstances(object, buffer, characters);
-        }
-        // As if instances came meanwhile: less room is asked for than is needed, or what there is does not do.
-        std::uint32_t needed = 0;
-        const PdhStatus status = ForwardingPdh::EnumInstances(object, nullptr, &needed);
-        *characters = buffer == nullptr ? needed / 2 : needed;
-        return status;
+        return Names(kEnumInstances, buffer, characters,
+                     [&](char16_t* names, std::uint32_t* count) { return ForwardingPdh::EnumInstances(object, names, count); });
+    }
+
+    PdhStatus CounterInstances(platform::PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters) override
+    {
+        return Names(kCounterInstances, buffer, characters,
+                     [&](char16_t* names, std::uint32_t* count) { return ForwardingPdh::CounterInstances(counter, names, count); });
     }
 
     PdhStatus AddEnglishCounter(platform::PdhQueryObject* query, const char16_t* path, std::uintptr_t userData,
@@ -61,6 +61,20 @@ public:
     }
 
 private:
+    template <class List>
+    PdhStatus Names(const FaultableOperation& operation, char16_t* buffer, std::uint32_t* characters, const List& list)
+    {
+        const auto fault = m_Counter.Count(operation, buffer == nullptr ? "size" : "names");
+        if (!fault || fault->Is(Error)) {
+            return fault ? fault->error : list(buffer, characters);
+        }
+        // As if instances came meanwhile: less room is asked for than is needed, or the room that there is does not suffice.
+        std::uint32_t needed = 0;
+        const PdhStatus status = list(nullptr, &needed);
+        *characters = buffer == nullptr ? needed / 2 : needed;
+        return status;
+    }
+
     FaultCounter& m_Counter;
 };
 

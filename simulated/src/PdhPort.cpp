@@ -23,6 +23,7 @@ namespace pdh = platform::pdh;
 constexpr const char* kPhysicalDisk = "physicaldisk";
 constexpr const char* kTotalName = "_Total";
 constexpr const char* kTotal = "_total";  // as instances are compared
+constexpr const char* kEveryInstance = "*";
 
 // What a counter is computed from: the totals' growth over an interval, over so many disks.
 struct Interval {
@@ -88,6 +89,8 @@ struct Counter {
     std::string instance;                                           // lower case
     const CounterKind* kind = nullptr;                              // computed
     const description::CounterObject::Counter* recorded = nullptr;  // recorded
+    bool isEvery = false;                                           // of every instance: names and no values
+    std::u16string instances;                                       // at the last sample, of every instance
     int samples = 0;
     std::optional<Sample> previous;
     std::optional<Sample> current;  // nothing while the instance is away
@@ -126,18 +129,7 @@ public:
         if (status != pdh::kOk) {
             return status;
         }
-        std::u16string list;
-        for (const std::string& instance : Instances(recorded)) {
-            list += platform::Utf8ToUtf16(instance);
-            list += u'\0';
-        }
-        const auto needed = static_cast<std::uint32_t>(list.size() + 1);
-        const std::uint32_t room = std::exchange(*characters, needed);
-        if (buffer == nullptr || room < needed) {
-            return pdh::kMoreData;
-        }
-        std::copy_n(list.c_str(), needed, buffer);
-        return pdh::kOk;
+        return GiveNames(InstanceNames(recorded), buffer, characters);
     }
 
     PdhStatus AddEnglishCounter(PdhQueryObject* query, const char16_t* path, std::uintptr_t /*userData*/,
@@ -156,20 +148,45 @@ public:
         return status;
     }
 
+    PdhStatus CounterInstances(PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters) override
+    {
+        const std::shared_ptr<Counter> found = m_Counters.Find(reinterpret_cast<std::intptr_t>(counter));
+        if (found == nullptr) {
+            m_Machine.ReportMisuse("Pdh::CounterInstances of a counter that does not exist");
+            return pdh::kInvalidHandle;
+        }
+        const description::CounterObject* recorded = FindRecorded(kPhysicalDisk);
+        const std::lock_guard lock(m_SampleMutex);
+        const PdhStatus status = found->instances.empty()                                  ? pdh::kInvalidData
+                                 : recorded != nullptr && recorded->instances_error() != 0 ? recorded->instances_error()
+                                                                                           : pdh::kOk;
+        Record("Pdh::CounterInstances", kPhysicalDisk, status);
+        return status != pdh::kOk ? status : GiveNames(found->instances, buffer, characters);
+    }
+
     PdhStatus CollectQueryData(PdhQueryObject* query) override
     {
         if (m_Queries.Find(Handle(query)) == nullptr) {
             m_Machine.ReportMisuse("Pdh::CollectQueryData on a query that is not open");
             return pdh::kInvalidHandle;
         }
-        m_Machine.clock.Advance(std::chrono::milliseconds(m_Machine.description.sample_step_ms()));
-        const double now = m_Machine.clock.Seconds();
         const std::lock_guard lock(m_SampleMutex);
+        // Time passes for values; a query that only lists instances leaves the clock alone.
+        bool hasValues = false;
+        m_Counters.ForEach([&](const Counter& counter) { return hasValues |= counter.query == query && !counter.isEvery; });
+        if (hasValues) {
+            m_Machine.clock.Advance(std::chrono::milliseconds(m_Machine.description.sample_step_ms()));
+        }
+        const double now = m_Machine.clock.Seconds();
         const std::size_t sampled = m_Counters.ForEach([&](Counter& counter) {
             if (counter.query != query) {
                 return false;
             }
             ++counter.samples;
+            if (counter.isEvery) {
+                counter.instances = InstanceNames(FindRecorded(kPhysicalDisk));
+                return true;
+            }
             counter.previous =
                 std::exchange(counter.current, counter.kind != nullptr ? TakeSample(counter.instance, now) : std::nullopt);
             return true;
@@ -238,6 +255,26 @@ private:
         return instances;
     }
 
+    std::u16string InstanceNames(const description::CounterObject* recorded) const
+    {
+        std::u16string names;
+        for (const std::string& instance : Instances(recorded)) {
+            names += platform::Utf8ToUtf16(instance);
+            names += u'\0';
+        }
+        return names + u'\0';
+    }
+
+    static PdhStatus GiveNames(const std::u16string& names, char16_t* buffer, std::uint32_t* characters)
+    {
+        const std::uint32_t room = std::exchange(*characters, static_cast<std::uint32_t>(names.size()));
+        if (buffer == nullptr || room < names.size()) {
+            return pdh::kMoreData;
+        }
+        std::ranges::copy(names, buffer);
+        return pdh::kOk;
+    }
+
     // An instance that does not exist is accepted, as it may appear later; an unknown object or counter is not.
     PdhStatus Resolve(const std::string& text, Counter& counter) const
     {
@@ -246,6 +283,7 @@ private:
             return pdh::kBadCounterName;
         }
         counter.instance = ToLower(path->instance);
+        counter.isEvery = path->instance == kEveryInstance;
         const std::string name = ToLower(path->counter);
         const description::CounterObject* object = FindRecorded(path->object);
         if (object != nullptr) {

@@ -203,8 +203,8 @@ TEST_F(Dynamic, LeavesOutDisksOfWhichNothingIsKnown)
 
 TEST_F(Dynamic, GoesWithoutACounterThatCouldNotBeCreated)
 {
-    // The eighth counter: idle time of the second disk.
-    ASSERT_TRUE(machine->FailNth("Pdh::AddEnglishCounter", 8, FaultKind::Error, pdh::kNoCounter, [this] { Construct(); }));
+    // The ninth counter: idle time of the second disk, after the one that lists instances and the first disk's seven.
+    ASSERT_TRUE(machine->FailNth("Pdh::AddEnglishCounter", 9, FaultKind::Error, pdh::kNoCounter, [this] { Construct(); }));
     Construct();
     const auto message = Of(Collect(), "PNP1");
     EXPECT_FALSE(message.has_idle_time_percentage());
@@ -237,7 +237,7 @@ TEST_F(Dynamic, RefreshesForANewDiskAndNotForOneThatWent)
     const auto before = machine.value()->TimePort().UtcNow();
     EXPECT_EQ(Collect().size(), 3U);
     EXPECT_EQ(machine.value()->TimePort().UtcNow() - before, std::chrono::seconds(3)) << "a second of sleep between two samples";
-    EXPECT_EQ(machine.value()->OpenObjects().counterQueries, 1) << "the query of before is closed";
+    EXPECT_EQ(machine.value()->OpenObjects().counterQueries, 2) << "of values and of instances; those of before are closed";
     machine.value()->AdvanceClock(std::chrono::seconds(100));
     EXPECT_EQ(Collect().size(), 2U);
     const LogLine refresh{"Warning", kHotPlug, kFile, kClass + "GetDynamicDiskData"};
@@ -246,25 +246,26 @@ TEST_F(Dynamic, RefreshesForANewDiskAndNotForOneThatWent)
 
 TEST_F(Dynamic, QueryStaysUnavailableAfterFailedOpen)
 {
-    for (const auto& [operation, line] : {std::pair{"Pdh::OpenQuery",
-                                                    "failed to create PDH query: PdhOpenQuery failed for live counters: PDH status "
-                                                    "0xC0000BBB"},
-                                          {"Pdh::EnumInstances",
-                                           "failed to get the instance names of perf counters: "
-                                           "Veyra.Orbis.Common.Utilities.PdhException: PdhEnumObjectItems failed for PhysicalDisk: "
-                                           "PDH status 0xC0000BBB"}}) {
-        SCOPED_TRACE(operation);
-        ASSERT_TRUE(machine->FailNth(operation, 1, FaultKind::Error, pdh::kMemoryAllocation, [this] { Construct(); }));
-        log->lines.clear();
+    ASSERT_TRUE(machine->FailNth("Pdh::OpenQuery", 1, FaultKind::Error, pdh::kMemoryAllocation, [this] { Construct(); }));
+    log->lines.clear();
+    const auto expectNoData = [this](const char* line) {
         Construct();
         EXPECT_TRUE(Logged("Error", line, "RefreshPdhQuery"));
         EXPECT_TRUE(Collect().empty());
-        EXPECT_TRUE(Collect().empty()) << "PDH is well again, but only construction opens the query";
+        EXPECT_TRUE(Collect().empty()) << "only construction opens the query";
         EXPECT_TRUE(Logged("Error",
                            "GetDynamicDiskData: failed to collect info via PDH query: PDH query is not available for retrieving "
                            "PhysicalDiskDynamicInfo data",
                            "GetDynamicDiskData"));
-    }
+    };
+    expectNoData("failed to create PDH query: PdhOpenQuery failed for live counters: PDH status 0xC0000BBB");
+
+    Use(kMachine + Counters("instances_error: 0xC0000BBB"));
+    log->lines.clear();
+    expectNoData(
+        "failed to get the instance names of perf counters: Veyra.Orbis.Common.Utilities.PdhException: PdhEnumObjectItems failed "
+        "for "
+        "PhysicalDisk: PDH status 0xC0000BBB");
     // When instances could not be listed, what WMI calls the disks is written down for whoever looks into it.
     EXPECT_TRUE(Logged("Debug", "all physical disk names from WMI: 0 C: D:, 1 E:, _Total", "QueryPhysicalDiskNameByWMI"));
 }

@@ -302,6 +302,17 @@ TEST_P(PlatformContract, CountersNeedTwoSamplesAndTellWhatIsUnknown)
     EXPECT_EQ(names.substr(characters - 2), std::u16string(2, u'\0'));
     EXPECT_NE(names.find(u"_Total"), std::u16string::npos);
 
+    CounterQuery listing(pdh);
+    PdhCounterObject* every = nullptr;
+    ASSERT_EQ(listing.Add(u"\\PhysicalDisk(*)\\% Idle Time", &every), pdh::kOk);
+    EXPECT_EQ(pdh.CounterInstances(every, nullptr, &(characters = 0)), pdh::kInvalidData) << "no sample yet";
+    ASSERT_EQ(pdh.CollectQueryData(listing.Get()), pdh::kOk);
+    EXPECT_EQ(pdh.CounterInstances(every, nullptr, &(characters = 0)), pdh::kMoreData);
+    std::u16string sampled(characters, u'#');
+    EXPECT_EQ(pdh.CounterInstances(every, sampled.data(), &--characters), pdh::kMoreData);
+    ASSERT_EQ(pdh.CounterInstances(every, sampled.data(), &characters), pdh::kOk);
+    EXPECT_EQ(sampled, names);
+
     CounterQuery query(pdh);
     EXPECT_EQ(pdh.CollectQueryData(query.Get()), pdh::kNoData) << "no counter yet";
     PdhCounterObject* idle = nullptr;

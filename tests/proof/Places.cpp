@@ -42,6 +42,9 @@ public:
             m_Place = "volumes";
         } else if (operation.starts_with("Firmware::")) {
             m_Place = "SMBIOS";
+        } else if (IsListing(at) || (operation == "Pdh::OpenQuery" && IsListing(at + 1)) ||
+                   (operation == "Pdh::CollectQueryData" && IsListing(at + 1))) {
+            return "instances";
         } else if (operation.starts_with("Pdh::")) {
             m_IsMaking = m_IsMaking || operation == "Pdh::OpenQuery";
             m_Place = m_IsMaking ? "counters made" : "counters";
@@ -53,6 +56,13 @@ public:
     }
 
 private:
+    // Instances are listed in a query of their own.
+    [[nodiscard]] bool IsListing(std::size_t at) const
+    {
+        return at < m_Calls.size() &&
+               (m_Calls[at].operation == "Pdh::CounterInstances" || m_Calls[at].subject.starts_with(R"(\PhysicalDisk(*))"));
+    }
+
     [[nodiscard]] std::string QueriedFrom(std::size_t at) const
     {
         while (at < m_Calls.size() && !m_Calls[at].subject.starts_with(kSelect)) {

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "platform/Pdh.h"
@@ -64,24 +65,70 @@ private:
     std::string m_Path;
 };
 
+// Objects whose instances are listed through a counter of every instance, and which counter. Enumerating them has PDH load the
+// counter libraries of every product on the machine and build its list of objects anew; a counter's own library is loaded anyway.
+struct Listed {
+    std::string_view object;
+    const char16_t* path;
+};
+constexpr Listed kListed[] = {{"PhysicalDisk", uR"(\PhysicalDisk(*)\% Idle Time)"}};
+
+// A list of names, asked for until there is room for it: instances may come between two calls, and a few rounds are enough on any
+// machine that is not falling apart. Empty with another status than kOk.
+std::u16string Names(port::PdhStatus& status, const auto& list)
+{
+    constexpr int kRounds = 5;
+    std::u16string buffer;
+    std::uint32_t characters = 0;
+    status = port::pdh::kMoreData;
+    for (int round = 0; round < kRounds && status == port::pdh::kMoreData; ++round) {
+        buffer.assign(characters, u'\0');
+        status = list(buffer.empty() ? nullptr : buffer.data(), &characters);
+    }
+    return buffer;
+}
+
+// The instances of one object in a query of its own, so that listing them samples nobody's counters.
+class InstanceQuery {
+public:
+    // Nothing when PDH refuses it.
+    [[nodiscard]] static std::unique_ptr<InstanceQuery> Open(port::Pdh& pdh, const char16_t* path)
+    {
+        port::PdhQueryObject* opened = nullptr;
+        if (pdh.OpenQuery(nullptr, 0, &opened) != port::pdh::kOk) {
+            return nullptr;
+        }
+        auto query = std::make_unique<InstanceQuery>(pdh, opened);
+        return pdh.AddEnglishCounter(opened, path, 0, &query->m_Counter) == port::pdh::kOk ? std::move(query) : nullptr;
+    }
+
+    InstanceQuery(port::Pdh& pdh, port::PdhQueryObject* query) noexcept : m_Query(pdh, query) {}
+
+    [[nodiscard]] std::optional<std::u16string> List()
+    {
+        port::PdhStatus status = m_Query.Port().CollectQueryData(m_Query.Get());
+        if (status != port::pdh::kOk) {
+            return std::nullopt;
+        }
+        std::u16string names = Names(status, [&](char16_t* buffer, std::uint32_t* characters) {
+            return m_Query.Port().CounterInstances(m_Counter, buffer, characters);
+        });
+        return status == port::pdh::kOk ? std::optional(std::move(names)) : std::nullopt;
+    }
+
+private:
+    QueryHandle m_Query;
+    port::PdhCounterObject* m_Counter = nullptr;
+};
+
 class Query final : public IPdhQuery {
 public:
     explicit Query(std::shared_ptr<QueryHandle> query) : m_Query(std::move(query)) {}
 
     [[nodiscard]] std::vector<std::string> GetInstanceNames(const std::string& objectName) const override
     {
-        const std::u16string object = port::Utf8ToUtf16(objectName);
-        std::u16string buffer;
-        // Instances may come between the two calls; a few rounds are enough on any machine that is not falling apart.
-        constexpr int kRounds = 5;
-        std::uint32_t characters = 0;
-        port::PdhStatus status = port::pdh::kMoreData;
-        for (int round = 0; round < kRounds && status == port::pdh::kMoreData; ++round) {
-            buffer.assign(characters, u'\0');
-            status = m_Query->Port().EnumInstances(object.c_str(), buffer.empty() ? nullptr : buffer.data(), &characters);
-        }
-        ThrowUnlessOk(status, "PdhEnumObjectItems", objectName);
-
+        std::optional<std::u16string> listed = InstancesOfCounter(objectName);
+        const std::u16string buffer = listed ? std::move(*listed) : EnumeratedInstances(objectName);
         std::vector<std::string> names;
         for (std::size_t at = 0; at < buffer.size() && buffer[at] != u'\0';) {
             const std::size_t end = std::min(buffer.find(u'\0', at), buffer.size());
@@ -107,7 +154,36 @@ public:
     }
 
 private:
+    // Nothing when the object is not listed so, or PDH fails to.
+    [[nodiscard]] std::optional<std::u16string> InstancesOfCounter(const std::string& objectName) const
+    {
+        const auto* listed = std::ranges::find(kListed, objectName, &Listed::object);
+        if (listed == std::end(kListed)) {
+            return std::nullopt;
+        }
+        if (m_Instances == nullptr) {
+            m_Instances = InstanceQuery::Open(m_Query->Port(), listed->path);
+        }
+        std::optional<std::u16string> names = m_Instances != nullptr ? m_Instances->List() : std::nullopt;
+        if (!names) {
+            m_Instances.reset();
+        }
+        return names;
+    }
+
+    [[nodiscard]] std::u16string EnumeratedInstances(const std::string& objectName) const
+    {
+        const std::u16string object = port::Utf8ToUtf16(objectName);
+        port::PdhStatus status = port::pdh::kOk;
+        std::u16string names = Names(status, [&](char16_t* buffer, std::uint32_t* characters) {
+            return m_Query->Port().EnumInstances(object.c_str(), buffer, characters);
+        });
+        ThrowUnlessOk(status, "PdhEnumObjectItems", objectName);
+        return names;
+    }
+
     std::shared_ptr<QueryHandle> m_Query;
+    mutable std::unique_ptr<InstanceQuery> m_Instances;  // of the one object in kListed
 };
 
 }  // namespace

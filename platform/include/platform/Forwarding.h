@@ -166,6 +166,10 @@ public:
     {
         return m_Inner.EnumInstances(object, buffer, characters);
     }
+    PdhStatus CounterInstances(PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters) override
+    {
+        return m_Inner.CounterInstances(counter, buffer, characters);
+    }
     PdhStatus AddEnglishCounter(PdhQueryObject* query, const char16_t* path, std::uintptr_t userData,
                                 PdhCounterObject** counter) override
     {

@@ -51,6 +51,11 @@ public:
     // PdhAddEnglishCounterW with a full path "\Object(instance)\Counter".
     [[nodiscard]] virtual PdhStatus AddEnglishCounter(PdhQueryObject* query, const char16_t* path, std::uintptr_t userData,
                                                       PdhCounterObject** counter) = 0;
+    // Instance names of the last sample of a counter that was added with the instance "*", as PdhGetRawCounterArrayW gives them;
+    // the list and `characters` are those of EnumInstances. Instances that came or went since the sample before are seen without
+    // enumerating anew. kInvalidData before the first sample, kInvalidHandle for no such counter; a counter of one instance is not
+    // asked for.
+    [[nodiscard]] virtual PdhStatus CounterInstances(PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters) = 0;
     // PdhCollectQueryData: samples every counter. A counter that fails keeps its own status and does not fail the call; with no
     // counter at all: kNoData.
     [[nodiscard]] virtual PdhStatus CollectQueryData(PdhQueryObject* query) = 0;

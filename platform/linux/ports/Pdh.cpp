@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "emulated/CaseFolding.h"
@@ -19,6 +20,7 @@ namespace {
 
 constexpr std::u16string_view kObject = u"PhysicalDisk";
 constexpr std::u16string_view kTotal = u"_Total";
+constexpr std::u16string_view kEveryInstance = u"*";
 
 // All disks at one moment, by drive number.
 struct Sample {
@@ -29,6 +31,7 @@ struct Sample {
 struct Counter {
     DiskCounter kind = DiskCounter::IdleTime;
     bool isTotal = false;
+    bool isEvery = false;
     std::optional<std::uint32_t> disk;  // nothing: no instance of that name when the counter was added
     std::size_t sinceSample = 0;        // samples that the query had taken before
 };
@@ -62,6 +65,29 @@ std::optional<std::uint32_t> DiskOfInstance(Machine& machine, std::u16string_vie
     return isCalledSo ? std::optional(disk->number) : std::nullopt;
 }
 
+std::u16string InstanceNames(Machine& machine)
+{
+    std::u16string names;
+    const VolumeSet volumes = machine.volumes.Current();
+    for (const Disk& disk : machine.inventory.Disks()) {
+        names += Utf8ToUtf16(PerformanceInstance(disk, volumes));
+        names += u'\0';
+    }
+    names += kTotal;
+    names.append(2, u'\0');
+    return names;
+}
+
+PdhStatus GiveNames(const std::u16string& names, char16_t* buffer, std::uint32_t* characters)
+{
+    const std::uint32_t room = std::exchange(*characters, static_cast<std::uint32_t>(names.size()));
+    if (room < names.size()) {
+        return pdh::kMoreData;
+    }
+    std::ranges::copy(names, buffer);
+    return pdh::kOk;
+}
+
 Sample TakeSample(Machine& machine)
 {
     Sample sample;
@@ -85,6 +111,7 @@ struct Pdh::Query {
     std::size_t samples = 0;
     Sample before;
     Sample after;
+    std::u16string instances;  // at the last sample, when a counter of every instance is there
 };
 
 PdhCounterValue Pdh::Query::Value(const Counter& counter, std::uint32_t format) const
@@ -140,21 +167,7 @@ PdhStatus Pdh::EnumInstances(const char16_t* object, char16_t* buffer, std::uint
     if (!emulated::EqualIgnoreCase(object, kObject)) {
         return pdh::kNoObject;
     }
-    std::u16string names;
-    const VolumeSet volumes = m_Machine.volumes.Current();
-    for (const Disk& disk : m_Machine.inventory.Disks()) {
-        names += Utf8ToUtf16(PerformanceInstance(disk, volumes));
-        names += u'\0';
-    }
-    names += kTotal;
-    names.append(2, u'\0');
-    const std::uint32_t room = *characters;
-    *characters = static_cast<std::uint32_t>(names.size());
-    if (room < names.size()) {
-        return pdh::kMoreData;
-    }
-    std::ranges::copy(names, buffer);
-    return pdh::kOk;
+    return GiveNames(InstanceNames(m_Machine), buffer, characters);
 }
 
 PdhStatus Pdh::AddEnglishCounter(PdhQueryObject* query, const char16_t* path, std::uintptr_t /*userData*/,
@@ -181,8 +194,9 @@ PdhStatus Pdh::AddEnglishCounter(PdhQueryObject* query, const char16_t* path, st
     auto added = std::make_unique<Counter>();
     added->kind = *kind;
     added->isTotal = emulated::EqualIgnoreCase(parsed->instance, kTotal);
+    added->isEvery = parsed->instance == kEveryInstance;
     added->sinceSample = opened->samples;
-    if (!added->isTotal) {
+    if (!added->isTotal && !added->isEvery) {
         added->disk = DiskOfInstance(m_Machine, parsed->instance);
     }
     *counter = reinterpret_cast<PdhCounterObject*>(added.get());
@@ -201,10 +215,37 @@ PdhStatus Pdh::CollectQueryData(PdhQueryObject* query)
     if (opened->counters.empty()) {
         return pdh::kNoData;
     }
+    if (std::ranges::any_of(opened->counters, [](const auto& counter) { return counter->isEvery; })) {
+        opened->instances = InstanceNames(m_Machine);
+    }
     opened->before = std::move(opened->after);
     opened->after = TakeSample(m_Machine);
     ++opened->samples;
     return pdh::kOk;
+}
+
+Pdh::Query* Pdh::QueryOf(PdhCounterObject* counter)
+{
+    for (const auto& [handle, query] : m_Queries) {
+        if (std::ranges::find(query->counters, reinterpret_cast<Counter*>(counter), &std::unique_ptr<Counter>::get) !=
+            query->counters.end()) {
+            return query.get();
+        }
+    }
+    return nullptr;
+}
+
+PdhStatus Pdh::CounterInstances(PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters)
+{
+    if (characters == nullptr || (buffer == nullptr && *characters != 0)) {
+        return pdh::kInvalidArgument;
+    }
+    const std::scoped_lock lock(m_Lock);
+    const Query* query = QueryOf(counter);
+    if (query == nullptr) {
+        return pdh::kInvalidHandle;
+    }
+    return query->instances.empty() ? pdh::kInvalidData : GiveNames(query->instances, buffer, characters);
 }
 
 PdhStatus Pdh::FormattedValue(PdhCounterObject* counter, std::uint32_t format, PdhCounterValue* value)
@@ -213,15 +254,12 @@ PdhStatus Pdh::FormattedValue(PdhCounterObject* counter, std::uint32_t format, P
         return pdh::kInvalidArgument;
     }
     const std::scoped_lock lock(m_Lock);
-    for (const auto& [handle, query] : m_Queries) {
-        const auto found = std::ranges::find(query->counters, reinterpret_cast<Counter*>(counter), &std::unique_ptr<Counter>::get);
-        if (found == query->counters.end()) {
-            continue;
-        }
-        *value = query->Value(**found, format);
-        return value->status == pdh::kValidData ? pdh::kOk : pdh::kNotValidYet;
+    const Query* query = QueryOf(counter);
+    if (query == nullptr) {
+        return pdh::kInvalidHandle;
     }
-    return pdh::kInvalidHandle;
+    *value = query->Value(*reinterpret_cast<const Counter*>(counter), format);
+    return value->status == pdh::kValidData ? pdh::kOk : pdh::kNotValidYet;
 }
 
 PdhStatus Pdh::CloseQuery(PdhQueryObject* query) noexcept

@@ -20,6 +20,7 @@ public:
     PdhStatus EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters) override;
     PdhStatus AddEnglishCounter(PdhQueryObject* query, const char16_t* path, std::uintptr_t userData,
                                 PdhCounterObject** counter) override;
+    PdhStatus CounterInstances(PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters) override;
     PdhStatus CollectQueryData(PdhQueryObject* query) override;
     PdhStatus FormattedValue(PdhCounterObject* counter, std::uint32_t format, PdhCounterValue* value) override;
     PdhStatus CloseQuery(PdhQueryObject* query) noexcept override;
@@ -28,6 +29,8 @@ private:
     struct Query;
 
     [[nodiscard]] Query* Find(PdhQueryObject* query);
+    // Null when no query has it. Call it under the lock.
+    [[nodiscard]] Query* QueryOf(PdhCounterObject* counter);
 
     Machine& m_Machine;
     std::mutex m_Lock;
