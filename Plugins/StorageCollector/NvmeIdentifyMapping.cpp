@@ -4,6 +4,7 @@
 
 #include "NvmeDataGetter.h"
 #include "NvmeMapping.h"
+#include "VendorCast.h"
 
 // The Identify Controller data structure: its own fields, its capabilities, its power states and the maker's area, in that order.
 namespace Veyra::Orbis::Plugins {
@@ -128,7 +129,7 @@ void MapVendorArea(datatypes::NvmeIdentifyControllerData& to, const IIdentifyCon
 {
     const auto vendor = Own(from->VendorSpecific());
     // A view of the vendor object, which stays the one that is released.
-    const auto* customized = dynamic_cast<const ICustomizedControllerData*>(vendor.get());
+    const auto* customized = CustomizedControllerDataOf(vendor.get());
     if (customized == nullptr) {
         return;
     }
