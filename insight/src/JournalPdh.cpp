@@ -40,6 +40,23 @@ public:
         return status;
     }
 
+    PdhStatus CounterInstances(PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters) override
+    {
+        const std::uint32_t before = *characters;
+        const auto start = Clock::now();
+        const PdhStatus status = ForwardingPdh::CounterInstances(counter, buffer, characters);
+        m_Store.Keep(start, [&]() -> Call {
+            const Counter known = Known(counter);
+            return call::CounterInstances{known.serial,
+                                          known.path,
+                                          before,
+                                          *characters,
+                                          buffer != nullptr ? std::u16string(buffer, before) : std::u16string{},
+                                          status};
+        });
+        return status;
+    }
+
     PdhStatus AddEnglishCounter(PdhQueryObject* query, const char16_t* path, std::uintptr_t userData,
                                 PdhCounterObject** counter) override
     {
@@ -70,8 +87,7 @@ public:
         const auto start = Clock::now();
         const PdhStatus status = ForwardingPdh::FormattedValue(counter, format, value);
         m_Store.Keep(start, [&]() -> Call {
-            const auto found = m_Counters.find(counter);
-            const Counter known = found != m_Counters.end() ? found->second : Counter{};
+            const Counter known = Known(counter);
             return call::FormattedValue{known.serial, known.path, format, *value, status};
         });
         return status;
@@ -102,6 +118,12 @@ private:
     {
         const auto found = m_Queries.find(query);
         return found != m_Queries.end() ? found->second : 0;
+    }
+
+    [[nodiscard]] Counter Known(PdhCounterObject* counter) const
+    {
+        const auto found = m_Counters.find(counter);
+        return found != m_Counters.end() ? found->second : Counter{};
     }
 
     Store& m_Store;

@@ -224,6 +224,14 @@ struct EnumInstances {
     std::u16string names;  // the whole buffer, zeros included
     platform::PdhStatus status = 0;
 };
+struct CounterInstances {
+    Serial counter = 0;
+    SharedText path;  // null for an unknown counter
+    std::uint32_t charactersBefore = 0;
+    std::uint32_t charactersAfter = 0;
+    std::u16string names;  // the whole buffer, zeros included
+    platform::PdhStatus status = 0;
+};
 struct AddEnglishCounter {
     Serial query = 0;
     SharedText path;
@@ -277,8 +285,8 @@ using Call = std::variant<call::Open, call::Control, call::Close, call::LogicalD
                           call::UninitializeCom, call::AllocateString, call::FreeString, call::StringLength, call::CreateLocator,
                           call::ConnectServer, call::SetProxyBlanket, call::ExecQuery, call::Next, call::Get, call::Release,
                           call::ClearVariant, call::ArrayUpperBound, call::ArrayElements, call::ArrayBounds, call::OpenQuery,
-                          call::EnumInstances, call::AddEnglishCounter, call::CollectQueryData, call::FormattedValue,
-                          call::CloseQuery, call::UtcNow, call::Sleep, call::WideToUtf8, call::DefaultToWide>;
+                          call::EnumInstances, call::CounterInstances, call::AddEnglishCounter, call::CollectQueryData,
+                          call::FormattedValue, call::CloseQuery, call::UtcNow, call::Sleep, call::WideToUtf8, call::DefaultToWide>;
 
 // One call, kept when it has returned. A call that threw is not kept.
 struct Record {
