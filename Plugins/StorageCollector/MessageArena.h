@@ -17,4 +17,16 @@ namespace Veyra::Orbis::Plugins {
     return std::make_shared<google::protobuf::Arena>(options);
 }
 
+// A new message on an arena. Releases of the library before 22 do this with CreateMessage, those from 30 on with Create alone; the
+// older name is taken where it exists. `MessageArena` is a parameter so that the compiler looks for the name here.
+template <class Message, class MessageArena = google::protobuf::Arena>
+[[nodiscard]] Message* NewMessage(MessageArena& arena)
+{
+    if constexpr (requires { MessageArena::template CreateMessage<Message>(&arena); }) {
+        return MessageArena::template CreateMessage<Message>(&arena);
+    } else {
+        return MessageArena::template Create<Message>(&arena);
+    }
+}
+
 }  // namespace Veyra::Orbis::Plugins

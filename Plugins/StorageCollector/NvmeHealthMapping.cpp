@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <string_view>
 
+#include "MessageArena.h"
 #include "NvmeDataGetter.h"
 #include "NvmeMapping.h"
 
@@ -28,7 +29,7 @@ datatypes::NvmeHealthInfo* NvmeDataGetter::toNvmeHealthInfo(const IHealthInfo* h
     if (health == nullptr) {
         return nullptr;
     }
-    auto* message = Arena::CreateMessage<datatypes::NvmeHealthInfo>(&arena);
+    auto* message = NewMessage<datatypes::NvmeHealthInfo>(arena);
     auto& to = *message;
     const auto& from = *health;
     to.mutable_composite_temperature()->set_value(Celsius(from.CompositeTemperature()));
@@ -93,7 +94,7 @@ datatypes::NvmeCustomizedHealthInfo* NvmeDataGetter::toCustomizedHealthInfo(cons
     if (health == nullptr) {
         return nullptr;
     }
-    auto* message = Arena::CreateMessage<datatypes::NvmeCustomizedHealthInfo>(&arena);
+    auto* message = NewMessage<datatypes::NvmeCustomizedHealthInfo>(arena);
     auto& to = *message;
     const auto& from = *health;
     to.mutable_wear_leveling_count()->set_value(from.WearLevelingCount());

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <string>
 
+#include "MessageArena.h"
 #include "NvmeDataGetter.h"
 #include "NvmeMapping.h"
 #include "VendorCast.h"
@@ -158,7 +159,7 @@ datatypes::NvmeIdentifyControllerData* NvmeDataGetter::toIdentifyControllerData(
     if (data == nullptr) {
         return nullptr;
     }
-    auto* message = Arena::CreateMessage<datatypes::NvmeIdentifyControllerData>(&arena);
+    auto* message = NewMessage<datatypes::NvmeIdentifyControllerData>(arena);
     MapOwnFields(*message, *data);
     MapCapabilities(*message, data, arena);
     MapPowerStates(*message, data, arena);

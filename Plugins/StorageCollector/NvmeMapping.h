@@ -9,6 +9,7 @@
 
 #include <google/protobuf/arena.h>
 
+#include "MessageArena.h"
 #include "StorageHelper.h"
 #include "platform/Text.h"
 #include "sondix/sondix.h"
@@ -32,7 +33,7 @@ template <class Message, class Object, class Fill>
     if (from == nullptr) {
         return nullptr;
     }
-    auto* to = google::protobuf::Arena::CreateMessage<Message>(&arena);
+    auto* to = NewMessage<Message>(arena);
     fill(*to, *from);
     return to;
 }

@@ -1,5 +1,6 @@
 #include <cstdint>
 
+#include "MessageArena.h"
 #include "SmartDataGetter.h"
 #include "StorageHelper.h"
 #include "platform/Text.h"
@@ -30,7 +31,7 @@ datatypes::SmartAttributeDetail* SmartDataGetter::toSmartAttributeDetail(const S
     if (!slot.raw && !slot.normalised && !slot.worst && !slot.threshold) {
         return nullptr;
     }
-    auto* detail = Arena::CreateMessage<datatypes::SmartAttributeDetail>(&arena);
+    auto* detail = NewMessage<datatypes::SmartAttributeDetail>(arena);
     if (slot.raw) {
         detail->mutable_raw_value()->set_value(*slot.raw);
     }
@@ -49,7 +50,7 @@ datatypes::SmartAttributeDetail* SmartDataGetter::toSmartAttributeDetail(const S
 template <>
 datatypes::SmartDynamicInfo* SmartDataGetter::parseCacheToIMessage(const SmartDataCollection& collection, Arena& arena)
 {
-    auto* message = Arena::CreateMessage<datatypes::SmartDynamicInfo>(&arena);
+    auto* message = NewMessage<datatypes::SmartDynamicInfo>(arena);
     auto& to = *message;
     const auto& from = collection;
     to.set_name(DefaultToUtf8(from.name));
@@ -93,7 +94,7 @@ datatypes::SmartDynamicInfo* SmartDataGetter::parseCacheToIMessage(const SmartDa
 template <>
 datatypes::SmartStaticInfo* SmartDataGetter::parseCacheToIMessage(const SmartDataCollection& collection, Arena& arena)
 {
-    auto* message = Arena::CreateMessage<datatypes::SmartStaticInfo>(&arena);
+    auto* message = NewMessage<datatypes::SmartStaticInfo>(arena);
     message->set_name(DefaultToUtf8(collection.name));
     if (collection.modelName) {
         message->set_model_name(DefaultToUtf8(*collection.modelName));  // Intentional: as the drive pads it

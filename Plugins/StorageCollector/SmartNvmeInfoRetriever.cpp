@@ -36,7 +36,7 @@ NvmeDataGetter::MessageMap<datatypes::SmartNvmeInfo> NvmeDataGetter::GetNvmeHeal
     const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
     const std::shared_ptr<Arena> arena = NewMessageArena();
     WalkDrives("NvmeHealthInfo", debug, [&](std::int32_t drive, const std::string& name) {
-        auto* info = Arena::CreateMessage<datatypes::SmartNvmeInfo>(arena.get());
+        auto* info = NewMessage<datatypes::SmartNvmeInfo>(*arena);
         const auto health = NvmeMapping::Own(SXNvmNewHealthInfo(drive));
         if (health != nullptr) {
             site.Debug(fmt::format("Fetching HealthInfo for {0}", name), __LINE__);

@@ -15,6 +15,7 @@
 
 #include "BitTable.h"
 #include "FakeDrives.h"
+#include "MessageArena.h"
 #include "MessageDiff.h"
 #include "NvmeDataGetter.h"
 #include "NvmeMapping.h"
@@ -76,7 +77,7 @@ protected:
     [[nodiscard]] const Message& MakerHealth()
     {
         const auto health = NvmeMapping::Own(SXNvmNewCustomizedHealthInfo(0));
-        auto* info = Arena::CreateMessage<datatypes::SmartNvmeInfo>(&m_Arena);
+        auto* info = NewMessage<datatypes::SmartNvmeInfo>(m_Arena);
         info->set_allocated_customized_health_info(NvmeDataGetter::toCustomizedHealthInfo(health.get(), m_Arena));
         return *info;
     }
