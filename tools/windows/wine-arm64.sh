@@ -86,7 +86,8 @@ build_native_tools() {
     cd "$native"
     ./configure --enable-win64 --without-x --without-freetype --disable-tests --enable-maintainer-mode --disable-werror --without-mingw \
         CFLAGS="-O1 -g0 -Wno-error"
-    make -s -j"$jobs" __tooldeps__
+    # On a busy machine the scanners may be compiled while a header of theirs is written a second time; once more, one by one, helps.
+    make -s -j"$jobs" __tooldeps__ || make -s __tooldeps__
 }
 configure_cross() {
     mv "$source" "$cross"
@@ -101,7 +102,7 @@ build_cross() {
     local targets=(loader/all server/all) name
     for name in "${libraries[@]}"; do targets+=("dlls/$name/all"); done
     for name in "${programs[@]}"; do targets+=("programs/$name/all"); done
-    make -s -j"$jobs" "${targets[@]}"
+    make -s -j"$jobs" "${targets[@]}" || make -s "${targets[@]}"
 }
 
 collect() {
