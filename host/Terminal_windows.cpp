@@ -8,6 +8,51 @@
 #include "Terminal.h"
 
 namespace orbis::host {
+namespace {
+
+// The console in UTF-8 and with escape sequences until this program ends, however it ends in order; a console outlives its
+// programs, and others rely on their code page.
+class ConsoleInUtf8 {
+public:
+    ConsoleInUtf8() : m_CodePage(::GetConsoleOutputCP()), m_Output(::GetStdHandle(STD_OUTPUT_HANDLE))
+    {
+        ::SetConsoleOutputCP(CP_UTF8);
+        m_HasMode = ::GetConsoleMode(m_Output, &m_Mode) != 0 &&
+                    ::SetConsoleMode(m_Output, m_Mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
+        ::SetConsoleCtrlHandler(RestoreWhenInterrupted, TRUE);
+    }
+    ConsoleInUtf8(const ConsoleInUtf8&) = delete;
+    ConsoleInUtf8& operator=(const ConsoleInUtf8&) = delete;
+    ~ConsoleInUtf8() { Restore(); }
+
+    static ConsoleInUtf8& Instance()
+    {
+        static ConsoleInUtf8 console;
+        return console;
+    }
+
+private:
+    static BOOL WINAPI RestoreWhenInterrupted(DWORD /*event*/)
+    {
+        Instance().Restore();
+        return FALSE;  // the next handler ends the program, or does not
+    }
+
+    void Restore() const
+    {
+        ::SetConsoleOutputCP(m_CodePage);
+        if (m_HasMode) {
+            ::SetConsoleMode(m_Output, m_Mode);
+        }
+    }
+
+    UINT m_CodePage;
+    HANDLE m_Output;
+    DWORD m_Mode = 0;
+    bool m_HasMode = false;
+};
+
+}  // namespace
 
 void RestrictLibrarySearch() { ::SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_APPLICATION_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32); }
 
@@ -35,12 +80,7 @@ void PrepareOutput(bool /*binary*/)
     // No carriage returns are added in either mode: piped results are the same bytes on every system.
     (void)::_setmode(::_fileno(stdout), _O_BINARY);
     if (OutputIsTerminal()) {
-        ::SetConsoleOutputCP(CP_UTF8);
-        DWORD mode = 0;
-        const HANDLE output = ::GetStdHandle(STD_OUTPUT_HANDLE);
-        if (::GetConsoleMode(output, &mode) != 0) {
-            ::SetConsoleMode(output, mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING);
-        }
+        static_cast<void>(ConsoleInUtf8::Instance());
     }
 }
 

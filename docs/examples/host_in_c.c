@@ -27,14 +27,18 @@ typedef struct Task {
 /* After windows.h, which it needs. */
 #include <objbase.h>
 
-/* What the library depends on is looked for beside it, wherever this program was started. */
+/* What the library needs is looked for beside it and in the system's folder, and nowhere else: the current folder or PATH could
+ * hold somebody else's file of the same name. The search needs a full path. */
 static void* load(const char* path)
 {
     char full[MAX_PATH];
     const DWORD length = GetFullPathNameA(path, sizeof full, full, NULL);
-    return length > 0 && length < sizeof full
-               ? LoadLibraryExA(full, NULL, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS)
-               : NULL;
+    const DWORD flags = LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32;
+    void* const library = length != 0 && length < sizeof full ? LoadLibraryExA(full, NULL, flags) : NULL;
+    if (library == NULL) {
+        fprintf(stderr, "%s cannot be loaded: Windows error %lu\n", path, GetLastError());
+    }
+    return library;
 }
 static void* find(void* library, const char* name) { return library != NULL ? (void*)GetProcAddress(library, name) : NULL; }
 

@@ -1,11 +1,22 @@
 #!/usr/bin/env bash
-# One zip with what a user of Windows needs; the same sources give the same bytes.
-# usage: tools/windows/package.sh x64|arm64     after a build of that architecture
+# One zip with what a user of Windows needs and one with its program databases; the same sources give the same bytes.
+# usage: tools/windows/package.sh x64|arm64 [--sign CERTIFICATE [--timestamp URL]]     after a build of that architecture
+# CERTIFICATE is a PKCS #12 file; its password is read from the file that ORBIS_SIGN_PASSWORD_FILE names. URL is an RFC 3161 time stamp
+# server: without one a signature ends with its certificate.
 # shellcheck source=common.sh
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 root=$(cd "$tools/../.." && pwd)
 
 architecture=${1:-}
+certificate='' timestamp=()
+shift
+while [ $# -gt 0 ]; do
+    case $1 in
+        --sign) certificate=$(realpath -e "${2:?a PKCS #12 file after --sign}"); shift 2 ;;
+        --timestamp) timestamp=(-ts "${2:?an address after --timestamp}"); shift 2 ;;
+        *) die "no such option: $1 (--sign, --timestamp)" ;;
+    esac
+done
 triple=$(triple_of "$architecture")
 build=$root/build/windows-$architecture
 toolchain=$("$tools/toolchain.sh" "$architecture" --path)
@@ -18,15 +29,25 @@ stage=$build/package/$name
 rm -rf "$build/package"
 mkdir -p "$stage/include/HostBorder" "$stage/licences" "$root/out"
 
-for file in StorageCollector.dll sondix.dll orbis-platform.dll orbis-host.exe; do
-    "$toolchain/bin/$triple-strip" -o "$stage/$file" "$build/bin/$file"
-done
+images="StorageCollector.dll sondix.dll orbis-platform.dll orbis-host.exe"
+for file in $images; do cp "$build/bin/$file" "$stage/"; done
+if [ -n "$certificate" ]; then
+    install_packages osslsigncode
+    password=()
+    [ -z "${ORBIS_SIGN_PASSWORD_FILE:-}" ] || password=(-readpass "$ORBIS_SIGN_PASSWORD_FILE")
+    for file in $images; do
+        osslsigncode sign -pkcs12 "$certificate" ${password[@]+"${password[@]}"} -h sha256 -n "Orbis $version" \
+            ${timestamp[@]+"${timestamp[@]}"} -in "$stage/$file" -out "$stage/$file.signed" >/dev/null || die "$file could not be signed"
+        mv "$stage/$file.signed" "$stage/$file"
+    done
+fi
 cp "$root/host-sdk/border/include/HostBorder/orbis_border.h" "$stage/include/HostBorder/"
 (cd "$root/host-sdk/proto" && find . -name '*.proto' -exec cp --parents {} "$stage/" \;)
 mkdir "$stage/proto" && mv "$stage/orbis" "$stage/proto/"
 cp -r "$root/docs/schema" "$stage/schema"
 cp -r "$root/machines" "$stage/machines"
 sed 's/$/\r/' "$tools/package-readme.txt" >"$stage/README.txt"
+for file in tryout.cmd tryout.ps1; do sed 's/$/\r/' "$tools/$file" >"$stage/$file"; done
 
 [ ! -f "$root/LICENSE" ] || cp "$root/LICENSE" "$stage/licences/orbis.txt"
 cp "$toolchain"/licences/*.txt "$stage/licences/"
@@ -34,20 +55,40 @@ cp "$protobuf/LICENSE" "$stage/licences/protobuf.txt"
 for library in fmt spdlog cli11; do cp "/usr/share/doc/lib$library-dev/copyright" "$stage/licences/$library.txt"; done
 
 commit_time=$(git -C "$root" log -1 --format=%cI 2>/dev/null || echo 2000-01-01T00:00:00Z)
-find "$stage" -exec touch -d "$commit_time" {} +
-zip=$root/out/$name.zip
-rm -f "$zip"
-(cd "$build/package" && find "$name" -type f | LC_ALL=C sort | TZ=UTC zip -q -X -@ "$zip")
 
-# What a user does with it: unpacked elsewhere, its host prints for each of its machines what is printed everywhere.
+# What a symbol server or a debugger takes, by the identity that stands in the images.
+symbols=$build/package/$name-symbols
+mkdir "$symbols"
+for file in $images; do cp "$build/bin/${file%.*}.pdb" "$symbols/"; done
+
+# pack FOLDER: out/FOLDER.zip.
+pack() {
+    find "$build/package/$1" -exec touch -d "$commit_time" {} +
+    rm -f "$root/out/$1.zip"
+    (cd "$build/package" && find "$1" -type f | LC_ALL=C sort | TZ=UTC zip -q -X -@ "$root/out/$1.zip")
+}
+pack "$name"
+pack "$name-symbols"
+
+# What a user does with it: unpacked elsewhere and started from another folder, its host prints for each of its machines what is
+# printed everywhere.
 unpacked=$build/package/unpacked
-unzip -q "$zip" -d "$unpacked"
-cd "$unpacked/$name"
-for machine in machines/*.txtpb; do
+mkdir -p "$unpacked/elsewhere"
+unzip -q "$root/out/$name.zip" -d "$unpacked"
+cd "$unpacked/elsewhere"
+for machine in "../$name"/machines/*.txtpb; do
     stem=$(basename "$machine" .txtpb)
-    # Status 1: a collection failed, which is what odd machines are for.
-    (cd machines && "$tools/run.sh" "$architecture" ../orbis-host.exe collect all --machine "$stem.txtpb" --format json --log-level off \
-        </dev/null 2>/dev/null) >"$unpacked/$stem.json" || [ $? = 1 ] || die "$name: orbis-host.exe cannot collect from $machine"
+    # The file's name stands in what is printed about it. Status 1: a collection failed, 4: something was left out, which is what odd
+    # machines are for.
+    cp "$machine" .
+    "$tools/run.sh" "$architecture" "../$name/orbis-host.exe" collect all --machine "$stem.txtpb" --format json --log-level off \
+        </dev/null >"$unpacked/$stem.json" 2>/dev/null || case $? in 1|4) ;; *) die "$name: orbis-host.exe cannot collect from $machine" ;; esac
     cmp "$unpacked/$stem.json" "$root/tests/golden/$stem.json" >&2 || die "$name: what orbis-host.exe prints for $machine differs"
 done
-say "$(cd "$root" && du -h "out/$name.zip")"
+if [ -n "$certificate" ]; then
+    for file in $images; do
+        osslsigncode verify -CAfile "${ORBIS_SIGN_ROOTS:-/etc/ssl/certs/ca-certificates.crt}" -in "../$name/$file" >"$unpacked/$file.log" 2>&1 ||
+            { cat "$unpacked/$file.log" >&2; die "$file: the signature does not verify (ORBIS_SIGN_ROOTS names other roots)"; }
+    done
+fi
+say "$(cd "$root" && du -h "out/$name.zip" "out/$name-symbols.zip")"

@@ -20,7 +20,8 @@ protoc_fits || die "protoc is $(protoc --version), the library $protobuf_version
 
 fetch() { fetch_source protobuf "$protobuf_version"; unpack_source "$work/protobuf"; }
 build() {
-    local flags="-mguard=cf -ffile-prefix-map=$work/=/ -Wno-everything"
+    # Hardened as the project's own code, and with line tables for its program databases.
+    local flags="-mguard=cf -fstack-protector-strong -gcodeview -gline-tables-only -ffile-prefix-map=$work/=/ -Wno-everything"
     cmake -G Ninja -S "$work/protobuf/cmake" -B "$work/build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$partial" \
         -DCMAKE_SYSTEM_NAME=Windows -DCMAKE_SYSTEM_PROCESSOR="$cpu" -DCMAKE_CXX_STANDARD=20 \
         -DCMAKE_C_COMPILER="$toolchain/bin/$triple-clang" -DCMAKE_CXX_COMPILER="$toolchain/bin/$triple-clang++" \

@@ -16,6 +16,10 @@
 // ones; an object is used by one thread at a time. Functions block for as long as the drive takes.
 //
 // Every pointer returned, by a function here or by an accessor, is a new object owned by the caller and freed with SXDelete.
+//
+// Memory that runs short: the three SXNvmNew functions and the accessors that return an object return null. SXGetPhysicalDrives and
+// SXQueryStorageBusType have no such answer and let std::bad_alloc through, which only a caller built by the same compiler can catch.
+// SXDelete needs no memory and throws nothing.
 
 namespace veyra::sondix::nvme {
 

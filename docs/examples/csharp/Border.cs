@@ -171,8 +171,10 @@ namespace Orbis.Storage.Interop
     // Libraries, which are never unloaded.
     internal static class NativeLibraries
     {
-        private const int Now = 2;                  // RTLD_NOW
-        private const uint AlteredSearchPath = 0x8; // LOAD_WITH_ALTERED_SEARCH_PATH: what a library needs is looked for beside it
+        private const int Now = 2; // RTLD_NOW
+        // What a library needs is looked for beside it (LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR) and in the system's folder
+        // (LOAD_LIBRARY_SEARCH_SYSTEM32), never in the current folder or PATH.
+        private const uint OwnFolderAndSystem = 0x100 | 0x800;
 
         [DllImport("libdl.so.2", EntryPoint = "dlopen")]
         private static extern IntPtr OpenOnLinux([MarshalAs(UnmanagedType.LPStr)] string file, int flags);
@@ -191,7 +193,7 @@ namespace Orbis.Storage.Interop
         {
             bool windows = Environment.OSVersion.Platform == PlatformID.Win32NT;
             string path = Path.GetFullPath(file);
-            IntPtr library = windows ? OpenOnWindows(path, IntPtr.Zero, AlteredSearchPath) : OpenOnLinux(path, Now);
+            IntPtr library = windows ? OpenOnWindows(path, IntPtr.Zero, OwnFolderAndSystem) : OpenOnLinux(path, Now);
             if (library == IntPtr.Zero) throw new DllNotFoundException(path + " cannot be loaded: it, or a library that it needs, is missing");
             IntPtr function = windows ? FindOnWindows(library, name) : FindOnLinux(library, name);
             if (function == IntPtr.Zero) throw new EntryPointNotFoundException(path + " has no function " + name);

@@ -14,6 +14,7 @@ PathLike = Union[str, "os.PathLike[str]"]
 
 _SUFFIX = ".dll" if os.name == "nt" else ".so"
 _PREFIX = "" if os.name == "nt" else "lib"
+_SEARCH = 0x100 | 0x800  # LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32; other systems ignore it
 
 
 def _folders() -> list[pathlib.Path]:
@@ -38,8 +39,8 @@ def beside(plugin: PathLike, name: str) -> pathlib.Path:
 
 
 def load(library: PathLike) -> ctypes.CDLL:
-    """Loads a library, for the rest of the process."""
+    """Loads a library, for the rest of the process. On Windows, what it needs is looked for beside it and in the system's folder alone."""
     try:
-        return ctypes.CDLL(str(pathlib.Path(library).resolve()))
+        return ctypes.CDLL(str(pathlib.Path(library).resolve()), winmode=_SEARCH)
     except OSError as error:
         raise PluginLoadError(f"{library}: {error}") from error

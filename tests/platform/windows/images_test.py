@@ -1,7 +1,8 @@
-"""Looks at a PE file as it is shipped: machine, hardening, exports, imports, version, and nothing of the machine it was built on."""
+"""Looks at a PE file as it is shipped: machine, hardening, exports, imports, version, program database, nothing of the build machine."""
 
 import argparse
 import re
+import struct
 import subprocess
 import sys
 from pathlib import Path
@@ -16,6 +17,11 @@ CHARACTERISTICS = {
 GUARD_FLAGS = {"CF_FUNCTION_TABLE_PRESENT", "CF_INSTRUMENTED"}
 SYSTEM_LIBRARIES = re.compile(r"^(kernel32|ole32|oleaut32|setupapi|advapi32|pdh|api-ms-win-crt-[a-z]+-l1-1-0)\.dll$", re.IGNORECASE)
 
+# The stack guard's value in the file; the program draws its own when it starts.
+STACK_GUARD = struct.pack("<Q", 0x00002B992DDFA232)
+# The DLLs that an image is linked to are looked for beside the program or the DLL, and in the system's folder.
+DEPENDENT_LOAD_FLAGS = {".exe": 0xA00, ".dll": 0x900}
+
 failures = []
 
 
@@ -26,7 +32,8 @@ def expect(condition, message):
 
 class Image:
     def __init__(self, readobj, path):
-        options = ["--file-headers", "--sections", "--coff-imports", "--coff-exports", "--coff-load-config", "--coff-resources"]
+        options = ["--file-headers", "--sections", "--coff-imports", "--coff-exports", "--coff-load-config",
+                   "--coff-debug-directory"]
         self.dump = subprocess.run([readobj, *options, path], check=True, capture_output=True, text=True).stdout
         self.bytes = Path(path).read_bytes()
 
@@ -37,6 +44,9 @@ class Image:
     def blocks(self, name):
         return re.findall(rf"^{name} {{\n(.*?)^}}", self.dump, re.MULTILINE | re.DOTALL)
 
+    def dependent_load_flags(self):
+        return int(self.one(r"DependentLoadFlags: (0x[0-9A-F]+)") or "0", 16)
+
     def exports(self):
         return {re.search(r"Name: (\S*)", block).group(1) for block in self.blocks("Export")}
 
@@ -46,6 +56,19 @@ class Image:
     def sections(self):
         for block in re.findall(r"^  Section {\n(.*?)^  }", self.dump, re.MULTILINE | re.DOTALL):
             yield re.search(r"Name: (\S+)", block).group(1), set(re.findall(r"IMAGE_SCN_MEM_\w+", block))
+
+
+def database_fits(image, arguments):
+    """The image names its program database without a folder, by an identity that differs between builds; the database knows a function."""
+    database = Path(arguments.image).with_suffix(".pdb")
+    expect(image.one(r"PDBFileName: (.*)") == database.name, "program database: " + image.one(r"PDBFileName: (.*)"))
+    stamp = int(re.search(r"^  TimeDateStamp: .*\((0x[0-9A-F]+)\)", image.dump, re.MULTILINE).group(1), 16)
+    expect(stamp != 0, "the time stamp is zero, not a hash of the content")
+    summary = subprocess.run([arguments.pdbutil, "dump", "--summary", "--globals", "--global-name=" + arguments.function, database],
+                             check=True, capture_output=True, text=True).stdout
+    identity = re.search(r"GUID: (\{[0-9A-Fa-f-]+\})", summary).group(1).upper()
+    expect(identity == image.one(r"PDBGUID: (\{.*\})").upper(), f"the program database is another build's: {identity}")
+    expect(re.search(rf"S_PROCREF .*`{arguments.function}`", summary), f"the program database knows no {arguments.function}")
 
 
 def declared_by(headers, mark):
@@ -80,6 +103,8 @@ def main():
     parser.add_argument("--imports", nargs="*", default=[], help="libraries of the project that it may import")
     parser.add_argument("--headers", nargs="*", default=[], help="where its exports are declared")
     parser.add_argument("--mark", help="the macro that marks what is exported")
+    parser.add_argument("--pdbutil", required=True)
+    parser.add_argument("--function", required=True, help="a function that the program database must know")
     parser.add_argument("--foreign", nargs="*", default=[], help="texts of the build machine that must not be in the file")
     arguments = parser.parse_args()
     image = Image(arguments.readobj, arguments.image)
@@ -89,6 +114,9 @@ def main():
     expect(not missing, f"missing DLL characteristics: {sorted(missing)}")
     missing = GUARD_FLAGS - set(re.findall(r"\bCF_\w+", image.dump))
     expect(not missing, f"missing guard flags: {sorted(missing)}")
+    flags = DEPENDENT_LOAD_FLAGS[Path(arguments.image).suffix]
+    expect(image.dependent_load_flags() == flags, f"dependent load flags: 0x{image.dependent_load_flags():X}, not 0x{flags:X}")
+    expect(STACK_GUARD in image.bytes, "no stack guard")
     expect(int(image.one(r"GuardCFFunctionCount: (\d+)") or 0) > 0, "the table of guarded functions is empty")
 
     sections = list(image.sections())
@@ -109,9 +137,16 @@ def main():
     expect(not declared - exported, f"declared, not exported: {sorted(declared - exported)}")
     expect(not exported - declared, f"exported, not declared: {sorted(exported - declared)}")
 
-    version = "FileVersion\0".encode("utf-16-le")
-    at = image.bytes.find(version)
-    expect(at >= 0 and arguments.version.encode("utf-16-le") in image.bytes[at:at + 64], "no version resource of " + arguments.version)
+    for name, value in {"FileVersion": arguments.version, "OriginalFilename": Path(arguments.image).name, "CompanyName": "",
+                        "LegalCopyright": "", "ProductName": ""}.items():
+        at = image.bytes.find(f"{name}\0".encode("utf-16-le"))
+        found = image.bytes[at + 2 * len(name) + 2:at + 200].decode("utf-16-le", "replace").lstrip("\0").partition("\0")[0]
+        expect(at >= 0 and (found == value if value else found), f"{name} in the version resource: {found!r}")
+    if Path(arguments.image).suffix == ".exe":
+        for text in ("asInvoker", "longPathAware", "{8e0f7a12-bfb3-4fe8-b9a5-48fd50a15a9a}"):
+            expect(text.encode() in image.bytes, "no manifest with " + text)
+        expect(b"<activeCodePage" not in image.bytes, "the manifest changes the code page that drives' texts are decoded with")
+    database_fits(image, arguments)
     for text in arguments.foreign:
         expect(text.encode() not in image.bytes, f"contains {text}")
 
