@@ -4,16 +4,43 @@
 //
 // With a machine file, the plug-in sees the simulated machine of that file instead of this one. For that alone this example is
 // linked to the library of simulated machines.
+//
+// The plug-in is used on a thread of its own, which a device or a WMI provider that hangs may hold. This host only waits for it.
 #include <chrono>
 #include <cstdio>
 #include <exception>
+#include <future>
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 #include <string>
 
 #include "HostBorder/PluginHost.h"
 #include "orbis/datatypes/nvme_identify.pb.h"
 #include "simulated/orbis_simulated.h"
+
+#ifdef _WIN32  // after the messages' headers, which the macros of windows.h would break
+#define NOMINMAX
+#include <windows.h>
+
+#include <objbase.h>
+
+// A multi-threaded apartment for the life of the plug-in object. COM's security is set before the plug-in's first query would set
+// it for the whole process; a host that needs another one asks for it here.
+struct Apartment {
+    Apartment()
+    {
+        if (FAILED(CoInitializeEx(nullptr, COINIT_MULTITHREADED))) {
+            throw std::runtime_error("COM cannot be initialised");
+        }
+        CoInitializeSecurity(nullptr, -1, nullptr, nullptr, RPC_C_AUTHN_LEVEL_DEFAULT, RPC_C_IMP_LEVEL_IMPERSONATE, nullptr,
+                             EOAC_NONE, nullptr);
+    }
+    ~Apartment() { CoUninitialize(); }
+};
+#else
+struct Apartment {};
+#endif
 
 namespace {
 
@@ -102,6 +129,7 @@ ItemId Collect(PluginObject& plugin, const char* title, const ItemId& wanted, co
 
 int Run(const char* pluginFile)
 {
+    [[maybe_unused]] const Apartment apartment{};
     const PluginHost host = PluginHost::Load(pluginFile);
     std::cout << host.Name() << ' ' << host.Id() << '\n';
     for (const auto& operation : host.Operations()) {
@@ -132,7 +160,7 @@ int main(int argc, char** argv)
         return 2;
     }
     try {
-        return Run(argv[1]);
+        return std::async(std::launch::async, Run, argv[1]).get();
     } catch (const HostException& failure) {
         Print(failure);
     } catch (const std::exception& failure) {

@@ -4,8 +4,11 @@
 //
 // With a simulated machine, the plug-in sees that machine instead of this one. Of a message this host reads three texts on its own; one
 // that reads more uses the classes that protoc makes of the schema (protoc --csharp_out), with the package Google.Protobuf.
+//
+// The plug-in is used on a thread of its own, which a device or a WMI provider that hangs may hold. This host only waits for it.
 using System;
 using System.Collections.Generic;
+using System.Runtime.InteropServices;
 using System.Text;
 using System.Threading;
 using Orbis.Storage;
@@ -21,7 +24,21 @@ internal static class HostInCSharp
         }
         if (arguments.Length == 3) StoragePlugin.UseMachine(arguments[1], arguments[2]);
 
-        using (var plugin = new StoragePlugin(arguments[0], line => Console.Error.WriteLine(line.Level + ": " + line.Message)))
+        var thread = new Thread(() => UsePlugin(arguments[0]));
+        thread.SetApartmentState(ApartmentState.MTA);
+        thread.Start();
+        thread.Join();
+        return 0;
+    }
+
+    private static void UsePlugin(string file)
+    {
+        // COM's security, before the plug-in's first query sets it for the whole process; a host that needs another one asks for it here.
+        const uint defaultAuthentication = 0, impersonate = 3;
+        if (Environment.OSVersion.Platform == PlatformID.Win32NT)
+            CoInitializeSecurity(IntPtr.Zero, -1, IntPtr.Zero, IntPtr.Zero, defaultAuthentication, impersonate, IntPtr.Zero, 0, IntPtr.Zero);
+
+        using (var plugin = new StoragePlugin(file, line => Console.Error.WriteLine(line.Level + ": " + line.Message)))
         {
             Console.WriteLine(plugin.Name + " " + plugin.Id);
             foreach (Operation operation in plugin.Operations) Console.WriteLine("  " + operation.Name + ": " + operation.Datatype);
@@ -35,8 +52,11 @@ internal static class HostInCSharp
             }
             Collect(plugin, "A disk that is not there:", "Disk_that is not there");
         }
-        return 0;
     }
+
+    [DllImport("ole32.dll")]
+    private static extern int CoInitializeSecurity(IntPtr descriptor, int services, IntPtr service, IntPtr reserved, uint authentication,
+                                                   uint impersonation, IntPtr list, uint capabilities, IntPtr reserved2);
 
     private static IReadOnlyList<CollectedItem> Collect(StoragePlugin plugin, string title, string itemId = null,
                                                         CancellationToken token = default(CancellationToken))
