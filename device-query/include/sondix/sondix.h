@@ -18,8 +18,8 @@
 // Every pointer returned, by a function here or by an accessor, is a new object owned by the caller and freed with SXDelete.
 //
 // Memory that runs short: the three SXNvmNew functions and the accessors that return an object return null. SXGetPhysicalDrives and
-// SXQueryStorageBusType have no such answer and let std::bad_alloc through, which only a caller built by the same compiler can catch.
-// SXDelete needs no memory and throws nothing.
+// SXQueryStorageBusType have no such answer and let std::bad_alloc through, which only a caller built by the same compiler can
+// catch. SXDelete needs no memory and throws nothing.
 
 namespace veyra::sondix::nvme {
 
