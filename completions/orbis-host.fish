@@ -12,7 +12,7 @@ complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a machine
 complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a help -d 'Show the help of a command'
 complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a version -d 'Show the version'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect" -a "$datatypes"
-complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics" -x -l item -d 'Only this disk: item id, DISK0, number, serial number or C:'
+complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics" -x -l item -d 'Only this disk: item id, DISK0, number, serial number, C: or /dev/nvme0'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics" -r -F -l machine -d 'Collect from the simulated machine of this file'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l format -a 'table json jsonl text binary'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics" -x -l log-level -a 'trace debug info warning error off'

@@ -98,7 +98,6 @@ std::vector<Pass> Collector::Collect(const std::vector<Operation>& operations)
         } catch (const std::runtime_error& exception) {
             m_HasFailed = true;
             m_Log->Flush();
-            Say(exception.what());
             m_Failures.push_back({"collection-failed", {}, exception.what(), {}, {ShortName(operation.datatype)}});
         }
         collection.duration = std::chrono::steady_clock::now() - begin;
@@ -135,9 +134,7 @@ void Collector::ReportFailure(const std::string& datatype, const HostException& 
                                  failure->error);
         }
     }
-    const std::string text = fmt::format("{}: not collected: {}", datatype, reason);
-    Say(text);
-    m_Failures.push_back({"collection-failed", {}, text, {}, {datatype}});
+    m_Failures.push_back({"collection-failed", {}, fmt::format("{}: not collected: {}", datatype, reason), {}, {datatype}});
     if (m_LogLevel <= LogLevel::Debug) {
         Say(exception.ToString());
     }
@@ -161,21 +158,37 @@ std::vector<Finding> Collector::ReportFindings()
         Say(fmt::format("{} {}", denied, lastDenied->remedy));
     }
     const std::vector<Finding> failures = std::exchange(m_Failures, {});
+    for (const Finding& failure : failures) {
+        // The letter or disk that ended a collection is reported above, with the datatypes that it cost.
+        const bool isExplained = std::any_of(findings.begin(), findings.end(), [&](const Finding& finding) {
+            const auto& names = finding.datatypes;
+            return finding.kind.ends_with("-ended-collection") &&
+                   std::find(names.begin(), names.end(), failure.datatypes.front()) != names.end();
+        });
+        if (!isExplained) {
+            Say(failure.text);
+        }
+    }
     findings.insert(findings.end(), failures.begin(), failures.end());
     return findings;
 }
 
-std::vector<std::string> Collector::Select(const std::string& selector)
+std::vector<std::string> Collector::Select(const std::string& given)
 {
+    std::string selector = given;
+    if (const auto number = m_Machine.DriveNumberOf(given)) {
+        selector = fmt::format("DISK{}", *number);
+    }
     std::vector<std::string> selected = m_Disks.Select(selector);
     if (selected.empty() && !m_HasIdentities) {
         LearnIdentities();
         selected = m_Disks.Select(selector);
     }
     if (selected.empty()) {
+        (void)ReportFindings();  // why a disk may be missing
         const std::string list = m_Disks.List();
         throw std::invalid_argument(
-            fmt::format("no disk is called {}. {}", selector, list.empty() ? "No disk was found." : "These are there:" + list));
+            fmt::format("no disk is called {}. {}", given, list.empty() ? "No disk was found." : "These are there:" + list));
     }
     return selected;
 }

@@ -39,9 +39,9 @@ public:
     // Reports what was left out of the collections since the last call, and returns it together with the failures.
     [[nodiscard]] std::vector<Finding> ReportFindings();
 
-    // The item ids that `selector` names. Collects what tells disks apart when that is not known yet. Throws std::invalid_argument,
+    // The item ids that a selector names. Collects what tells disks apart when that is not known yet. Throws std::invalid_argument,
     // with a list of the disks, when it names none.
-    [[nodiscard]] std::vector<std::string> Select(const std::string& selector);
+    [[nodiscard]] std::vector<std::string> Select(const std::string& given);
     // Collects what tells disks apart, models, serial numbers and drive letters, unless these passes did or nothing is new in them.
     void LearnIdentities(const std::vector<Pass>& passes);
 

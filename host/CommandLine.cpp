@@ -110,7 +110,7 @@ private:
 
     void AddSourceOptions(CLI::App& command, SourceOptions& source)
     {
-        command.add_option("--item", source.disk, "Only this disk: an item id, DISK0, a number, a serial number or C:")
+        command.add_option("--item", source.disk, "Only this disk: an item id, DISK0, a number, a serial number, C: or /dev/nvme0")
             ->option_text("DISK");
         command.add_option("--machine", source.machine, "Collect from the simulated machine of this file")->option_text("FILE");
         command.add_option("--log-level", m_LogLevel, "trace, debug, info, warning, error or off (warning)")->option_text("LEVEL");

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "Terminal.h"
+#include "platform/SystemPath.h"
 #include "simulated/MachineFile.h"
 
 namespace orbis::host {
@@ -50,6 +51,11 @@ MachineInForce::MachineInForce(const std::filesystem::path& file)
 }
 
 MachineInForce::~MachineInForce() { platform::Platform::Replace(nullptr); }
+
+std::optional<std::uint32_t> MachineInForce::DriveNumberOf(const std::string& path) const
+{
+    return m_Simulated == nullptr && path.starts_with('/') ? platform::DriveNumberOfSystemPath(path) : std::nullopt;
+}
 
 std::vector<insight::Finding> MachineInForce::TakeFindings()
 {

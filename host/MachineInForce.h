@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -24,6 +26,8 @@ public:
     [[nodiscard]] DiskWatch& Disks() { return *m_Disks; }
     // Its name: that of the computer, or of the simulated machine's file.
     [[nodiscard]] const std::string& Name() const noexcept { return m_Name; }
+    // The number of the drive that a path of this system's own names (/dev/nvme0); nothing on a simulated machine.
+    [[nodiscard]] std::optional<std::uint32_t> DriveNumberOf(const std::string& path) const;
     // Ends a pass: what was left out of its collections and was not told before, and why.
     [[nodiscard]] std::vector<insight::Finding> TakeFindings();
 

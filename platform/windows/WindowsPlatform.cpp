@@ -6,6 +6,7 @@
 #include "WindowsTime.h"
 #include "WindowsWmi.h"
 #include "platform/Platform.h"
+#include "platform/SystemPath.h"
 
 namespace orbis::platform {
 namespace {
@@ -39,5 +40,8 @@ Platform& Platform::System() noexcept
     static WindowsPlatform& machine = *new WindowsPlatform;
     return machine;
 }
+
+std::optional<std::uint32_t> DriveNumberOfSystemPath(const std::string&) { return std::nullopt; }
+std::string SystemPathOfDrive(std::uint32_t) { return {}; }
 
 }  // namespace orbis::platform

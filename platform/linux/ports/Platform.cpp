@@ -1,5 +1,6 @@
 #include "linux/ports/Platform.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "linux/kernel/Machine.h"
@@ -10,6 +11,7 @@
 #include "linux/ports/Text.h"
 #include "linux/ports/Time.h"
 #include "linux/ports/WmiRows.h"
+#include "platform/SystemPath.h"
 
 namespace orbis::platform {
 namespace linux_system {
@@ -47,13 +49,48 @@ platform::Pdh& Platform::PdhPort() noexcept { return m_Ports->pdh; }
 platform::Time& Platform::TimePort() noexcept { return m_Ports->time; }
 platform::Text& Platform::TextPort() noexcept { return m_Ports->text; }
 
-}  // namespace linux_system
+std::optional<std::uint32_t> Platform::DriveNumberOf(const std::string& path)
+{
+    const std::string name = BaseName(RealPath(path));
+    if (name.empty()) {
+        return std::nullopt;
+    }
+    for (const Disk& disk : m_Ports->machine.inventory.Disks()) {
+        const bool isPartition = std::any_of(disk.partitions.begin(), disk.partitions.end(),
+                                             [&](const Partition& partition) { return partition.name == name; });
+        // "nvme0" is the controller of "nvme0n1".
+        const bool isController = name.starts_with("nvme") && disk.name.starts_with(name + 'n');
+        if (disk.name == name || isPartition || isController) {
+            return disk.number;
+        }
+    }
+    return std::nullopt;
+}
+
+std::string Platform::PathOf(std::uint32_t number)
+{
+    const auto disk = m_Ports->machine.inventory.Find(number);
+    return disk ? PathIn(m_Ports->machine.roots.dev, disk->name) : std::string();
+}
+
+namespace {
 
 // Never destroyed: a host's threads may still be collecting while the process ends.
-Platform& Platform::System() noexcept
+Platform& SystemMachine()
 {
-    static linux_system::Platform& machine = *std::make_unique<linux_system::Platform>().release();
+    static Platform& machine = *std::make_unique<Platform>().release();
     return machine;
 }
+
+}  // namespace
+}  // namespace linux_system
+
+Platform& Platform::System() noexcept { return linux_system::SystemMachine(); }
+
+std::optional<std::uint32_t> DriveNumberOfSystemPath(const std::string& path)
+{
+    return linux_system::SystemMachine().DriveNumberOf(path);
+}
+std::string SystemPathOfDrive(std::uint32_t number) { return linux_system::SystemMachine().PathOf(number); }
 
 }  // namespace orbis::platform

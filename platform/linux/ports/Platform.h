@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
 
 #include "linux/kernel/Kernel.h"
 #include "platform/Export.h"
@@ -23,6 +26,10 @@ public:
     platform::Pdh& PdhPort() noexcept override;
     platform::Time& TimePort() noexcept override;
     platform::Text& TextPort() noexcept override;
+
+    // See platform/SystemPath.h.
+    [[nodiscard]] std::optional<std::uint32_t> DriveNumberOf(const std::string& path);
+    [[nodiscard]] std::string PathOf(std::uint32_t number);
 
 private:
     struct Ports;

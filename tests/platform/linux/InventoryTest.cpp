@@ -134,6 +134,8 @@ TEST(LinuxInventory, NumbersStayAndAreNeverReused)
     const auto first = NumbersById(machine);
     EXPECT_EQ(first.at(R"(SCSI\DISK&VEN_ACME&PROD_FIRST\S1&0)"), 0U);
     EXPECT_EQ(first.at(R"(SCSI\DISK&VEN_ACME&PROD_THIRD\S3&0)"), 2U) << "sdz stands before sdaa";
+    EXPECT_EQ(machine.DriveNumberOf(machine.PathOf(3)), 3U) << "sdaa";
+    EXPECT_EQ(machine.DriveNumberOf(machine.PathOf(4)), std::nullopt);
 
     tree.Remove("sys/block/sdb");
     tree.Write("sys/kernel/uevent_seqnum", "1001\n");
