@@ -1,5 +1,5 @@
-// The plug-in seen from the C border: its registration, and a thin adapter to StorageCollectorPlugin. Nothing is thrown out of
-// here.
+// The plug-in seen from the C border: its registration, and a thin adapter to StorageCollectorPlugin. No exception
+// leaves this file.
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -30,8 +30,8 @@ namespace {
 
 constexpr OrbisText TextOf(std::string_view text) noexcept { return {text.data(), text.size()}; }
 
-// Hands log lines to the host's function. A line never changes what a collection does: one for which there is no memory, or whose
-// delivery throws, is lost.
+// Hands log lines to the host's function. A line is dropped when memory is short or the host's function throws; the
+// collection goes on.
 class BorderLog final : public IZelLog {
 public:
     BorderLog(const OrbisHost& host, std::string_view logId) : m_Log(host.log), m_Context(host.logContext), m_LogId(logId) {}
@@ -122,7 +122,7 @@ constexpr std::array<OrbisOperation, kRows.size()> kOperations = [] {
 
 // ---- What a host passes in, checked ----
 
-// How long the structures were in the border's first version; a host's may be longer.
+// Sizes of the structures in the border's first version. Later hosts may pass longer ones.
 constexpr std::size_t kHostSize = offsetof(OrbisHost, logContext) + sizeof(OrbisHost::logContext);
 constexpr std::size_t kCancellationSize = offsetof(OrbisCancellation, context) + sizeof(OrbisCancellation::context);
 

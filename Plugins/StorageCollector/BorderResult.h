@@ -39,7 +39,7 @@ public:
         return result;
     }
 
-    // The exception in flight as a failure. Never null: without memory for a record, a constant one says so.
+    // The exception in flight as a failure. Never null: when memory is short it is a constant record.
     [[nodiscard]] static const OrbisResult* OfCurrentException() noexcept;
 
     // Frees what Of or OfCurrentException made; null is ignored.

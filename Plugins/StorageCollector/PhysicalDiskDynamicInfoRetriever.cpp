@@ -59,7 +59,7 @@ std::string ToLower(std::string text)
     return text;
 }
 
-// Toward zero; what an unsigned number cannot hold becomes its nearest value, and what is no number becomes 0.
+// Rounds toward zero. A value out of range becomes the nearest value in range, and NaN becomes 0.
 std::uint64_t Truncate(float value)
 {
     constexpr float kTooLarge = 18446744073709551616.0F;  // 2^64
@@ -69,8 +69,8 @@ std::uint64_t Truncate(float value)
     return value >= kTooLarge ? std::numeric_limits<std::uint64_t>::max() : static_cast<std::uint64_t>(value);
 }
 
-// The leading decimal number of a text, as the standard string-to-integer conversion reads it, its errors included (their texts are
-// the same on every system here).
+// The leading decimal number of a text, as std::stoi reads it, with errors of the same types whose texts are the same on every
+// system.
 std::uint32_t LeadingNumber(const std::string& text)
 {
     errno = 0;
@@ -128,7 +128,7 @@ void PhysicalDiskDynamicInfoRetriever::RefreshPdhQuery()
     try {
         m_Query = PdhQuery::OpenQuery(std::nullopt, 0);
     } catch (...) {
-        // The query of before, if any, stays, with no counters.
+        // The previous query, if any, stays in place without counters.
         log.Error("failed to create PDH query: " + CurrentFailure().message, __LINE__);
         return;
     }
@@ -152,7 +152,7 @@ void PhysicalDiskDynamicInfoRetriever::RefreshPdhQuery()
             try {
                 counters[slot] = m_Query->CreateCounter(kObject, kCounterNames[slot], instanceName);
             } catch (...) {
-                // Two blanks, and a brace before the last apostrophe: the line is known so.
+                // Intentional: two blanks, and a brace before the last apostrophe.
                 log.Error(fmt::format("failed to create PDH counter '{0}' for instance '{1}':  {2}}}'", kCounterNames[slot],
                                       instanceName, CurrentFailure().message),
                           __LINE__);
@@ -213,7 +213,7 @@ PhysicalDiskDynamicInfoRetriever::Map PhysicalDiskDynamicInfoRetriever::GetDynam
             orbis::platform::Time::Current().Sleep(kFreshCountersMilliseconds);
         }
         if (m_Query == nullptr) {
-            // The refresh lost it.
+            // The refresh could not list the instances.
             throw Sdk::Exceptions::NullReferenceException();
         }
         m_Query->CollectData();
@@ -221,7 +221,7 @@ PhysicalDiskDynamicInfoRetriever::Map PhysicalDiskDynamicInfoRetriever::GetDynam
             try {
                 CollectInstance(ToLower(instanceName), counters, inventory, map);
             } catch (const std::invalid_argument& exception) {
-                // What was raised is the instance's name, which alone of all texts here is UTF-8, or plain ASCII.
+                // The description is the instance's name, which is UTF-8 unlike other narrow texts here, or plain ASCII.
                 log.Warning(fmt::format("GetDynamicDiskData: the \"{0}\" name is invalid, skipping to the next one.",
                                         orbis::platform::ValidUtf8(exception.what())),
                             __LINE__);

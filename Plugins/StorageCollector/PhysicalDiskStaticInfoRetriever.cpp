@@ -88,7 +88,7 @@ std::uint64_t MarketedSize(std::uint64_t size)
     return static_cast<std::uint64_t>(static_cast<double>(size) * kGigabytesPerUnit);
 }
 
-// Without any occurrence of `part`; what the removal joins together stays.
+// `text` without any occurrence of `part`. An occurrence that a removal creates stays.
 std::string Without(const std::string& text, std::string_view part)
 {
     std::string result;
@@ -159,7 +159,7 @@ std::string PhysicalDiskStaticInfoRetriever::GetOEMStringsfromBIOS()
         if (!entry->GetU8(OEMStringsCount, count) || count <= 1) {
             continue;
         }
-        // The structure may claim strings that it does not store.
+        // A structure may count more strings than it stores.
         const std::string text = entry->strings.size() < 2 ? std::string() : DefaultToUtf8(entry->strings[1]);
         return Without(Without(text, "1["), "]");
     }

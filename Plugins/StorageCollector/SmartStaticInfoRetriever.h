@@ -13,7 +13,7 @@ public:
     // `log` is not null.
     explicit SmartStaticInfoRetriever(std::shared_ptr<Common::IZelLog> log);
 
-    // No disk at all gives an empty list. What a collection throws, leaves.
+    // No disk at all gives an empty list. Exceptions of a collection are not caught.
     [[nodiscard]] Common::CollectionList<veyra::orbis::datatypes::SmartStaticInfo> CollectData(
         const Sdk::Common::Identifiers::ItemId& itemId) override;
 

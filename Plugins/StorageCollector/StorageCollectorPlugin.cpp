@@ -22,7 +22,7 @@ namespace {
 constexpr std::string_view kFile = "Plugins\\StorageCollector\\StorageCollectorPlugin";
 constexpr std::string_view kConstructor = "Veyra::Orbis::Plugins::StorageCollectorPlugin::StorageCollectorPlugin";
 
-// The factory's retriever, or null when there is none to be had: the plug-in is constructed whatever its retrievers do.
+// The factory's retriever, or null when it cannot be made. The plug-in is constructed in any case.
 template <class Factory>
 auto Create(const Factory& make, const std::shared_ptr<IZelLog>& log) -> typename Factory::result_type
 {

@@ -35,7 +35,7 @@ std::string StorageHelper::TrimInvalidChar(const std::string& text) { return std
 
 std::string StorageHelper::Trim(const std::string& text)
 {
-    // The order shows: a backspace at an end shields the white space before it.
+    // The order matters: a backspace at an end keeps the white space before it from being removed.
     return std::string{OneSided::Trim<IsNotBackspace>(OneSided::Trim<IsNotSpace>(OneSided::Trim<IsNotZero>(text)))};
 }
 

@@ -13,12 +13,12 @@ constexpr std::uint32_t kNoCapabilities = 0;            // EOAC_NONE
 
 ComCtx::ComCtx(orbis::platform::Wmi& port) : m_Port(port)
 {
-    // A thread that is in a single-threaded apartment already is no failure: WMI works there too.
+    // A thread that is already in a single-threaded apartment is no failure: WMI works there too.
     if (orbis::platform::Failed(m_Port.InitializeCom(kMultithreaded))) {
         return;
     }
     try {
-        // RPC_E_TOO_LATE is usual here: a host process has set its security long ago.
+        // RPC_E_TOO_LATE is normal: the host process has usually set its security before.
         static_cast<void>(
             m_Port.InitializeSecurity(kAnyAuthenticationService, kAuthenticationDefault, kImpersonate, kNoCapabilities));
     } catch (...) {

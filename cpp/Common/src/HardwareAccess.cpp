@@ -17,8 +17,8 @@ using namespace orbis::platform;
 namespace ata = orbis::protocol::ata;
 namespace scsi = orbis::protocol::scsi;
 
-// Failures carry lines that are fixed, because support quotes them; they are not lines of this file. All of this unit are
-// documented.
+// Failures carry lines that are fixed, because support quotes them; they are not lines of this file. All lines of
+// this unit are documented.
 constexpr std::string_view kUnit = R"(cpp\Common\src\HardwareAccess)";
 constexpr std::uint32_t kTimeOutSeconds = 60;
 constexpr std::uint8_t kMakerLogAddress = 0x9A;
@@ -76,7 +76,7 @@ std::u16string HardwareAccess::GetDevicePath(const DeviceInfoSet& deviceInfoSet,
     if (required == 0) {
         throw ResultException(hresult::kUnexpected, kUnit, 64);
     }
-    // Never less than the fixed header, whatever size was answered.
+    // Never less than the fixed header, whatever size the call returned.
     std::vector<std::uint8_t> detail(std::max(required, kDeviceInterfaceDetailHeaderSize));
     std::memcpy(detail.data(), &kDeviceInterfaceDetailHeaderSize, sizeof(kDeviceInterfaceDetailHeaderSize));
     if (!setup.DeviceInterfaceDetail(deviceInfoSet.Get(), interfaceData, detail.data(), required, &required)) {
@@ -193,7 +193,7 @@ std::string HardwareAccess::GetModelFromIdentify(const std::u16string& path)
             return DecodeAtaString(std::span(*identify).subspan<54, 40>());
         }
     } catch (const std::exception&) {
-        // A drive that does not tell its model has none here.
+        // A drive whose IDENTIFY data cannot be read has no model here.
     }
     return {};
 }
@@ -205,7 +205,7 @@ std::string HardwareAccess::GetStringFromLogPage9A(const std::u16string& path)
             return DecodeAtaString(std::span(*page).first<20>());
         }
     } catch (const std::exception&) {
-        // As above.
+        // A drive whose log page cannot be read has no text here.
     }
     return {};
 }
@@ -302,7 +302,7 @@ std::uint8_t HardwareAccess::ReadByAta(const std::u16string& path, std::uint8_t 
     return request.currentTaskFile[ata::task_file::kStatus];
 }
 
-// Neither way looks at the status of IDENTIFY DEVICE: data that came counts.
+// Intentional: neither way checks the status of IDENTIFY DEVICE, only whether data arrived.
 bool HardwareAccess::IdentifyByAta(const std::u16string& path, Sector& data)
 {
     static_cast<void>(ReadByAta(path, ata::kIdentifyDevice, 0, 0, data, {kUnit, 161, 173}));

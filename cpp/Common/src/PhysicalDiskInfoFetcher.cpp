@@ -31,11 +31,11 @@ constexpr std::int32_t kOwnLineLayout = 207;
 constexpr std::int32_t kOwnLineLayoutHead = 211;
 constexpr std::int32_t kOwnLineLayoutEntries = 212;
 
-// Text of the identifier of a partition that has none. It joins nothing.
+// Text of the identifier of a partition that has none. No volume is joined to it.
 constexpr std::string_view kNoIdentifier = "00000000-0000-0000-0000-000000000000";
 
-// Windows keeps 128 entries for a GPT disk; a table laid out elsewhere may have more. What needs more than the second number is no
-// partition table.
+// Windows keeps 128 entries for a GPT disk; tables that other systems made may have more. A reply that needs more than the second
+// number is not a partition table.
 constexpr std::uint32_t kUsualEntries = 128;
 constexpr std::uint32_t kMostEntries = 1024;
 
@@ -76,7 +76,7 @@ std::string LogicalDriveLetters()
 {
     const auto drives = ReadSized<char16_t>([&devices = DeviceIo::Current()](char16_t* buffer, std::uint32_t characters) {
         const std::uint32_t result = devices.LogicalDriveStrings(characters, buffer);
-        // A system without a drive letter answers 0 too, but only the second time: the first answer counts a closing zero.
+        // A system without drive letters returns 0 as well, but only in the second call: the first one counts the closing zero.
         if (result == 0 && characters == 0) {
             ThrowWin32(devices.LastError(), kUnit, kOwnLineDriveStrings);
         }

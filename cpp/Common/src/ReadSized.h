@@ -7,7 +7,7 @@ namespace Veyra::Orbis::Cpp::Common {
 
 // Asks for the size, allocates and asks again, for system calls that return the number of elements written or, when the buffer is
 // too small, the number needed. `call` takes the buffer (null with 0 elements) and its size in elements. Empty when the call
-// answers 0, or when what is read grows faster than it can be read.
+// answers 0, or when the data keeps growing between the calls.
 template <class Element, class Call>
 [[nodiscard]] std::vector<Element> ReadSized(Call&& call)
 {

@@ -83,7 +83,7 @@ SmBiosTable::SmBiosTable(Bytes blob)
     for (std::size_t byte = sizeof(std::uint32_t); byte-- > 0;) {
         total = (total << 8U) | blob[kTableLengthOffset + byte];
     }
-    // The length that the header gives may be a lie; what is not there is not read.
+    // The length in the header is not trusted: nothing beyond the blob is read.
     Bytes rest = blob.subspan(kBlobHeaderSize, std::min(total, blob.size() - kBlobHeaderSize));
     while (rest.size() >= kEntryHeaderSize) {
         const auto entry = std::make_shared<SmBiosEntry>();

@@ -36,7 +36,7 @@ constexpr bool IsSpace(char16_t c) noexcept
            c == 0x2028 || c == 0x2029 || c == 0x202F || c == 0x205F || c == 0x3000;
 }
 
-// Its number parser takes the decimal digits of other scripts too: the zero of each that it knows.
+// The number parser of the Microsoft C library also accepts the decimal digits of other scripts. These are their zeros.
 constexpr std::array<char16_t, 17> kZeros{0x0030, 0x0660, 0x06F0, 0x0966, 0x09E6, 0x0A66, 0x0AE6, 0x0B66, 0x0C66,
                                           0x0CE6, 0x0D66, 0x0E50, 0x0ED0, 0x0F20, 0x1040, 0x17E0, 0x1810};
 constexpr char16_t kFullWidthZero = 0xFF10;

@@ -49,8 +49,8 @@ protected:
         port::PdhCounterValue value;
         port::PdhStatus status =
             m_Query->Port().FormattedValue(m_Counter, port::pdh::kFormatDouble | port::pdh::kFormatNoCap100, &value);
-        // A call that succeeds may bring no value, and one that fails may say no more than that there is none; why, the counter's
-        // own status tells.
+        // A call may succeed without a value, or fail with no other reason than that there is none. The counter's own status gives
+        // the reason.
         const bool isValid = value.status == port::pdh::kValidData || value.status == port::pdh::kNewData;
         if (!isValid && (status == port::pdh::kOk || status == port::pdh::kNotValidYet)) {
             status = value.status;
@@ -73,8 +73,8 @@ struct Listed {
 };
 constexpr Listed kListed[] = {{"PhysicalDisk", uR"(\PhysicalDisk(*)\% Idle Time)"}};
 
-// A list of names, asked for until there is room for it: instances may come between two calls, and a few rounds are enough on any
-// machine that is not falling apart. Empty with another status than kOk.
+// A list of names, asked for until the buffer has room for it, a few times at most: instances may be added between two calls. Empty
+// with another status than kOk.
 std::u16string Names(port::PdhStatus& status, const auto& list)
 {
     constexpr int kRounds = 5;

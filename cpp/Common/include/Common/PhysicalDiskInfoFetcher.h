@@ -51,7 +51,7 @@ public:
 
     // Virtual so that a derived class can stand in for the system. These slots follow those of HardwareAccess, in this order.
 
-    // Whether the drive of this number is present and answers to its number. Nothing here asks; it keeps its slot. Raises nothing.
+    // Whether the drive of this number is present and answers to its number. Not used here; the slot is kept. Raises nothing.
     [[nodiscard]] virtual bool IsDrivePresent(std::uint32_t physicalDriveNumber);
     // Every drive letter with its partition and disk. A letter that cannot be opened or is no partition of a disk raises.
     [[nodiscard]] virtual VolumeRecords FetchVolumeRecords();

@@ -56,7 +56,7 @@ public:
             if (notSupportedExceptionBehaviour == NotSupportedExceptionBehaviour::ReThrow) {
                 throw;
             }
-            // Intentional: the only rule that does not log an error; a disk without a feature is nothing to worry about.
+            // Intentional: the only rule that does not log an error. A disk without a feature is no fault.
             log.Trace("Not Supported Exception : " + exception.Message(), __LINE__, kFile, kFunction);
             throw ZelException(exception.Clone());
         } catch (const HostException& exception) {
