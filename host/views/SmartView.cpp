@@ -100,20 +100,24 @@ std::string Render(const ViewItems<datatypes::SmartStaticInfo>& items, const Dis
 std::string Render(const ViewItems<datatypes::SmartDynamicInfo>& items, const Disks& disks, const Style& style)
 {
     std::string out;
-    std::map<std::string, std::string> without;  // disks without values, by the reason
+    std::map<std::string, std::vector<std::string>> without;  // ids of disks without values, by the reason
     for (const auto& item : items) {
         const std::string name = disks.NameOf(item.itemId);
         const std::string attributes = item.message == nullptr ? "" : RenderAttributes(*item.message, style);
         if (attributes.empty()) {
             const std::string reason = item.message == nullptr ? "no data" : NoValuesReason(disks.Find(item.itemId));
-            std::string& names = without[reason];
-            names += (names.empty() ? "" : ", ") + name;
+            without[reason].push_back(item.itemId);
         } else {
             out += (out.empty() ? "" : "\n") + RenderText(name + " (" + item.message->name() + ')', style, 2) + attributes;
         }
     }
     const char* gap = out.empty() ? "" : "\n";
-    for (const auto& [reason, names] : without) {
+    for (const auto& [reason, ids] : without) {
+        constexpr std::size_t kFew = 3;
+        std::string names;
+        for (const std::string& id : ids) {
+            names += (names.empty() ? "" : ", ") + (ids.size() > kFew ? disks.ShortNameOf(id) : disks.NameOf(id));
+        }
         out += std::exchange(gap, "") + RenderText("No SMART values (" + reason + "): " + names, style, 2);
     }
     return out;
