@@ -126,7 +126,7 @@ install(FILES ${CMAKE_BINARY_DIR}/install/OrbisConfig.cmake ${CMAKE_BINARY_DIR}/
 
 if(NOT WIN32)
     file(RELATIVE_PATH prefix_from_pkgconfig /lib/pkgconfig /)
-    foreach(module orbis-border orbis-plugin-host orbis-datatypes orbis-simulated sondix)
+    foreach(module orbis-border orbis-plugin-host orbis-datatypes orbis-insight orbis-simulated sondix)
         configure_file(cmake/install/${module}.pc.in ${CMAKE_BINARY_DIR}/install/${module}.pc @ONLY)
         install(FILES ${CMAKE_BINARY_DIR}/install/${module}.pc DESTINATION lib/pkgconfig COMPONENT development)
     endforeach()

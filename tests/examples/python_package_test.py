@@ -71,11 +71,26 @@ def failures():
     raises(orbis_storage.OrbisError, closed.collect, "SmartNvmeInfo")
 
 
+def insight():
+    """Findings, health and explanations of a pass, as a host in Python gets them."""
+    orbis_storage.use_machine(machines / "hostile.txtpb", simulated)
+    knows = orbis_storage.Insight(plugin_file)
+    knows.install()
+    raises(orbis_storage.OrbisError, knows.install)
+    items = orbis_storage.collect("SmartNvmeInfo", plugin=plugin_file)
+    knows.end_pass()
+    assert knows.findings()["finding"][0]["kind"] and knows.health()["formatVersion"] == 1
+    explained = knows.explain(items[0].message, items[0].item_id)
+    same = knows.message_json(items[0].message.DESCRIPTOR.full_name, items[0].message.SerializeToString())
+    assert ParseDict(same, type(items[0].message)()) == items[0].message
+    assert any(field.get("value") for field in explained["field"]), explained
+
+
 if len(sys.argv) > 5:
     name = sys.argv[5]
-    failures() if name == "failures" else as_the_host_prints(name)
+    {"failures": failures, "insight": insight}.get(name, lambda: as_the_host_prints(name))()
 else:
-    tests = ["failures", *(file.stem for file in sorted(golden.glob("*.json")))]
+    tests = ["failures", "insight", *(file.stem for file in sorted(golden.glob("*.json")))]
     failed = [test for test in tests if subprocess.run([sys.executable, *sys.argv, test], check=False).returncode]
     print(f"{len(tests)} tests, failed: {', '.join(failed) or 'none'}")
     sys.exit(bool(failed))

@@ -148,14 +148,15 @@ namespace Orbis.Storage.Interop
         }
     }
 
-    // A text for the length of a call.
+    // A text, or the bytes of a message, for the length of a call.
     internal sealed class NativeText : IDisposable
     {
         private readonly IntPtr _memory;
 
-        public NativeText(string text)
+        public NativeText(string text) : this(new UTF8Encoding(false, true).GetBytes(text)) { }
+
+        public NativeText(byte[] bytes)
         {
-            byte[] bytes = new UTF8Encoding(false, true).GetBytes(text);
             int header = Marshal.SizeOf<Border.Text>();
             _memory = Marshal.AllocHGlobal(header + bytes.Length);
             var value = new Border.Text { Data = new IntPtr(_memory.ToInt64() + header), Length = (UIntPtr)bytes.Length };

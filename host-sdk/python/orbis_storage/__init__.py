@@ -9,6 +9,7 @@
 from .collector import CollectedItem, Operation, Plugin, collect, use_machine
 from .errors import (CanceledError, CollectionError, ItemNotFoundError, MachineFileError, NotSupportedError, OrbisError,
                      PluginLoadError)
+from .insight import Insight
 
-__all__ = ["CanceledError", "CollectedItem", "CollectionError", "ItemNotFoundError", "MachineFileError", "NotSupportedError",
+__all__ = ["CanceledError", "CollectedItem", "CollectionError", "Insight", "ItemNotFoundError", "MachineFileError", "NotSupportedError",
            "Operation", "OrbisError", "Plugin", "PluginLoadError", "collect", "use_machine"]

@@ -4,7 +4,7 @@ from __future__ import annotations
 
 import ctypes
 from ctypes import CFUNCTYPE, POINTER, Structure, c_char_p, c_int32, c_int64, c_size_t, c_uint32, c_void_p
-from typing import Iterator, Type, TypeVar
+from typing import Iterator, Type, TypeVar, Union
 
 VERSION = 1
 LOG_ERROR, LOG_WARNING, LOG_DEBUG, LOG_TRACE = 1, 2, 3, 4
@@ -16,8 +16,8 @@ class Text(Structure):
     _fields_ = [("data", c_void_p), ("length", c_size_t)]
 
     @classmethod
-    def of(cls, text: str) -> Text:
-        encoded = text.encode("utf-8")
+    def of(cls, text: Union[str, bytes]) -> Text:
+        encoded = text.encode("utf-8") if isinstance(text, str) else text
         made = cls(ctypes.cast(c_char_p(encoded), c_void_p), len(encoded))
         made.keep = encoded  # as long as the structure
         return made
