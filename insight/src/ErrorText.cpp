@@ -39,8 +39,7 @@ std::string ErrorText(std::uint32_t error)
         {win32::kDeviceNotConnected, "the device is not connected"},
         {win32::kNoSuchDevice, "the device is gone"},
     }};
-    const auto* const found =
-        std::find_if(kWords.begin(), kWords.end(), [error](const Words& words) { return words.error == error; });
+    const auto found = std::find_if(kWords.begin(), kWords.end(), [error](const Words& words) { return words.error == error; });
     return found == kWords.end() ? fmt::format("error {}", error) : fmt::format("{} (error {})", found->words, error);
 }
 

@@ -93,7 +93,7 @@ std::string NameOf(std::uint8_t id)
         {232, "available reserved space"},
         {233, "media wear-out indicator"},
     }};
-    const auto* const found = std::find_if(kNames.begin(), kNames.end(), [id](const Name& name) { return name.id == id; });
+    const auto found = std::find_if(kNames.begin(), kNames.end(), [id](const Name& name) { return name.id == id; });
     return found == kNames.end() ? fmt::format("attribute {}", id) : fmt::format("{} (attribute {})", found->name, id);
 }
 

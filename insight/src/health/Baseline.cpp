@@ -82,8 +82,8 @@ void CompareDisk(DiskHealth& now, const DiskHealth& before, const google::protob
     }
     now.set_change(now.number() == before.number() ? SAME_PLACE : MOVED);
     for (Reason& reason : *now.mutable_reason()) {
-        const auto* const counted = std::find_if(kCountedRules.begin(), kCountedRules.end(),
-                                                 [&](const CountedRule& rule) { return RuleOf(rule.rule).name == reason.rule(); });
+        const auto counted = std::find_if(kCountedRules.begin(), kCountedRules.end(),
+                                          [&](const CountedRule& rule) { return RuleOf(rule.rule).name == reason.rule(); });
         if (counted == kCountedRules.end()) {
             continue;
         }
