@@ -8,7 +8,8 @@ usage() {
     cat <<'TEXT'
 usage: ./dev windows [build] [x64|arm64]              build (both when none is named)
        ./dev windows test [x64|arm64] [CTEST ARGUMENT...]
-       ./dev windows package [x64|arm64]              one zip each, in out/
+       ./dev windows package [x64|arm64] [--sign CERTIFICATE [--timestamp URL]]
+                                                      a package and its symbols each, in out/; docs/WINDOWS.md tells about signing
        ./dev windows run x64|arm64 [ARGUMENT...]      orbis-host, under Wine
        ./dev windows setup [x64|arm64]                compiler, libraries and Wine alone
 
@@ -74,7 +75,7 @@ test_architecture() {
 package() {
     build "$1"
     timed "$1: Wine" "$tools/run.sh" "$1" --start
-    timed "$1: package" "$tools/package.sh" "$1"
+    timed "$1: package" "$tools/package.sh" "$@"
 }
 
 # each COMMAND [x64|arm64] [ARGUMENT...]: for the architecture that is named, or for both.
@@ -95,7 +96,8 @@ case ${1:-} in
 esac
 begun=$SECONDS
 case $command in
-    setup|build|package)
+    package) each package "$@" ;;
+    setup|build)
         [ $# -le 1 ] || { usage >&2; die "one architecture at most"; }
         case ${1:-} in ''|x64|arm64) ;; *) die "no such architecture: $1 (x64, arm64)" ;; esac
         each "$command" "$@" ;;

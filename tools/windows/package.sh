@@ -29,7 +29,7 @@ stage=$build/package/$name
 rm -rf "$build/package"
 mkdir -p "$stage/include/HostBorder" "$stage/licences" "$root/out"
 
-images="StorageCollector.dll sondix.dll orbis-platform.dll orbis-host.exe"
+images="StorageCollector.dll sondix.dll orbis-platform.dll orbis-insight.dll orbis-host.exe"
 for file in $images; do cp "$build/bin/$file" "$stage/"; done
 if [ -n "$certificate" ]; then
     install_packages osslsigncode
@@ -42,6 +42,7 @@ if [ -n "$certificate" ]; then
     done
 fi
 cp "$root/host-sdk/border/include/HostBorder/orbis_border.h" "$stage/include/HostBorder/"
+mkdir "$stage/include/insight" && cp "$root/insight/include/insight/orbis_insight.h" "$stage/include/insight/"
 (cd "$root/host-sdk/proto" && find . -name '*.proto' -exec cp --parents {} "$stage/" \;)
 mkdir "$stage/proto" && mv "$stage/orbis" "$stage/proto/"
 cp -r "$root/docs/schema" "$stage/schema"
