@@ -2,19 +2,27 @@
 _orbis_host() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} choices=
     case $before in
-        --format) choices="table json jsonl text binary" ;;
+        --format)
+            case ${COMP_WORDS[1]} in
+                health | explain) choices="table json" ;;
+                *) choices="table json jsonl text binary" ;;
+            esac ;;
+        --log-to) choices="journald eventlog" ;;
         --log-level) choices="trace debug info warning error off" ;;
-        --machine | --plugin | --output | validate | show) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
-        --watch | --count | --item) return ;;
+        --machine | --plugin | --output | --baseline | --state | validate | show) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
+        --watch | --count | --item | --only-when-rising) return ;;
         *)
             case ${COMP_WORDS[1]} in
                 collect) choices="all PhysicalDiskStaticInfo PhysicalDiskDynamicInfo SmartStaticInfo SmartDynamicInfo SmartNvmeInfo
                     NvmeIdentifyControllerData --item --machine --format --log-level --watch --count --plugin --help" ;;
+                health) choices="--format --baseline --only-when-rising --state --log-to --rules --item --machine --log-level --plugin --help" ;;
+                explain) choices="all PhysicalDiskStaticInfo PhysicalDiskDynamicInfo SmartStaticInfo SmartDynamicInfo SmartNvmeInfo
+                    NvmeIdentifyControllerData --item --machine --format --log-level --plugin --help" ;;
                 describe) choices="--plugin --help" ;;
                 metrics) choices="--output --item --machine --log-level --plugin --help" ;;
                 machine) choices="validate show --help" ;;
-                help) choices="describe collect metrics machine" ;;
-                *) choices="describe collect metrics machine help version --help --version" ;;
+                help) choices="describe collect metrics health explain machine" ;;
+                *) choices="describe collect metrics health explain machine help version --help --version" ;;
             esac ;;
     esac
     mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$word")

@@ -25,6 +25,9 @@ const std::vector<std::pair<std::string, Format>> kFormats{{"table", Format::Tab
                                                            {"jsonl", Format::JsonLines},
                                                            {"text", Format::Text},
                                                            {"binary", Format::Binary}};
+const std::vector<std::pair<std::string, Format>> kDocumentFormats{{"table", Format::Table}, {"json", Format::Json}};
+const std::vector<std::pair<std::string, HealthLogTarget>> kHealthLogs{{"journald", HealthLogTarget::Journald},
+                                                                       {"eventlog", HealthLogTarget::EventLog}};
 const std::vector<std::pair<std::string, LogLevel>> kLogLevels{{"trace", LogLevel::Trace}, {"debug", LogLevel::Debug},
                                                                {"info", LogLevel::Info},   {"warning", LogLevel::Warning},
                                                                {"error", LogLevel::Error}, {"off", LogLevel::Off}};
@@ -62,6 +65,8 @@ public:
         AddDescribe();
         AddCollect();
         AddMetrics();
+        AddHealth();
+        AddExplain();
         AddMachine();
         AddHelp();
     }
@@ -172,6 +177,60 @@ private:
         AddSourceOptions(command, m_Metrics.source);
     }
 
+    void AddHealth()
+    {
+        CLI::App& command = AddCommand(m_App, "health", "Give each disk a verdict, worst first", [this] {
+            if (m_ShowRules) {
+                return ShowHealthRules(m_Output);
+            }
+            m_Health.format = ValueOf(kDocumentFormats, m_Format, "format");
+            m_Health.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
+            if (!m_LogTo.empty()) {
+                m_Health.logTo = ValueOf(kHealthLogs, m_LogTo, "log");
+            }
+            return Health(m_Health, m_Output);
+        });
+        command.footer(
+            "FAIL: the disk reports its own failure. WARN: wear, errors or heat. UNKNOWN: it could not be judged.\n"
+            "Nothing is asked of a disk beyond what the collections ask.\n\n"
+            "Examples:\n"
+            "  orbis-host health\n"
+            "  orbis-host health --format json >today.json\n"
+            "  orbis-host health --baseline lastweek.json\n"
+            "  orbis-host health --state /var/lib/orbis/health.json --log-to journald\n\n" +
+            ExitStatusFooter());
+        command.add_option("--format", m_Format, "table or json")->option_text("FORMAT");
+        command.add_option("--baseline", m_Health.baseline, "Tell what rose since this earlier --format json")->option_text("FILE");
+        command
+            .add_option("--only-when-rising", m_Health.onlyWhenRising,
+                        "Rules that are notices where nothing rose since the baseline")
+            ->option_text("RULE...");
+        CLI::Option& state = *command.add_option("--state", m_Health.state, "Keep the verdicts in this file")->option_text("FILE");
+        command.add_option("--log-to", m_LogTo, "Record verdicts that changed since the last run: journald or eventlog")
+            ->needs(&state)
+            ->option_text("LOG");
+        command.add_flag("--rules", m_ShowRules, "Show the rules of the verdict and end");
+        AddSourceOptions(command, m_Health.source);
+    }
+
+    void AddExplain()
+    {
+        CLI::App& command = AddCommand(m_App, "explain", "Show where every value comes from, and why one is missing", [this] {
+            m_Explain.format = ValueOf(kDocumentFormats, m_Format, "format");
+            m_Explain.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
+            return Explain(m_Explain, m_Output);
+        });
+        command.footer(
+            "DATATYPE is one that `orbis-host describe` lists, or all (the default).\n\n"
+            "Examples:\n"
+            "  orbis-host explain SmartNvmeInfo --item DISK0\n"
+            "  orbis-host explain --format json\n\n" +
+            ExitStatusFooter());
+        command.add_option("DATATYPE", m_Explain.datatypes, "What to explain (all)");
+        command.add_option("--format", m_Format, "table or json")->option_text("FORMAT");
+        AddSourceOptions(command, m_Explain.source);
+    }
+
     void AddMachine()
     {
         CLI::App& machine = *m_App.add_subcommand("machine", "Look at files that describe simulated machines");
@@ -267,6 +326,10 @@ private:
     DescribeOptions m_Describe;
     CollectOptions m_Collect;
     MetricsOptions m_Metrics;
+    HealthOptions m_Health;
+    std::string m_LogTo;
+    bool m_ShowRules = false;
+    ExplainOptions m_Explain;
     std::string m_Format = "table";
     std::string m_LogLevel = "warning";
     std::vector<std::filesystem::path> m_Files;

@@ -8,6 +8,7 @@
 #include "ConsoleLog.h"
 #include "ExitStatus.h"
 #include "Formats.h"
+#include "HealthLog.h"
 #include "Output.h"
 
 namespace orbis::host {
@@ -37,10 +38,28 @@ struct MetricsOptions {
     std::filesystem::path file;  // empty: standard output
 };
 
+struct HealthOptions {
+    SourceOptions source;
+    Format format = Format::Table;   // Table or Json
+    std::filesystem::path baseline;  // empty: none
+    std::vector<std::string> onlyWhenRising;
+    std::filesystem::path state;  // empty: none is kept
+    HealthLogTarget logTo = HealthLogTarget::None;
+};
+
+struct ExplainOptions {
+    SourceOptions source;
+    std::vector<std::string> datatypes;
+    Format format = Format::Table;  // Table or Json
+};
+
 // Each prints its result, reports what goes wrong on standard error, and returns the exit status.
 [[nodiscard]] int Describe(const DescribeOptions& options, Output& output);
 [[nodiscard]] int Collect(const CollectOptions& options, Output& output);
 [[nodiscard]] int Metrics(const MetricsOptions& options, Output& output);
+[[nodiscard]] int Health(const HealthOptions& options, Output& output);
+[[nodiscard]] int ShowHealthRules(Output& output);
+[[nodiscard]] int Explain(const ExplainOptions& options, Output& output);
 [[nodiscard]] int ValidateMachineFiles(const std::vector<std::filesystem::path>& files, Output& output);
 [[nodiscard]] int ShowMachineFile(const std::filesystem::path& file, Output& output);
 

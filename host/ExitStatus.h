@@ -14,17 +14,21 @@ inline constexpr int kExitUsage = 2;
 inline constexpr int kExitNoPlugin = 3;
 inline constexpr int kExitIncomplete = 4;
 inline constexpr int kExitOutputLost = 5;
+inline constexpr int kExitDiskWarns = 6;
+inline constexpr int kExitDiskFails = 7;
 
 struct ExitStatusText {
     int status;
     const char* text;
 };
-inline constexpr std::array<ExitStatusText, 6> kExitStatuses{{
+inline constexpr std::array<ExitStatusText, 8> kExitStatuses{{
     {kExitUsage, "wrong usage, an unknown disk, or a wrong machine file"},
     {kExitNoPlugin, "the plug-in could not be loaded"},
     {kExitOutputLost, "output could not be written"},
     {kExitCollectionFailed, "a collection failed; the others are still printed"},
-    {kExitIncomplete, "collected, but something was left out; standard error says what"},
+    {kExitDiskFails, "health: a disk fails"},
+    {kExitDiskWarns, "health: a disk warns"},
+    {kExitIncomplete, "something was left out, or the health of a disk is unknown; the output says what"},
     {kExitOk, "all collected"},
 }};
 

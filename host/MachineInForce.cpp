@@ -1,9 +1,12 @@
 #include "MachineInForce.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <stdexcept>
 #include <thread>
 
 #include "Terminal.h"
@@ -55,6 +58,16 @@ MachineInForce::~MachineInForce() { platform::Platform::Replace(nullptr); }
 std::optional<std::uint32_t> MachineInForce::DriveNumberOf(const std::string& path) const
 {
     return m_Simulated == nullptr && path.starts_with('/') ? platform::DriveNumberOfSystemPath(path) : std::nullopt;
+}
+
+insight::Extract MachineInForce::TakeCalls()
+{
+    insight::Extract extract = m_Journal->Take();
+    m_Findings.Read(extract);
+    if (extract.lost > 0) {
+        throw std::runtime_error(fmt::format("the journal is full: {} calls were not kept", extract.lost));
+    }
+    return extract;
 }
 
 std::vector<insight::Finding> MachineInForce::TakeFindings()

@@ -28,6 +28,9 @@ public:
     [[nodiscard]] const std::string& Name() const noexcept { return m_Name; }
     // The number of the drive that a path of this system's own names (/dev/nvme0); nothing on a simulated machine.
     [[nodiscard]] std::optional<std::uint32_t> DriveNumberOf(const std::string& path) const;
+    // The calls since they were taken last, which the findings have read. Throws std::runtime_error when there were more than the
+    // journal has room for.
+    [[nodiscard]] insight::Extract TakeCalls();
     // Ends a pass: what was left out of its collections and was not told before, and why.
     [[nodiscard]] std::vector<insight::Finding> TakeFindings();
 

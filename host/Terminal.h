@@ -20,6 +20,8 @@ void PrepareStandardStreams();
 
 // True when standard output is a terminal (and not a file or a pipe).
 [[nodiscard]] bool OutputIsTerminal();
+// The same of standard error.
+[[nodiscard]] bool ErrorIsTerminal();
 // Columns of that terminal; 80 when it does not say.
 [[nodiscard]] std::size_t TerminalColumns();
 // Puts standard output into binary mode where the system makes a difference, and into UTF-8 where it is a console.

@@ -16,6 +16,7 @@ namespace orbis::host {
 void RestrictLibrarySearch() {}  // the program names its libraries' folder by its run path
 
 bool OutputIsTerminal() { return ::isatty(STDOUT_FILENO) == 1; }
+bool ErrorIsTerminal() { return ::isatty(STDERR_FILENO) == 1; }
 
 std::size_t TerminalColumns()
 {

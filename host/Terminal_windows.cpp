@@ -6,6 +6,7 @@
 #include <string>
 
 #include "Terminal.h"
+#include "platform/Text.h"
 
 namespace orbis::host {
 namespace {
@@ -60,6 +61,12 @@ bool OutputIsTerminal()
 {
     DWORD mode = 0;
     return ::GetConsoleMode(::GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
+}
+
+bool ErrorIsTerminal()
+{
+    DWORD mode = 0;
+    return ::GetConsoleMode(::GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
 }
 
 std::size_t TerminalColumns()

@@ -100,6 +100,9 @@ private:
                 return;
             }
             DiskEvidence& disk = Disk(*number);
+            if (!control->succeeded && !disk.requestError) {
+                disk.requestError = control->error;
+            }
             if (const auto page = PageOf(*control)) {
                 Keep(disk, *page);
             } else if (control->code == platform::kIoctlStorageQueryProperty) {

@@ -36,7 +36,8 @@ struct DiskEvidence {
     std::string firmwareRevision;      // UTF-8, trimmed
     std::vector<std::string> letters;  // "C:", in the order of the letters
     std::optional<std::uint32_t> busType;
-    std::optional<std::uint32_t> openError;  // Win32 error of an open that failed when no open succeeded
+    std::optional<std::uint32_t> openError;     // Win32 error of an open that failed when no open succeeded
+    std::optional<std::uint32_t> requestError;  // Win32 error of the first request that was refused
 
     PageAnswer nvmeIdentify;     // Identify Controller, 4096 bytes (NVMe 1.4, figure 247)
     PageAnswer nvmeHealth;       // log 02h, 512 bytes (NVMe 1.4, figure 194)

@@ -36,6 +36,11 @@ void SayWhyUnknown(const DiskEvidence& disk, DiskJudge& judge)
     if (disk.openError) {
         judge.Unknown("unknown.open",
                       fmt::format("no access to \\\\.\\PhysicalDrive{}: {}", disk.number, ErrorText(*disk.openError)), "");
+    } else if (disk.requestError) {
+        judge.Unknown(
+            "unknown.refused",
+            fmt::format("the {} was not asked for, since an earlier request was refused: {}", what, ErrorText(*disk.requestError)),
+            source);
     } else {
         judge.Unknown("unknown.not-asked", fmt::format("the {} was not asked for", what), source);
     }

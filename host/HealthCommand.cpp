@@ -1,0 +1,193 @@
+#include <fmt/format.h>
+#include <google/protobuf/util/json_util.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <stdexcept>
+
+#include "Collector.h"
+#include "Commands.h"
+#include "HealthLog.h"
+#include "MachineInForce.h"
+#include "Progress.h"
+#include "Say.h"
+#include "Terminal.h"
+#include "WholeFile.h"
+#include "insight/Explanation.h"
+#include "insight/Health.h"
+#include "platform/Time.h"
+#include "views/HealthView.h"
+
+namespace orbis::host {
+namespace {
+
+using insight::HealthReport;
+
+// What is collected for a verdict: these four together make every request that a rule looks at.
+const std::vector<std::string> kHealthDatatypes{"PhysicalDiskStaticInfo", "SmartDynamicInfo", "SmartNvmeInfo",
+                                                "NvmeIdentifyControllerData"};
+
+std::string ToJson(const google::protobuf::Message& message)
+{
+    google::protobuf::util::JsonPrintOptions options;
+    options.add_whitespace = true;
+    options.always_print_primitive_fields = true;
+    std::string text;
+    const auto status = google::protobuf::util::MessageToJsonString(message, &text, options);
+    if (!status.ok()) {
+        throw std::runtime_error("the document cannot be written as JSON: " + status.ToString());
+    }
+    return text;
+}
+
+HealthReport ReadReport(const std::filesystem::path& file)
+{
+    HealthReport report;
+    const auto status = google::protobuf::util::JsonStringToMessage(ReadWholeFile(file), &report);
+    if (!status.ok() || report.format_version() == 0) {
+        throw std::invalid_argument(fmt::format("{}: not a report of `orbis-host health --format json`{}", FileName(file),
+                                                status.ok() ? "" : ": " + std::string(status.message())));
+    }
+    if (report.format_version() > insight::kHealthFormatVersion) {
+        throw std::invalid_argument(fmt::format("{}: written by a later version of this program (format {}, known up to {})",
+                                                FileName(file), report.format_version(), insight::kHealthFormatVersion));
+    }
+    return report;
+}
+
+// Keeps the disks that were selected; their numbers are those of the collected items.
+void Keep(HealthReport& report, const std::vector<std::string>& itemIds, const Disks& disks)
+{
+    const auto isWanted = [&](const insight::DiskHealth& disk) {
+        return std::any_of(itemIds.begin(), itemIds.end(), [&](const std::string& id) {
+            const Disk* known = disks.Find(id);
+            return known != nullptr && known->number == disk.number();
+        });
+    };
+    auto& all = *report.mutable_disk();
+    all.erase(std::remove_if(all.begin(), all.end(), [&](const insight::DiskHealth& disk) { return !isWanted(disk); }), all.end());
+}
+
+int StatusOf(const HealthReport& report)
+{
+    switch (insight::WorstOf(report)) {
+        case insight::FAIL:
+            return kExitDiskFails;
+        case insight::WARN:
+            return kExitDiskWarns;
+        case insight::UNKNOWN:
+            return kExitIncomplete;
+        default:
+            return kExitOk;
+    }
+}
+
+// Compares with the last run, logs each verdict that changed, and keeps this one for the next.
+void UpdateState(const HealthOptions& options, const HealthReport& report)
+{
+    HealthReport before;
+    if (std::error_code error; std::filesystem::exists(options.state, error)) {
+        before = ReadReport(options.state);
+    }
+    if (options.logTo != HealthLogTarget::None) {
+        LogVerdictChanges(options.logTo, before, report);
+    }
+    WriteWholeFile(options.state, ToJson(report));
+}
+
+}  // namespace
+
+int Health(const HealthOptions& options, Output& output)
+{
+    HealthReport baseline;
+    if (!options.baseline.empty()) {
+        baseline = ReadReport(options.baseline);  // a wrong file is reported before the disks are asked
+    }
+    for (const std::string& rule : options.onlyWhenRising) {
+        const auto rules = insight::HealthRules();
+        if (std::none_of(rules.begin(), rules.end(), [&](const insight::HealthRule& one) { return one.name == rule; })) {
+            throw std::invalid_argument(fmt::format("no such rule: {}. `orbis-host health --rules` lists them", rule));
+        }
+    }
+    MachineInForce machine(options.source.machine);
+    Collector collector(machine, options.source.plugin, options.source.logLevel);
+    Progress progress;
+    for (const border::Operation& operation : collector.Choose(kHealthDatatypes)) {
+        progress.Show("reading " + operation.datatype.substr(operation.datatype.rfind('.') + 1));
+        (void)collector.Collect({operation});
+    }
+    progress.Clear();
+
+    std::vector<std::string> selected;
+    if (!options.source.disk.empty()) {
+        selected = collector.Select(options.source.disk);
+    }
+    const insight::Extract pass = machine.TakeCalls();
+    HealthReport report =
+        insight::MakeReport(insight::EvidenceOf(pass.records), machine.Name(), platform::Time::Current().UtcNow());
+    if (!options.source.disk.empty()) {
+        Keep(report, selected, collector.KnownDisks());
+    }
+    if (!options.baseline.empty()) {
+        insight::Compare(report, baseline, options.onlyWhenRising);
+    }
+    output.Write(options.format == Format::Json ? ToJson(report) : Render(report, output.GetStyle()));
+    int status = StatusOf(report);
+    if (!collector.ReportFindings().empty()) {
+        status = Graver(status, kExitIncomplete);
+    }
+    if (!options.state.empty()) {
+        UpdateState(options, report);
+    }
+    return collector.HasFailed() ? Graver(status, kExitCollectionFailed) : status;
+}
+
+int ShowHealthRules(Output& output)
+{
+    output.Write(insight::HealthRulesAsMarkdown());
+    return kExitOk;
+}
+
+int Explain(const ExplainOptions& options, Output& output)
+{
+    MachineInForce machine(options.source.machine);
+    Collector collector(machine, options.source.plugin, options.source.logLevel);
+    const std::vector<border::Operation> operations = collector.Choose(options.datatypes);
+    if (std::any_of(operations.begin(), operations.end(),
+                    [](const border::Operation& one) { return one.datatype.ends_with("PhysicalDiskDynamicInfo"); })) {
+        constexpr double kFirstInterval = 1.0;  // rates need time between two samples
+        machine.LetRatesBuildUp(kFirstInterval);
+    }
+    Progress progress;
+    std::vector<Pass> passes;
+    for (const border::Operation& operation : operations) {
+        progress.Show("reading " + operation.datatype.substr(operation.datatype.rfind('.') + 1));
+        std::vector<Pass> one = collector.Collect({operation});
+        std::move(one.begin(), one.end(), std::back_inserter(passes));
+    }
+    progress.Clear();
+    std::vector<std::string> selected;
+    if (!options.source.disk.empty()) {
+        selected = collector.Select(options.source.disk);
+    }
+    const insight::Extract extract = machine.TakeCalls();
+    const insight::Explainer explainer(extract.records);
+    insight::ExplanationReport report;
+    report.set_format_version(1);
+    for (const Pass& pass : passes) {
+        for (const Collected& item : pass.items) {
+            const bool isWanted =
+                options.source.disk.empty() || std::find(selected.begin(), selected.end(), item.itemId) != selected.end();
+            if (isWanted && item.message != nullptr) {
+                *report.add_message() = explainer.Explain(*item.message, item.itemId);
+            }
+        }
+    }
+    output.Write(options.format == Format::Json ? ToJson(report) : Render(report, output.GetStyle()));
+    const int status = collector.ReportFindings().empty() ? kExitOk : kExitIncomplete;
+    return collector.HasFailed() ? Graver(status, kExitCollectionFailed) : status;
+}
+
+}  // namespace orbis::host

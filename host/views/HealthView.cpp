@@ -1,0 +1,229 @@
+#include "views/HealthView.h"
+
+#include <fmt/format.h>
+#include <google/protobuf/util/time_util.h>
+
+#include <algorithm>
+#include <charconv>
+#include <vector>
+
+#include "Table.h"
+#include "Text.h"
+#include "views/Units.h"
+
+namespace orbis::host {
+namespace {
+
+using insight::DiskHealth;
+using insight::HealthReport;
+
+const std::string* CounterOf(const DiskHealth& disk, std::string_view name)
+{
+    const auto found = std::find_if(disk.counter().begin(), disk.counter().end(),
+                                    [name](const insight::Counter& counter) { return counter.name() == name; });
+    return found == disk.counter().end() ? nullptr : &found->value();
+}
+
+// Decimal digits grouped by three.
+std::string GroupedDigits(std::string digits)
+{
+    for (std::ptrdiff_t at = std::ssize(digits) - 3; at > 0; at -= 3) {
+        digits.insert(static_cast<std::size_t>(at), 1, ',');
+    }
+    return digits;
+}
+
+// "6 % used, 45 °C, 10,234 h": what a person wants to know of a disk that is well.
+std::string Summary(const DiskHealth& disk)
+{
+    std::string text;
+    const auto add = [&](const char* name, const char* unit) {
+        if (const std::string* value = CounterOf(disk, name)) {
+            text += fmt::format("{}{} {}", text.empty() ? "" : ", ", GroupedDigits(*value), unit);
+        }
+    };
+    add("percentageUsed", "% used");
+    add("temperature", "\u00B0C");
+    add("powerOnHours", "h");
+    return text;
+}
+
+std::string ChangeText(const DiskHealth& disk)
+{
+    switch (disk.change()) {
+        case insight::NEW:
+            return "new since the baseline";
+        case insight::MOVED:
+            return "at another place than in the baseline";
+        case insight::RESET:
+            return "its counters began anew since the baseline";
+        default:
+            return {};
+    }
+}
+
+std::string ReasonText(const insight::Reason& reason)
+{
+    std::string text = reason.level() == insight::NOTICE ? "note: " + reason.text() : reason.text();
+    if (!reason.rise().empty()) {
+        text += fmt::format(", +{} since {}", GroupedDigits(reason.rise()),
+                            google::protobuf::util::TimeUtil::ToString(reason.since()).substr(0, 10));
+    }
+    if (!reason.source().empty()) {
+        text += fmt::format(" ({})", reason.source());
+    }
+    return text;
+}
+
+const char* ColourOf(insight::Verdict verdict)
+{
+    switch (verdict) {
+        case insight::FAIL:
+            return "\x1B[1;31m";
+        case insight::WARN:
+            return "\x1B[1;33m";
+        case insight::OK:
+            return "\x1B[32m";
+        default:
+            return "\x1B[1m";
+    }
+}
+
+// The verdict at the head of a line, coloured.
+std::string Coloured(const std::string& line, insight::Verdict verdict, const Style& style)
+{
+    const std::string& name = insight::Verdict_Name(verdict);
+    if (!style.hasColour || !line.starts_with(name)) {
+        return line;
+    }
+    return ColourOf(verdict) + name + "\x1B[0m" + line.substr(name.size());
+}
+
+std::vector<std::string> Lines(const std::string& text)
+{
+    std::vector<std::string> lines;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t end = std::min(text.find('\n', at), text.size());
+        lines.push_back(text.substr(at, end - at));
+        at = end + 1;
+    }
+    return lines;
+}
+
+std::string Letters(const DiskHealth& disk)
+{
+    std::string text;
+    for (const std::string& letter : disk.letter()) {
+        text += (text.empty() ? "" : " ") + letter;
+    }
+    return text;
+}
+
+// Heads in columns; where they do not fit, each on lines of its own.
+std::vector<std::string> Heads(const HealthReport& report, const Style& style)
+{
+    Table table(style);
+    for (const char* title : {"Verdict", "Disk", "Serial number", "Letters", "State"}) {
+        table.AddColumn(title);
+    }
+    for (const DiskHealth& disk : report.disk()) {
+        table.AddRow({insight::Verdict_Name(disk.verdict()), Trimmed(disk.name() + ' ' + disk.model()), disk.serial_number(),
+                      Letters(disk), Summary(disk)});
+    }
+    std::vector<std::string> lines = Lines(table.Render());
+    if (lines.size() == static_cast<std::size_t>(report.disk_size()) + 1) {
+        lines.erase(lines.begin());
+        return lines;
+    }
+    lines.clear();
+    for (const DiskHealth& disk : report.disk()) {
+        const std::string summary = Summary(disk);
+        lines.push_back(
+            fmt::format("{} {}", insight::Verdict_Name(disk.verdict()), Shown(Trimmed(disk.name() + ' ' + disk.model()), style)) +
+            (summary.empty() ? "" : "\n" + RenderText(summary, style, 9).substr(0)));
+        if (lines.back().ends_with('\n')) {
+            lines.back().pop_back();
+        }
+    }
+    return lines;
+}
+
+}  // namespace
+
+std::string Render(const HealthReport& report, const Style& style)
+{
+    constexpr std::size_t kIndent = 9;  // behind "UNKNOWN  "
+    if (report.disk_size() == 0 && report.gone_size() == 0) {
+        return "The system lists no disk.\n";
+    }
+    std::string text;
+    const std::vector<std::string> heads = Heads(report, style);
+    for (int at = 0; at < report.disk_size(); ++at) {
+        const DiskHealth& disk = report.disk(at);
+        text += Coloured(heads[static_cast<std::size_t>(at)], disk.verdict(), style) + '\n';
+        for (const insight::Reason& reason : disk.reason()) {
+            text += RenderText(ReasonText(reason), style, kIndent);
+        }
+        if (const std::string change = ChangeText(disk); !change.empty()) {
+            text += RenderText(change, style, kIndent);
+        }
+    }
+    for (const DiskHealth& gone : report.gone()) {
+        text += RenderText(fmt::format("GONE     {} {}, S/N {}: it was there at the baseline", gone.name(), gone.model(),
+                                       gone.serial_number().empty() ? "unknown" : gone.serial_number()),
+                           style, 0);
+    }
+    return text;
+}
+
+std::string Render(const insight::ExplanationReport& report, const Style& style)
+{
+    using insight::FieldExplanation;
+    std::string text;
+    for (const insight::MessageExplanation& message : report.message()) {
+        text += (text.empty() ? "" : "\n") +
+                RenderText(fmt::format("{}  {}", message.datatype(), message.name().empty() ? message.item_id() : message.name()),
+                           style, 0);
+        Table table(style);
+        for (const char* title : {"Field", "Value", "Source and rule"}) {
+            table.AddColumn(title);
+        }
+        for (const FieldExplanation& field : message.field()) {
+            std::string value = field.value();
+            switch (field.state()) {
+                case FieldExplanation::EMPTY:
+                    value = "(empty)";
+                    break;
+                case FieldExplanation::ABSENT:
+                    value = "absent";
+                    break;
+                case FieldExplanation::NOT_CARRIED:
+                    value = value.empty() ? "not carried" : value + ", not carried";
+                    break;
+                default:
+                    value += field.unit().empty() ? "" : " " + (field.unit() == "Cel" ? "\u00B0C" : field.unit());
+            }
+            std::string origin = field.source();
+            for (const std::string* part : {&field.raw(), &field.rule(), &field.reason()}) {
+                if (!part->empty()) {
+                    origin += (part == &field.raw() ? ": " : "; ") + *part;
+                }
+            }
+            table.AddRow({field.field(), value, origin});
+        }
+        text += table.Render(2);
+        if (message.request_size() > 0) {
+            Table requests(style);
+            requests.AddColumn("Request");
+            requests.AddColumn("ms", Table::Align::Right);
+            requests.AddColumn("Answer");
+            for (const insight::RequestExplanation& request : message.request()) {
+                requests.AddRow({request.request(), fmt::format("{:.2f}", request.milliseconds()), request.outcome()});
+            }
+            text += requests.Render(2);
+        }
+    }
+    return text.empty() ? "Nothing was collected that could be explained.\n" : text;
+}
+
+}  // namespace orbis::host
