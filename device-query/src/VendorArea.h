@@ -6,8 +6,8 @@
 #include "Page.h"
 #include "sondix/Enums.h"
 
-// The maker's layout of the vendor specific area of Identify Controller (bytes 4095:3072 of it). A maker with a layout of its own
-// replaces this file; nothing else knows an offset.
+// The maker's layout of the vendor specific area of Identify Controller (bytes 4095:3072 of it). This one is the project's own
+// example. A maker replaces this file by one with its layout; no other file has an offset of it.
 //
 // Layout, version 1. Bytes count from the start of the area (byte 0 is byte 3072 of the Identify data), numbers are little-endian.
 //

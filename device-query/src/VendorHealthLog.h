@@ -5,7 +5,8 @@
 #include "MakerSignature.h"
 #include "Page.h"
 
-// The maker's health log page. A maker with a layout of its own replaces this file; nothing else knows an offset or the identifier.
+// The maker's health log page. This one is the project's own example. A maker replaces this file by one with its layout; no other
+// file has an offset of it or its identifier.
 //
 // Log identifier D1h (vendor specific range C0h to FFh), 512 bytes, of the controller. Only drives whose Identify vendor area is in
 // the maker's layout (VendorArea.h) are asked for it: to another maker's drive the identifier means something else, or nothing, and

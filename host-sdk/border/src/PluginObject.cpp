@@ -46,7 +46,7 @@ std::int32_t ORBIS_CALL IsCancellationRequested(void* context) noexcept
     try {
         return static_cast<const common::CancellationToken*>(context)->IsCancellationRequested() ? 1 : 0;
     } catch (...) {
-        return 0;  // Who cannot tell has not cancelled; nothing may be thrown into the plug-in.
+        return 0;  // A token that throws counts as not cancelled: no exception may enter the plug-in.
     }
 }
 

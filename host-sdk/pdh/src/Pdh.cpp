@@ -88,7 +88,7 @@ std::u16string Names(port::PdhStatus& status, const auto& list)
     return buffer;
 }
 
-// The instances of one object in a query of its own, so that listing them samples nobody's counters.
+// The instances of one object in a query of its own, so that listing them samples no other counters.
 class InstanceQuery {
 public:
     // Nothing when PDH refuses it.

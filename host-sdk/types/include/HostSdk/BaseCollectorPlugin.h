@@ -33,7 +33,7 @@ protected:
     // Creates the logger under the log id with the factory in force; without one, log lines are dropped.
     explicit BaseCollector(std::string_view logId);
 
-    // Never null; shared with whoever logs on the plug-in's behalf.
+    // Never null; shared with the objects that log on the plug-in's behalf.
     std::shared_ptr<IZelLog> _log;
 };
 
