@@ -1,6 +1,7 @@
 // The five rules by which a failure is translated for the host.
 #include <filesystem>
 #include <functional>
+#include <ios>
 #include <new>
 #include <stdexcept>
 #include <string>
@@ -148,6 +149,7 @@ TEST(NativeException, TypesAreSpelledTheSameByEveryCompiler)
     EXPECT_EQ(TypeNameOf(ResultException(0, "", 0)), "Veyra.Orbis.Cpp.Common.ResultException");
     EXPECT_EQ(TypeNameOf(std::bad_alloc()), "std::bad_alloc");
     EXPECT_EQ(TypeNameOf(std::filesystem::filesystem_error("", {})), "std::filesystem::filesystem_error");
+    EXPECT_EQ(TypeNameOf(std::ios_base::failure("")), "std::ios_base::failure");
     EXPECT_EQ(TypeNameOf(Both()), "Veyra.Orbis.Cpp.Common.Both");
 }
 

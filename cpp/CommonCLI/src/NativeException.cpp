@@ -46,7 +46,7 @@ std::string TypeNameOf(const std::exception& exception)
         const std::string_view part = rest.substr(0, rest.find("::"));
         rest.remove_prefix(part.size() < rest.size() ? part.size() + 2 : rest.size());
         if (!IsSilent(part)) {
-            name.append(name.empty() ? "" : separator).append(part);
+            name.append(name.empty() ? "" : separator).append(part.substr(0, part.find("[abi:")));
         }
     }
     return name;
