@@ -21,7 +21,7 @@ OWN = [
     ("Linux", r"(border|device-query)\.exports", "exports of ELF files; windows.image.* is the same for PE files"),
     ("Windows", r"Windows.*", "the Windows port, on the services of the Windows that runs it"),
     ("Windows", r"windows\.image\..*", "machine, exports, imports, hardening and program databases of PE files"),
-    ("Windows", r"windows\.loading", "where the system looks for DLLs"),
+    ("Windows", r"windows\.(loading|stack-guard)", "where the system looks for DLLs; what mingw-w64 lacks of the stack protector"),
 ]
 
 
