@@ -14,6 +14,17 @@ template <typename Character>
     return character >= 'A' && character <= 'Z' ? static_cast<Character>(character - 'A' + 'a') : character;
 }
 
+[[nodiscard]] constexpr char UpperAscii(char character) noexcept
+{
+    return character >= 'a' && character <= 'z' ? static_cast<char>(character - 'a' + 'A') : character;
+}
+
+[[nodiscard]] inline std::string UpperAscii(std::string text)
+{
+    std::ranges::transform(text, text.begin(), [](char character) { return UpperAscii(character); });
+    return text;
+}
+
 template <typename Character>
 [[nodiscard]] std::basic_string<Character> LowerAscii(std::basic_string<Character> text)
 {

@@ -104,64 +104,6 @@ ByteVector ToBytes(const description::Bytes& bytes)
     return result;
 }
 
-std::optional<platform::Guid> ParseGuid(std::string_view text)
-{
-    if (text.size() >= 2 && text.front() == '{' && text.back() == '}') {
-        text = text.substr(1, text.size() - 2);
-    }
-    if (text.size() != 36 || text[8] != '-' || text[13] != '-' || text[18] != '-' || text[23] != '-') {
-        return std::nullopt;
-    }
-    std::string digits;
-    for (std::size_t at = 0; at < text.size(); ++at) {
-        if (at != 8 && at != 13 && at != 18 && at != 23) {
-            digits += text[at];
-        }
-    }
-    const std::optional<ByteVector> bytes = ParseHex(digits);
-    if (!bytes || bytes->size() != 16) {
-        return std::nullopt;
-    }
-    const auto byte = [&](std::size_t index) { return static_cast<std::uint32_t>((*bytes)[index]); };
-    platform::Guid guid;
-    guid.data1 = byte(0) << 24 | byte(1) << 16 | byte(2) << 8 | byte(3);
-    guid.data2 = static_cast<std::uint16_t>(byte(4) << 8 | byte(5));
-    guid.data3 = static_cast<std::uint16_t>(byte(6) << 8 | byte(7));
-    std::copy(bytes->begin() + 8, bytes->end(), guid.data4.begin());
-    return guid;
-}
-
-std::string GuidText(const platform::Guid& guid)
-{
-    const auto& tail = guid.data4;
-    return fmt::format("{:08x}-{:04x}-{:04x}-{:02x}{:02x}-{:02x}{:02x}{:02x}{:02x}{:02x}{:02x}", guid.data1, guid.data2, guid.data3,
-                       tail[0], tail[1], tail[2], tail[3], tail[4], tail[5], tail[6], tail[7]);
-}
-
-std::string ToLower(std::string_view text)
-{
-    std::string result(text);
-    std::transform(result.begin(), result.end(), result.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-    return result;
-}
-
-std::string ToUpper(std::string_view text)
-{
-    std::string result(text);
-    std::transform(result.begin(), result.end(), result.begin(),
-                   [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
-    return result;
-}
-
-std::u16string ToLower(std::u16string_view text)
-{
-    std::u16string result(text);
-    std::transform(result.begin(), result.end(), result.begin(),
-                   [](char16_t c) { return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c - u'A' + u'a') : c; });
-    return result;
-}
-
 PageWriter& PageWriter::PutText(std::size_t offset, std::size_t width, std::string_view text, char padding)
 {
     for (std::size_t i = 0; i < width; ++i) {

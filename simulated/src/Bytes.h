@@ -7,8 +7,9 @@
 #include <string_view>
 #include <vector>
 
+#include "emulated/CaseFolding.h"
+#include "emulated/Guid.h"
 #include "orbis/simulated/machine.pb.h"
-#include "platform/Guid.h"
 
 namespace orbis::simulated {
 
@@ -26,14 +27,11 @@ void ApplyPatches(ByteVector& page, const Patches& patches);
 [[nodiscard]] ByteVector ToBytes(const description::Bytes& bytes);
 [[nodiscard]] inline ByteVector ToBytes(std::string_view text) { return {text.begin(), text.end()}; }
 
-// A GUID's text with or without braces, or nothing.
-[[nodiscard]] std::optional<platform::Guid> ParseGuid(std::string_view text);
-// Registry format without braces, lower case.
-[[nodiscard]] std::string GuidText(const platform::Guid& guid);
+using platform::emulated::GuidText;
+using platform::emulated::ParseGuid;
 
-[[nodiscard]] std::string ToLower(std::string_view text);  // ASCII letters
-[[nodiscard]] std::string ToUpper(std::string_view text);  // ASCII letters
-[[nodiscard]] std::u16string ToLower(std::u16string_view text);
+[[nodiscard]] inline std::string ToLower(std::string_view text) { return platform::emulated::LowerAscii(std::string(text)); }
+[[nodiscard]] inline std::string ToUpper(std::string_view text) { return platform::emulated::UpperAscii(std::string(text)); }
 
 // A page under construction: little-endian values at byte offsets, as the documents print them.
 class PageWriter {

@@ -1,5 +1,3 @@
-#include "platform/DeviceIo.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -8,29 +6,19 @@
 #include <unordered_map>
 
 #include "DeviceRequests.h"
-#include "HandleTable.h"
 #include "MachineState.h"
+#include "emulated/CaseFolding.h"
+#include "emulated/DeviceIo.h"
 #include "platform/Errors.h"
-#include "platform/Text.h"
 
 namespace orbis::simulated {
 namespace {
 
 namespace win32 = platform::win32;
+using platform::emulated::LowerAscii;
+using platform::emulated::UpperAscii;
 
-constexpr std::uint32_t kFileReadData = 1;
-constexpr std::uint32_t kFileWriteData = 2;
-constexpr std::uint32_t kGenericAll = 0x10000000;
 constexpr std::uint32_t kDriveTypeNetwork = 4;
-
-// Rights that a control code demands (CTL_CODE bits 15:14) against those of the handle.
-bool IsAllowed(std::uint32_t code, std::uint32_t access)
-{
-    const bool mayRead = (access & (platform::kGenericRead | kGenericAll | kFileReadData)) != 0;
-    const bool mayWrite = (access & (platform::kGenericWrite | kGenericAll | kFileWriteData)) != 0;
-    const std::uint32_t demanded = code >> 14 & 3;
-    return ((demanded & kFileReadData) == 0 || mayRead) && ((demanded & kFileWriteData) == 0 || mayWrite);
-}
 
 bool Matches(const ExchangeModel& exchange, const Request& request, const PassThroughSummary& summary)
 {
@@ -131,7 +119,51 @@ void CopyOut(const ByteVector& bytes, void* out, std::size_t room)
     }
 }
 
-class SimulatedDeviceIo final : public platform::DeviceIo {
+void* DataPointer(const platform::emulated::ControlBuffers& buffers)
+{
+    return buffers.Request<void*>(kDataPointerOffset).value_or(nullptr);
+}
+
+// A device that is open.
+class OpenTarget final : public platform::emulated::Device {
+public:
+    OpenTarget(const MachineState& machine, Target target) : m_Machine(machine), m_Target(target) {}
+
+    std::uint32_t Control(std::uint32_t code, platform::emulated::ControlBuffers& buffers) override
+    {
+        const auto* bytes = reinterpret_cast<const std::uint8_t*>(buffers.in.data());
+        const Request request{
+            code, {bytes, bytes + buffers.in.size()}, static_cast<std::uint32_t>(buffers.out.size()), m_Machine.clock.Seconds()};
+        if (m_Target.disk != nullptr && !m_Target.disk->PresentAt(request.now)) {
+            return win32::kDeviceNotConnected;
+        }
+        const PassThroughSummary summary = Summarise(request);
+        void* data = IsDirect(code) && summary.dataTransferLength > 0 ? DataPointer(buffers) : nullptr;
+        if (IsDirect(code) && summary.dataTransferLength > 0 && data == nullptr) {
+            return win32::kInvalidParameter;
+        }
+        Reply reply = Answer(m_Target, request, summary);
+        if (reply.error == win32::kSuccess) {
+            CopyOut(reply.data, data, summary.dataTransferLength);
+            if (IsDirect(code)) {  // the caller's own pointer stays in the structure
+                const std::size_t end = std::min({kDataPointerOffset + sizeof(void*), reply.output.size(), request.input.size()});
+                for (std::size_t i = kDataPointerOffset; i < end; ++i) {
+                    reply.output[i] = request.input[i];
+                }
+            }
+            CopyOut(reply.output, buffers.out.data(), buffers.out.size());
+            buffers.returned =
+                reply.returned.value_or(static_cast<std::uint32_t>(std::min(buffers.out.size(), reply.output.size())));
+        }
+        return reply.error;
+    }
+
+private:
+    const MachineState& m_Machine;
+    const Target m_Target;
+};
+
+class SimulatedDeviceIo final : public platform::emulated::DeviceIo {
 public:
     explicit SimulatedDeviceIo(MachineState& machine) : m_Machine(machine)
     {
@@ -139,90 +171,34 @@ public:
             m_Devices.push_back({&device, BuildExchanges(device.exchange())});
         }
         for (const RawDevice& device : m_Devices) {
-            m_Paths[ToLower(device.description->path())].push_back({.device = &device});
+            m_Paths[LowerAscii(device.description->path())].push_back({.device = &device});
         }
         for (const auto& disk : machine.disks) {
             m_Paths[fmt::format(R"(\\.\physicaldrive{})", disk->number)].push_back({.disk = disk.get()});
-            m_Paths[ToLower(disk->interfacePath)].push_back({.disk = disk.get()});
+            m_Paths[LowerAscii(disk->interfacePath)].push_back({.disk = disk.get()});
             for (const auto& volume : disk->volumes) {
                 // The volume's own path is opened without its last backslash.
-                const std::string own = ToLower(volume->guidPath);
+                const std::string own = LowerAscii(volume->guidPath);
                 m_Paths[own.substr(0, own.size() - 1)].push_back({.disk = disk.get(), .volume = volume.get()});
                 m_Paths[PathOf(volume->letter)].push_back({.disk = disk.get(), .volume = volume.get()});
             }
         }
         for (const description::LooseVolume& volume : machine.description.volume()) {
-            m_Paths[PathOf(ToUpper(volume.letter()).front())].push_back({.looseVolume = &volume});
+            m_Paths[PathOf(UpperAscii(volume.letter().front()))].push_back({.looseVolume = &volume});
         }
         m_Paths.erase(PathOf('\0'));
     }
 
-    platform::NativeHandle Open(const char16_t* path, std::uint32_t access, std::uint32_t /*share*/, void* /*security*/,
-                                std::uint32_t disposition, std::uint32_t /*flags*/,
-                                platform::NativeHandle /*templateFile*/) override
+protected:
+    Opened OpenPath(const std::string& path, std::uint32_t access) override
     {
-        if (path == nullptr) {
-            return FailWith(win32::kInvalidParameter, platform::kInvalidHandle);
-        }
-        auto target = std::make_shared<Target>();
-        target->path = platform::Utf16ToUtf8(path);
-        target->access = access;
-        const std::uint32_t error = disposition == platform::kOpenExisting ? Find(*target) : win32::kInvalidParameter;
-        m_Machine.Record([&] {
-            JournalEntry entry;
-            entry.operation = "DeviceIo::Open";
-            entry.subject = target->path;
-            entry.access = access;
-            entry.error = error;
-            return entry;
-        });
-        if (error != win32::kSuccess) {
-            return FailWith(error, platform::kInvalidHandle);
-        }
-        const platform::NativeHandle handle = m_Handles.Add(std::move(target));
-        ++m_Machine.open.deviceHandles;
-        return handle;
+        Target target;
+        target.access = access;
+        const std::uint32_t error = Find(path, target);
+        return {error, std::make_shared<OpenTarget>(m_Machine, target)};
     }
 
-    bool Control(platform::NativeHandle device, std::uint32_t code, void* in, std::uint32_t inSize, void* out,
-                 std::uint32_t outSize, std::uint32_t* returned, void* /*overlapped*/) override
-    {
-        *returned = 0;
-        const std::shared_ptr<Target> target = m_Handles.Find(device);
-        if (target == nullptr) {
-            m_Machine.ReportMisuse(fmt::format("DeviceIo::Control {:#010x} on a handle that is not open", code));
-            return FailWith(win32::kInvalidHandle, false);
-        }
-        Request request;
-        request.code = code;
-        request.outputSize = out != nullptr ? outSize : 0;
-        request.now = m_Machine.clock.Seconds();
-        if (in != nullptr) {
-            const auto* bytes = static_cast<const std::uint8_t*>(in);
-            request.input.assign(bytes, bytes + inSize);
-        }
-        const PassThroughSummary summary = Summarise(request);
-        const Reply reply = Answer(*target, request, summary, in);
-        RecordControl(*target, request, summary, reply.error);
-        if (reply.error != win32::kSuccess) {
-            return FailWith(reply.error, false);
-        }
-        Deliver(request, reply, in, out);
-        *returned = reply.returned.value_or(std::min(request.outputSize, static_cast<std::uint32_t>(reply.output.size())));
-        return true;
-    }
-
-    bool Close(platform::NativeHandle device) noexcept override
-    {
-        if (!m_Handles.Remove(device)) {
-            m_Machine.ReportMisuse("DeviceIo::Close of a handle that is not open");
-            return FailWith(win32::kInvalidHandle, false);
-        }
-        --m_Machine.open.deviceHandles;
-        return true;
-    }
-
-    std::uint32_t LogicalDriveStrings(std::uint32_t characters, char16_t* buffer) override
+    std::string DriveLetters() override
     {
         std::set<char> letters;
         for (const DiskModel* disk : m_Machine.PresentDisks()) {
@@ -231,28 +207,11 @@ public:
             }
         }
         for (const description::LooseVolume& volume : m_Machine.description.volume()) {
-            letters.insert(ToUpper(volume.letter()).front());
+            letters.insert(UpperAscii(volume.letter().front()));
         }
         letters.erase('\0');
-        m_Machine.Record([] {
-            JournalEntry entry;
-            entry.operation = "DeviceIo::LogicalDriveStrings";
-            return entry;
-        });
-        std::u16string strings;
-        for (const char letter : letters) {
-            strings += static_cast<char16_t>(letter);
-            strings += std::u16string_view(u":\\\0", 3);
-        }
-        const auto written = static_cast<std::uint32_t>(strings.size());
-        if (buffer == nullptr || characters < written + 1) {
-            return written + 1;
-        }
-        std::copy_n(strings.c_str(), written + 1, buffer);
-        return written;
+        return {letters.begin(), letters.end()};
     }
-
-    std::uint32_t LastError() const noexcept override { return simulated::LastError(); }
 
 private:
     struct RawDevice {
@@ -268,12 +227,15 @@ private:
         const description::LooseVolume* looseVolume = nullptr;
     };
 
-    static std::string PathOf(char letter) { return letter != 0 ? ToLower(fmt::format(R"(\\.\{}:)", letter)) : std::string{}; }
+    static std::string PathOf(char letter)
+    {
+        return letter != 0 ? fmt::format(R"(\\.\{}:)", platform::emulated::LowerAscii(letter)) : std::string{};
+    }
 
     // What the path names, into `target`; the Win32 error of opening it.
-    std::uint32_t Find(Target& target) const
+    std::uint32_t Find(const std::string& path, Target& target) const
     {
-        const auto names = m_Paths.find(ToLower(target.path));
+        const auto names = m_Paths.find(LowerAscii(path));
         const double now = m_Machine.clock.Seconds();
         for (const Named& named : names != m_Paths.end() ? names->second : std::vector<Named>{}) {
             if (named.device != nullptr) {
@@ -315,74 +277,14 @@ private:
     std::uint32_t CheckElevation(std::uint32_t access) const
     {
         const bool elevated = !m_Machine.description.has_elevated() || m_Machine.description.elevated();
-        const std::uint32_t content =
-            platform::kGenericRead | platform::kGenericWrite | kGenericAll | kFileReadData | kFileWriteData;
+        const std::uint32_t content = platform::kGenericRead | platform::kGenericWrite | platform::emulated::kGenericAll |
+                                      platform::emulated::kFileReadData | platform::emulated::kFileWriteData;
         return elevated || (access & content) == 0 ? win32::kSuccess : win32::kAccessDenied;
-    }
-
-    Reply Answer(const Target& target, const Request& request, const PassThroughSummary& summary, const void* in) const
-    {
-        if (target.disk != nullptr && !target.disk->PresentAt(request.now)) {
-            return Reply::Error(win32::kDeviceNotConnected);
-        }
-        if (!IsAllowed(request.code, target.access)) {
-            return Reply::Error(win32::kAccessDenied);
-        }
-        if (IsDirect(request.code) && summary.dataTransferLength > 0 && DataPointer(in) == nullptr) {
-            return Reply::Error(win32::kInvalidParameter);
-        }
-        return simulated::Answer(target, request, summary);
-    }
-
-    static void* DataPointer(const void* in)
-    {
-        void* pointer = nullptr;
-        std::memcpy(&pointer, static_cast<const std::uint8_t*>(in) + kDataPointerOffset, sizeof(pointer));
-        return pointer;
-    }
-
-    static void Deliver(const Request& request, const Reply& reply, const void* in, void* out)
-    {
-        ByteVector output = reply.output;
-        if (IsDirect(request.code)) {
-            const PassThroughSummary summary = Summarise(request);
-            if (summary.dataTransferLength > 0) {
-                CopyOut(reply.data, DataPointer(in), summary.dataTransferLength);
-            }
-            // The caller's own pointer stays in the structure.
-            const std::size_t end = std::min({kDataPointerOffset + sizeof(void*), output.size(), request.input.size()});
-            for (std::size_t i = kDataPointerOffset; i < end; ++i) {
-                output[i] = request.input[i];
-            }
-        }
-        CopyOut(output, out, request.outputSize);
-    }
-
-    void RecordControl(const Target& target, const Request& request, const PassThroughSummary& summary, std::uint32_t error) const
-    {
-        m_Machine.Record([&] {
-            JournalEntry entry;
-            entry.operation = "DeviceIo::Control";
-            entry.subject = target.path;
-            entry.access = target.access;
-            entry.controlCode = request.code;
-            entry.input = request.input;
-            if (IsDirect(request.code) && entry.input.size() >= kDataPointerOffset + sizeof(void*)) {
-                std::fill_n(entry.input.begin() + kDataPointerOffset, sizeof(void*), std::uint8_t{0});
-            }
-            entry.outputSize = request.outputSize;
-            entry.command = summary.command;
-            entry.dataToDevice = summary.dataToDevice;
-            entry.dataTransferLength = summary.dataTransferLength;
-            entry.error = error;
-            return entry;
-        });
     }
 
     MachineState& m_Machine;
     std::vector<RawDevice> m_Devices;
     std::unordered_map<std::string, std::vector<Named>> m_Paths;  // by lower-case path
-    HandleTable<Target> m_Handles;
 };
 
 }  // namespace

@@ -58,7 +58,6 @@ struct Reply {
 
 // What an open handle stands for: a disk, a volume on a disk, a drive letter of its own, or nothing but recorded exchanges.
 struct Target {
-    std::string path;
     std::uint32_t access = 0;
     const DiskModel* disk = nullptr;
     const VolumeModel* volume = nullptr;

@@ -4,8 +4,11 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
-#include "platform/Text.h"
+#include "emulated/Control.h"
+#include "emulated/DeviceIo.h"
+#include "emulated/Pdh.h"
 
 namespace orbis::simulated {
 namespace {
@@ -68,21 +71,13 @@ std::string DefaultPnpDeviceId(const DiskModel& disk)
     }
 }
 
-std::string DefaultInterfacePath(std::string instanceId)
+std::string LettersOf(const DiskModel& disk)
 {
-    std::replace(instanceId.begin(), instanceId.end(), '\\', '#');
-    return R"(\\?\)" + ToLower(instanceId) + "#{53f56307-b6bf-11d0-94f2-00a0c91efb8b}";
-}
-
-std::string CounterInstance(const DiskModel& disk)
-{
-    std::string name = std::to_string(disk.number);
+    std::string letters;
     for (const auto& volume : disk.volumes) {
-        if (volume->letter != 0) {
-            name += fmt::format(" {}:", volume->letter);
-        }
+        letters += volume->letter != 0 ? std::string(1, volume->letter) : std::string();
     }
-    return name;
+    return letters;
 }
 
 void BuildPages(DiskModel& disk)
@@ -141,22 +136,12 @@ bool DiskModel::PresentAt(double seconds) const
 
 ByteVector BuildDescriptor(const DiskModel& disk)
 {
-    const std::size_t strings = platform::kStorageDeviceDescriptorSize;
-    const std::string product = disk.windowsModel + '\0';
-    const std::string revision = disk.firmware + '\0';
-    const std::string serial = disk.serial + '\0';
-    PageWriter page(strings + product.size() + revision.size() + serial.size());
-    page.Put32(0, platform::kStorageDeviceDescriptorSize);
-    page.Put32(4, page.Page().size());
-    page.Put8(10, disk.removable ? 1 : 0);
-    page.Put8(11, 1);  // command queueing
-    page.Put32(16, strings);
-    page.Put32(20, strings + product.size());
-    page.Put32(24, strings + product.size() + revision.size());
-    page.Put32(28, disk.busType);
-    page.PutText(strings, product.size() + revision.size() + serial.size(), product + revision + serial);
-    ApplyPatches(page.Page(), disk.description->device_descriptor());
-    return page.Take();
+    const auto bytes = platform::emulated::DeviceDescriptor(
+        {static_cast<BusType>(disk.busType), disk.removable, {}, disk.windowsModel, disk.firmware, disk.serial});
+    ByteVector descriptor(bytes.size());
+    std::memcpy(descriptor.data(), bytes.data(), bytes.size());
+    ApplyPatches(descriptor, disk.description->device_descriptor());
+    return descriptor;
 }
 
 std::unique_ptr<DiskModel> BuildDisk(const description::Disk& description, std::uint32_t position)
@@ -176,7 +161,8 @@ std::unique_ptr<DiskModel> BuildDisk(const description::Disk& description, std::
     disk->windowsModel = description.has_windows_model() ? description.windows_model() : TrimBlanks(description.model());
     disk->pnpDeviceId = description.has_pnp_device_id() ? description.pnp_device_id() : DefaultPnpDeviceId(*disk);
     disk->instanceId = description.has_instance_id() ? description.instance_id() : disk->pnpDeviceId;
-    disk->interfacePath = description.has_interface_path() ? description.interface_path() : DefaultInterfacePath(disk->instanceId);
+    disk->interfacePath =
+        description.has_interface_path() ? description.interface_path() : platform::emulated::DiskInterfacePath(disk->instanceId);
     disk->scsiPort = description.has_scsi_port() ? description.scsi_port() : position;
 
     const description::AtaDevice& ata = description.ata();
@@ -185,9 +171,7 @@ std::unique_ptr<DiskModel> BuildDisk(const description::Disk& description, std::
     disk->scsiPassThrough = description.scsi().has_pass_through() ? description.scsi().pass_through() : traits.scsiPassThrough;
     BuildPages(*disk);
     BuildPartitions(*disk);
-    disk->wideInstanceId = platform::Utf8ToUtf16(disk->instanceId);
-    disk->wideInterfacePath = platform::Utf8ToUtf16(disk->interfacePath);
-    disk->counterInstance = CounterInstance(*disk);
+    disk->counterInstance = platform::emulated::DiskInstanceName(disk->number, LettersOf(*disk));
     disk->exchanges = BuildExchanges(description.exchange());
     return disk;
 }

@@ -79,8 +79,6 @@ struct DiskModel {
     std::string pnpDeviceId;
     std::string instanceId;
     std::string interfacePath;
-    std::u16string wideInstanceId;
-    std::u16string wideInterfacePath;
     std::string counterInstance;  // "0 C: D:", the name of the disk's performance instance
     std::uint32_t scsiPort = 0;
 

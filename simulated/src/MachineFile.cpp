@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 #include <google/protobuf/io/tokenizer.h>
+#include <google/protobuf/io/zero_copy_stream_impl_lite.h>
 #include <google/protobuf/text_format.h>
 
 #include <algorithm>
@@ -29,99 +30,6 @@ struct FieldPlace {
     int column = 0;
 };
 
-class FieldScanner {
-public:
-    // The field before a position.
-    [[nodiscard]] static FieldPlace Before(std::string_view text, int line, int column)
-    {
-        FieldScanner scanner;
-        for (const char c : text) {
-            if (scanner.m_Line > line || (scanner.m_Line == line && scanner.m_Column >= column)) {
-                break;
-            }
-            scanner.Take(c);
-            scanner.m_Column = c == '\n' ? 1 : scanner.m_Column + 1;
-            scanner.m_Line += c == '\n' ? 1 : 0;
-        }
-        return scanner.Place();
-    }
-
-private:
-    struct Level {
-        std::string name;                  // of the message, with its position
-        std::map<std::string, int> count;  // of the messages inside it
-    };
-
-    void Take(char c)
-    {
-        if (m_Quote != 0) {
-            m_Quote = c == m_Quote && !m_Escaped ? '\0' : m_Quote;
-            m_Escaped = c == '\\' && !m_Escaped;
-        } else if (m_Comment) {
-            m_Comment = c != '\n';
-        } else if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_') {
-            TakeWord(c);
-        } else {
-            m_InValue = c == ':' || (m_InValue && !m_InWord);
-            m_InWord = false;
-            TakeMark(c);
-        }
-    }
-
-    // A word is a field's name, unless it follows a colon.
-    void TakeWord(char c)
-    {
-        if (!m_InValue && !m_InWord) {
-            m_Field = {{}, m_Line, m_Column};
-        }
-        if (!m_InValue) {
-            m_Field.path += c;
-        }
-        m_InWord = true;
-    }
-
-    void TakeMark(char c)
-    {
-        if (c == '"' || c == '\'') {
-            m_Quote = c;
-        } else if (c == '#') {
-            m_Comment = true;
-        } else if (c == '{' || c == '<') {
-            const int index = m_Levels.back().count[m_Field.path]++;
-            m_Levels.push_back({fmt::format("{}[{}]", m_Field.path, index), {}});
-            EndField();
-        } else if ((c == '}' || c == '>') && m_Levels.size() > 1) {
-            m_Levels.pop_back();
-            EndField();
-        }
-    }
-
-    void EndField()
-    {
-        m_Field = {};
-        m_InValue = false;
-    }
-
-    [[nodiscard]] FieldPlace Place() const
-    {
-        FieldPlace place = m_Field;
-        for (auto level = m_Levels.rbegin(); level + 1 != m_Levels.rend(); ++level) {
-            place.path = level->name + (place.path.empty() ? "" : ".") + place.path;
-        }
-        return place;
-    }
-
-    int m_Line = 1;
-    int m_Column = 1;
-    std::vector<Level> m_Levels{1};
-    FieldPlace m_Field;
-    bool m_InWord = false;
-    bool m_InValue = false;
-    char m_Quote = 0;
-    bool m_Escaped = false;
-    bool m_Comment = false;
-};
-
 class FirstError final : public google::protobuf::io::ErrorCollector {
 public:
     void AddError(int row, google::protobuf::io::ColumnNumber position, const std::string& text) override
@@ -139,6 +47,44 @@ public:
     std::string message;
 };
 
+// The field before a position.
+FieldPlace FieldBefore(std::string_view text, int line, int column)
+{
+    struct Level {
+        std::string name;                  // of the message, with its position
+        std::map<std::string, int> count;  // of the messages inside it
+    };
+    FirstError ignored;
+    google::protobuf::io::ArrayInputStream input(text.data(), static_cast<int>(text.size()));
+    google::protobuf::io::Tokenizer tokenizer(&input, &ignored);
+    tokenizer.set_comment_style(google::protobuf::io::Tokenizer::SH_COMMENT_STYLE);
+    tokenizer.set_require_space_after_number(false);
+    std::vector<Level> levels(1);
+    FieldPlace field;
+    bool isValue = false;
+    while (tokenizer.Next()) {
+        const auto& token = tokenizer.current();
+        if (std::pair(token.line + 1, static_cast<int>(token.column) + 1) >= std::pair(line, column)) {
+            break;
+        }
+        // A word is a field's name, unless it follows a colon.
+        if (token.type == google::protobuf::io::Tokenizer::TYPE_IDENTIFIER && !isValue) {
+            field = {token.text, token.line + 1, static_cast<int>(token.column) + 1};
+        } else if (token.text == "{" || token.text == "<") {
+            const int index = levels.back().count[field.path]++;
+            levels.push_back({fmt::format("{}[{}]", std::exchange(field, {}).path, index), {}});
+        } else if ((token.text == "}" || token.text == ">") && levels.size() > 1) {
+            levels.pop_back();
+            field = {};
+        }
+        isValue = token.text == ":";
+    }
+    for (auto level = levels.rbegin(); level + 1 != levels.rend(); ++level) {
+        field.path = level->name + (field.path.empty() ? "" : ".") + field.path;
+    }
+    return field;
+}
+
 // What the parser makes of a text.
 struct Parsed {
     description::Machine machine;
@@ -155,7 +101,7 @@ std::unique_ptr<Parsed> Parse(std::string_view text, const std::string& name)
     parser.WriteLocationsTo(&parsed->locations);
     parser.SetRecursionLimit(32);
     if (!parser.ParseFromString(std::string(text), &parsed->machine)) {
-        const FieldPlace place = FieldScanner::Before(text, error.line, error.column);
+        const FieldPlace place = FieldBefore(text, error.line, error.column);
         const std::string what = error.message.empty() ? "not a machine in protobuf text format" : error.message;
         parsed->findings.push_back({Finding::Severity::Error, name, place.line > 0 ? place.line : error.line,
                                     place.line > 0 ? place.column : error.column, place.path,

@@ -5,7 +5,7 @@
 #include <numeric>
 #include <string_view>
 
-#include "platform/Errors.h"
+#include "Ledger.h"
 
 namespace orbis::simulated {
 namespace {
@@ -13,12 +13,7 @@ namespace {
 constexpr std::uint32_t kUtf8 = 65001;
 constexpr const char* kDefaultStart = "2024-01-01T00:00:00Z";
 
-thread_local std::uint32_t t_LastError = platform::win32::kSuccess;
-
 }  // namespace
-
-std::uint32_t LastError() noexcept { return t_LastError; }
-void SetLastError(std::uint32_t error) noexcept { t_LastError = error; }
 
 std::optional<std::chrono::system_clock::time_point> ParseUtcTime(const std::string& text)
 {
@@ -55,13 +50,14 @@ MachineState::MachineState(const description::Machine& machine)
     for (const description::Disk& disk : description.disk()) {
         disks.push_back(BuildDisk(disk, position++));
     }
-    deviceIo = MakeDeviceIoPort(*this);
-    setup = MakeSetupPort(*this);
+    deviceIo = WatchDeviceIo(*this, MakeDeviceIoPort(*this));
+    setup = WatchSetup(*this, MakeSetupPort(*this));
     wmiFacts = MakeWmiFacts(*this);
     emulatedWmi = platform::emulated::MakeWmi(*wmiFacts);
     wmi = MakeCheckedWmi(*this, *emulatedWmi);
     firmware = MakeFirmwarePort(*this);
-    pdh = MakePdhPort(*this);
+    diskCounters = MakeDiskCounters(*this);
+    pdh = WatchPdh(*this, std::make_unique<platform::emulated::Pdh>(*diskCounters));
     time = MakeTimePort(*this);
     text = MakeTextPort(*this);
 }
@@ -90,13 +86,10 @@ std::vector<std::string> MachineState::Misuses() const
     return m_Misuses;
 }
 
-void MachineState::Record(const std::function<JournalEntry()>& entry)
+void MachineState::Record(JournalEntry entry)
 {
-    if (m_KeepJournal) {
-        JournalEntry made = entry();
-        const std::lock_guard lock(m_Mutex);
-        m_Journal.push_back(std::move(made));
-    }
+    const std::lock_guard lock(m_Mutex);
+    m_Journal.push_back(std::move(entry));
 }
 
 std::vector<JournalEntry> MachineState::TakeJournal()

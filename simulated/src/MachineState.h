@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -10,6 +9,7 @@
 #include <vector>
 
 #include "DiskModel.h"
+#include "emulated/Pdh.h"
 #include "emulated/WmiFacts.h"
 #include "simulated/Machine.h"
 
@@ -19,7 +19,7 @@ namespace orbis::simulated {
 [[nodiscard]] std::unique_ptr<platform::DeviceIo> MakeDeviceIoPort(MachineState& machine);
 [[nodiscard]] std::unique_ptr<platform::Setup> MakeSetupPort(MachineState& machine);
 [[nodiscard]] std::unique_ptr<platform::Firmware> MakeFirmwarePort(MachineState& machine);
-[[nodiscard]] std::unique_ptr<platform::Pdh> MakePdhPort(MachineState& machine);
+[[nodiscard]] std::unique_ptr<platform::emulated::PdhFacts> MakeDiskCounters(MachineState& machine);
 [[nodiscard]] std::unique_ptr<platform::Time> MakeTimePort(MachineState& machine);
 [[nodiscard]] std::unique_ptr<platform::Text> MakeTextPort(MachineState& machine);
 
@@ -75,9 +75,9 @@ public:
     void ReportMisuse(std::string what);
     [[nodiscard]] std::vector<std::string> Misuses() const;
 
-    // Keeps what `entry` makes, while the journal is on.
-    void Record(const std::function<JournalEntry()>& entry);
     void KeepJournal(bool keep) { m_KeepJournal = keep; }
+    [[nodiscard]] bool KeepsJournal() const { return m_KeepJournal; }
+    void Record(JournalEntry entry);
     [[nodiscard]] std::vector<JournalEntry> TakeJournal();
 
     std::unique_ptr<platform::DeviceIo> deviceIo;
@@ -86,6 +86,7 @@ public:
     std::unique_ptr<platform::Wmi> emulatedWmi;
     std::unique_ptr<platform::Wmi> wmi;
     std::unique_ptr<platform::Firmware> firmware;
+    std::unique_ptr<platform::emulated::PdhFacts> diskCounters;
     std::unique_ptr<platform::Pdh> pdh;
     std::unique_ptr<platform::Time> time;
     std::unique_ptr<platform::Text> text;
@@ -96,17 +97,6 @@ private:
     std::vector<JournalEntry> m_Journal;
     std::vector<std::string> m_Misuses;
 };
-
-// GetLastError and SetLastError of the calling thread, shared by all machines of the process.
-[[nodiscard]] std::uint32_t LastError() noexcept;
-void SetLastError(std::uint32_t error) noexcept;
-// Sets the last error and returns the result of a failed call.
-template <typename T>
-[[nodiscard]] T FailWith(std::uint32_t error, T result) noexcept
-{
-    SetLastError(error);
-    return result;
-}
 
 // Text of a machine file's start, or nothing.
 [[nodiscard]] std::optional<std::chrono::system_clock::time_point> ParseUtcTime(const std::string& text);

@@ -5,20 +5,16 @@
 
 #include "Activity.h"
 #include "DeviceRequests.h"
+#include "emulated/Control.h"
 
 namespace orbis::simulated {
 namespace {
 
 namespace win32 = platform::win32;
 
-constexpr std::uint32_t kTracksPerCylinder = 255;
-constexpr std::uint32_t kSectorsPerTrack = 63;
-constexpr std::uint32_t kFixedMedia = 12;
-constexpr std::uint32_t kRemovableMedia = 11;
 constexpr std::uint32_t kFileDeviceCdRom = 2;
-constexpr std::size_t kPropertyQuerySize = 12;  // sizeof STORAGE_PROPERTY_QUERY
-constexpr std::size_t kDescriptorHeader = 8;    // STORAGE_DESCRIPTOR_HEADER
-constexpr double kTicksPerSecond = 1e7;         // of 100 ns
+constexpr std::size_t kDescriptorHeader = 8;  // STORAGE_DESCRIPTOR_HEADER
+constexpr double kTicksPerSecond = 1e7;       // of 100 ns
 
 // A counter of the driver, which holds no more than its type does.
 std::int64_t Whole(double value)
@@ -40,59 +36,31 @@ Reply DeviceNumber(const Target& target, const Request& request)
 
 Reply Geometry(const Target& target, const Request& request)
 {
-    platform::DiskGeometry geometry;
-    if (request.outputSize < sizeof(geometry)) {
-        return Reply::Error(win32::kInsufficientBuffer);
-    }
     const DiskModel& disk = *target.disk;
-    const std::uint64_t sectors = disk.description->size() / disk.sectorSize;
-    geometry.cylinders = static_cast<std::int64_t>(sectors / kTracksPerCylinder / kSectorsPerTrack);
-    geometry.mediaType = disk.removable ? kRemovableMedia : kFixedMedia;
-    geometry.tracksPerCylinder = kTracksPerCylinder;
-    geometry.sectorsPerTrack = kSectorsPerTrack;
-    geometry.bytesPerSector = disk.sectorSize;
-    return Reply::Of(geometry);
-}
-
-// STORAGE_ADAPTER_DESCRIPTOR as far as bus type and limits.
-ByteVector AdapterDescriptor(const DiskModel& disk)
-{
-    PageWriter page(32);
-    page.Put32(0, 32).Put32(4, 32);
-    page.Put32(8, 0x100000).Put32(12, 257);  // longest transfer in bytes and pages
-    page.Put8(24, disk.busType);
-    page.Put16(26, 2);
-    return page.Take();
+    return request.outputSize < sizeof(platform::DiskGeometry)
+               ? Reply::Error(win32::kInsufficientBuffer)
+               : Reply::Of(platform::emulated::LargeDiskGeometry(disk.description->size(), disk.sectorSize, disk.removable));
 }
 
 Reply QueryProperty(const Target& target, const Request& request)
 {
-    if (request.input.size() < kPropertyQuerySize) {
-        return Reply::Error(win32::kBadLength);
-    }
+    const DiskModel& disk = *target.disk;
     const auto query = request.As<platform::StoragePropertyQueryHead>().value_or(platform::StoragePropertyQueryHead{});
-    const bool isProtocol = query.propertyId == platform::kStorageAdapterProtocolSpecificProperty ||
-                            query.propertyId == platform::kStorageDeviceProtocolSpecificProperty;
-    const bool isDescriptor =
-        query.propertyId == platform::kStorageDeviceProperty || query.propertyId == platform::kStorageAdapterProperty;
-    if (!isProtocol && !isDescriptor) {
-        return Reply::Error(win32::kInvalidFunction);
+    if (const auto error = platform::emulated::CheckPropertyQuery(query, request.input.size(), disk.traits->isNvme)) {
+        return Reply::Error(*error);
     }
-    if (query.queryType == platform::kPropertyExistsQuery) {
-        return Reply::Output({});
-    }
-    if (query.queryType != platform::kPropertyStandardQuery) {
-        return Reply::Error(win32::kNotSupported);
-    }
-    if (isProtocol) {
+    if (platform::emulated::IsProtocolProperty(query)) {
         return QueryProtocolProperty(target, request);
     }
-    if (request.outputSize < kDescriptorHeader) {
+    if (request.outputSize < platform::emulated::kShortestDescriptor) {
         return Reply::Error(win32::kInsufficientBuffer);
     }
-    // A short buffer gets the beginning: its header tells the whole size.
-    return Reply::Output(query.propertyId == platform::kStorageDeviceProperty ? target.disk->descriptor
-                                                                              : AdapterDescriptor(*target.disk));
+    if (query.propertyId == platform::kStorageDeviceProperty) {
+        return Reply::Output(disk.descriptor);
+    }
+    const auto adapter = platform::emulated::AdapterDescriptor(static_cast<platform::BusType>(disk.busType));
+    const auto* bytes = reinterpret_cast<const std::uint8_t*>(adapter.data());
+    return Reply::Output({bytes, bytes + adapter.size()});
 }
 
 Reply DriveLayout(const Target& target, const Request& request)

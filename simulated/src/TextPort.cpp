@@ -1,4 +1,4 @@
-#include "platform/Text.h"
+#include "emulated/Text.h"
 
 #include <algorithm>
 #include <array>
@@ -48,45 +48,6 @@ const SingleByteCodePage* FindCodePage(std::uint32_t number)
     return found != kCodePages.end() ? &*found : nullptr;
 }
 
-// Both conversions share this: the size for no buffer, 0 for one that is too small.
-template <typename Text, typename Unit>
-std::int32_t Deliver(const Text& text, Unit* out, std::int32_t room)
-{
-    const auto size = static_cast<std::int32_t>(text.size());
-    if (room == 0) {
-        return size;
-    }
-    if (out == nullptr || room < size) {
-        return FailWith(platform::win32::kInsufficientBuffer, 0);
-    }
-    std::copy(text.begin(), text.end(), out);
-    return size;
-}
-
-class SimulatedText final : public platform::Text {
-public:
-    explicit SimulatedText(MachineState& machine) : m_CodePage(machine.codePage) {}
-
-    std::int32_t WideToUtf8(const char16_t* text, std::int32_t characters, char* out, std::int32_t outBytes) override
-    {
-        if (text == nullptr || characters <= 0 || outBytes < 0) {
-            return FailWith(platform::win32::kInvalidParameter, 0);
-        }
-        return Deliver(platform::Utf16ToUtf8({text, static_cast<std::size_t>(characters)}), out, outBytes);
-    }
-
-    std::int32_t DefaultToWide(const char* text, std::int32_t bytes, char16_t* out, std::int32_t outCharacters) override
-    {
-        if (text == nullptr || bytes <= 0 || outCharacters < 0) {
-            return FailWith(platform::win32::kInvalidParameter, 0);
-        }
-        return Deliver(DecodeCodePage(m_CodePage, {text, static_cast<std::size_t>(bytes)}), out, outCharacters);
-    }
-
-private:
-    std::uint32_t m_CodePage;
-};
-
 }  // namespace
 
 bool IsKnownCodePage(std::uint32_t codePage) { return codePage == kUtf8 || FindCodePage(codePage) != nullptr; }
@@ -104,6 +65,10 @@ std::u16string DecodeCodePage(std::uint32_t codePage, std::string_view text)
     return wide;
 }
 
-std::unique_ptr<platform::Text> MakeTextPort(MachineState& machine) { return std::make_unique<SimulatedText>(machine); }
+std::unique_ptr<platform::Text> MakeTextPort(MachineState& machine)
+{
+    return std::make_unique<platform::emulated::Text>(
+        [codePage = machine.codePage](std::string_view text) { return DecodeCodePage(codePage, text); });
+}
 
 }  // namespace orbis::simulated

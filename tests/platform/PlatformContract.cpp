@@ -71,6 +71,8 @@ TEST_P(PlatformContract, TheWalkCountsInBytesAndEndsWithNoMoreItems)
     }
     ASSERT_TRUE(setup.EnumDeviceInterfaces(set.Get(), kDiskInterfaceGuid, 0, &data));
     std::uint32_t required = 0;
+    EXPECT_FALSE(setup.DeviceInterfaceDetail(set.Get(), data, nullptr, 8, &required));
+    EXPECT_EQ(setup.LastError(), win32::kInvalidUserBuffer);
     EXPECT_FALSE(setup.DeviceInterfaceDetail(set.Get(), data, nullptr, 0, &required));
     EXPECT_EQ(setup.LastError(), win32::kInsufficientBuffer);
     EXPECT_EQ(required % 2, 0U);
@@ -87,6 +89,14 @@ TEST_P(PlatformContract, TheWalkCountsInBytesAndEndsWithNoMoreItems)
     EXPECT_FALSE(
         setup.DeviceProperty(set.Get(), info, {kDeviceInstanceIdKey.category, 4711}, &type, id.data(), sizeof(id), nullptr, 0));
     EXPECT_EQ(setup.LastError(), win32::kNotFound);
+    EXPECT_EQ(type, kDevicePropertyTypeEmpty);
+    EXPECT_FALSE(setup.DeviceProperty(set.Get(), info, kDeviceInstanceIdKey, nullptr, id.data(), sizeof(id), nullptr, 0));
+    EXPECT_EQ(setup.LastError(), win32::kInvalidUserBuffer) << "the type is not optional";
+    EXPECT_FALSE(setup.DeviceProperty(set.Get(), info, kDeviceInstanceIdKey, &type, id.data(), sizeof(id), nullptr, 1));
+    EXPECT_EQ(setup.LastError(), win32::kInvalidFlags);
+    info.size = 1;
+    EXPECT_FALSE(setup.EnumDeviceInfo(set.Get(), 0, &info));
+    EXPECT_EQ(setup.LastError(), win32::kInvalidUserBuffer);
 }
 
 TEST_P(PlatformContract, RequestsAnswerWholeStructuresOrSayThatTheBufferIsShort)
@@ -114,7 +124,17 @@ TEST_P(PlatformContract, RequestsAnswerWholeStructuresOrSayThatTheBufferIsShort)
             EXPECT_EQ(Ask(io, device, kIoctlDiskGetDriveLayoutEx, {}, layout.bytes.size() - 1).error, win32::kInsufficientBuffer);
         }
 
+        EXPECT_EQ(Ask(io, OpenDevice(io, disk.path, 0), kIoctlScsiPassThroughDirect, BytesOf(ScsiPassThroughDirect{}), 56).error,
+                  win32::kAccessDenied)
+            << "the handle is for attributes alone";
         const auto query = BytesOf(StoragePropertyQueryHead{}, 12);
+        EXPECT_EQ(Ask(io, device, kIoctlStorageQueryProperty, BytesOf(StoragePropertyQueryHead{}), 1024).error, win32::kBadLength);
+        EXPECT_EQ(
+            Ask(io, device, kIoctlStorageQueryProperty, BytesOf(StoragePropertyQueryHead{0, kPropertyExistsQuery}, 12), 0).error,
+            win32::kSuccess);
+        EXPECT_GE(Ask(io, device, kIoctlStorageQueryProperty, BytesOf(StoragePropertyQueryHead{kStorageAdapterProperty, 0}, 12), 64)
+                      .bytes.size(),
+                  32U);
         const Answer descriptor = Ask(io, device, kIoctlStorageQueryProperty, query, 1024);
         EXPECT_EQ(descriptor.As<StorageDeviceDescriptorHead>().version, kStorageDeviceDescriptorSize);
         EXPECT_EQ(descriptor.As<StorageDeviceDescriptorHead>().size, descriptor.bytes.size());
@@ -261,6 +281,7 @@ TEST_P(PlatformContract, FirmwareTablesAreAskedForTwice)
     }
     std::vector<std::uint8_t> table(needed + 8, 0xA5);
     EXPECT_EQ(firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, table.data(), needed - 1), needed);
+    EXPECT_EQ(firmware.LastError(), win32::kInsufficientBuffer);
     EXPECT_EQ(table[0], 0xA5) << "a short buffer stays untouched";
     EXPECT_EQ(firmware.SystemFirmwareTable(kFirmwareProviderSmbios, 0, table.data(), needed), needed);
     EXPECT_EQ(table[needed], 0xA5);
@@ -302,6 +323,9 @@ TEST_P(PlatformContract, CountersNeedTwoSamplesAndTellWhatIsUnknown)
     EXPECT_EQ(names.substr(characters - 2), std::u16string(2, u'\0'));
     EXPECT_NE(names.find(u"_Total"), std::u16string::npos);
 
+    EXPECT_EQ(pdh.EnumInstances(u"PhysicalDisk", nullptr, &characters), pdh::kInvalidArgument)
+        << "no buffer of that many characters";
+
     CounterQuery listing(pdh);
     PdhCounterObject* every = nullptr;
     ASSERT_EQ(listing.Add(u"\\PhysicalDisk(*)\\% Idle Time", &every), pdh::kOk);
@@ -320,8 +344,12 @@ TEST_P(PlatformContract, CountersNeedTwoSamplesAndTellWhatIsUnknown)
     EXPECT_EQ(query.Add(u"\\PhysicalDisk(_Total)\\No such counter", &idle), pdh::kNoCounter);
     ASSERT_EQ(query.Add(u"\\PhysicalDisk(_Total)\\% Idle Time", &idle), pdh::kOk);
     ASSERT_EQ(query.Add(u"\\PhysicalDisk(_Total)\\Disk Read Bytes/sec", &bytes), pdh::kOk);
+    PdhCounterObject* later = nullptr;
+    ASSERT_EQ(query.Add(u"\\PhysicalDisk(4711 X:)\\% Idle Time", &later), pdh::kOk) << "the instance may appear later";
     PdhCounterValue value;
     ASSERT_EQ(pdh.CollectQueryData(query.Get()), pdh::kOk);
+    EXPECT_EQ(pdh.FormattedValue(later, pdh::kFormatDouble, &value), pdh::kNotValidYet);
+    EXPECT_EQ(value.status, pdh::kNoInstance);
     EXPECT_EQ(pdh.FormattedValue(bytes, pdh::kFormatDouble, &value), pdh::kNotValidYet) << "a rate before its second sample";
     subject->Advance(std::chrono::milliseconds(100));
     ASSERT_EQ(pdh.CollectQueryData(query.Get()), pdh::kOk);
@@ -340,6 +368,14 @@ TEST_P(PlatformContract, TextIsMeasuredFirstAndNeverInvalid)
     ASSERT_EQ(text.WideToUtf8(wide.data(), static_cast<std::int32_t>(wide.size()), narrow.data(), needed), needed);
     EXPECT_EQ(narrow, "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x92\xBE\xEF\xBF\xBDz");
     EXPECT_EQ(text.WideToUtf8(wide.data(), static_cast<std::int32_t>(wide.size()), narrow.data(), needed - 1), 0);
+
+    // A length of -1 ends with a zero, which is converted too.
+    std::array<char, 4> terminated{'#', '#', '#', '#'};
+    EXPECT_EQ(text.WideToUtf8(u"ab", -1, terminated.data(), 4), 3);
+    EXPECT_EQ(terminated, (std::array{'a', 'b', '\0', '#'}));
+    EXPECT_EQ(text.DefaultToWide("ab", -1, nullptr, 0), 3);
+    EXPECT_EQ(text.WideToUtf8(u"ab", 0, terminated.data(), 4), 0);
+    EXPECT_EQ(text.WideToUtf8(nullptr, 2, terminated.data(), 4), 0);
 
     const std::int32_t characters = text.DefaultToWide("ascii \xFF\xFE", 8, nullptr, 0);
     std::u16string decoded(static_cast<std::size_t>(characters), u'#');

@@ -62,10 +62,12 @@ inline constexpr std::uint32_t kInvalidName = 123;
 inline constexpr std::uint32_t kBusy = 170;
 inline constexpr std::uint32_t kMoreData = 234;
 inline constexpr std::uint32_t kNoMoreItems = 259;
+inline constexpr std::uint32_t kInvalidFlags = 1004;
 inline constexpr std::uint32_t kNoUnicodeTranslation = 1113;
 inline constexpr std::uint32_t kIoDevice = 1117;
 inline constexpr std::uint32_t kDeviceNotConnected = 1167;
 inline constexpr std::uint32_t kNotFound = 1168;
+inline constexpr std::uint32_t kInvalidUserBuffer = 1784;
 inline constexpr std::uint32_t kNoSuchDevice = 433;
 }  // namespace win32
 

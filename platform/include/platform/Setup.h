@@ -46,6 +46,7 @@ struct DevicePropertyKey {
 // DEVPKEY_Device_InstanceId {78C34FC8-104A-4ACA-9EA4-524D52996E57}, 256
 inline constexpr DevicePropertyKey kDeviceInstanceIdKey{
     {0x78C34FC8, 0x104A, 0x4ACA, {0x9E, 0xA4, 0x52, 0x4D, 0x52, 0x99, 0x6E, 0x57}}, 256};
+inline constexpr std::uint32_t kDevicePropertyTypeEmpty = 0;      // DEVPROP_TYPE_EMPTY
 inline constexpr std::uint32_t kDevicePropertyTypeString = 0x12;  // DEVPROP_TYPE_STRING
 
 // SetupAPI's device walk. Every operation that fails leaves its Win32 error in LastError() of the calling thread.
@@ -68,7 +69,8 @@ public:
     // SetupDiEnumDeviceInfo. Past the last one: kNoMoreItems.
     [[nodiscard]] virtual bool EnumDeviceInfo(DeviceInfoSetHandle set, std::uint32_t index, DeviceInfoData* data) = 0;
 
-    // SetupDiGetDevicePropertyW; sizes in bytes, a string property counts its terminating zero. Absent: kNotFound.
+    // SetupDiGetDevicePropertyW; sizes in bytes, a string property counts its terminating zero. Absent: kNotFound, and the type is
+    // kDevicePropertyTypeEmpty. `type` is not optional.
     [[nodiscard]] virtual bool DeviceProperty(DeviceInfoSetHandle set, const DeviceInfoData& data, const DevicePropertyKey& key,
                                               std::uint32_t* type, void* buffer, std::uint32_t bufferSize, std::uint32_t* required,
                                               std::uint32_t flags) = 0;

@@ -14,7 +14,7 @@ public:
     virtual ~Text() = default;
 
     // WideCharToMultiByte(CP_UTF8, 0, ...): bytes written, or needed when `outBytes` is 0; 0 on failure. A lone surrogate becomes
-    // U+FFFD.
+    // U+FFFD. A length of -1 means zero-terminated text, whose terminator is converted too.
     [[nodiscard]] virtual std::int32_t WideToUtf8(const char16_t* text, std::int32_t characters, char* out,
                                                   std::int32_t outBytes) = 0;
     // MultiByteToWideChar(CP_ACP, 0, ...): characters written, or needed when `outCharacters` is 0; 0 on failure. The system

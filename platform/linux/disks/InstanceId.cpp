@@ -1,6 +1,7 @@
 #include "linux/disks/InstanceId.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include <fmt/format.h>
 
@@ -80,15 +81,6 @@ std::string InstanceIdOf(const Disk& disk)
     }
     const std::string serial = Part(disk.serial, kSerialLength);
     return fmt::format("{}\\{}&{}", id, serial.empty() ? "4&" + SlotDigits(disk) : serial, disk.address.unit);
-}
-
-std::string InterfacePathOf(std::string_view instanceId)
-{
-    std::string path(instanceId);
-    std::ranges::transform(path, path.begin(), [](char c) {
-        return c == '\\' ? '#' : c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    return R"(\\?\)" + path + "#{53f56307-b6bf-11d0-94f2-00a0c91efb8b}";
 }
 
 }  // namespace orbis::platform::linux_system

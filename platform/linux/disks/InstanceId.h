@@ -1,7 +1,6 @@
 #pragma once
 
 #include <string>
-#include <string_view>
 
 #include "linux/disks/Disk.h"
 
@@ -22,7 +21,5 @@ namespace orbis::platform::linux_system {
 [[nodiscard]] std::string InstanceIdOf(const Disk& disk);
 // Eight hexadecimal digits that stand for the disk's slot.
 [[nodiscard]] std::string SlotDigits(const Disk& disk);
-// The device interface path of an instance id: "\\?\scsi#disk&ven_...#...#{53f56307-b6bf-11d0-94f2-00a0c91efb8b}".
-[[nodiscard]] std::string InterfacePathOf(std::string_view instanceId);
 
 }  // namespace orbis::platform::linux_system

@@ -4,6 +4,8 @@
 #include <charconv>
 #include <utility>
 
+#include "emulated/CaseFolding.h"
+#include "emulated/DeviceIo.h"
 #include "linux/disks/InstanceId.h"
 #include "linux/kernel/Files.h"
 
@@ -44,12 +46,6 @@ bool KernelNameLess(const std::string& left, const std::string& right)
         r = rEnd;
     }
     return left.size() - l < right.size() - r;
-}
-
-bool EqualIgnoreAsciiCase(std::string_view left, std::string_view right)
-{
-    const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    return std::ranges::equal(left, right, {}, lower, lower);
 }
 
 template <class Test>
@@ -100,7 +96,8 @@ std::optional<Disk> Inventory::FindByName(std::string_view name)
 
 std::optional<Disk> Inventory::FindByInterfacePath(std::string_view path)
 {
-    return FirstWith(*Look(), [&](const Disk& disk) { return EqualIgnoreAsciiCase(InterfacePathOf(disk.instanceId), path); });
+    return FirstWith(
+        *Look(), [&](const Disk& disk) { return emulated::EqualIgnoreCase(emulated::DiskInterfacePath(disk.instanceId), path); });
 }
 
 void Inventory::Number(std::vector<Disk>& disks)

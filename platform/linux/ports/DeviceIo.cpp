@@ -1,8 +1,6 @@
 #include "linux/ports/DeviceIo.h"
 
-#include <algorithm>
 #include <cerrno>
-#include <new>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -10,8 +8,9 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
+#include "emulated/CaseFolding.h"
+#include "linux/kernel/Errno.h"
 #include "linux/kernel/Files.h"
-#include "linux/kernel/LastError.h"
 #include "linux/requests/Ata.h"
 #include "linux/requests/Control.h"
 #include "linux/requests/DiskRequests.h"
@@ -19,38 +18,24 @@
 #include "linux/requests/Scsi.h"
 #include "platform/Errors.h"
 #include "platform/Requests.h"
-#include "platform/Text.h"
 
 namespace orbis::platform::linux_system {
 
-struct DeviceIo::OpenTarget {
-    Target target;
-    UniqueFd node;
-    Win32Error refusal = win32::kSuccess;  // why there is no node
-};
-
 namespace {
-
-std::string UpperCase(std::string_view text)
-{
-    std::string out(text);
-    std::ranges::transform(out, out.begin(), [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
-    return out;
-}
 
 // What a path names; nothing when there is no such disk or volume now.
 std::optional<Target> Resolve(Machine& machine, const std::string& path)
 {
     constexpr std::string_view kDevice = R"(\\.\)";
     constexpr std::string_view kInterface = R"(\\?\)";
-    constexpr std::string_view kDrive = "PHYSICALDRIVE";
+    constexpr std::string_view kDrive = "physicaldrive";
     const auto ofDisk = [](std::optional<Disk> disk) {
         return disk ? std::optional(Target{std::move(*disk), std::nullopt}) : std::nullopt;
     };
     if (path.starts_with(kInterface)) {
         return ofDisk(machine.inventory.FindByInterfacePath(path));
     }
-    const std::string name = path.starts_with(kDevice) ? UpperCase(std::string_view(path).substr(kDevice.size())) : std::string();
+    const std::string name = path.starts_with(kDevice) ? emulated::LowerAscii(path.substr(kDevice.size())) : std::string();
     if (name.starts_with(kDrive)) {
         constexpr std::uint64_t kMostDrives = 0xFFFF;
         const std::optional<std::uint64_t> number = ParseNumber(std::string_view(name).substr(kDrive.size()));
@@ -59,7 +44,7 @@ std::optional<Target> Resolve(Machine& machine, const std::string& path)
     }
     if (name.size() == 2 && name[1] == ':') {
         const VolumeSet set = machine.volumes.Current();
-        if (const Volume* volume = set.Find(name[0])) {
+        if (const Volume* volume = set.Find(emulated::UpperAscii(name[0]))) {
             if (std::optional<Disk> disk = machine.inventory.Find(volume->diskNumber)) {
                 return Target{std::move(*disk), *volume};
             }
@@ -107,23 +92,12 @@ Win32Error WithNode(const Asked& asked, Handler handler)
 
 Win32Error QueryProperty(const Asked& asked, ControlBuffers& buffers)
 {
-    const auto query = buffers.Request<StoragePropertyQueryHead>();
-    if (!query) {
-        return win32::kInvalidParameter;
+    const auto query = buffers.Request<StoragePropertyQueryHead>().value_or(StoragePropertyQueryHead{});
+    if (const std::optional<Win32Error> error = emulated::CheckPropertyQuery(query, buffers.in.size(), asked.IsNvme())) {
+        return *error;
     }
-    const bool isProtocol =
-        query->propertyId == kStorageAdapterProtocolSpecificProperty || query->propertyId == kStorageDeviceProtocolSpecificProperty;
-    if (query->propertyId != kStorageDeviceProperty && !(isProtocol && asked.IsNvme())) {
-        return win32::kInvalidFunction;
-    }
-    if (query->queryType == kPropertyExistsQuery) {
-        return win32::kSuccess;
-    }
-    if (query->queryType != kPropertyStandardQuery) {
-        return win32::kNotSupported;
-    }
-    if (!isProtocol) {
-        return GetDeviceDescriptor(asked.target, buffers);
+    if (!emulated::IsProtocolProperty(query)) {
+        return GetDescriptor(asked.target, query.propertyId == kStorageAdapterProperty, buffers);
     }
     return WithNode(asked, [&](const KernelDevice& device) { return QueryNvmeProtocolData(device, buffers); });
 }
@@ -169,99 +143,47 @@ Win32Error Dispatch(std::uint32_t code, const Asked& asked, ControlBuffers& buff
     }
 }
 
+class BlockDevice final : public emulated::Device {
+public:
+    BlockDevice(Machine& machine, Target target) : m_Machine(machine), m_Target(std::move(target))
+    {
+        m_Node = OpenNode(m_Machine, m_Target.BlockName(), m_Refusal);
+    }
+
+    // Why there is no node.
+    [[nodiscard]] Win32Error Refusal() const noexcept { return m_Refusal; }
+    Win32Error Control(std::uint32_t code, ControlBuffers& buffers) override
+    {
+        return Dispatch(code, {m_Machine, m_Target, m_Node.Get(), m_Refusal}, buffers);
+    }
+
+private:
+    Machine& m_Machine;
+    const Target m_Target;
+    UniqueFd m_Node;
+    Win32Error m_Refusal = win32::kSuccess;
+};
+
 }  // namespace
 
-DeviceIo::~DeviceIo() = default;
-
-NativeHandle DeviceIo::Open(const char16_t* path, std::uint32_t /*access*/, std::uint32_t /*share*/, void* /*security*/,
-                            std::uint32_t disposition, std::uint32_t /*flags*/, NativeHandle /*templateFile*/)
+DeviceIo::Opened DeviceIo::OpenPath(const std::string& path, std::uint32_t /*access*/)
 {
-    const auto fail = [](Win32Error error) {
-        SetLastError(error);
-        return kInvalidHandle;
-    };
-    if (path == nullptr || disposition != kOpenExisting) {
-        return fail(win32::kInvalidParameter);
+    std::optional<Target> target = Resolve(m_Machine, path);
+    if (!target) {
+        return {win32::kFileNotFound, nullptr};
     }
-    try {
-        std::optional<Target> target = Resolve(m_Machine, Utf16ToUtf8(path));
-        if (!target) {
-            return fail(win32::kFileNotFound);
-        }
-        auto device = std::make_shared<OpenTarget>();
-        device->target = std::move(*target);
-        device->node = OpenNode(m_Machine, device->target.BlockName(), device->refusal);
-        if (!device->node.IsValid() && device->refusal != win32::kAccessDenied) {
-            return fail(device->refusal);
-        }
-        const std::scoped_lock lock(m_Lock);
-        m_Open.emplace(++m_LastHandle, std::move(device));
-        return m_LastHandle;
-    } catch (const std::bad_alloc&) {
-        return fail(win32::kNotEnoughMemory);
-    }
+    auto device = std::make_shared<BlockDevice>(m_Machine, std::move(*target));
+    const Win32Error refusal = device->Refusal();
+    return {refusal == win32::kAccessDenied ? win32::kSuccess : refusal, std::move(device)};
 }
 
-std::shared_ptr<DeviceIo::OpenTarget> DeviceIo::Find(NativeHandle device)
+std::string DeviceIo::DriveLetters()
 {
-    const std::scoped_lock lock(m_Lock);
-    const auto open = m_Open.find(device);
-    return open != m_Open.end() ? open->second : nullptr;
-}
-
-bool DeviceIo::Control(NativeHandle device, std::uint32_t code, void* in, std::uint32_t inSize, void* out, std::uint32_t outSize,
-                       std::uint32_t* returned, void* /*overlapped*/)
-{
-    *returned = 0;
-    Win32Error error = win32::kInvalidHandle;
-    try {
-        if (const std::shared_ptr<OpenTarget> open = Find(device)) {
-            ControlBuffers buffers{{static_cast<const std::byte*>(in), in != nullptr ? inSize : 0},
-                                   {static_cast<std::byte*>(out), out != nullptr ? outSize : 0}};
-            error = Dispatch(code, {m_Machine, open->target, open->node.Get(), open->refusal}, buffers);
-            *returned = buffers.returned;
-        }
-    } catch (const std::bad_alloc&) {
-        error = win32::kNotEnoughMemory;
-    }
-    if (error != win32::kSuccess) {
-        SetLastError(error);
-    }
-    return error == win32::kSuccess;
-}
-
-bool DeviceIo::Close(NativeHandle device) noexcept
-{
-    // The device closes outside the lock, once the last request on it has ended.
-    std::shared_ptr<OpenTarget> closing;
-    const std::scoped_lock lock(m_Lock);
-    const auto open = m_Open.find(device);
-    if (open == m_Open.end()) {
-        SetLastError(win32::kInvalidHandle);
-        return false;
-    }
-    closing = std::move(open->second);
-    m_Open.erase(open);
-    return true;
-}
-
-std::uint32_t DeviceIo::LogicalDriveStrings(std::uint32_t characters, char16_t* buffer)
-{
-    std::u16string strings;
+    std::string letters;
     for (const Volume& volume : m_Machine.volumes.Current().volumes) {
-        strings += static_cast<char16_t>(volume.letter);
-        strings += u":\\";
-        strings += u'\0';
+        letters += volume.letter;
     }
-    const auto needed = static_cast<std::uint32_t>(strings.size() + 1);
-    if (buffer == nullptr || characters < needed) {
-        return needed;
-    }
-    std::ranges::copy(strings, buffer);
-    buffer[strings.size()] = u'\0';
-    return needed - 1;
+    return letters;
 }
-
-std::uint32_t DeviceIo::LastError() const noexcept { return linux_system::LastError(); }
 
 }  // namespace orbis::platform::linux_system

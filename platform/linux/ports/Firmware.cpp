@@ -7,8 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "linux/kernel/Errno.h"
 #include "linux/kernel/Files.h"
-#include "linux/kernel/LastError.h"
 #include "platform/Errors.h"
 
 namespace orbis::platform::linux_system {
@@ -37,37 +37,28 @@ std::optional<SmbiosVersion> VersionOf(std::string_view entryPoint)
 
 }  // namespace
 
-std::uint32_t Firmware::SystemFirmwareTable(std::uint32_t provider, std::uint32_t /*table*/, void* buffer, std::uint32_t size)
+emulated::FirmwareTable ReadFirmwareTable(const Roots& roots, std::uint32_t provider)
 {
-    const auto fail = [](std::uint32_t error) {
-        SetLastError(error);
-        return 0U;
-    };
     if (provider != kFirmwareProviderSmbios) {
-        return fail(win32::kInvalidFunction);
+        return {{}, win32::kInvalidFunction};
     }
-    const std::string directory = m_Machine.roots.sys + "/firmware/dmi/tables";
+    const std::string directory = roots.sys + "/firmware/dmi/tables";
     const std::optional<std::string> entryPoint = ReadBytes(directory + "/smbios_entry_point");
     const std::optional<std::string> table = entryPoint ? ReadBytes(directory + "/DMI", kLargestTable) : std::nullopt;
     if (!table) {
-        return fail(errno == ENOENT ? win32::kNotFound : Win32FromErrno(errno));
+        return {{}, errno == ENOENT ? win32::kNotFound : Win32FromErrno(errno)};
     }
     const std::optional<SmbiosVersion> version = VersionOf(*entryPoint);
     if (!version) {
-        return fail(win32::kInvalidData);
+        return {{}, win32::kInvalidData};
     }
     // RawSMBIOSData: calling method, major and minor version, revision, length, then the structures.
     const auto length = static_cast<std::uint32_t>(table->size());
     std::array<std::uint8_t, 8> head{0, version->major, version->minor, version->revision};
     std::memcpy(&head[4], &length, sizeof(length));
-    const auto needed = static_cast<std::uint32_t>(head.size() + length);
-    if (buffer != nullptr && size >= needed) {
-        std::memcpy(buffer, head.data(), head.size());
-        std::memcpy(static_cast<std::uint8_t*>(buffer) + head.size(), table->data(), length);
-    }
-    return needed;
+    emulated::FirmwareTable answer{{head.begin(), head.end()}};
+    answer.content.insert(answer.content.end(), table->begin(), table->end());
+    return answer;
 }
-
-std::uint32_t Firmware::LastError() const noexcept { return linux_system::LastError(); }
 
 }  // namespace orbis::platform::linux_system

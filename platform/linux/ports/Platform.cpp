@@ -3,12 +3,14 @@
 #include <algorithm>
 #include <utility>
 
+#include "emulated/Firmware.h"
+#include "emulated/Pdh.h"
+#include "emulated/Setup.h"
+#include "emulated/Text.h"
 #include "linux/kernel/Machine.h"
 #include "linux/ports/DeviceIo.h"
+#include "linux/ports/DiskCounters.h"
 #include "linux/ports/Firmware.h"
-#include "linux/ports/Pdh.h"
-#include "linux/ports/Setup.h"
-#include "linux/ports/Text.h"
 #include "linux/ports/Time.h"
 #include "linux/ports/WmiRows.h"
 #include "platform/SystemPath.h"
@@ -16,26 +18,43 @@
 namespace orbis::platform {
 namespace linux_system {
 
+namespace {
+
+// A picture of the moment in which the walk begins.
+emulated::DeviceSet WalkDisks(Machine& machine)
+{
+    emulated::DeviceSet set;
+    for (const Disk& disk : machine.inventory.Disks()) {
+        set.interfaces.push_back({Utf8ToUtf16(emulated::DiskInterfacePath(disk.instanceId))});
+        set.devices.push_back({Utf8ToUtf16(disk.instanceId)});
+    }
+    return set;
+}
+
+}  // namespace
+
 struct Platform::Ports {
     Ports(Roots roots, KernelCalls calls)
         : machine(std::move(roots), std::move(calls)),
           deviceIo(machine),
-          setup(machine),
+          setup([this] { return WalkDisks(machine); }),
           facts(machine),
           wmi(emulated::MakeWmi(facts)),
-          firmware(machine),
-          pdh(machine)
+          firmware([this](std::uint32_t provider, std::uint32_t /*table*/) { return ReadFirmwareTable(machine.roots, provider); }),
+          counters(machine),
+          pdh(counters)
     {}
 
     Machine machine;
     DeviceIo deviceIo;
-    Setup setup;
+    emulated::Setup setup;
     KernelFacts facts;
     std::unique_ptr<Wmi> wmi;
-    Firmware firmware;
-    Pdh pdh;
+    emulated::Firmware firmware;
+    DiskCounters counters;
+    emulated::Pdh pdh;
     Time time;
-    Text text;
+    emulated::Text text{Utf8ToUtf16};  // the default code page is UTF-8, whatever the locale
 };
 
 Platform::Platform(Roots roots, KernelCalls calls) : m_Ports(std::make_unique<Ports>(std::move(roots), std::move(calls))) {}

@@ -8,8 +8,9 @@
 
 #include <fmt/format.h>
 
+#include "emulated/Guid.h"
+#include "emulated/Pdh.h"
 #include "emulated/WmiClasses.h"
-#include "linux/disks/Guid.h"
 #include "linux/kernel/Files.h"
 #include "linux/volumes/VolumeSerial.h"
 
@@ -156,11 +157,7 @@ WmiAnswer KernelFacts::Query(const WmiQuery& query)
 
 std::string PerformanceInstance(const Disk& disk, const VolumeSet& volumes)
 {
-    std::string name = std::to_string(disk.number);
-    for (const char letter : volumes.LettersOf(disk.number)) {
-        name += fmt::format(" {}:", letter);
-    }
-    return name;
+    return DiskInstanceName(disk.number, volumes.LettersOf(disk.number));
 }
 
 }  // namespace orbis::platform::linux_system

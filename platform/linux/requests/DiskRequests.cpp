@@ -5,37 +5,13 @@
 #include <string_view>
 
 #include "linux/disks/DiskStats.h"
-#include "linux/kernel/LastError.h"
+#include "linux/kernel/Errno.h"
 #include "linux/volumes/PartitionTable.h"
 #include "platform/Errors.h"
 #include "platform/Requests.h"
 
 namespace orbis::platform::linux_system {
 namespace {
-
-// All of `value` or nothing.
-template <typename T>
-Win32Error AnswerWhole(const T& value, ControlBuffers& buffers)
-{
-    if (!buffers.Answer(value)) {
-        return win32::kInsufficientBuffer;
-    }
-    buffers.returned = sizeof(value);
-    return win32::kSuccess;
-}
-
-// Appends a zero-terminated text and gives its offset; an empty text is absent.
-std::uint32_t Append(std::vector<std::byte>& descriptor, std::string_view text)
-{
-    if (text.empty()) {
-        return 0;
-    }
-    const auto offset = static_cast<std::uint32_t>(descriptor.size());
-    const auto bytes = std::as_bytes(std::span(text.data(), text.size()));
-    descriptor.insert(descriptor.end(), bytes.begin(), bytes.end());
-    descriptor.push_back(std::byte{0});
-    return offset;
-}
 
 // Nothing, with errno set, when it cannot be told.
 std::optional<PartitionTable> TableOf(const Machine& machine, const Target& target, int descriptor)
@@ -52,47 +28,27 @@ std::optional<PartitionTable> TableOf(const Machine& machine, const Target& targ
 
 Win32Error GetDeviceNumber(const Target& target, ControlBuffers& buffers)
 {
-    return AnswerWhole(StorageDeviceNumber{kFileDeviceDisk, target.disk.number, target.PartitionNumber()}, buffers);
+    return buffers.AnswerWhole(StorageDeviceNumber{kFileDeviceDisk, target.disk.number, target.PartitionNumber()});
 }
 
 Win32Error GetDriveGeometry(const Target& target, ControlBuffers& buffers)
 {
-    // What Windows makes of every disk since drives stopped having a geometry.
-    constexpr std::uint32_t kTracksPerCylinder = 255;
-    constexpr std::uint32_t kSectorsPerTrack = 63;
-    constexpr std::uint32_t kRemovableMedia = 11;
-    constexpr std::uint32_t kFixedMedia = 12;
     const Disk& disk = target.disk;
     if (disk.bytes == 0) {
         return win32::kNotReady;
     }
-    const std::uint64_t cylinder = std::uint64_t{kTracksPerCylinder} * kSectorsPerTrack * disk.bytesPerSector;
-    return AnswerWhole(DiskGeometry{.cylinders = static_cast<std::int64_t>(disk.bytes / cylinder),
-                                    .mediaType = disk.isRemovable ? kRemovableMedia : kFixedMedia,
-                                    .tracksPerCylinder = kTracksPerCylinder,
-                                    .sectorsPerTrack = kSectorsPerTrack,
-                                    .bytesPerSector = disk.bytesPerSector},
-                       buffers);
+    return buffers.AnswerWhole(emulated::LargeDiskGeometry(disk.bytes, disk.bytesPerSector, disk.isRemovable));
 }
 
-Win32Error GetDeviceDescriptor(const Target& target, ControlBuffers& buffers)
+Win32Error GetDescriptor(const Target& target, bool ofAdapter, ControlBuffers& buffers)
 {
     const Disk& disk = target.disk;
-    StorageDeviceDescriptorHead head;
-    std::vector<std::byte> descriptor(kStorageDeviceDescriptorSize);
-    head.version = kStorageDeviceDescriptorSize;
-    head.removableMedia = disk.isRemovable ? 1 : 0;
-    head.commandQueueing = 1;
-    head.vendorIdOffset = Append(descriptor, disk.vendor == "ATA" || disk.vendor == "NVMe" ? std::string_view() : disk.vendor);
-    head.productIdOffset = Append(descriptor, disk.model);
-    head.productRevisionOffset = Append(descriptor, disk.firmwareRevision);
-    head.serialNumberOffset = Append(descriptor, disk.serial);
-    head.busType = disk.busType;
-    head.size = static_cast<std::uint32_t>(descriptor.size());
-    std::memcpy(descriptor.data(), &head, sizeof(head));
-
-    constexpr std::size_t kShortest = 8;  // version and size, for callers who ask how much room the rest takes
-    if (buffers.out.size() < kShortest) {
+    const bool hasVendor = disk.vendor != "ATA" && disk.vendor != "NVMe";
+    std::vector<std::byte> descriptor =
+        ofAdapter ? emulated::AdapterDescriptor(disk.busType)
+                  : emulated::DeviceDescriptor({disk.busType, disk.isRemovable, hasVendor ? disk.vendor : std::string_view(),
+                                                disk.model, disk.firmwareRevision, disk.serial});
+    if (buffers.out.size() < emulated::kShortestDescriptor) {
         return win32::kInsufficientBuffer;
     }
     descriptor.resize(std::min(descriptor.size(), buffers.out.size()));
@@ -122,7 +78,7 @@ Win32Error GetDiskPerformance(const Machine& machine, const Target& target, Cont
     performance.queryTime = uptime * kTicksPerMillisecond;
     performance.idleTime = std::max<std::int64_t>(0, performance.queryTime - ticks(stats->busyMilliseconds));
     std::ranges::copy(target.volume ? kVolumeManager : kDiskManager, performance.storageManagerName.begin());
-    return AnswerWhole(performance, buffers);
+    return buffers.AnswerWhole(performance);
 }
 
 Win32Error GetDriveLayout(const Machine& machine, const Target& target, int descriptor, ControlBuffers& buffers)
@@ -151,11 +107,11 @@ Win32Error GetPartitionInfo(const Machine& machine, const Target& target, int de
         PartitionInformationEx whole;
         whole.partitionStyle = table->head.partitionStyle;
         whole.partitionLength = static_cast<std::int64_t>(target.disk.bytes);
-        return AnswerWhole(whole, buffers);
+        return buffers.AnswerWhole(whole);
     }
     const auto entry = std::ranges::find(table->entries, target.PartitionNumber(), &PartitionInformationEx::partitionNumber);
     if (entry != table->entries.end()) {
-        return AnswerWhole(*entry, buffers);
+        return buffers.AnswerWhole(*entry);
     }
     // A kind of table that is not known here, or one that changed since the kernel read it.
     const auto known = std::ranges::find(target.disk.partitions, target.PartitionNumber(), &Partition::number);
@@ -167,7 +123,7 @@ Win32Error GetPartitionInfo(const Machine& machine, const Target& target, int de
     place.partitionNumber = known->number;
     place.startingOffset = static_cast<std::int64_t>(known->startBytes);
     place.partitionLength = static_cast<std::int64_t>(known->bytes);
-    return AnswerWhole(place, buffers);
+    return buffers.AnswerWhole(place);
 }
 
 }  // namespace orbis::platform::linux_system

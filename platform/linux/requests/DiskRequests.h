@@ -21,9 +21,8 @@ struct Target {
 
 [[nodiscard]] Win32Error GetDeviceNumber(const Target& target, ControlBuffers& buffers);
 [[nodiscard]] Win32Error GetDriveGeometry(const Target& target, ControlBuffers& buffers);
-// IOCTL_STORAGE_QUERY_PROPERTY of the device property: STORAGE_DEVICE_DESCRIPTOR with its texts. A short answer buffer gets the
-// descriptor's beginning.
-[[nodiscard]] Win32Error GetDeviceDescriptor(const Target& target, ControlBuffers& buffers);
+// IOCTL_STORAGE_QUERY_PROPERTY of the device or adapter property: the descriptor, of which a short buffer gets the beginning.
+[[nodiscard]] Win32Error GetDescriptor(const Target& target, bool ofAdapter, ControlBuffers& buffers);
 [[nodiscard]] Win32Error GetDiskPerformance(const Machine& machine, const Target& target, ControlBuffers& buffers);
 // Both read the table from the disk; `descriptor` is that of the whole disk, or -1 for one that may not be opened, of which only
 // what everybody may know is told.

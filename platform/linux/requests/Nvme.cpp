@@ -9,7 +9,7 @@
 #include <linux/nvme_ioctl.h>
 #include <sys/ioctl.h>
 
-#include "linux/kernel/LastError.h"
+#include "linux/kernel/Errno.h"
 #include "linux/requests/ReadOnly.h"
 #include "platform/Errors.h"
 #include "platform/Requests.h"

@@ -5,7 +5,7 @@
 
 #include <scsi/sg.h>
 
-#include "linux/kernel/LastError.h"
+#include "linux/kernel/Errno.h"
 #include "linux/requests/ReadOnly.h"
 #include "platform/Requests.h"
 

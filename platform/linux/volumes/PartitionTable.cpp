@@ -10,13 +10,15 @@
 
 #include <unistd.h>
 
-#include "linux/disks/Guid.h"
+#include "emulated/Guid.h"
 #include "linux/kernel/Files.h"
 #include "linux/volumes/Probe.h"
 #include "platform/Text.h"
 
 namespace orbis::platform::linux_system {
 namespace {
+
+using emulated::ParseGuid;
 
 constexpr std::uint64_t kTableSector = 512;  // libblkid counts in 512 bytes, whatever the device's sectors are
 

@@ -1,36 +1,37 @@
-#include "linux/disks/Guid.h"
+#include "emulated/Guid.h"
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
+#include <system_error>
 
 #include <fmt/format.h>
 
-namespace orbis::platform::linux_system {
+namespace orbis::platform::emulated {
 
 std::optional<Guid> ParseGuid(std::string_view text) noexcept
 {
-    constexpr std::size_t kLength = 36;
-    std::array<std::uint8_t, 16> bytes{};
-    if (text.size() != kLength) {
-        return std::nullopt;
+    if (text.size() >= 2 && text.front() == '{' && text.back() == '}') {
+        text = text.substr(1, text.size() - 2);
     }
+    std::array<std::uint8_t, 16> bytes{};
     std::size_t digits = 0;
     for (std::size_t at = 0; at < text.size(); ++at) {
         const bool isDash = at == 8 || at == 13 || at == 18 || at == 23;
-        const char c = text[at];
-        const int value = c >= '0' && c <= '9'   ? c - '0'
-                          : c >= 'a' && c <= 'f' ? c - 'a' + 10
-                          : c >= 'A' && c <= 'F' ? c - 'A' + 10
-                                                 : -1;
-        if (isDash ? c != '-' : value < 0) {
+        std::uint8_t value = 0;
+        const auto parsed = std::from_chars(&text[at], &text[at] + 1, value, 16);
+        if (at >= 36 || (isDash ? text[at] != '-' : parsed.ec != std::errc())) {
             return std::nullopt;
         }
         if (!isDash) {
             bytes[digits / 2] = static_cast<std::uint8_t>(bytes[digits / 2] << 4 | value);
             ++digits;
         }
+    }
+    if (digits != 2 * bytes.size()) {
+        return std::nullopt;
     }
     Guid guid;
     guid.data1 = std::uint32_t{bytes[0]} << 24 | std::uint32_t{bytes[1]} << 16 | std::uint32_t{bytes[2]} << 8 | bytes[3];
@@ -47,4 +48,4 @@ std::string GuidText(const Guid& guid)
                        tail[0], tail[1], tail[2], tail[3], tail[4], tail[5], tail[6], tail[7]);
 }
 
-}  // namespace orbis::platform::linux_system
+}  // namespace orbis::platform::emulated

@@ -1,18 +1,10 @@
-#include "linux/kernel/LastError.h"
+#include "linux/kernel/Errno.h"
 
 #include <cerrno>
 
 #include "platform/Errors.h"
 
 namespace orbis::platform::linux_system {
-namespace {
-
-thread_local std::uint32_t t_LastError = win32::kSuccess;
-
-}  // namespace
-
-void SetLastError(std::uint32_t error) noexcept { t_LastError = error; }
-std::uint32_t LastError() noexcept { return t_LastError; }
 
 std::uint32_t Win32FromErrno(int error) noexcept
 {

@@ -1,20 +1,32 @@
 #pragma once
 
-#include <map>
-#include <memory>
-#include <mutex>
+#include <cstdint>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "linux/kernel/Machine.h"
+#include "emulated/Handles.h"
+#include "emulated/LastError.h"
 #include "platform/Setup.h"
 
-namespace orbis::platform::linux_system {
+namespace orbis::platform::emulated {
 
-// The device walk over the inventory. A set is a picture of the moment in which it was made.
+// The disks that a device walk finds, at the moment in which it begins.
+struct DeviceSet {
+    struct Entry {
+        std::u16string text;
+        Win32Error error = 0;  // of reading it
+    };
+    std::vector<Entry> interfaces;  // by device interface path
+    std::vector<Entry> devices;     // by device instance id
+    Win32Error error = 0;           // of making the set
+};
+
+// SetupAPI's walk over disk interfaces; sets of other classes are empty.
 class Setup final : public platform::Setup {
 public:
-    explicit Setup(Machine& machine) : m_Machine(machine) {}
+    explicit Setup(std::function<DeviceSet()> disks) : m_Disks(std::move(disks)) {}
 
     DeviceInfoSetHandle ClassDevices(const Guid* classGuid, const char16_t* enumerator, void* parentWindow,
                                      std::uint32_t flags) override;
@@ -26,17 +38,11 @@ public:
     bool DeviceProperty(DeviceInfoSetHandle set, const DeviceInfoData& data, const DevicePropertyKey& key, std::uint32_t* type,
                         void* buffer, std::uint32_t bufferSize, std::uint32_t* required, std::uint32_t flags) override;
     bool DestroyDeviceInfoList(DeviceInfoSetHandle set) noexcept override;
-    std::uint32_t LastError() const noexcept override;
+    std::uint32_t LastError() const noexcept override { return emulated::LastError(); }
 
 private:
-    using InstanceIds = std::vector<std::string>;
-
-    [[nodiscard]] std::shared_ptr<const InstanceIds> Find(DeviceInfoSetHandle set);
-
-    Machine& m_Machine;
-    std::mutex m_Lock;
-    DeviceInfoSetHandle m_LastSet = 0;
-    std::map<DeviceInfoSetHandle, std::shared_ptr<const InstanceIds>> m_Sets;
+    const std::function<DeviceSet()> m_Disks;
+    HandleTable<const DeviceSet> m_Sets;
 };
 
-}  // namespace orbis::platform::linux_system
+}  // namespace orbis::platform::emulated

@@ -6,11 +6,11 @@
 
 #include "platform/Guid.h"
 
-namespace orbis::platform::linux_system {
+namespace orbis::platform::emulated {
 
-// "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx", in either case.
+// "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx", in either case, with or without braces.
 [[nodiscard]] std::optional<Guid> ParseGuid(std::string_view text) noexcept;
-// The same form in lower case.
+// That form, in lower case and without braces.
 [[nodiscard]] std::string GuidText(const Guid& guid);
 
-}  // namespace orbis::platform::linux_system
+}  // namespace orbis::platform::emulated

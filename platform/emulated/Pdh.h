@@ -1,0 +1,92 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "emulated/Handles.h"
+#include "platform/Pdh.h"
+
+namespace orbis::platform::emulated {
+
+// What a disk has done since it was plugged in. All of it grows with time.
+struct DiskTotals {
+    double reads = 0;
+    double writes = 0;
+    double bytesRead = 0;
+    double bytesWritten = 0;
+    double readTime = 0;   // added up over requests
+    double writeTime = 0;  // added up over requests
+    double busyTime = 0;   // some request was under way
+};
+
+// The disks at one moment, by the names of their instances.
+struct DiskSample {
+    double seconds = 0;
+    std::vector<std::pair<std::string, DiskTotals>> disks;
+    double timesPerSecond = 1;  // the unit of the three times
+    double timesEndAt = 0;      // where they start again from 0; 0: never
+};
+
+// "\Object(instance)\Counter" or "\Object\Counter", in lower case.
+struct CounterPath {
+    std::string object;
+    std::string instance;
+    std::string counter;
+};
+[[nodiscard]] std::optional<CounterPath> ParseCounterPath(const std::string& path);
+// The name of a disk's instance: "0 C: D:".
+[[nodiscard]] std::string DiskInstanceName(std::uint32_t number, const std::string& letters);
+
+struct InstanceList {
+    PdhStatus error = pdh::kOk;
+    std::vector<std::string> names;
+};
+// The value of a counter that is not computed, after so many samples.
+using RecordedCounter = std::function<PdhCounterValue(std::size_t samples)>;
+
+class PdhFacts {
+public:
+    virtual ~PdhFacts() = default;
+
+    // The instances of PhysicalDisk, "_Total" apart.
+    [[nodiscard]] virtual std::vector<std::string> DiskInstances() = 0;
+    [[nodiscard]] virtual DiskSample SampleDisks() = 0;
+    // What is to be reported instead of the computed object and counters, and objects beside PhysicalDisk; names in lower case.
+    [[nodiscard]] virtual std::optional<InstanceList> RecordedInstances(const std::string& /*object*/) { return std::nullopt; }
+    [[nodiscard]] virtual RecordedCounter FindRecorded(const CounterPath& /*path*/) { return nullptr; }
+};
+
+// The seven counters of PhysicalDisk that are read here, computed between two samples. A counter belongs to the instance of its
+// name: it has no value while no instance is called so, and none in the interval in which the disk behind the name was replaced. A
+// query that only lists instances does not sample the disks.
+class Pdh final : public platform::Pdh {
+public:
+    explicit Pdh(PdhFacts& facts) : m_Facts(facts) {}
+
+    PdhStatus OpenQuery(const char16_t* dataSource, std::uintptr_t userData, PdhQueryObject** query) override;
+    PdhStatus EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters) override;
+    PdhStatus AddEnglishCounter(PdhQueryObject* query, const char16_t* path, std::uintptr_t userData,
+                                PdhCounterObject** counter) override;
+    PdhStatus CollectQueryData(PdhQueryObject* query) override;
+    PdhStatus FormattedValue(PdhCounterObject* counter, std::uint32_t format, PdhCounterValue* value) override;
+    PdhStatus CounterInstances(PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters) override;
+    PdhStatus CloseQuery(PdhQueryObject* query) noexcept override;
+
+private:
+    struct Query;
+    struct Counter;
+
+    // Nothing for an object that does not exist.
+    [[nodiscard]] std::optional<InstanceList> Instances(const std::string& object);
+
+    PdhFacts& m_Facts;
+    HandleTable<Query> m_Queries;
+    HandleTable<Counter> m_Counters;
+};
+
+}  // namespace orbis::platform::emulated

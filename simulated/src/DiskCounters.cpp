@@ -1,0 +1,89 @@
+#include <algorithm>
+
+#include "Activity.h"
+#include "MachineState.h"
+#include "emulated/CaseFolding.h"
+#include "emulated/Pdh.h"
+
+namespace orbis::simulated {
+namespace {
+
+using platform::emulated::EqualIgnoreCase;
+namespace pdh = platform::pdh;
+
+// Counters that are computed from the disks' activity, and those that the description records.
+class DiskCounters final : public platform::emulated::PdhFacts {
+public:
+    explicit DiskCounters(MachineState& machine) : m_Machine(machine) {}
+
+    std::vector<std::string> DiskInstances() override
+    {
+        std::vector<std::string> names;
+        for (const DiskModel* disk : m_Machine.PresentDisks()) {
+            names.push_back(disk->counterInstance);
+        }
+        return names;
+    }
+
+    platform::emulated::DiskSample SampleDisks() override
+    {
+        m_Machine.clock.Advance(std::chrono::milliseconds(m_Machine.description.sample_step_ms()));
+        platform::emulated::DiskSample sample;
+        sample.seconds = m_Machine.clock.Seconds();
+        for (const DiskModel* disk : m_Machine.PresentDisks()) {
+            const ActivityTotals totals = TotalsAt(*disk, sample.seconds);
+            sample.disks.emplace_back(
+                disk->counterInstance,
+                platform::emulated::DiskTotals{totals.reads, totals.writes, totals.bytesRead, totals.bytesWritten,
+                                               totals.readSeconds, totals.writeSeconds, sample.seconds - totals.idleSeconds});
+        }
+        return sample;
+    }
+
+    std::optional<platform::emulated::InstanceList> RecordedInstances(const std::string& object) override
+    {
+        const description::CounterObject* recorded = FindObject(object);
+        if (recorded == nullptr ||
+            (recorded->instances_error() == 0 && recorded->instance_size() == 0 && object == "physicaldisk")) {
+            return std::nullopt;
+        }
+        return platform::emulated::InstanceList{recorded->instances_error(),
+                                                {recorded->instance().begin(), recorded->instance().end()}};
+    }
+
+    platform::emulated::RecordedCounter FindRecorded(const platform::emulated::CounterPath& path) override
+    {
+        const description::CounterObject* object = FindObject(path.object);
+        for (const auto& counter : object != nullptr ? object->counter() : description::CounterObject().counter()) {
+            if (EqualIgnoreCase(counter.instance(), path.instance) && EqualIgnoreCase(counter.name(), path.counter)) {
+                return [&counter](std::size_t samples) -> platform::PdhCounterValue {
+                    const int last = std::min(static_cast<int>(samples), counter.sample_size()) - 1;
+                    if (last < 0) {
+                        return {pdh::kInvalidData, 0};
+                    }
+                    return {counter.sample(last).status(), counter.sample(last).value()};
+                };
+            }
+        }
+        return nullptr;
+    }
+
+private:
+    const description::CounterObject* FindObject(const std::string& name) const
+    {
+        const auto& objects = m_Machine.description.counter_object();
+        const auto found = std::ranges::find_if(objects, [&](const auto& object) { return EqualIgnoreCase(object.name(), name); });
+        return found != objects.end() ? &*found : nullptr;
+    }
+
+    MachineState& m_Machine;
+};
+
+}  // namespace
+
+std::unique_ptr<platform::emulated::PdhFacts> MakeDiskCounters(MachineState& machine)
+{
+    return std::make_unique<DiskCounters>(machine);
+}
+
+}  // namespace orbis::simulated
