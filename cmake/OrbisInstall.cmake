@@ -62,7 +62,28 @@ else()
     install(DIRECTORY docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT host FILES_MATCHING PATTERN "*.1")
     install(FILES completions/orbis-host.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME orbis-host
             COMPONENT host)
-    install(DIRECTORY packaging/systemd/ DESTINATION lib/systemd/system COMPONENT host)
+
+    # orbis_service(<name> <description> <interval> <arguments> <address families> <notes>): a sandboxed service and its timer, which is off.
+    function(orbis_service name description interval arguments address_families notes)
+        foreach(unit service timer)
+            configure_file(packaging/systemd/orbis.${unit}.in ${CMAKE_BINARY_DIR}/install/orbis-${name}.${unit} @ONLY)
+            install(FILES ${CMAKE_BINARY_DIR}/install/orbis-${name}.${unit} DESTINATION lib/systemd/system COMPONENT host)
+        endforeach()
+    endfunction()
+    orbis_service(metrics "Storage telemetry of this machine's disks as a Prometheus text file" 5min
+        "metrics --output \${STATE_DIRECTORY}/storage.prom" none
+"# 4: something was left out, which the metrics tell. A collection that failed is a failure of the service.
+SuccessExitStatus=4
+# /var/lib/orbis/storage.prom, which every user may read. For the text-file collector of prometheus-node-exporter, a drop-in
+# (systemctl edit orbis-metrics.service) writes into its folder instead:
+#     [Service]
+#     ReadWritePaths=/var/lib/prometheus/node-exporter
+#     ExecStart=
+#     ExecStart=orbis-host metrics --output /var/lib/prometheus/node-exporter/orbis.prom")
+    orbis_service(health "Verdict on the health of this machine's disks" 1h
+        "health --state \${STATE_DIRECTORY}/health.json --log-to journald" AF_UNIX
+"# 4: a disk is unknown, 6: one warns; the journal has what changed. A disk that fails is a failure of the service, for OnFailure=.
+SuccessExitStatus=4 6")
     install(FILES completions/orbis-host.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT host)
     if(EXISTS /etc/debian_version)
         set(zsh_folder ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions)

@@ -30,8 +30,8 @@ set(CPACK_DEBIAN_HOST_PACKAGE_DEPENDS "orbis-storage-collector ${own}")
 set(CPACK_DEBIAN_HOST_PACKAGE_CONTROL_EXTRA ${CMAKE_SOURCE_DIR}/packaging/debian/postinst ${CMAKE_SOURCE_DIR}/packaging/debian/prerm
                                             ${CMAKE_SOURCE_DIR}/packaging/debian/postrm)
 set(CPACK_COMPONENT_HOST_DESCRIPTION "command-line host of the storage collector plug-in
- Shows what the plug-in collects from this machine's disks, or from those of a simulated machine. A systemd timer that writes
- metrics for Prometheus is included, and off until it is enabled.")
+ Shows what the plug-in collects from this machine's disks, or from those of a simulated machine. Systemd timers that write
+ metrics for Prometheus and watch the disks' health are included, and off until they are enabled.")
 
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME orbis-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)

@@ -46,13 +46,15 @@ in_root sh -c 'apt-get -q -y install --no-install-recommends /tmp/packages/*.deb
 say "running"
 in_root orbis-host --version
 in_root orbis-host collect SmartNvmeInfo --machine /usr/share/orbis/machines/workstation.txtpb >/dev/null
-in_root systemd-analyze verify --man=no /lib/systemd/system/orbis-metrics.timer /lib/systemd/system/orbis-metrics.service
-in_root systemd-analyze security --offline=yes --threshold=20 --no-pager /lib/systemd/system/orbis-metrics.service >/dev/null
+for unit in orbis-metrics orbis-health; do
+    in_root systemd-analyze verify --man=no /lib/systemd/system/$unit.timer /lib/systemd/system/$unit.service
+    in_root systemd-analyze security --offline=yes --threshold=20 --no-pager /lib/systemd/system/$unit.service >/dev/null
+    [ "$(in_root systemctl is-enabled $unit.timer)" = disabled ] || { echo "$unit.timer is enabled" >&2; exit 1; }
+    in_root systemctl --quiet enable $unit.timer
+done
 mkdir "$root/var/lib/orbis"  # systemd would make it
 in_root orbis-host metrics --machine /usr/share/orbis/machines/workstation.txtpb --output /var/lib/orbis/storage.prom
 grep -q '^orbis_' "$root/var/lib/orbis/storage.prom" || { echo "no metrics" >&2; exit 1; }
-[ "$(in_root systemctl is-enabled orbis-metrics.timer)" = disabled ] || { echo "the timer is enabled" >&2; exit 1; }
-in_root systemctl --quiet enable orbis-metrics.timer
 mkdir -p "$root/tmp/source/tests" && cp -r VERSION docs host-sdk "$root/tmp/source/" && cp -r tests/examples "$root/tmp/source/tests/"
 in_root python3 /tmp/source/tests/examples/try_lines.py --source /tmp/source --work /tmp/lines
 
