@@ -67,7 +67,7 @@ def disks_by_id(report):
     """The kernel's names of the disks by item id, and of their mounted volumes in the order of letters, where "/" is C:."""
     disks = [disk for disk in report.json("activity/lsblk")["blockdevices"] if disk["type"] == "disk"]
     by_size = {static.geometry_size(disk): disk["name"] for disk in disks}  # no two of them are of one size
-    sizes = {item["itemId"]: int(item["data"].get("size", -1)) for item in report.json("activity/static")}
+    sizes = {item["itemId"]: int(item["data"].get("size", -1)) for item in report.orbis("activity/static")}
     by_id = {item_id: by_size[size] for item_id, size in sizes.items() if size in by_size}
     return by_id, {disk["name"]: volumes(disk) for disk in disks}
 

@@ -39,9 +39,13 @@ class Report:
         # Bits 0 to 2 say that smartctl could not read the disk; the others tell of the disk's health.
         return self.json(name, accept=lambda status: status & 0b111 == 0)
 
+    def orbis(self, name):
+        # 4: complete but for a finding, which the messages tell; the comparison looks at what was collected.
+        return self.json(name, accept=lambda status: status in (0, 4))
+
     def collected(self, datatype):
         """The items of one datatype, as orbis-host printed them."""
-        items = self.json(f"orbis/{datatype}")
+        items = self.orbis(f"orbis/{datatype}")
         if not isinstance(items, list):
             raise ReadingError(f"orbis-host printed no array for {datatype}")
         for item in items:
