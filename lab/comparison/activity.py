@@ -103,7 +103,7 @@ class Pass:
 class Watch:
     def __init__(self, report, name, disks):
         folder = report.folder / name
-        output = report.output(name).decode()
+        output = report.output(name, accept=lambda status: status in (0, 4)).decode()
         self.messages = (folder / "messages").read_text().splitlines()
         self.volume = (folder / "volume").read_text().strip()
         self.disk = next((disk for disk, volumes_of_it in disks.items() if self.volume in volumes_of_it), None)
