@@ -54,7 +54,10 @@ public:
     platform::emulated::RecordedCounter FindRecorded(const platform::emulated::CounterPath& path) override
     {
         const description::CounterObject* object = FindObject(path.object);
-        for (const auto& counter : object != nullptr ? object->counter() : description::CounterObject().counter()) {
+        if (object == nullptr) {
+            return nullptr;
+        }
+        for (const auto& counter : object->counter()) {
             if (EqualIgnoreCase(counter.instance(), path.instance) && EqualIgnoreCase(counter.name(), path.counter)) {
                 return [&counter](std::size_t samples) -> platform::PdhCounterValue {
                     const int last = std::min(static_cast<int>(samples), counter.sample_size()) - 1;

@@ -13,8 +13,7 @@ namespace {
 namespace win32 = platform::win32;
 
 constexpr std::uint32_t kFileDeviceCdRom = 2;
-constexpr std::size_t kDescriptorHeader = 8;  // STORAGE_DESCRIPTOR_HEADER
-constexpr double kTicksPerSecond = 1e7;       // of 100 ns
+constexpr double kTicksPerSecond = 1e7;  // of 100 ns
 
 // A counter of the driver, which holds no more than its type does.
 std::int64_t Whole(double value)
