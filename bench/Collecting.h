@@ -46,7 +46,7 @@ private:
 template <class Work>
 void Measure(benchmark::State& state, std::int64_t drives, Work work)
 {
-    benchmark::DoNotOptimize(work());  // what is made once and kept is nobody's cost
+    benchmark::DoNotOptimize(work());  // do not count what is made once and kept
     ResetHeapPeak();
     const HeapUse before = Heap();
     const Instructions instructions;

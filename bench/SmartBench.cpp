@@ -74,8 +74,8 @@ void Collect(benchmark::State& state)
 {
     const orbis::bench::MachineInForce machine(Machine(state.range(0)));
     orbis::bench::MeasureCollection<Retriever>(state, state.range(0));
-    // For each disk the walk makes a set of all disks, as it is meant to: the cost per disk may grow, and no faster than their
-    // number.
+    // The walk makes a set of all disks for each disk, as documented, so the cost per disk may grow, but no faster than the number
+    // of disks.
     state.counters["budget_growth"] = 128.0 / 16.0;
 }
 BENCHMARK(Collect<Veyra::Orbis::Plugins::SmartStaticInfoRetriever>)->Name("CollectSmartStatic")->Arg(1)->Arg(16)->Arg(128);

@@ -31,8 +31,8 @@ void CollectStatic(benchmark::State& state)
 {
     const orbis::bench::MachineInForce machine(Machine(state.range(0)));
     orbis::bench::MeasureCollection<Veyra::Orbis::Plugins::PhysicalDiskStaticInfoRetriever>(state, state.range(0));
-    // For each disk the walk makes a set of all disks and the join reads the volumes of all disks anew, as both are meant to: the
-    // cost per disk may grow as the number of disks does, and no faster.
+    // For each disk the walk makes a set of all disks and the join reads the volumes of all disks anew, as documented. The cost per
+    // disk may grow as the number of disks does, but no faster.
     state.counters["budget_growth"] = 128.0 / 16.0;
 }
 BENCHMARK(CollectStatic)->Arg(1)->Arg(16)->Arg(128);

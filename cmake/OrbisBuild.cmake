@@ -19,7 +19,7 @@ if(ORBIS_SANITIZE)
     add_compile_options(-fsanitize=${ORBIS_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${ORBIS_SANITIZE})
 elseif(NOT WIN32)
-    # A library calls its own functions, not others of the same name: nothing here is meant to be replaced, and a program that starts
+    # A library calls its own functions, not others of the same name: no function here may be replaced, and a program that starts
     # need not look thousands of long names up.
     add_link_options(-Wl,-z,defs -Wl,-Bsymbolic-functions)
 endif()

@@ -4,7 +4,8 @@
 #include "Targets.h"
 #include "platform/Text.h"
 
-// Every collection over devices, firmware and WMI that lie: readable messages or the host's exception, and no handle left open.
+// Every collection over devices, firmware and WMI that return false data: the result is readable messages or the host's exception,
+// and no handle stays open.
 void orbis::fuzz::Device(Bytes bytes)
 {
     using namespace Veyra::Orbis;
@@ -23,7 +24,7 @@ void orbis::fuzz::Device(Bytes bytes)
                 Require(platform::ValidUtf8(item.ItemId().ToString()) == item.ItemId().ToString(), "an item id is valid UTF-8");
             }
         } catch (const Sdk::Exceptions::HostException&) {
-            // What a failed collection ends with.
+            // This is how a failed collection ends.
         }
     };
     using Plugin = Plugins::StorageCollectorPlugin;

@@ -85,7 +85,7 @@ std::shared_ptr<simulated::Machine> MachineWithHostileRows(Input& input)
             for (const char* name : from.properties) {
                 description::WmiProperty& property = *row.add_property();
                 property.set_name(name);
-                // Only a row that can be read to its end reaches a message, so most properties are of a type that will do.
+                // Only a row that can be read to its end reaches a message, so most properties are of the expected type.
                 if (input.Below(4) == 3) {
                     MakeHostile(property, input);
                 } else if (name == std::string_view("VendorSpecific")) {
@@ -101,7 +101,7 @@ std::shared_ptr<simulated::Machine> MachineWithHostileRows(Input& input)
 
 std::shared_ptr<simulated::Machine> TrueMachine()
 {
-    // One for all inputs: what it makes of its description does not change.
+    // One machine serves all inputs: the inputs do not change its description.
     static const auto machine = std::make_shared<simulated::Machine>(TrueDescription());
     return machine;
 }
@@ -210,7 +210,7 @@ bool HostileMachine::Control(NativeHandle device, std::uint32_t code, void* in, 
     return true;
 }
 
-// Each call may find another table, a longer one too.
+// Each call may return a different table, or a longer one.
 std::uint32_t HostileMachine::SystemFirmwareTable(std::uint32_t provider, std::uint32_t table, void* buffer, std::uint32_t size)
 {
     if (!m_Input.Choice()) {
@@ -228,7 +228,7 @@ void HostileMachine::Fill(void* data, std::uint32_t size)
     std::ranges::copy(m_Input.Data(size), static_cast<std::uint8_t*>(data));
 }
 
-// Most of what steers a decoder stands at the front.
+// Most lengths and offsets that a decoder uses are at the front.
 void HostileMachine::Scatter(void* data, std::uint32_t size)
 {
     for (std::uint32_t changes = m_Input.Below(6); changes > 0 && size >= sizeof(std::uint32_t); --changes) {

@@ -11,12 +11,12 @@
 
 namespace orbis::fuzz {
 
-// Gives a property a value of any type: texts with lone surrogates, arrays that begin anywhere and claim any length, failures.
+// Gives a property a value of any type: texts with lone surrogates, arrays with any lower bound and length, failures.
 void MakeHostile(simulated::description::WmiProperty& property, Input& input);
 
-// A simulated machine, in force for the life of this object, whose devices and firmware answer as the input chooses: the truth, the
-// truth with the input's data or with a few words changed (lengths, offsets, counts, versions), less or more bytes than there are,
-// or an error. An input that is used up chooses the truth. At the end nothing may be open.
+// A simulated machine, in force for the life of this object, whose devices and firmware answer as the input chooses: correctly,
+// with the input's data in place of the device's, with a few words changed (lengths, offsets, counts, versions), with fewer or more
+// bytes, or with an error. When the input is used up, answers are correct. At the end nothing may be open.
 class HostileMachine final : public platform::ForwardingPlatform,
                              private platform::ForwardingDeviceIo,
                              private platform::ForwardingFirmware {
@@ -28,7 +28,7 @@ public:
     HostileMachine(const HostileMachine&) = delete;
     HostileMachine& operator=(const HostileMachine&) = delete;
 
-    // Lets a second pass: counters of rates have no value without.
+    // Advances the clock by a second: rates need two samples.
     void Wait() { m_Machine->AdvanceClock(std::chrono::seconds(1)); }
 
     platform::DeviceIo& DeviceIoPort() noexcept override { return *this; }

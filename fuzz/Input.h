@@ -9,8 +9,8 @@ namespace orbis::fuzz {
 
 using Bytes = std::span<const std::uint8_t>;
 
-// What a target takes of its input: data from the front, choices from the back, and zeros when all is used up. So a seed is what a
-// device or a file would say, followed by a few bytes of choices.
+// How a target reads its input: data from the front, choices from the back, zeros when it is used up. A seed is therefore the
+// content of a device or a file, followed by a few bytes of choices.
 class Input {
 public:
     explicit Input(Bytes bytes) noexcept : m_Rest(bytes) {}

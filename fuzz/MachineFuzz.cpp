@@ -3,7 +3,7 @@
 #include "Targets.h"
 #include "simulated/MachineFile.h"
 
-// A machine file of any bytes is a machine, or an error that names its place.
+// A machine file of any bytes gives a machine, or an error that names the place.
 void orbis::fuzz::Machine(Bytes input)
 {
     const std::string_view text(reinterpret_cast<const char*>(input.data()), input.size());

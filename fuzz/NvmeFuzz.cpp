@@ -6,7 +6,7 @@
 #include "Targets.h"
 #include "sondix/sondix.h"
 
-// Identify and log pages of any bytes, in replies that lie about their lengths and offsets, through the device-query library to the
+// Identify and log pages of any bytes, in replies with false lengths and offsets, through the device-query library to the
 // messages.
 void orbis::fuzz::Nvme(Bytes bytes)
 {

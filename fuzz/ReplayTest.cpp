@@ -17,7 +17,7 @@ namespace {
 
 class Replay : public testing::TestWithParam<Target> {};
 
-// Every input that once failed goes through its target again, after the one that every fuzzer begins with.
+// Runs the empty input, then every input that once failed, through its target.
 TEST_P(Replay, KeptInputs)
 {
     GetParam().run({});
@@ -26,7 +26,7 @@ TEST_P(Replay, KeptInputs)
         SCOPED_TRACE(entry.path().string());
         std::ifstream file(entry.path(), std::ios::binary);
         const std::vector<char> bytes{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-        std::cout << entry.path().string() << std::endl;  // what comes next may end the process
+        std::cout << entry.path().string() << std::endl;  // the target may end the process
         GetParam().run({reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size()});
     }
 }

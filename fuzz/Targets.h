@@ -9,8 +9,8 @@
 
 namespace orbis::fuzz {
 
-// Each feeds one input to what it is named for and ends the process (Require) when something is wrong with the outcome. Run by
-// libFuzzer (LibFuzzer.cpp), and on every kept input by ReplayTest.cpp.
+// Each feeds one input to the code that it is named after and ends the process (Require) when the outcome is wrong. libFuzzer runs
+// them (LibFuzzer.cpp), and ReplayTest.cpp on every kept input.
 void SmBios(Bytes input);
 void Smart(Bytes input);
 void Text(Bytes input);
@@ -29,7 +29,7 @@ inline constexpr std::array kTargets{Target{"smbios", SmBios}, Target{"smart", S
 
 // Prints `rule` and aborts when it is broken.
 void Require(bool holds, const char* rule);
-// What a host gets can be read again; texts that are no UTF-8 could not.
+// Checks that a host can parse the message again; it could not with texts that are not UTF-8.
 void RequireReadable(const google::protobuf::MessageLite* message);
 
 }  // namespace orbis::fuzz

@@ -4,7 +4,7 @@
 #include "Targets.h"
 #include "platform/Text.h"
 
-// Whatever bytes come, what goes into a message is valid UTF-8: making it valid again changes nothing.
+// From any bytes, the text that goes into a message is valid UTF-8: converting it a second time changes nothing.
 void orbis::fuzz::Text(Bytes input)
 {
     using namespace orbis::platform;

@@ -4,7 +4,7 @@
 #include "Hostile.h"
 #include "Targets.h"
 
-// Properties of any type through every getter: a value or the documented failure, and nothing left behind.
+// Properties of any type through every getter: a value or the documented failure, and no leak.
 void orbis::fuzz::Wmi(Bytes bytes)
 {
     using namespace Veyra::Orbis::Cpp::Common;

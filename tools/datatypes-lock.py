@@ -14,7 +14,7 @@ import datatypes_schema as schema
 HEADER = """\
 # The schema as hosts know it, one line for each field: its message, number, name, type and label. Hosts that were built
 # against it rely on every one of them, so a line that stands here stays. tools/datatypes-lock.py compares and, with --update,
-# adds the lines of new fields. A change that is meant to break hosts changes its line here by hand.
+# adds the lines of new fields. To break hosts on purpose, change the line by hand.
 """
 
 

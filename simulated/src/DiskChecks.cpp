@@ -11,7 +11,7 @@
 namespace orbis::simulated {
 namespace {
 
-constexpr const char* kMeant = "leave it so if it is meant";
+constexpr const char* kIntended = "leave it so if it is intended";
 
 void CheckSizes(const Place& place, const description::Disk& disk, Findings& findings)
 {
@@ -26,7 +26,7 @@ void CheckSizes(const Place& place, const description::Disk& disk, Findings& fin
     }
     const std::uint32_t sector = disk.has_sector_size() ? disk.sector_size() : 512;
     if (disk.size() == 0) {
-        findings.Warning(place, "size", "the disk has no capacity", kMeant);
+        findings.Warning(place, "size", "the disk has no capacity", kIntended);
     } else if (disk.size() % sector != 0) {
         findings.Warning(place, "size", fmt::format("not a multiple of the sector size {}", sector),
                          "round it down to whole sectors");
@@ -98,7 +98,7 @@ void CheckPartitions(const Place& table, const description::Disk& disk, bool gpt
         }
         for (std::size_t j = 0; j < i; ++j) {
             if (extent.offset < extents[j].offset + extents[j].size && extents[j].offset < extent.offset + extent.size) {
-                findings.Warning(places[i], "offset", fmt::format("overlaps partition {}", j + 1), kMeant);
+                findings.Warning(places[i], "offset", fmt::format("overlaps partition {}", j + 1), kIntended);
             }
         }
         const std::uint32_t number = partition.has_number() ? partition.number() : static_cast<std::uint32_t>(i) + 1;

@@ -56,7 +56,7 @@ void CheckUniqueness(const Place& machine, Findings& findings)
         if (disk.has_pnp_device_id()) {
             if (const auto first = instances.SeenBefore(ToUpper(disk.pnp_device_id()), place)) {
                 findings.Warning(place, "pnp_device_id", fmt::format("used already in {}", *first),
-                                 "give each disk its own, unless this is meant");
+                                 "give each disk its own, unless this is intended");
             }
         }
         const char* table = disk.has_gpt() ? "gpt" : disk.has_mbr() ? "mbr" : nullptr;

@@ -1,4 +1,4 @@
-// The border as a host in C sees it: what it refuses, and what it makes of functions that throw.
+// The border as a host in C uses it: what it refuses, and how it reports functions that throw.
 #include <cstring>
 #include <functional>
 #include <new>
@@ -16,7 +16,7 @@ constexpr std::size_t kSmartNvmeInfo = 3;
 
 const OrbisRegistration& Table() { return *OrbisPluginRegistration(); }
 
-// A host whose functions do what a test says.
+// A host whose functions are set by a test.
 struct Host {
     std::function<void()> onLog = [] {};
     std::function<std::int32_t()> onCancellation = [] { return 0; };

@@ -1,4 +1,4 @@
-// Every allocation of a call over the border made to fail in turn: the answer is a record each time, and nothing is lost.
+// Makes every allocation of a call over the border fail in turn: each time the answer is a failure record, and nothing leaks.
 #include <algorithm>
 #include <array>
 #include <cstdlib>
@@ -17,7 +17,7 @@ namespace {
 thread_local int t_Left = -1;
 thread_local bool t_Failed = false;
 
-// What was allocated while a call was watched, and is not freed yet. Elsewhere memory may come from another module's allocator.
+// Blocks allocated during a watched call and not freed yet. Other memory may come from another module's allocator.
 thread_local bool t_Watching = false;
 thread_local std::size_t t_LiveCount = 0;
 thread_local std::array<void*, 4096> t_Live;
@@ -59,8 +59,7 @@ constexpr std::size_t kSmartNvmeInfo = 3;
 
 const OrbisRegistration& Table() { return *OrbisPluginRegistration(); }
 
-// Calls with the first allocation failing, then the second and so on, until a call needs no more of them. Returns how often it
-// failed.
+// Calls with the first allocation failing, then the second, and so on until a call succeeds. Returns the number of failures.
 template <class Call>
 int Sweep(Call call)
 {

@@ -1,4 +1,4 @@
-// The border as a host in C++ sees it.
+// The border as a host in C++ uses it.
 #include <functional>
 #include <string>
 #include <vector>
@@ -100,7 +100,7 @@ TEST_F(PluginHostTest, IdsCrossWhole)
         const auto items = m_Plugin.Collect<SmartNvmeInfo>(ItemId(text));
         EXPECT_EQ(items.value().at(0).ItemId(), ItemId(text));
     }
-    // A text that looks like "all" is one item still.
+    // A text that looks like "all" still names one item.
     EXPECT_THAT(FailureOf(ItemId("*")), HasSubstr("cannot find data with specific ID: *"));
     EXPECT_THAT(FailureOf(ItemId("")), HasSubstr("cannot find data with specific ID: "));
 }
@@ -196,7 +196,7 @@ TEST(PluginHostLoadTest, RefusesTablesThatItDoesNotKnow)
     EXPECT_THROW(PluginHost{shorter}, PluginLoadError);
 }
 
-// A plug-in of a later time: its elements are longer than this host knows them.
+// A later plug-in: its elements are longer than this host's header says.
 TEST(PluginHostLoadTest, StepsByTheSizeThatATableStates)
 {
     struct LongerOperation {

@@ -1,4 +1,5 @@
-// Bytes of a real drive against readings of another program. Every bit, the maker's layouts too, the walking bits read.
+// Bytes of a real drive, compared with the readings of another program. The walking-bit tests cover every bit, the maker's layouts
+// included.
 #include <gtest/gtest.h>
 
 #include <string>

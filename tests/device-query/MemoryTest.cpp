@@ -1,4 +1,4 @@
-// Every object is freed once, and memory that runs short gives null. The allocation functions are replaced for that.
+// Every object is freed once, and a failed allocation gives null. This program replaces the allocation functions.
 #include <gtest/gtest.h>
 
 #include <array>
@@ -47,7 +47,7 @@ namespace {
 using namespace veyra::sondix;
 using namespace veyra::sondix::nvme;
 
-// Frees an object as SXDelete does, through slot 0 of whatever it is; true when there was one.
+// Frees an object as SXDelete does, through its slot 0; true when there was an object.
 template <class T>
 bool Release(T* object)
 {
@@ -58,7 +58,7 @@ bool Release(T* object)
     return true;
 }
 
-// How many of the nested objects there were.
+// Number of nested objects that were freed.
 int ReleaseNested(const IIdentifyControllerData& identify)
 {
     int count = 0;

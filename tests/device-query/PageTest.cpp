@@ -1,4 +1,4 @@
-// Bytes and bits of a page: what is read, and what does not compile.
+// Bytes and bits of a page: values that are read, and accesses that do not compile.
 #include "Page.h"
 
 #include <gtest/gtest.h>

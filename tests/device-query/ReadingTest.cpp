@@ -1,4 +1,4 @@
-// How drives are found and asked, and what becomes of answers that are short, contradictory or refused.
+// How drives are found and queried, and how short, contradictory and refused answers are handled.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -157,18 +157,18 @@ TEST_F(ReadingTest, MakersLogIsAskedForAsACommandWhenThePropertyIsRefusedAsNotSu
         EXPECT_EQ(m_Machine.commandRequests, 1);
     }
 
-    // The log is only there for who may write.
+    // The log needs write access.
     m_Drive.writeOpenError = win32::kAccessDenied;
     EXPECT_FALSE(HasCustomizedHealth());
     m_Drive.writeOpenError = 0;
 
-    // What is not "not supported" says that the drive does not have it, or not now.
+    // Any error but "not supported" means that the drive does not have the log, or not now.
     m_Machine.commandRequests = 0;
     for (const auto error : {win32::kIoDevice, win32::kAccessDenied, win32::kInvalidParameter, win32::kSemTimeout}) {
         m_Drive.logPropertyError = error;
         EXPECT_FALSE(HasCustomizedHealth());
     }
-    // So does an answer that lies, whatever error an earlier request left behind.
+    // So does a malformed answer, whatever error an earlier request left behind.
     m_Drive.logPropertyError = 0;
     m_Drive.lie = [](Answer& answer) { answer.returned -= answer.returned == 48 + 512 ? 1 : 0; };
     EXPECT_FALSE(HasCustomizedHealth());

@@ -1,5 +1,5 @@
-// Reads the virtual tables by number, as a caller does that was built by another compiler from the table of slots. This file must
-// not include the library's header: what it knows of an interface is a slot number and the bits of the NVMe structure.
+// Calls the virtual tables by slot number, as a caller built by another compiler does. This file must not include the library's
+// header: all it knows of an interface is slot numbers and bits of the NVMe structure.
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -56,7 +56,7 @@ std::uint64_t CallInteger(void* object, std::size_t slot, std::size_t bits)
     return bits <= 16 ? Call<std::uint16_t>(object, slot) : Call<std::uint32_t>(object, slot);
 }
 
-// What the slot reads, as text.
+// The value that the slot returns, as text.
 std::string Read(void* object, std::size_t number, const Slot& slot)
 {
     if (slot.returns == Returns::Bytes) {
@@ -78,7 +78,7 @@ std::string AllOnes(const Slot& slot)
 
 std::string Zero(const Slot& slot) { return slot.returns == Returns::Bytes ? std::string(slot.field.bits / 8, '\0') : "0"; }
 
-// An object whose slots are looked at: slot numbers with the bits that they read.
+// An object under test: slot numbers with the bits that they read.
 using Slots = std::vector<std::pair<std::size_t, Slot>>;
 
 // Slots 1, 2, ... of a nested interface, in order.

@@ -145,7 +145,7 @@ TEST(PhysicalDiskInfo, TheLayoutBufferGrowsUpToABound)
     EXPECT_THAT(entries, ElementsAre(128, 256, 512, 1024));
 }
 
-// What Windows does not know is absent; what cannot be read fails.
+// A value that Windows does not know is absent; a value that cannot be read is a failure.
 TEST(PhysicalDiskInfo, TellsUnknownFromUnreadable)
 {
     const std::string lettered = Partition(1, "letter: 'D' serial: 7 boot: true page_file: true");
@@ -285,8 +285,8 @@ TEST(PhysicalDiskInfo, KnowsWhetherADriveIsPresent)
     EXPECT_FALSE(PhysicalDiskInfoFetcher().IsDrivePresent(0));
 }
 
-// The line of every other failure is in the fault sweep's table. A layout that counts more entries than it came with is not
-// believed.
+// The line of every other failure is in the fault sweep's table. A layout that claims more entries
+// than it holds is rejected.
 TEST(PhysicalDiskInfo, ChecksTheEntryCountAgainstTheReply)
 {
     struct Case {

@@ -31,7 +31,7 @@ constexpr const char* kHotPlug =
     "it seems the number of disk names is greater than the number of PDH counters, which means the disk might be inserted. Refresh "
     "PDH query now.";
 
-// Disks 0 (C: and D:), 1 (E:), and disk 2 about which nothing is known: no size, no identifier, no media type. Counters need time
+// Disks 0 (C: and D:), 1 (E:), and disk 2 without any data: no size, no identifier, no media type. Counters need time
 // between their samples.
 constexpr const char* kMachine = R"(sample_step_ms: 1000
 disk { number: 0 kind: NVME model: "M0" serial: "S0" firmware: "F0" size: 1000204886016 pnp_device_id: "PNP0"
@@ -266,7 +266,7 @@ TEST_F(Dynamic, QueryStaysUnavailableAfterFailedOpen)
         "failed to get the instance names of perf counters: Veyra.Orbis.Common.Utilities.PdhException: PdhEnumObjectItems failed "
         "for "
         "PhysicalDisk: PDH status 0xC0000BBB");
-    // When instances could not be listed, what WMI calls the disks is written down for whoever looks into it.
+    // When instances cannot be listed, the log names the disks as WMI does.
     EXPECT_TRUE(Logged("Debug", "all physical disk names from WMI: 0 C: D:, 1 E:, _Total", "QueryPhysicalDiskNameByWMI"));
 }
 

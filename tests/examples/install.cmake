@@ -1,4 +1,4 @@
-# cmake -D BUILD=DIR -D PREFIX=DIR -P install.cmake: installs into an empty folder, and looks at what must hold of all that is there.
+# cmake -D BUILD=DIR -D PREFIX=DIR -P install.cmake: installs into an empty folder and checks the installed files.
 file(REMOVE_RECURSE ${PREFIX})
 execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD} --prefix ${PREFIX} OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 

@@ -45,7 +45,7 @@ def as_the_host_prints(machine):
 
 
 def failures():
-    """What is raised, where it says so, and that the package goes on afterwards."""
+    """Exceptions, their texts, and that the package can be used afterwards."""
     assert "no plug-in" in str(raises(orbis_storage.PluginLoadError, orbis_storage.Plugin, simulated))
     raises(orbis_storage.PluginLoadError, orbis_storage.Plugin, "no such file.so")
     assert "README.md:3:1" in str(raises(orbis_storage.MachineFileError, orbis_storage.use_machine, golden / "../../README.md", simulated))
@@ -59,7 +59,7 @@ def failures():
     assert [failure.type_name.rpartition(".")[2] for failure in missing.chain()] == ["ZelException", "ArgumentOutOfRangeException"]
     assert missing.__cause__ is missing.inner
     assert str(raises(orbis_storage.CanceledError, collect, is_cancelled=lambda: True)) == "The operation was canceled."
-    # What the host's own function raises is not lost in C.
+    # An exception in the host's own function is not lost in C.
     raises(ZeroDivisionError, collect, is_cancelled=lambda: 1 // 0)
     lines = []
     orbis_storage.collector.logger.addFilter(lambda line: lines.append(line) or False)

@@ -20,5 +20,5 @@ execute_process(COMMAND ${CMAKE_COMMAND} -E compare_files ${GOLDEN} ${OUTPUT} RE
 if(differs)
     file(READ ${OUTPUT} got LIMIT 4000)
     message(FATAL_ERROR "${MACHINE} as ${FORMAT} is not what ${GOLDEN} says. It begins:\n${got}\n"
-                        "If the difference is meant: cmake --build BUILD --target golden-update")
+                        "If the difference is intended: cmake --build BUILD --target golden-update")
 endif()

@@ -1,4 +1,4 @@
-// Disks through the operating system: what leaves for a device, what is made of its answers, and what is raised.
+// Disks through the operating system: requests sent, answers decoded, failures raised.
 #include "Common/HardwareAccess.h"
 
 #include <functional>
@@ -35,7 +35,7 @@ std::string Sata(const std::string& exchange = "", const std::string& ata = "")
                      interface_path: "\\\\?\\disk#one" ata { log_page { address: 0x9A text: "EPPID-0123456789ABC" } )" +
            ata + "}" + (exchange.empty() ? "" : "exchange {" + exchange + "}") + "}";
 }
-// The same behind a driver that takes ATA pass-through and gives nothing but zeros.
+// The same behind a driver that accepts ATA pass-through and returns only zeros.
 const std::string kZeroAta = Sata("control_code: 0x4D030 data { size: 512 }");
 
 // Notes every call with all its arguments, the pointer to the data aside, and passes it on.
@@ -73,7 +73,7 @@ public:
     }
 };
 
-// Blanks that set fields apart in the tables below, out.
+// Removes the blanks that separate fields in the tables below.
 std::string Packed(std::string_view fields)
 {
     std::string packed(fields);

@@ -49,7 +49,7 @@ TEST(Sources, EveryFieldHasOneRowAndEveryRowAField)
     EXPECT_EQ(rows, fields);
 }
 
-// Explains everything that the collections send on a machine of a file.
+// Explains every message that the collections send on the machine of a file.
 std::vector<MessageExplanation> ExplainMachine(const std::string& name)
 {
     const std::shared_ptr<simulated::Machine> machine = simulated::ParseMachine(proof::MachineText(name));

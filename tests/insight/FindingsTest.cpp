@@ -112,7 +112,7 @@ TEST(FindingsTest, FindingIsGivenOnceAndAgainWhenItWentAndCameBack)
     EXPECT_EQ(machine.Collect(only), found);
 }
 
-// A library that asks the drives past the ports leaves a collection that reads the inventory and nothing else.
+// A library that does not use the ports leaves a collection that reads only the inventory.
 TEST(FindingsTest, ForeignDeviceQueryLibraryIsNoticed)
 {
     const auto machine = simulated::ParseMachine(Nvme("kind: NVME model: \"M\""));

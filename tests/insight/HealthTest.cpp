@@ -232,7 +232,7 @@ TEST(Health, Verdicts)
     }
 }
 
-// Pages of real drives that work well.
+// Pages of real, healthy drives.
 TEST(Health, RealDrivesGiveNoWarning)
 {
     const auto page = [](const char* name) {
@@ -275,7 +275,7 @@ TEST(Health, BaselineTellsWhatRose)
     EXPECT_EQ(disk.reason(1).rise(), "1");
     EXPECT_EQ(google::protobuf::util::TimeUtil::ToString(disk.reason(0).since()), "1970-01-01T00:01:00Z");
 
-    // Without a rise, a rule may be told to weigh less.
+    // A rule can be configured to weigh less when its value does not rise.
     const std::string quiet[] = {"nvme.media-errors"};
     HealthReport same = ReportOf({now.Evidence()}, 6);
     Compare(same, ReportOf({now.Evidence()}, 5), quiet);

@@ -123,7 +123,7 @@ TEST_F(JournalTest, RowsCarryTheirQueryAndArraysTheirElements)
     const auto fetches = Of<call::Next>(extract);
     ASSERT_EQ(fetches.size(), 3U);
     EXPECT_EQ(fetches[2]->row, 0U);
-    // Everything that was opened is given back by its number.
+    // Every object that was opened is closed under its number.
     std::vector<Serial> released;
     for (const call::Release* release : Of<call::Release>(extract)) {
         released.push_back(release->object);

@@ -7,10 +7,10 @@
 
 namespace orbis::tests {
 
-// What a page's bits mean, read from one of the tables beside this file.
+// The meaning of a page's bits, read from one of the tables beside this file.
 struct BitField {
     std::string name;          // path of the message field, "[n]" after a repeated one
-    std::string form;          // "", or what the table says after the name
+    std::string form;          // the word after the name in the table, or ""
     std::size_t firstBit = 0;  // of the whole field's lowest byte
 };
 

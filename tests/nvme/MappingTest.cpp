@@ -1,4 +1,4 @@
-// The mapping over a device-query library that does what no drive would do.
+// The mapping over a scripted device-query library, for behaviour that no drive has.
 #include <algorithm>
 #include <set>
 #include <string>

@@ -1,4 +1,5 @@
-// Both NVMe retrievers over a scripted device-query library: which drives they ask, what they answer, and what they say about it.
+// Both NVMe retrievers over a scripted device-query library: which drives they query, which items they return, which lines they
+// log.
 #include <functional>
 #include <memory>
 #include <stdexcept>
@@ -113,7 +114,7 @@ TEST_F(NvmeRetrieverTest, AnswersOneItemOrRefuses)
             EXPECT_EQ(failure.Message(), "cannot find data with specific ID: Disk_{0}");
         }
     };
-    refuses([this] { static_cast<void>(Identify(ItemId("Disk_{0}"))); });  // and what looks like a format is none
+    refuses([this] { static_cast<void>(Identify(ItemId("Disk_{0}"))); });  // a text that looks like a format is not one
     refuses([this] { static_cast<void>(Health(ItemId("Disk_{0}"))); });
 }
 

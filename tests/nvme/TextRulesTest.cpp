@@ -1,4 +1,4 @@
-// What is done to drive texts and raw numbers before they go into a message.
+// Rules for drive texts and raw numbers before they go into a message.
 #include <cmath>
 #include <cstdint>
 #include <string>

@@ -15,7 +15,8 @@ namespace typelayout {
 using Veyra::Orbis::Plugins::TypeLayout::FindBase;
 using Veyra::Orbis::Plugins::TypeLayout::TypeName;
 
-// What a library hands out, and what it may implement besides. They hold data, so that no offset is 0 by luck.
+// The interface that a library returns, and one that the object may implement too. They hold data, so that no offset is 0 by
+// chance.
 struct Handed {
     virtual ~Handed() = default;
     int handed = 1;
@@ -153,7 +154,7 @@ TEST(TypeLayout, ReadsWhatAnotherCompilerMade)
     EXPECT_EQ(round.Find(), 0U);
 }
 
-// Whatever stands in one word, nothing is read that is not there, and nothing is found that is no part of the object.
+// With any value in any one word, no unmapped memory is read and no base outside the object is found.
 TEST(TypeLayout, NoWordLeadsAstray)
 {
     EXPECT_EQ(FindBase(0, {"6Wanted", ".?AUWanted@@"}), 0U);
@@ -164,7 +165,7 @@ TEST(TypeLayout, NoWordLeadsAstray)
             }
             for (const std::uint32_t value : {0U, 7U, 0x80000000U}) {
                 Image bad = good;
-                // The copy stands elsewhere: its addresses are moved along.
+                // The copy has another address: adjust the addresses in it.
                 for (std::uint64_t& word : bad.words) {
                     if (word - good.At(0) < good.words.size() * 8) {
                         word += bad.At(0) - good.At(0);

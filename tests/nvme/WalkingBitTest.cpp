@@ -192,7 +192,7 @@ TEST_F(WalkingBitTest, IdentifyFromAPageInUse)
     // All power states.
     m_Identify[kNpss] = 31;
     Walk(m_Identify.subspan(kPowerStates, 1024), identify, [this](std::size_t bit) { return OfIdentify(kPowerStates * 8 + bit); });
-    // The maker's bytes with the checksum put right each time.
+    // The maker's bytes, with the checksum corrected each time.
     m_Identify[kNpss] = 0;
     Walk(
         m_MakerArea, identify,

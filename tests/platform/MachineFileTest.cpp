@@ -20,7 +20,7 @@ struct Case {
 constexpr auto kError = Finding::Severity::Error;
 constexpr auto kWarning = Finding::Severity::Warning;
 
-// What the parser does not understand, then what no machine can be made of, then what no ordinary machine looks like.
+// Errors of syntax, then descriptions that make no machine, then warnings about unusual machines.
 const std::array kCases{
     Case{"disk {\n  nmuber: 1\n}", kError, 2, 3, "disk[0].nmuber", "no field named \"nmuber\""},
     Case{"disk { number: 1 }\ndisk {\n  number: -1\n}", kError, 3, 3, "disk[1].number", "Expected integer"},

@@ -12,7 +12,7 @@
 
 namespace orbis::tests {
 
-// What an operating system of the contract always has, but a stand-in for one may be without.
+// Facilities that an operating system always has and a substitute may lack.
 enum class Service {
     VolumeRequests,  // every drive letter opens and answers
     WmiSchema,       // WMI tells an unknown class from one without rows, and lists the drives that open

@@ -24,7 +24,7 @@ inline std::u16string DrivePath(std::uint32_t number)
     return u"\\\\.\\PhysicalDrive" + std::u16string(digits.begin(), digits.end());
 }
 
-// What a request answered: its Win32 error, or the bytes that it returned.
+// The answer to a request: its Win32 error, or the bytes that it returned.
 struct Answer {
     std::uint32_t error = 0;
     std::vector<std::uint8_t> bytes;

@@ -6,7 +6,7 @@
 namespace orbis::tests {
 namespace {
 
-// A machine from its file; at the end it is in balance and was not misused.
+// A machine from its file; at the end its counts are balanced and no call misused it.
 class SimulatedSubject : public ContractSubject {
 public:
     explicit SimulatedSubject(const std::string& file) : m_Machine(simulated::LoadMachineFile(file)) {}
@@ -23,7 +23,7 @@ protected:
     std::unique_ptr<simulated::Machine> m_Machine;
 };
 
-// Decorators forward every operation: behind two of them the contract holds as well.
+// The contract also holds behind two decorators that forward every operation.
 class DecoratedSubject final : public SimulatedSubject {
 public:
     explicit DecoratedSubject(const std::string& file) : SimulatedSubject(file), m_Faults(*m_Machine), m_Journal(m_Faults) {}

@@ -108,7 +108,7 @@ Bytes Part(const Bytes& bytes, std::size_t offset, std::size_t length)
     return {bytes.begin() + static_cast<std::ptrdiff_t>(offset), bytes.begin() + static_cast<std::ptrdiff_t>(offset + length)};
 }
 
-// What the pages say, the hardware and SMART tests read.
+// The hardware and SMART tests check the content of the pages.
 TEST_F(SimulatedMachineTest, AtaPagesHaveAValidChecksumAndCommandsThatWriteAreAborted)
 {
     Make("disk { number: 0 kind: SATA_HDD size: 1048576 ata { attribute { id: 194 value: 60 threshold: 5 raw: 40 } } }");
@@ -116,7 +116,7 @@ TEST_F(SimulatedMachineTest, AtaPagesHaveAValidChecksumAndCommandsThatWriteAreAb
     for (const Bytes& page : {Ata(drive, 0xEC).data, Ata(drive, 0xB0, 0xD0).data, Ata(drive, 0xB0, 0xD1).data}) {
         EXPECT_EQ(std::accumulate(page.begin(), page.end(), 0U) % 256, 0U);
     }
-    // What a real device aborts: commands that write or that it does not know, log addresses that it does not have.
+    // A real device aborts commands that write, unknown commands and log addresses that it does not have.
     for (const auto& [command, features, log] : {std::tuple{0xCA, 0, 0}, {0x2F, 0, 0x30}, {0xB0, 0xD8, 0}, {0xEF, 2, 0}}) {
         const auto outcome =
             Ata(drive, static_cast<std::uint8_t>(command), static_cast<std::uint8_t>(features), static_cast<std::uint8_t>(log));
@@ -187,7 +187,8 @@ TEST_F(SimulatedMachineTest, MalformedRequestsAreRefusedAsTheDriverDoes)
     head.dataFromDeviceBufferOffset = 144;
     head.timeOutValue = 10;
     head.commandSpecific = kProtocolSpecificNvmeAdminCommand;
-    // Get Log Page of one that is not there, 128 double words, zero-based: Invalid Log Page; whatever is no read: Invalid Opcode.
+    // Get Log Page of a page that does not exist (128 double words, zero-based): Invalid Log Page. A command that does not read:
+    // Invalid Opcode.
     for (const auto& [opcode, error] : {std::pair<std::uint8_t, std::uint32_t>{0x02, 0x109}, {0x01, 1}}) {
         Bytes command = BytesOf(head, 144);
         command[80] = opcode;
@@ -298,7 +299,7 @@ TEST_F(SimulatedMachineTest, CountersAreComputedFromWhatMoves)
         return value.value;
     };
     EXPECT_EQ(pdh.CollectQueryData(query), pdh::kOk);
-    machine->AdvanceClock(std::chrono::seconds(2));  // one second of nothing, one of reads
+    machine->AdvanceClock(std::chrono::seconds(2));  // one idle second, one second of reads
     EXPECT_EQ(pdh.CollectQueryData(query), pdh::kOk);
     EXPECT_DOUBLE_EQ(read(idle), 50);
     EXPECT_DOUBLE_EQ(read(readTime), 100) << "2 seconds of reads at once, in 2 seconds";

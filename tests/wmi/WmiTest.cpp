@@ -207,7 +207,7 @@ TEST(WmiTest, UninitialisesComEvenWhereItsInitialisationFailed)
     EXPECT_EQ(Read<&WmiCommonLib::GetInt32ByField>(), 7);
     EXPECT_THAT(trace.calls, ::testing::Not(Contains(::testing::StartsWith("InitializeSecurity"))));
     EXPECT_EQ(machine->OpenObjects().comInitialisations, 0)
-        << "that of the apartment's owner is undone; the one imbalance, and meant";
+        << "the initialisation of the apartment's owner is undone; this imbalance is intentional";
 }
 
 // ---- Values ----
@@ -241,7 +241,7 @@ TEST(WmiTest, Reads64BitNumbersAsSignedDecimalText)
     constexpr auto read = [](const std::string& text) { return ReadOf<&WmiCommonLib::GetUint64ByField>("text: '" + text + "'"); };
     EXPECT_EQ(read("123456789012"), 123456789012U);
     EXPECT_EQ(read("-1"), 0xFFFFFFFFFFFFFFFFU);
-    // The largest unsigned number is read as the largest signed one, and meant.
+    // Intentional: the largest unsigned number is read as the largest signed one.
     EXPECT_EQ(read("18446744073709551615"), 0x7FFFFFFFFFFFFFFFU);
 }
 

@@ -113,7 +113,7 @@ void Put(Bytes& page, std::size_t offset, std::string_view text)
     std::copy(text.begin(), text.end(), page.begin() + static_cast<std::ptrdiff_t>(offset));
 }
 
-// Puts the checksum of a maker's layout right.
+// Corrects the checksum of a maker's layout.
 void PutChecksum(Bytes& page, std::size_t start, std::size_t length)
 {
     page[start + 11] = 0;

@@ -15,7 +15,7 @@ namespace orbis::tests {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// A request on its way back: what the driver wrote, and what it says about it.
+// An answer: the bytes that the driver wrote, and the length and error that it reports.
 struct Answer {
     std::uint32_t code = 0;
     std::uint8_t* bytes = nullptr;
@@ -25,7 +25,7 @@ struct Answer {
 
 struct FakeDrive {
     std::uint32_t openError = 0;       // refuses every open
-    std::uint32_t writeOpenError = 0;  // refuses to be opened for reading and writing
+    std::uint32_t writeOpenError = 0;  // refuses opening for reading and writing
     platform::BusType busType = platform::BusType::Nvme;
     std::uint32_t descriptorError = 0;
     std::optional<Bytes> identify;        // unset: not an NVMe drive
@@ -62,7 +62,7 @@ Bytes MakersIdentify();
 // The maker's health log, every field of it different.
 Bytes MakersHealthLog();
 
-// The ICustomizedControllerData that a vendor object is, by run-time cast; null when it is none.
+// The vendor object cast to ICustomizedControllerData; null when it is not one.
 void* CustomizedViewOf(void* vendorSpecificInfo);
 
 }  // namespace orbis::tests

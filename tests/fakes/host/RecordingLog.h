@@ -12,7 +12,7 @@
 
 namespace orbis::fakes {
 
-// A log line as it is compared in tests: everything but the source line, which moves with every edit.
+// A log line as tests compare it: without the source line, which changes with every edit.
 struct LogLine {
     std::string level;
     std::string message;
@@ -26,7 +26,7 @@ struct LogLine {
     }
 };
 
-// Keeps every line. Look at them when nobody logs any more.
+// Keeps every line. Read them only when no thread logs any more.
 class RecordingLog : public Veyra::Orbis::Common::IZelLog {
 public:
     std::vector<LogLine> lines;

@@ -11,7 +11,7 @@
 
 namespace orbis::tests {
 
-// The machine in force with every WMI call noted, what gives things back too. In force while it lives; the machine outlives it.
+// Records every WMI call of the machine in force, releases included. In force while it lives; the machine outlives it.
 class WmiTrace final : public platform::ForwardingPlatform, private platform::ForwardingWmi {
 public:
     WmiTrace() : ForwardingPlatform(Platform::Current()), ForwardingWmi(Inner().WmiPort()) { Replace(this); }
@@ -32,7 +32,7 @@ private:
         ((calls.back() += fmt::format(" {}", arguments)), ...);
     }
     static std::string Utf8(platform::Bstr text) { return platform::Utf16ToUtf8(text != nullptr ? text : u"null"); }
-    // Remembers what an interface is by what it was asked of.
+    // Names an interface after the call that returned it.
     Result HandedOut(Result result, Object** object, const char* kind)
     {
         m_Kinds[*object] = kind;

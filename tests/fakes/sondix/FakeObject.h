@@ -11,8 +11,8 @@
 
 namespace orbis::fakes {
 
-// An object that gives the values of the script. Classes derived from it, one for each interface, are written by WriteFakes.cmake,
-// an accessor a line; __func__ is the accessor's name.
+// An object that returns the values of the script. Classes derived from it, one for each interface, are written by
+// WriteFakes.cmake, an accessor a line; __func__ is the accessor's name.
 template <class Interface>
 class FakeObject : public Interface {
 public:

@@ -10,8 +10,8 @@
 
 #include "sondix/sondix.h"
 
-// A device-query library that does what a test says, for what no drive would do: null accessors, a missing descriptor, a throw.
-// It decodes nothing. Scripts name calls as the call log prints them:
+// A scripted device-query library for behaviour that no drive has: null accessors, a missing descriptor, an exception. It
+// decodes nothing. Scripts name calls as the call log prints them:
 //
 //   an export                   "SXNvmNewHealthInfo"
 //   an accessor                 "IVersion::Major", "IIdentifyControllerData::SN", "ICustomizedControllerData::EPPID"
@@ -48,7 +48,7 @@ public:
     [[nodiscard]] std::vector<std::string> Live() const;
     [[nodiscard]] std::size_t Created() const { return m_Created; }
     [[nodiscard]] std::size_t Released() const { return m_Released; }
-    // What a caller did wrong: "released twice or never given out", "IVersion outlived IIdentifyControllerData".
+    // Errors of the caller: "released twice or never given out", "IVersion outlived IIdentifyControllerData".
     std::vector<std::string> faults;
 
     // For the fake objects.

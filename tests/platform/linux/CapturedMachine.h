@@ -44,7 +44,7 @@ private:
 [[nodiscard]] std::string ScsiDiskLines(const std::string& name, const std::string& position, const std::string& model,
                                         const std::string& serial, std::uint64_t bytes);
 
-// Drives that a test plays: rights, and answers to requests, by the name of the device's node.
+// Drives that a test simulates: rights, and answers to requests, by the name of the device's node.
 struct PlayedDrives {
     std::function<int(const std::string& node, unsigned long request, void* argument)> ioctl;
     std::vector<std::string> denied;          // nodes that may not be opened

@@ -1,4 +1,4 @@
-// The kernel's disks as Windows' sources would tell of them: one order, one number, one id everywhere.
+// The kernel's disks as Windows' sources would report them: the same order, number and id everywhere.
 #include <gtest/gtest.h>
 
 #include <algorithm>

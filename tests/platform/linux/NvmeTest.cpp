@@ -1,4 +1,4 @@
-// NVMe requests as admin commands: what leaves for the kernel, what comes back, and what never leaves.
+// NVMe requests as admin commands: those sent to the kernel, their answers, and those that are never sent.
 #include <gtest/gtest.h>
 
 #include <cerrno>
