@@ -11,12 +11,12 @@ namespace veyra::sondix::nvme {
 class CriticalWarning final : public Object<CriticalWarning, IHealthInfo::ICriticalWarning, 0, 1> {
 public:
     using Object::Object;
-    bool AvailableSpareBelowThreshold() const noexcept override { return bit<0, 0>(); }
-    bool TemperatureOutOfThreshold() const noexcept override { return bit<0, 1>(); }
-    bool NvmSubsystemReliabilityDegraded() const noexcept override { return bit<0, 2>(); }
-    bool MediaReadOnly() const noexcept override { return bit<0, 3>(); }
-    bool VolatileMemoryBackupDeviceFailed() const noexcept override { return bit<0, 4>(); }
-    bool PersistentMemoryRegionReadOnlyOrUnreliable() const noexcept override { return bit<0, 5>(); }
+    bool AvailableSpareBelowThreshold() const noexcept override { return bit<0>(); }
+    bool TemperatureOutOfThreshold() const noexcept override { return bit<1>(); }
+    bool NvmSubsystemReliabilityDegraded() const noexcept override { return bit<2>(); }
+    bool MediaReadOnly() const noexcept override { return bit<3>(); }
+    bool VolatileMemoryBackupDeviceFailed() const noexcept override { return bit<4>(); }
+    bool PersistentMemoryRegionReadOnlyOrUnreliable() const noexcept override { return bit<5>(); }
 };
 
 // Endurance group critical warning summary, byte 6
@@ -24,9 +24,9 @@ class EnduranceGroupCriticalWarningSummary final
     : public Object<EnduranceGroupCriticalWarningSummary, IHealthInfo::IEnduranceGroupCriticalWarningSummary, 6, 1> {
 public:
     using Object::Object;
-    bool AvailableSpareCapacityBelowThreshold() const noexcept override { return bit<6, 0>(); }
-    bool ReliabilityDegraded() const noexcept override { return bit<6, 2>(); }
-    bool ReadOnly() const noexcept override { return bit<6, 3>(); }
+    bool AvailableSpareCapacityBelowThreshold() const noexcept override { return bit<0>(); }
+    bool ReliabilityDegraded() const noexcept override { return bit<2>(); }
+    bool ReadOnly() const noexcept override { return bit<3>(); }
 };
 
 // SMART / Health Information log, 512 bytes.

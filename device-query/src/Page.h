@@ -14,7 +14,7 @@
 namespace veyra::sondix {
 
 // The smallest unsigned type that holds `Bits` bits.
-template <unsigned Bits>
+template <std::size_t Bits>
 using UnsignedOf = std::conditional_t<Bits <= 8, std::uint8_t, std::conditional_t<Bits <= 16, std::uint16_t, std::uint32_t>>;
 
 // `Size` bytes of an NVMe structure, which stand at byte `First` of it. Bytes are numbered as the structure numbers them, in a part
@@ -38,20 +38,20 @@ public:
 
     [[nodiscard]] const std::array<std::uint8_t, Size>& Bytes() const noexcept { return m_Bytes; }
 
-    // Bit `Bit` of the little-endian word that begins at byte `Byte`.
-    template <std::size_t Byte, unsigned Bit>
-    requires(Holds(Byte, 1 + Bit / 8)) [[nodiscard]] bool bit() const noexcept
-    {
-        return (m_Bytes[Byte - First + Bit / 8] & (1U << (Bit % 8))) != 0;
-    }
+    // Bit `Bit` of the page, counted as the standard counts the bits of a register: little-endian, from the page's first byte.
+    template <std::size_t Bit>
+    requires(Bit < Size * 8) [[nodiscard]] bool bit() const noexcept { return (m_Bytes[Bit / 8] & (1U << (Bit % 8))) != 0; }
 
-    // Bits `High`:`Low` of the word of type `T` at byte `Byte`.
-    template <std::size_t Byte, std::unsigned_integral T, unsigned High, unsigned Low>
-    requires(Holds(Byte, sizeof(T)) && Low <= High && High < sizeof(T) * 8 && High - Low < 32)
-        [[nodiscard]] UnsignedOf<High - Low + 1> field() const noexcept
+    // Bits `High`:`Low` of the page, counted in the same way.
+    template <std::size_t High, std::size_t Low>
+    requires(Low <= High && High < Size * 8 && High - Low < 32) [[nodiscard]] UnsignedOf<High - Low + 1> bits() const noexcept
     {
+        std::uint64_t value = 0;
+        for (std::size_t byte = High / 8 + 1; byte-- > Low / 8;) {
+            value = value << 8U | m_Bytes[byte];
+        }
         constexpr std::uint64_t kMask = (std::uint64_t{1} << (High - Low + 1)) - 1;
-        return static_cast<UnsignedOf<High - Low + 1>>((std::uint64_t{word<Byte, T>()} >> Low) & kMask);
+        return static_cast<UnsignedOf<High - Low + 1>>(value >> Low % 8 & kMask);
     }
 
     // The word of type `T` at byte `Byte`.

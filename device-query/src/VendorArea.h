@@ -50,8 +50,8 @@ public:
     [[nodiscard]] std::uint16_t Class1() const noexcept { return word<74, std::uint16_t>(); }
     [[nodiscard]] std::uint16_t Class2() const noexcept { return word<76, std::uint16_t>(); }
     [[nodiscard]] std::uint16_t Class11() const noexcept { return word<78, std::uint16_t>(); }
-    [[nodiscard]] bool SystemCrashProtection() const noexcept { return bit<80, 0>(); }
-    [[nodiscard]] bool HostMetadataLog() const noexcept { return bit<80, 1>(); }
+    [[nodiscard]] bool SystemCrashProtection() const noexcept { return bit<80 * 8>(); }
+    [[nodiscard]] bool HostMetadataLog() const noexcept { return bit<80 * 8 + 1>(); }
 };
 
 }  // namespace veyra::sondix::maker

@@ -29,7 +29,7 @@ def rows(table):
         if not words or line.startswith("#"):
             continue
         if not line.startswith(" "):
-            span, message, *words = words
+            span, _slot, message, *words = words
             if not message.endswith(":"):
                 span, _, bits = span.partition(".")
                 yield span, bits, message, "".join(words)

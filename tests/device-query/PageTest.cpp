@@ -10,15 +10,15 @@
 namespace veyra::sondix {
 namespace {
 
-template <class P, std::size_t Byte, unsigned Bit>
+template <class P, std::size_t Bit>
 concept HasBit = requires(const P& page)
 {
-    page.template bit<Byte, Bit>();
+    page.template bit<Bit>();
 };
-template <class P, std::size_t Byte, class T, unsigned High, unsigned Low>
-concept HasField = requires(const P& page)
+template <class P, std::size_t High, std::size_t Low>
+concept HasBits = requires(const P& page)
 {
-    page.template field<Byte, T, High, Low>();
+    page.template bits<High, Low>();
 };
 template <class P, std::size_t Byte, class T>
 concept HasWord = requires(const P& page)
@@ -33,11 +33,9 @@ concept HasBytes = requires(const P& page)
 
 // Two bytes that stand at bytes 257:256 of a structure.
 using Part = Page<2, 256>;
-static_assert(HasBit<Part, 256, 0> && HasBit<Part, 256, 15> && HasBit<Part, 257, 7>);
-static_assert(!HasBit<Part, 256, 16> && !HasBit<Part, 255, 8> && !HasBit<Part, 0, 0> && !HasBit<Part, 258, 0>);
-static_assert(HasField<Part, 256, std::uint16_t, 15, 0> && HasField<Part, 257, std::uint8_t, 7, 7>);
-static_assert(!HasField<Part, 256, std::uint8_t, 8, 0> && !HasField<Part, 256, std::uint16_t, 3, 4>);
-static_assert(!HasField<Part, 256, std::uint32_t, 7, 0> && !HasField<Part, 257, std::uint16_t, 7, 0>);
+static_assert(HasBit<Part, 0> && HasBit<Part, 15> && !HasBit<Part, 16>);
+static_assert(HasBits<Part, 15, 0> && HasBits<Part, 9, 7> && !HasBits<Part, 16, 0> && !HasBits<Part, 3, 4>);
+static_assert(HasBits<Page<32>, 255, 224> && !HasBits<Page<32>, 32, 0>);
 static_assert(HasWord<Part, 256, std::uint16_t> && !HasWord<Part, 257, std::uint16_t> && !HasWord<Part, 256, std::uint32_t>);
 static_assert(HasBytes<Part, 256, 2> && !HasBytes<Part, 256, 3> && !HasBytes<Part, 255, 1>);
 static_assert(std::is_constructible_v<Part, const Page<4096>&>);
@@ -57,12 +55,11 @@ TEST(PageTest, WordsAreLittleEndianAndAPartKeepsItsNumbers)
 
     const Page<4, 8> part(page);
     EXPECT_EQ((part.word<8, std::uint32_t>()), 0xFBFAF9F8U);
-    EXPECT_EQ((part.field<8, std::uint32_t, 31, 0>()), 0xFBFAF9F8U);
-    EXPECT_EQ((part.field<8, std::uint32_t, 23, 16>()), 0xFA);
-    EXPECT_EQ((part.field<8, std::uint32_t, 18, 15>()), 0x5);  // ...1010 1...
-    EXPECT_EQ((part.field<9, std::uint8_t, 0, 0>()), 1);
-    EXPECT_TRUE((part.bit<8, 8>()));   // bit 0 of byte 9, F9h
-    EXPECT_FALSE((part.bit<8, 9>()));  // bit 1
+    EXPECT_EQ((part.bits<31, 0>()), 0xFBFAF9F8U);
+    EXPECT_EQ((part.bits<23, 16>()), 0xFA);
+    EXPECT_EQ((part.bits<18, 15>()), 0x5);  // ...1010 1...
+    EXPECT_TRUE(part.bit<8>());             // bit 0 of byte 9, F9h
+    EXPECT_FALSE(part.bit<9>());
     EXPECT_EQ((page.element<0, 4, 4>(3)[0]), 0xFC);
 }
 

@@ -29,7 +29,9 @@ BitTable::BitTable(const std::string& path, std::size_t pageBytes) : m_ByBit(pag
     }
     std::string line;
     std::string bytes;
+    std::string slot;
     std::string message;  // whose fields a line lists
+    std::size_t nested = 0;
     for (int number = 1; std::getline(file, line); ++number) {
         if (line.empty() || line.front() == '#') {
             continue;
@@ -38,7 +40,9 @@ BitTable::BitTable(const std::string& path, std::size_t pageBytes) : m_ByBit(pag
         BitField field;
         try {
             if (line.front() != ' ') {
-                words >> bytes >> message;
+                words >> bytes >> slot >> message;
+                nested = 0;
+                field.slot = slot == "-" ? 0 : std::stoul(slot);
                 if (!message.ends_with(':')) {
                     field.name = message;
                     words >> field.form;
@@ -49,6 +53,8 @@ BitTable::BitTable(const std::string& path, std::size_t pageBytes) : m_ByBit(pag
             }
             for (std::string bits, name; words >> bits >> name;) {
                 field.name = message + name;
+                field.slot = std::stoul(slot);
+                field.nested = ++nested;
                 Add(bytes + "." + bits, field);
             }
         } catch (const std::exception& failure) {
@@ -70,6 +76,7 @@ void BitTable::Add(const std::string& bytes, const BitField& field)
             one.name.replace(star, 3, "[" + std::to_string(state) + "]");
         }
         one.firstBit = lowByte * 8 + low + state * kPowerStateBits;
+        one.bits = high - low + 1;
         m_Fields.push_back(one);
         for (std::size_t bit = one.firstBit; bit <= one.firstBit + (high - low); ++bit) {
             if (std::exchange(m_ByBit.at(bit), m_Fields.size()) != 0) {
