@@ -174,7 +174,7 @@ private:
         field.set_unit(source->unit());
         field.set_source(PlaceText(*source, scope.base, scope.attribute.value_or(0)));
         for (const int rule : source->rule()) {
-            AddRule(field, static_cast<Rule>(rule));
+            AddRule(field, static_cast<SourceRule>(rule));
         }
         for (const Place& place : source->from()) {
             const RawContent raw = RawOf(m_Observations, place, scope);
@@ -200,7 +200,7 @@ private:
         }
     }
 
-    static void AddRule(FieldExplanation& field, Rule rule)
+    static void AddRule(FieldExplanation& field, SourceRule rule)
     {
         for (const RuleText& text : Sources().rule()) {
             if (text.rule() == rule) {

@@ -18,7 +18,7 @@ namespace win32 = platform::win32;
 constexpr std::uint32_t kReadWrite = platform::kGenericRead | platform::kGenericWrite;
 
 // Who was refused for want of rights.
-class AccessRule final : public Rule {
+class AccessRule final : public FindingRule {
     void Read(const Record& record, Notes& notes) override
     {
         if (const auto* open = record.As<call::Open>()) {
@@ -54,7 +54,7 @@ class AccessRule final : public Rule {
 };
 
 // The disk or letter whose failure ends a collection, and what a disk refuses.
-class DeviceRule final : public Rule {
+class DeviceRule final : public FindingRule {
     // Where a thread is: the full record of a disk begins when the walk has ended, and goes on over queries once it asked for a
     // size. Elsewhere a disk that cannot be opened ends nothing.
     enum class Place { Elsewhere, AfterWalk, InDiskRecord };
@@ -182,7 +182,7 @@ class DeviceRule final : public Rule {
 
 // An NVMe drive whose driver does not pass the protocol query. A RAID driver says the bus type of its controller (8) for every
 // drive, so such a drive is taken for NVMe only when it does not answer ATA either.
-class NvmeRule final : public Rule {
+class NvmeRule final : public FindingRule {
     struct Drive {
         platform::BusType busType = platform::BusType::Unknown;
         bool isAtaAsked = false;
@@ -279,8 +279,8 @@ class NvmeRule final : public Rule {
 
 }  // namespace
 
-std::unique_ptr<Rule> MakeAccessRule() { return std::make_unique<AccessRule>(); }
-std::unique_ptr<Rule> MakeDeviceRule() { return std::make_unique<DeviceRule>(); }
-std::unique_ptr<Rule> MakeNvmeRule() { return std::make_unique<NvmeRule>(); }
+std::unique_ptr<FindingRule> MakeAccessRule() { return std::make_unique<AccessRule>(); }
+std::unique_ptr<FindingRule> MakeDeviceRule() { return std::make_unique<DeviceRule>(); }
+std::unique_ptr<FindingRule> MakeNvmeRule() { return std::make_unique<NvmeRule>(); }
 
 }  // namespace orbis::insight

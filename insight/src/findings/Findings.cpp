@@ -12,7 +12,7 @@ namespace orbis::insight {
 
 class Findings::Passes {
 public:
-    std::vector<std::unique_ptr<Rule>> rules;
+    std::vector<std::unique_ptr<FindingRule>> rules;
     Notes notes;                           // of the pass that goes on
     std::map<Notes::Key, Finding> active;  // what holds after the passes that ended
 };

@@ -15,7 +15,7 @@ const std::vector<std::string> kOfEveryDisk{datatype::kDiskStatic, datatype::kDi
                                             datatype::kSmartDynamic};
 
 // The walk over the disk devices: whether it reached its end, and which drives it found.
-class WalkRule final : public Rule {
+class WalkRule final : public FindingRule {
     static constexpr const char* kWalk = "disk-walk-ended";
     static constexpr const char* kInstanceId = "instance-id-unreadable";
     static constexpr const char* kNumber = "drive-number-above-31";
@@ -122,7 +122,7 @@ class WalkRule final : public Rule {
 };
 
 // The records of Win32_DiskDrive, which give the item ids: rows that cannot be read, and disks that end up with the same id.
-class InventoryRule final : public Rule {
+class InventoryRule final : public FindingRule {
     static constexpr const char* kRow = "inventory-record-unreadable";
     static constexpr const char* kMissing = "inventory-record-missing";
     static constexpr const char* kShared = "item-id-shared";
@@ -231,7 +231,7 @@ class InventoryRule final : public Rule {
 
 // NVMe data of another device-query library than this project's: its requests do not pass the ports. A collection reads the
 // inventory and then asks for disks; one that reads the inventory and asks nothing has got its disks elsewhere.
-class LibraryRule final : public Rule {
+class LibraryRule final : public FindingRule {
     static constexpr const char* kKind = "foreign-device-query-library";
 
     void Read(const Record& record, Notes& notes) override
@@ -279,8 +279,8 @@ class LibraryRule final : public Rule {
 
 }  // namespace
 
-std::unique_ptr<Rule> MakeWalkRule() { return std::make_unique<WalkRule>(); }
-std::unique_ptr<Rule> MakeInventoryRule() { return std::make_unique<InventoryRule>(); }
-std::unique_ptr<Rule> MakeLibraryRule() { return std::make_unique<LibraryRule>(); }
+std::unique_ptr<FindingRule> MakeWalkRule() { return std::make_unique<WalkRule>(); }
+std::unique_ptr<FindingRule> MakeInventoryRule() { return std::make_unique<InventoryRule>(); }
+std::unique_ptr<FindingRule> MakeLibraryRule() { return std::make_unique<LibraryRule>(); }
 
 }  // namespace orbis::insight

@@ -33,19 +33,19 @@ public:
 };
 
 // One rule: looks at the calls in their order and notes what it finds. It keeps from pass to pass what it needs.
-class Rule {
+class FindingRule {
 public:
-    virtual ~Rule() = default;
+    virtual ~FindingRule() = default;
     virtual void Read(const Record& record, Notes& notes) = 0;
     virtual void EndPass(Notes& /*notes*/) {}
 };
 
-[[nodiscard]] std::unique_ptr<Rule> MakeAccessRule();
-[[nodiscard]] std::unique_ptr<Rule> MakeDeviceRule();
-[[nodiscard]] std::unique_ptr<Rule> MakeWalkRule();
-[[nodiscard]] std::unique_ptr<Rule> MakeNvmeRule();
-[[nodiscard]] std::unique_ptr<Rule> MakeInventoryRule();
-[[nodiscard]] std::unique_ptr<Rule> MakeLibraryRule();
+[[nodiscard]] std::unique_ptr<FindingRule> MakeAccessRule();
+[[nodiscard]] std::unique_ptr<FindingRule> MakeDeviceRule();
+[[nodiscard]] std::unique_ptr<FindingRule> MakeWalkRule();
+[[nodiscard]] std::unique_ptr<FindingRule> MakeNvmeRule();
+[[nodiscard]] std::unique_ptr<FindingRule> MakeInventoryRule();
+[[nodiscard]] std::unique_ptr<FindingRule> MakeLibraryRule();
 
 // Names of the datatypes.
 namespace datatype {

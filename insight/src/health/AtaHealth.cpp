@@ -102,7 +102,7 @@ void JudgeAgainstThreshold(const Attribute& attribute, std::size_t offset, std::
     if (!threshold || !attribute.HasValue() || attribute.value > *threshold) {
         return;
     }
-    judge.Say(attribute.isPreFailure ? Rule::AtaPreFailure : Rule::AtaOldAge,
+    judge.Say(attribute.isPreFailure ? HealthRuleId::AtaPreFailure : HealthRuleId::AtaOldAge,
               fmt::format("{} at {}, threshold {}", NameOf(attribute.id), attribute.value, *threshold),
               std::to_string(attribute.value), std::to_string(*threshold), fmt::format("SMART data byte {}", offset + 3));
 }
@@ -111,15 +111,15 @@ void JudgeEvents(const Attribute& attribute, std::size_t offset, DiskJudge& judg
 {
     struct Events {
         std::uint8_t id;
-        Rule rule;
+        HealthRuleId rule;
         const char* one;
         const char* many;
     };
     static constexpr std::array<Events, 4> kEvents{{
-        {5, Rule::AtaReallocated, "reallocated sector", "reallocated sectors"},
-        {187, Rule::AtaReportedUncorrectable, "reported uncorrectable error", "reported uncorrectable errors"},
-        {197, Rule::AtaPending, "pending sector", "pending sectors"},
-        {198, Rule::AtaOfflineUncorrectable, "offline uncorrectable sector", "offline uncorrectable sectors"},
+        {5, HealthRuleId::AtaReallocated, "reallocated sector", "reallocated sectors"},
+        {187, HealthRuleId::AtaReportedUncorrectable, "reported uncorrectable error", "reported uncorrectable errors"},
+        {197, HealthRuleId::AtaPending, "pending sector", "pending sectors"},
+        {198, HealthRuleId::AtaOfflineUncorrectable, "offline uncorrectable sector", "offline uncorrectable sectors"},
     }};
     for (const Events& events : kEvents) {
         if (events.id == attribute.id && attribute.Events() != 0) {

@@ -12,31 +12,31 @@ namespace {
 
 // Rules that need a rise, and the counter that has to rise.
 struct RisingRule {
-    Rule rule;
+    HealthRuleId rule;
     const char* counter;
     const char* text;
 };
 constexpr std::array<RisingRule, 4> kRisingRules{{
-    {Rule::AtaCrcErrors, "attribute.199.raw", "CRC errors"},
-    {Rule::NvmeUnsafeShutdowns, "unsafeShutdowns", "unsafe shutdowns"},
-    {Rule::NvmeWarningTemperatureTime, "warningTemperatureTime", "minutes above the warning temperature"},
-    {Rule::NvmeCriticalTemperatureTime, "criticalTemperatureTime", "minutes above the critical temperature"},
+    {HealthRuleId::AtaCrcErrors, "attribute.199.raw", "CRC errors"},
+    {HealthRuleId::NvmeUnsafeShutdowns, "unsafeShutdowns", "unsafe shutdowns"},
+    {HealthRuleId::NvmeWarningTemperatureTime, "warningTemperatureTime", "minutes above the warning temperature"},
+    {HealthRuleId::NvmeCriticalTemperatureTime, "criticalTemperatureTime", "minutes above the critical temperature"},
 }};
 
 // Rules that hold without a rise, and the counter whose rise is worth telling.
 struct CountedRule {
-    Rule rule;
+    HealthRuleId rule;
     const char* counter;
 };
 constexpr std::array<CountedRule, 8> kCountedRules{{
-    {Rule::NvmeMediaErrors, "mediaErrors"},
-    {Rule::NvmeUsed, "percentageUsed"},
-    {Rule::NvmeNearlyUsed, "percentageUsed"},
-    {Rule::MakerReservedBlocks, "reservedBlocksUsed"},
-    {Rule::AtaReallocated, "attribute.5.raw"},
-    {Rule::AtaReportedUncorrectable, "attribute.187.raw"},
-    {Rule::AtaPending, "attribute.197.raw"},
-    {Rule::AtaOfflineUncorrectable, "attribute.198.raw"},
+    {HealthRuleId::NvmeMediaErrors, "mediaErrors"},
+    {HealthRuleId::NvmeUsed, "percentageUsed"},
+    {HealthRuleId::NvmeNearlyUsed, "percentageUsed"},
+    {HealthRuleId::MakerReservedBlocks, "reservedBlocksUsed"},
+    {HealthRuleId::AtaReallocated, "attribute.5.raw"},
+    {HealthRuleId::AtaReportedUncorrectable, "attribute.187.raw"},
+    {HealthRuleId::AtaPending, "attribute.197.raw"},
+    {HealthRuleId::AtaOfflineUncorrectable, "attribute.198.raw"},
 }};
 
 // Counters that never fall on one and the same drive.

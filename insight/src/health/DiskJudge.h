@@ -15,7 +15,7 @@ public:
     explicit DiskJudge(DiskHealth& disk) noexcept : m_Disk(disk) {}
 
     // `value` and `threshold` are decimal, or empty when the rule has none.
-    void Say(Rule rule, std::string text, std::string value, std::string threshold, std::string_view source)
+    void Say(HealthRuleId rule, std::string text, std::string value, std::string threshold, std::string_view source)
     {
         Add(RuleOf(rule).level, RuleOf(rule).name, std::move(text), std::move(value), std::move(threshold), source);
     }

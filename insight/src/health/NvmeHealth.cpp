@@ -30,16 +30,16 @@ void JudgeCriticalWarning(std::span<const std::uint8_t> log, DiskJudge& judge)
 {
     struct Bit {
         std::uint32_t bit;
-        Rule rule;
+        HealthRuleId rule;
         const char* text;
     };
     static constexpr std::array<Bit, 6> kBits{{
-        {0, Rule::NvmeSpareWarning, "spare below its threshold"},
-        {1, Rule::NvmeTemperatureWarning, "temperature beyond a limit"},
-        {2, Rule::NvmeReliability, "reliability degraded"},
-        {3, Rule::NvmeReadOnly, "read only"},
-        {4, Rule::NvmeBackup, "volatile memory backup failed"},
-        {5, Rule::NvmePersistentMemory, "persistent memory region unreliable"},
+        {0, HealthRuleId::NvmeSpareWarning, "spare below its threshold"},
+        {1, HealthRuleId::NvmeTemperatureWarning, "temperature beyond a limit"},
+        {2, HealthRuleId::NvmeReliability, "reliability degraded"},
+        {3, HealthRuleId::NvmeReadOnly, "read only"},
+        {4, HealthRuleId::NvmeBackup, "volatile memory backup failed"},
+        {5, HealthRuleId::NvmePersistentMemory, "persistent memory region unreliable"},
     }};
     for (const Bit& bit : kBits) {
         if ((log[0] >> bit.bit & 1U) != 0) {
@@ -52,7 +52,7 @@ void JudgeCriticalWarning(std::span<const std::uint8_t> log, DiskJudge& judge)
          {3, "an endurance group is read only"}}};
     for (const auto& [bit, text] : kGroup) {
         if ((log[6] >> bit & 1U) != 0) {
-            judge.Say(Rule::NvmeEnduranceGroup, text, {}, {}, fmt::format("{} byte 6 bit {}", kLog, bit));
+            judge.Say(HealthRuleId::NvmeEnduranceGroup, text, {}, {}, fmt::format("{} byte 6 bit {}", kLog, bit));
         }
     }
 }
@@ -75,7 +75,7 @@ void JudgeTemperature(std::span<const std::uint8_t> log, const PageAnswer& ident
     }
     judge.Count("warningTemperature", std::to_string(warning - kZeroCelsius), "Cel");
     if (kelvin >= warning) {
-        judge.Say(Rule::NvmeTemperature,
+        judge.Say(HealthRuleId::NvmeTemperature,
                   fmt::format("{} \u00B0C, warning at {} \u00B0C", kelvin - kZeroCelsius, warning - kZeroCelsius),
                   std::to_string(kelvin - kZeroCelsius), std::to_string(warning - kZeroCelsius),
                   Source(1, 2) + ", Identify bytes 266-267");
@@ -91,12 +91,12 @@ void JudgeWear(std::span<const std::uint8_t> log, DiskJudge& judge)
     judge.Count("availableSpareThreshold", std::to_string(threshold), "%");
     judge.Count("percentageUsed", std::to_string(used), "%");
     if (spare < threshold) {
-        judge.Say(Rule::NvmeSpare, fmt::format("spare {} %, threshold {} %", spare, threshold), std::to_string(spare),
+        judge.Say(HealthRuleId::NvmeSpare, fmt::format("spare {} %, threshold {} %", spare, threshold), std::to_string(spare),
                   std::to_string(threshold), Source(3, 4));
     }
     if (used >= 90) {
         // 255 stands for everything above 254.
-        judge.Say(used >= 100 ? Rule::NvmeUsed : Rule::NvmeNearlyUsed,
+        judge.Say(used >= 100 ? HealthRuleId::NvmeUsed : HealthRuleId::NvmeNearlyUsed,
                   fmt::format("{}{} % used", used, used == 255 ? " or more" : ""), std::to_string(used), used >= 100 ? "100" : "90",
                   Source(5, 5));
     }
@@ -126,7 +126,7 @@ void JudgeCounters(std::span<const std::uint8_t> log, DiskJudge& judge)
         const auto bytes = log.subspan(counter.offset).first<16>();
         std::string value = Unsigned128::FromLittleEndian(bytes).ToDecimal();
         if (counter.offset == 160 && value != "0") {
-            judge.Say(Rule::NvmeMediaErrors, "media errors " + value, value, "0", Source(160, 175));
+            judge.Say(HealthRuleId::NvmeMediaErrors, "media errors " + value, value, "0", Source(160, 175));
         }
         judge.Count(counter.name, std::move(value), counter.unit);
     }
@@ -146,7 +146,7 @@ void JudgeReservedBlocks(std::span<const std::uint8_t, kLogSize> bytes, DiskJudg
     judge.Count("reservedBlocksUsed", std::to_string(used));
     judge.Count("reservedBlocks", std::to_string(all));
     if (std::uint64_t{used} * 10 >= std::uint64_t{all} * 9) {
-        judge.Say(Rule::MakerReservedBlocks, fmt::format("{} of {} reserved blocks used", used, all), std::to_string(used),
+        judge.Say(HealthRuleId::MakerReservedBlocks, fmt::format("{} of {} reserved blocks used", used, all), std::to_string(used),
                   std::to_string(all), "maker's health log");
     }
 }

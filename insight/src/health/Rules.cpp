@@ -13,7 +13,7 @@ constexpr std::string_view kHealthLog = "NVMe 1.4, figure 194 (SMART / Health In
 constexpr std::string_view kSmart = "SFF-8035i (SMART attributes and thresholds)";
 constexpr std::string_view kCustom = "no standard; the drive makers' common use of the attribute";
 
-constexpr std::array<HealthRule, static_cast<std::size_t>(Rule::Count)> kRules{{
+constexpr std::array<HealthRule, static_cast<std::size_t>(HealthRuleId::Count)> kRules{{
     {"nvme.spare-warning", FAIL, kAlways, "critical warning, bit 0",
      "the controller says that its spare has fallen below the threshold", kHealthLog},
     {"nvme.spare", FAIL, kAlways, "available spare below its threshold",
@@ -60,7 +60,7 @@ constexpr std::array<HealthRule, static_cast<std::size_t>(Rule::Count)> kRules{{
 
 }  // namespace
 
-const HealthRule& RuleOf(Rule rule) noexcept { return kRules[static_cast<std::size_t>(rule)]; }
+const HealthRule& RuleOf(HealthRuleId rule) noexcept { return kRules[static_cast<std::size_t>(rule)]; }
 
 std::span<const HealthRule> HealthRules() noexcept { return kRules; }
 

@@ -7,7 +7,7 @@
 namespace orbis::insight {
 
 // The rules in the order of the table.
-enum class Rule : std::size_t {
+enum class HealthRuleId : std::size_t {
     NvmeSpareWarning,
     NvmeSpare,
     NvmeReliability,
@@ -34,6 +34,6 @@ enum class Rule : std::size_t {
     Count,
 };
 
-[[nodiscard]] const HealthRule& RuleOf(Rule rule) noexcept;
+[[nodiscard]] const HealthRule& RuleOf(HealthRuleId rule) noexcept;
 
 }  // namespace orbis::insight
