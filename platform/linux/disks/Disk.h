@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -46,9 +47,12 @@ struct Disk {
     bool isRemovable = false;
     std::vector<Partition> partitions;  // by number
 
-    // Given by the inventory.
+    // Given by the inventory. The number is this disk's as long as somebody holds `lease`.
     std::uint32_t number = 0;
     std::string instanceId;
+    std::shared_ptr<const void> lease;
+
+    [[nodiscard]] bool HasMedium() const noexcept { return bytes != 0; }
 };
 
 // Reads the disk of that kernel name. Nothing when it is no physical disk (loop, RAM, device-mapper, md, optical, floppy, network

@@ -1,7 +1,7 @@
 #include "linux/disks/Inventory.h"
 
 #include <algorithm>
-#include <charconv>
+#include <iterator>
 #include <utility>
 
 #include "emulated/CaseFolding.h"
@@ -75,6 +75,7 @@ Inventory::Walk Inventory::Look()
         }
     }
     const std::scoped_lock lock(m_Lock);
+    m_LastWalk.reset();  // it holds the numbers of disks that are gone
     Number(disks);
     std::ranges::sort(disks, {}, &Disk::number);
     m_LastWalk = std::make_shared<const std::vector<Disk>>(std::move(disks));
@@ -82,7 +83,12 @@ Inventory::Walk Inventory::Look()
     return m_LastWalk;
 }
 
-std::vector<Disk> Inventory::Disks() { return *Look(); }
+std::vector<Disk> Inventory::Disks()
+{
+    std::vector<Disk> disks;
+    std::ranges::copy_if(*Look(), std::back_inserter(disks), &Disk::HasMedium);
+    return disks;
+}
 
 std::optional<Disk> Inventory::Find(std::uint32_t number)
 {
@@ -103,42 +109,54 @@ std::optional<Disk> Inventory::FindByInterfacePath(std::string_view path)
 void Inventory::Number(std::vector<Disk>& disks)
 {
     std::vector<bool> taken(m_Known.size(), false);
-    std::vector<std::string> identities;
     std::vector<bool> numbered(disks.size(), false);
-    // Disks that stayed where they were come first, so that a newcomer of the same identity cannot take their numbers.
-    for (std::size_t i = 0; i < disks.size(); ++i) {
-        identities.push_back(InstanceIdOf(disks[i]));
-        for (std::size_t known = 0; known < m_Known.size() && !numbered[i]; ++known) {
-            if (!taken[known] && m_Known[known].name == disks[i].name && m_Known[known].identity == identities[i]) {
-                disks[i].number = static_cast<std::uint32_t>(known);
-                taken[known] = true;
-                numbered[i] = true;
+    std::vector<std::string> identities;
+    std::ranges::transform(disks, std::back_inserter(identities), InstanceIdOf);
+    const auto give = [&](std::size_t index, std::size_t number) {
+        Disk& disk = disks[index];
+        disk.number = static_cast<std::uint32_t>(number);
+        disk.lease = m_Known[number].lease;
+        disk.instanceId = m_Known[number].instanceId;
+        m_Known[number].name = disk.name;
+        taken[number] = true;
+        numbered[index] = true;
+    };
+    // Disks that stayed where they were come first, so that a newcomer of the same identity cannot take their numbers; then those
+    // that were plugged in again, under another kernel name.
+    for (const bool sameName : {true, false}) {
+        for (std::size_t i = 0; i < disks.size(); ++i) {
+            for (std::size_t known = 0; known < m_Known.size() && !numbered[i]; ++known) {
+                if (!taken[known] && m_Known[known].identity == identities[i] &&
+                    (!sameName || m_Known[known].name == disks[i].name)) {
+                    give(i, known);
+                }
             }
         }
     }
     for (std::size_t i = 0; i < disks.size(); ++i) {
         if (!numbered[i]) {
-            disks[i].number = NumberOf(disks[i], identities[i], taken);
+            give(i, NewNumber(disks[i], identities[i], taken));
         }
-        disks[i].instanceId = m_Known[disks[i].number].instanceId;
     }
 }
 
-std::uint32_t Inventory::NumberOf(const Disk& disk, const std::string& identity, std::vector<bool>& taken)
+std::size_t Inventory::NewNumber(const Disk& disk, const std::string& identity, std::vector<bool>& taken)
 {
-    for (std::size_t known = 0; known < m_Known.size(); ++known) {
-        if (!taken[known] && m_Known[known].identity == identity) {
-            // The same disk under another kernel name: plugged in again.
-            m_Known[known].name = disk.name;
-            taken[known] = true;
-            return static_cast<std::uint32_t>(known);
+    const bool isDouble = std::ranges::any_of(m_Known, [&](const Known& known) { return known.instanceId == identity; });
+    std::size_t number = m_Known.size();
+    // Callers keep a set of drives in 32 bits. Up to there a disk that is gone keeps its number, in case it comes back.
+    if (constexpr std::size_t kNumbersInAMask = 32; number >= kNumbersInAMask) {
+        for (std::size_t known = m_Known.size(); known-- > 0;) {
+            number = !taken[known] && m_Known[known].lease.use_count() == 1 ? known : number;
         }
     }
-    const bool isDouble = std::ranges::any_of(m_Known, [&](const Known& known) { return known.instanceId == identity; });
+    if (number == m_Known.size()) {
+        m_Known.emplace_back();
+        taken.push_back(false);
+    }
     // Makers who give every unit the same serial number exist, and so do disks with two paths to them.
-    m_Known.push_back({disk.name, identity, isDouble ? identity + "&" + SlotDigits(disk) : identity});
-    taken.push_back(true);
-    return static_cast<std::uint32_t>(m_Known.size() - 1);
+    m_Known[number] = {disk.name, identity, isDouble ? identity + "&" + SlotDigits(disk) : identity, std::make_shared<int>()};
+    return number;
 }
 
 }  // namespace orbis::platform::linux_system

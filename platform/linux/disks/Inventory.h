@@ -13,14 +13,16 @@
 
 namespace orbis::platform::linux_system {
 
-// The machine's physical disks in the one order that every port shares. A disk keeps its drive number for the life of this object,
-// and no other disk ever gets it; a disk that comes later gets the next number. The disks of the first look are numbered by kernel
-// name, numbers in names counted as such (nvme0n1, nvme10n1, sda, sdb, sdaa). Safe to use from several threads.
+// The machine's physical disks in the one order that every port shares. The disks of the first look are numbered by kernel name,
+// numbers in names counted as such (nvme0n1, nvme10n1, sda, sdb, sdaa); a disk that comes later gets the next number. A disk keeps
+// its number while it is there and gets it back when it returns. From the 33rd on, a newcomer gets the first number of a disk that
+// is gone and to which nothing refers. Safe to use from several threads.
 class Inventory {
 public:
     explicit Inventory(Roots roots) : m_Roots(std::move(roots)) {}
 
-    // All disks present now, by ascending number.
+    // All disks present now, by ascending number. A drive without a medium (an empty card reader) has a number and can be found,
+    // but is no disk to list.
     [[nodiscard]] std::vector<Disk> Disks();
     [[nodiscard]] std::optional<Disk> Find(std::uint32_t number);
     [[nodiscard]] std::optional<Disk> FindByName(std::string_view name);
@@ -33,6 +35,7 @@ private:
         std::string name;        // where it was last
         std::string identity;    // instance id that its own texts give
         std::string instanceId;  // the same, or with its slot when another disk had it first
+        std::shared_ptr<const void> lease;
     };
 
     // A walk through sysfs takes hundreds of system calls, and a collection asks for disks dozens of times: what one walk found
@@ -40,7 +43,7 @@ private:
     using Walk = std::shared_ptr<const std::vector<Disk>>;
     [[nodiscard]] Walk Look();
     void Number(std::vector<Disk>& disks);  // under the lock
-    [[nodiscard]] std::uint32_t NumberOf(const Disk& disk, const std::string& identity, std::vector<bool>& taken);
+    [[nodiscard]] std::size_t NewNumber(const Disk& disk, const std::string& identity, std::vector<bool>& taken);
 
     const Roots m_Roots;
     std::mutex m_Lock;

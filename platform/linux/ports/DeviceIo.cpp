@@ -172,6 +172,9 @@ DeviceIo::Opened DeviceIo::OpenPath(const std::string& path, std::uint32_t /*acc
     if (!target) {
         return {win32::kFileNotFound, nullptr};
     }
+    if (!target->disk.HasMedium()) {
+        return {win32::kNotReady, nullptr};
+    }
     auto device = std::make_shared<BlockDevice>(m_Machine, std::move(*target));
     const Win32Error refusal = device->Refusal();
     return {refusal == win32::kAccessDenied ? win32::kSuccess : refusal, std::move(device)};

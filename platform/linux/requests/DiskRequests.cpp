@@ -34,9 +34,6 @@ Win32Error GetDeviceNumber(const Target& target, ControlBuffers& buffers)
 Win32Error GetDriveGeometry(const Target& target, ControlBuffers& buffers)
 {
     const Disk& disk = target.disk;
-    if (disk.bytes == 0) {
-        return win32::kNotReady;
-    }
     return buffers.AnswerWhole(emulated::LargeDiskGeometry(disk.bytes, disk.bytesPerSector, disk.isRemovable));
 }
 

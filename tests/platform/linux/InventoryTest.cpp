@@ -120,9 +120,8 @@ TEST(LinuxInventory, GeometryIsThatOfLargeDisksAndDescriptorTextsAreInBounds)
     EXPECT_EQ(start.As<std::uint32_t>(4), whole.bytes.size()) << "a short buffer learns the size";
 }
 
-// Numbers are for the life of the process: they are neither moved nor given to another disk. Every event of the kernel's is noticed
-// at once.
-TEST(LinuxInventory, NumbersStayAndAreNeverReused)
+// Every event of the kernel's is noticed at once.
+TEST(LinuxInventory, NumbersStayAndWaitForTheirDisk)
 {
     CapturedTree tree("sys/kernel/uevent_seqnum = 1000\n" +
                       ScsiDiskLines("sda", "pci0/ata1/host0/0:0:0:0", "FIRST", "S1", 1 << 30) +
@@ -154,6 +153,41 @@ TEST(LinuxInventory, NumbersStayAndAreNeverReused)
     EXPECT_EQ(now.at(R"(USBSTOR\DISK&VEN_ACME&PROD_NEWCOMER\S9&0)"), 4U);
     EXPECT_EQ(now.at(R"(SCSI\DISK&VEN_ACME&PROD_SECOND\S2&0)"), 1U);
     EXPECT_EQ(now.size(), 5U);
+}
+
+// Drive masks have 32 bits: whoever comes after so many disks must fit.
+TEST(LinuxInventory, NumbersOfDisksThatAreGoneAreGivenAgainPastTheMask)
+{
+    CapturedTree tree("sys/kernel/uevent_seqnum = 1000\n" + ScsiDiskLines("sda", "pci0/ata1/host0/0:0:0:0", "STAYS", "S", 1 << 30));
+    linux_system::Platform machine(tree.Roots());
+    DeviceHandle held;
+    std::map<std::string, std::uint32_t> numbers;
+    for (int stick = 1; stick <= 34; ++stick) {
+        tree.Add(ScsiDiskLines("sdb", "pci0/usb1/1-1/host9/9:0:0:0", "STICK", "U" + std::to_string(stick), 1 << 30));
+        tree.Write("sys/kernel/uevent_seqnum", std::to_string(1000 + stick) + "\n");
+        numbers = NumbersById(machine);
+        if (stick == 1) {
+            held = OpenDevice(machine.DeviceIoPort(), DrivePath(1));
+        }
+        tree.Remove("sys/block/sdb");
+    }
+    EXPECT_TRUE(held.IsValid());
+    EXPECT_EQ(numbers.at(R"(SCSI\DISK&VEN_ACME&PROD_STAYS\S&0)"), 0U);
+    EXPECT_EQ(numbers.at(R"(USBSTOR\DISK&VEN_ACME&PROD_STICK\U34&0)"), 2U) << "1 is held open";
+}
+
+TEST(LinuxInventory, ADriveWithoutAMediumIsNotListed)
+{
+    CapturedTree tree("sys/kernel/uevent_seqnum = 1000\n" + ScsiDiskLines("sda", "pci0/usb1/1-1/host9/9:0:0:0", "READER", "R", 0) +
+                      ScsiDiskLines("sdb", "pci0/ata1/host0/0:0:0:0", "DISK", "D", 1 << 30));
+    linux_system::Platform machine(tree.Roots());
+    EXPECT_EQ(NumbersById(machine), (std::map<std::string, std::uint32_t>{{R"(SCSI\DISK&VEN_ACME&PROD_DISK\D&0)", 1U}}));
+    EXPECT_EQ(WalkDisks(machine.SetupPort()).size(), 1U);
+    EXPECT_FALSE(OpenDevice(machine.DeviceIoPort(), DrivePath(0)).IsValid());
+    EXPECT_EQ(machine.DeviceIoPort().LastError(), win32::kNotReady);
+    tree.Write("sys/block/sda/size", "2048\n");
+    tree.Write("sys/kernel/uevent_seqnum", "1001\n");
+    EXPECT_EQ(NumbersById(machine).size(), 2U) << "a card was put in";
 }
 
 // Enclosures with one serial number for all of their kind, and disks with two paths to them.
