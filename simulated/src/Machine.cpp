@@ -31,10 +31,12 @@ std::ostream& operator<<(std::ostream& out, const OpenCounts& open)
 }
 
 Machine::Machine(const description::Machine& description)
-{
-    ThrowFirstError(CheckDescription(description, nullptr, "machine"));
-    m_State = std::make_unique<MachineState>(description);
-}
+    : Machine((ThrowFirstError(CheckDescription(description, nullptr, "machine")), Checked{}), description)
+{}
+
+Machine::Machine(Checked /*checked*/, const description::Machine& description)
+    : m_State(std::make_unique<MachineState>(description))
+{}
 
 Machine::~Machine() = default;
 

@@ -172,7 +172,8 @@ void ThrowFirstError(const std::vector<Finding>& findings)
 
 std::unique_ptr<Machine> ParseMachine(std::string_view text, const std::string& name)
 {
-    return std::make_unique<Machine>(ParseValid(text, name)->machine);
+    // Not made by make_unique: the description has been checked, with its places, and is not checked again.
+    return std::unique_ptr<Machine>(new Machine(Machine::Checked{}, ParseValid(text, name)->machine));
 }
 
 std::unique_ptr<Machine> LoadMachineFile(const std::string& path) { return ParseMachine(ReadFile(path), path); }

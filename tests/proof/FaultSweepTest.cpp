@@ -10,13 +10,14 @@
 #include <vector>
 
 #include <fmt/format.h>
+#include <google/protobuf/text_format.h>
 #include <gtest/gtest.h>
 
 #include "Difference.h"
 #include "FaultTable.h"
 #include "Places.h"
 #include "orbis/datatypes/physical_disk.pb.h"
-#include "simulated/MachineFile.h"
+#include "orbis/simulated/machine.pb.h"
 
 namespace orbis::proof {
 namespace {
@@ -24,6 +25,7 @@ namespace {
 namespace datatypes = ::veyra::orbis::datatypes;
 using simulated::CountedCall;
 using simulated::FaultKind;
+namespace description = simulated::description;
 
 constexpr std::array kKindNames{"an error", "short data", "nothing", "out of memory"};
 
@@ -34,31 +36,46 @@ enum class Alike {
     ButNumber,  // and the numbers in the subject aside: of all disks, one
 };
 
-struct SweptMachine {
+// A machine on which a datatype is collected: an example, and what is added to it.
+struct Swept {
+    Datatype datatype;
     std::string name;
-    std::string text;
+    std::string example;
     Alike alike;
+    std::string_view addition = "";
     std::string_view places = "";  // only these, by their beginning
+
+    // A printer of its own: the bytes of the object would make another test name in every process.
+    friend std::ostream& operator<<(std::ostream& out, const Swept& swept)
+    {
+        return out << NameOf(swept.datatype) << " on " << swept.name;
+    }
 };
 
 // The activity collection has more to lose: instances that cannot be listed, and a disk that is plugged in.
-std::vector<SweptMachine> MachinesFor(Datatype datatype)
+std::vector<Swept> EverySwept()
 {
-    const std::string laptop = MachineText("laptop-arm64");
-    std::vector<SweptMachine> machines{{"empty", MachineText("empty"), Alike::None},
-                                       {"laptop", laptop, Alike::None},
-                                       {"workstation", MachineText("workstation"), Alike::InSubject},
-                                       {"hostile", MachineText("hostile"), Alike::ButNumber}};
-    if (datatype == Datatype::Dynamic) {
-        machines.push_back({"laptop without counters", laptop + R"pb(
-                                counter_object { name: "PhysicalDisk" instances_error: 0xC0000BB8 })pb",
-                            Alike::None, "construction: Win32_"});
-        machines.push_back(
-            {"laptop with a late disk", laptop + R"pb(
-                 disk { number: 1 kind: NVME model: "Late" serial: "L" firmware: "1" size: 256060514304 arrives_at: 1 })pb",
-             Alike::None, "counters"});
+    std::vector<Swept> all;
+    for (const Datatype datatype : kDatatypes) {
+        all.push_back({datatype, "empty", "empty", Alike::None});
+        all.push_back({datatype, "laptop", "laptop-arm64", Alike::None});
+        all.push_back({datatype, "workstation", "workstation", Alike::InSubject});
+        all.push_back({datatype, "hostile", "hostile", Alike::ButNumber});
     }
-    return machines;
+    all.push_back({Datatype::Dynamic, "laptop without counters", "laptop-arm64", Alike::None,
+                   R"pb(counter_object { name: "PhysicalDisk" instances_error: 0xC0000BB8 })pb", "construction: Win32_"});
+    all.push_back({Datatype::Dynamic, "laptop with a late disk", "laptop-arm64", Alike::None,
+                   R"pb(disk { number: 1 kind: NVME model: "Late" serial: "L" firmware: "1" size: 256060514304 arrives_at: 1 })pb",
+                   "counters"});
+    return all;
+}
+
+description::Machine DescriptionOf(const Swept& swept)
+{
+    description::Machine description;
+    EXPECT_TRUE(
+        google::protobuf::TextFormat::ParseFromString(MachineText(swept.example) + std::string(swept.addition), &description));
+    return description;
 }
 
 // Without the numbers of the activity: they depend on how many samples were taken before, each of which moves the machine's clock.
@@ -92,9 +109,9 @@ struct Consequence {
 // A machine, and two collections in a row without a fault on it.
 class Sweep {
 public:
-    Sweep(Datatype datatype, const SweptMachine& machine) : m_Datatype(datatype), m_Machine(machine)
+    explicit Sweep(const Swept& swept) : m_Datatype(swept.datatype), m_Swept(swept), m_Description(DescriptionOf(swept))
     {
-        PluginOnMachine plugin(simulated::ParseMachine(m_Machine.text));
+        PluginOnMachine plugin(std::make_unique<simulated::Machine>(m_Description));
         plugin.Machine().KeepJournal(true);
         plugin.Construct();
         m_Constructed = plugin.Faults().Calls().size();
@@ -110,7 +127,7 @@ public:
     {
         std::map<std::string, std::vector<std::size_t>> alike;
         for (std::size_t call = m_Datatype == Datatype::Dynamic ? 0 : m_Constructed; call < m_Calls.size(); ++call) {
-            if (m_Places[call].starts_with(m_Machine.places)) {
+            if (m_Places[call].starts_with(m_Swept.places)) {
                 alike[KeyOf(call)].push_back(call);
             }
         }
@@ -131,7 +148,7 @@ public:
 
     [[nodiscard]] Consequence Fail(std::size_t call, FaultKind kind) const
     {
-        PluginOnMachine plugin(simulated::ParseMachine(m_Machine.text));
+        PluginOnMachine plugin(std::make_unique<simulated::Machine>(m_Description));
         plugin.Faults().FailAt(call, kind);
         plugin.Construct();
         Consequence consequence;
@@ -155,19 +172,20 @@ private:
 
     [[nodiscard]] std::string KeyOf(std::size_t call) const
     {
-        if (m_Machine.alike == Alike::None) {
+        if (m_Swept.alike == Alike::None) {
             return std::to_string(call);
         }
         const std::string& operation = m_Calls[call].operation;
         std::string key = m_Places[call] + operation + SubjectOf(call);
-        if (m_Machine.alike == Alike::ButNumber || operation == "Wmi::ArrayElement" || operation.starts_with("Setup::Enum")) {
+        if (m_Swept.alike == Alike::ButNumber || operation == "Wmi::ArrayElement" || operation.starts_with("Setup::Enum")) {
             std::erase_if(key, [](char character) { return character >= '0' && character <= '9'; });
         }
         return key;
     }
 
     Datatype m_Datatype;
-    const SweptMachine& m_Machine;
+    const Swept& m_Swept;
+    description::Machine m_Description;
     std::size_t m_Constructed = 0;
     std::vector<CountedCall> m_Calls;
     std::vector<std::string> m_Places;
@@ -175,61 +193,77 @@ private:
     Outcome m_Second;
 };
 
-class FaultSweep : public ::testing::TestWithParam<Datatype> {
-protected:
-    // Holds what a fault led to against the table; empty when all is well.
-    std::string Judge(const Fault& fault, const Consequence& consequence)
-    {
-        const auto expected = m_Table.Find(fault);
-        if (!expected) {
-            return "is not in the table, and led to: " + consequence.outcome;
-        }
-        if (!Matches(expected->pattern, consequence.outcome)) {
-            return fmt::format("led to: {}\n  expected: {}", consequence.outcome, expected->pattern);
-        }
-        m_Unused.erase(expected->row);
-        if (!Matches(expected->after, consequence.after)) {
-            return fmt::format("led afterwards to: {}\n  expected: {}", consequence.after, expected->after);
-        }
-        // COM is uninitialised even where it was not initialised; a host that called from a single-threaded apartment loses its
-        // own.
-        const bool isImbalance = fault.call == "Wmi::InitializeCom" && fault.kind == FaultKind::Error;
-        const std::string_view open = isImbalance ? "open: -1 COM initialisations" : PluginOnMachine::kNothingOpen;
-        return consequence.open == open ? "" : "left " + consequence.open;
-    }
+const FaultTable& Table()
+{
+    static const FaultTable kTable{"testdata/fault_outcomes.txt"};
+    return kTable;
+}
 
-    FaultTable m_Table{"testdata/fault_outcomes.txt"};
-    std::map<std::size_t, std::string> m_Unused = m_Table.RowsFor(GetParam());
-};
+// Holds what a fault led to against the table; empty when all is well.
+std::string Judge(const Fault& fault, const Consequence& consequence)
+{
+    const auto expected = Table().Find(fault);
+    if (!expected) {
+        return "is not in the table, and led to: " + consequence.outcome;
+    }
+    if (!Matches(expected->pattern, consequence.outcome)) {
+        return fmt::format("led to: {}\n  expected: {}", consequence.outcome, expected->pattern);
+    }
+    if (!Matches(expected->after, consequence.after)) {
+        return fmt::format("led afterwards to: {}\n  expected: {}", consequence.after, expected->after);
+    }
+    // COM is uninitialised even where it was not initialised; a host that called from a single-threaded apartment loses its own.
+    const bool isImbalance = fault.call == "Wmi::InitializeCom" && fault.kind == FaultKind::Error;
+    const std::string_view open = isImbalance ? "open: -1 COM initialisations" : PluginOnMachine::kNothingOpen;
+    return consequence.open == open ? "" : "left " + consequence.open;
+}
+
+class FaultSweep : public ::testing::TestWithParam<Swept> {};
 
 TEST_P(FaultSweep, EveryFailureHasItsDocumentedOutcome)
 {
-    std::size_t calls = 0;
+    const Sweep sweep(GetParam());
     std::size_t faults = 0;
-    for (const SweptMachine& machine : MachinesFor(GetParam())) {
-        const Sweep sweep(GetParam(), machine);
-        calls += sweep.CallCount();
+    for (const std::size_t call : sweep.CallsToFail()) {
+        for (const FaultKind kind : sweep.Call(call).kinds) {
+            const Fault fault = sweep.FaultAt(call, kind);
+            EXPECT_EQ(Judge(fault, sweep.Fail(call, kind)), "")
+                << fault.place << ": " << fault.call << " with " << kKindNames[static_cast<std::size_t>(kind)];
+            ++faults;
+        }
+    }
+    std::cout << "fault sweep, " << NameOf(GetParam().datatype) << ", " << GetParam().name << ": " << faults << " faults at "
+              << sweep.CallCount() << " calls\n";
+}
+
+INSTANTIATE_TEST_SUITE_P(Collections, FaultSweep, ::testing::ValuesIn(EverySwept()), [](const auto& swept) {
+    std::string name = fmt::format("{} {}", NameOf(swept.param.datatype), swept.param.name);
+    std::replace(name.begin(), name.end(), ' ', '_');
+    return name;
+});
+
+TEST(FaultSweepTable, EveryRowIsOfAFault)
+{
+    std::map<Datatype, std::map<std::size_t, std::string>> unused;
+    for (const Datatype datatype : kDatatypes) {
+        unused[datatype] = Table().RowsFor(datatype);
+    }
+    for (const Swept& swept : EverySwept()) {
+        const Sweep sweep(swept);
         for (const std::size_t call : sweep.CallsToFail()) {
             for (const FaultKind kind : sweep.Call(call).kinds) {
-                const Fault fault = sweep.FaultAt(call, kind);
-                const std::string wrong = Judge(fault, sweep.Fail(call, kind));
-                EXPECT_EQ(wrong, "") << machine.name << ", " << fault.place << ": " << fault.call << " with "
-                                     << kKindNames[static_cast<std::size_t>(kind)];
-                ++faults;
+                if (const auto expected = Table().Find(sweep.FaultAt(call, kind))) {
+                    unused[swept.datatype].erase(expected->row);
+                }
             }
         }
     }
-    for (const auto& [row, text] : m_Unused) {
-        ADD_FAILURE() << "no fault needs the row " << text;
+    for (const auto& [datatype, rows] : unused) {
+        for (const auto& [row, text] : rows) {
+            ADD_FAILURE() << NameOf(datatype) << ": no fault needs the row " << text;
+        }
     }
-    std::cout << "fault sweep, " << NameOf(GetParam()) << ": " << faults << " faults at " << calls << " calls\n";
 }
-
-INSTANTIATE_TEST_SUITE_P(Collections, FaultSweep, ::testing::ValuesIn(kDatatypes), [](const auto& datatype) {
-    std::string name(NameOf(datatype.param));
-    std::erase(name, ' ');
-    return name;
-});
 
 }  // namespace
 }  // namespace orbis::proof

@@ -5,6 +5,7 @@
 #include <iosfwd>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/Platform.h"
@@ -16,6 +17,9 @@ namespace description {
 class Machine;  // orbis/simulated/machine.pb.h
 }
 class MachineState;
+class Machine;
+// See MachineFile.h.
+[[nodiscard]] ORBIS_SIMULATED_EXPORT std::unique_ptr<Machine> ParseMachine(std::string_view text, const std::string& name);
 
 // What the users of a machine hold at a moment. All of it is zero on a fresh machine and after every balanced use.
 struct OpenCounts {
@@ -80,6 +84,10 @@ public:
     void AdvanceClock(std::chrono::nanoseconds time);
 
 private:
+    friend std::unique_ptr<Machine> ParseMachine(std::string_view text, const std::string& name);
+    struct Checked {};  // the description was found to be without error
+    Machine(Checked checked, const description::Machine& description);
+
     std::unique_ptr<MachineState> m_State;
 };
 
