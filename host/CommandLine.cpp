@@ -13,9 +13,9 @@
 #include "Commands.h"
 #include "HostBorder/PluginHost.h"
 #include "Say.h"
+#include "SimulatedMachine.h"
 #include "Suggest.h"
 #include "Version.h"
-#include "simulated/MachineFile.h"
 
 namespace orbis::host {
 namespace {
@@ -342,7 +342,7 @@ int RunCommandLine(int argc, const char* const* argv, Output& output)
 {
     try {
         return CommandLine(output).Run(argc, argv);
-    } catch (const simulated::MachineFileError& error) {
+    } catch (const MachineFileError& error) {
         SayPlace(error.what());
         return kExitUsage;
     } catch (const border::PluginLoadError& error) {

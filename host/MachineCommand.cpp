@@ -3,14 +3,13 @@
 
 #include "Commands.h"
 #include "Say.h"
+#include "SimulatedMachine.h"
 #include "Table.h"
 #include "Terminal.h"
-#include "simulated/MachineFile.h"
 
 namespace orbis::host {
 namespace {
 
-// The path as UTF-8, as the machine library takes it.
 std::string Utf8(const std::filesystem::path& path)
 {
     const std::u8string text = path.u8string();
@@ -24,10 +23,10 @@ int ValidateMachineFiles(const std::vector<std::filesystem::path>& files, Output
     PrepareOutput(false);
     bool isUsable = true;
     for (const std::filesystem::path& file : files) {
-        const auto findings = simulated::ValidateMachineFile(Utf8(file));
-        for (const simulated::Finding& finding : findings) {
-            isUsable = isUsable && finding.severity != simulated::Finding::Severity::Error;
-            SayPlace(finding.Text());
+        const auto findings = ValidateMachine(file);
+        for (const auto& finding : findings) {
+            isUsable = isUsable && !finding.isError;
+            SayPlace(finding.text);
         }
         if (findings.empty()) {
             output.Write(Shown(Utf8(file), output.GetStyle()) + ": ok\n");
@@ -39,7 +38,7 @@ int ValidateMachineFiles(const std::vector<std::filesystem::path>& files, Output
 int ShowMachineFile(const std::filesystem::path& file, Output& output)
 {
     PrepareOutput(false);
-    std::istringstream lines(simulated::ShowMachineFile(Utf8(file)));
+    std::istringstream lines(DescribeMachine(file));
     std::string text;
     for (std::string line; std::getline(lines, line);) {
         text += Shown(line, output.GetStyle()) + '\n';

@@ -9,9 +9,9 @@
 #include <stdexcept>
 #include <thread>
 
+#include "SimulatedMachine.h"
 #include "Terminal.h"
 #include "platform/SystemPath.h"
-#include "simulated/MachineFile.h"
 
 namespace orbis::host {
 namespace {
@@ -45,7 +45,7 @@ MachineInForce::MachineInForce(const std::filesystem::path& file)
         m_Name = ComputerName();
     } else {
         m_Name = utf8(file.stem());
-        m_Simulated = simulated::LoadMachineFile(utf8(file));
+        m_Simulated = LoadMachine(file);
         platform::Platform::Replace(m_Simulated.get());
     }
     m_Journal = std::make_unique<insight::Journal>(platform::Platform::Current());
@@ -106,7 +106,7 @@ void MachineInForce::LetRatesBuildUp(double seconds)
 void MachineInForce::Advance(double seconds)
 {
     if (m_Simulated != nullptr) {
-        m_Simulated->AdvanceClock(std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(seconds)));
+        m_Simulated->TimePort().Sleep(static_cast<std::uint32_t>(std::min(seconds * 1000, 4e9)));
     }
 }
 

@@ -10,14 +10,14 @@
 #include "DiskWatch.h"
 #include "insight/Findings.h"
 #include "insight/Journal.h"
-#include "simulated/Machine.h"
+#include "platform/Platform.h"
 
 namespace orbis::host {
 
 // The machine to collect from, observed, in force for as long as this lives.
 class MachineInForce {
 public:
-    // The simulated machine of a file, or this machine when the path is empty. Throws simulated::MachineFileError.
+    // The simulated machine of a file, or this machine when the path is empty. Throws MachineFileError.
     explicit MachineInForce(const std::filesystem::path& file);
     MachineInForce(const MachineInForce&) = delete;
     MachineInForce& operator=(const MachineInForce&) = delete;
@@ -43,7 +43,7 @@ private:
     void Advance(double seconds);
 
     std::string m_Name;
-    std::unique_ptr<simulated::Machine> m_Simulated;
+    std::unique_ptr<platform::Platform> m_Simulated;
     std::unique_ptr<insight::Journal> m_Journal;
     insight::Findings m_Findings;
     std::unique_ptr<DiskWatch> m_Disks;
