@@ -10,7 +10,7 @@
 namespace orbis::simulated {
 
 // What a program of the same build uses of this library when it loads it at run time, because most of its runs need no simulated
-// machine: starting without the library saves a third of the start. Paths and texts are UTF-8; nothing throws but std::bad_alloc.
+// machine: starting without the library is cheaper. Paths and texts are UTF-8; nothing throws but std::bad_alloc.
 struct Library {
     struct Finding {
         bool isError;
