@@ -200,10 +200,13 @@ private:
             "  orbis-host health --state /var/lib/orbis/health.json --log-to journald\n\n" +
             ExitStatusFooter());
         command.add_option("--format", m_Format, "table or json")->option_text("FORMAT");
-        command.add_option("--baseline", m_Health.baseline, "Tell what rose since this earlier --format json")->option_text("FILE");
+        CLI::Option& baseline =
+            *command.add_option("--baseline", m_Health.baseline, "Tell what rose since this earlier --format json")
+                 ->option_text("FILE");
         command
             .add_option("--only-when-rising", m_Health.onlyWhenRising,
                         "Rules that are notices where nothing rose since the baseline")
+            ->needs(&baseline)
             ->option_text("RULE...");
         CLI::Option& state = *command.add_option("--state", m_Health.state, "Keep the verdicts in this file")->option_text("FILE");
         command.add_option("--log-to", m_LogTo, "Record verdicts that changed since the last run: journald or eventlog")

@@ -244,6 +244,18 @@ void Keep(std::vector<Pass>& passes, const std::vector<std::string>& itemIds)
     }
 }
 
+void Keep(insight::HealthReport& report, const std::vector<std::string>& itemIds, const Disks& disks)
+{
+    const auto isWanted = [&](const insight::DiskHealth& disk) {
+        return std::any_of(itemIds.begin(), itemIds.end(), [&](const std::string& id) {
+            const Disk* known = disks.Find(id);
+            return known != nullptr && known->number == disk.number();
+        });
+    };
+    auto& all = *report.mutable_disk();
+    all.erase(std::remove_if(all.begin(), all.end(), [&](const insight::DiskHealth& disk) { return !isWanted(disk); }), all.end());
+}
+
 std::unique_ptr<pb::Message> NewMessage(const std::string& fullName)
 {
     // Naming one type links the schema in; the rest comes by reflection, and no file's descriptors are built before they are asked

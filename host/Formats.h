@@ -10,6 +10,7 @@
 #include "Disks.h"
 #include "Style.h"
 #include "insight/Findings.h"
+#include "orbis/insight/health.pb.h"
 
 namespace orbis::host {
 
@@ -42,6 +43,8 @@ struct Context {
 
 // Keeps the items with these ids alone.
 void Keep(std::vector<Pass>& passes, const std::vector<std::string>& itemIds);
+// Keeps the disks with these item ids; a report knows them by number.
+void Keep(insight::HealthReport& report, const std::vector<std::string>& itemIds, const Disks& disks);
 
 // An empty message of a datatype by its full name, or null when this program does not know it.
 [[nodiscard]] std::unique_ptr<google::protobuf::Message> NewMessage(const std::string& fullName);

@@ -57,19 +57,6 @@ HealthReport ReadReport(const std::filesystem::path& file)
     return report;
 }
 
-// Keeps the disks that were selected; their numbers are those of the collected items.
-void Keep(HealthReport& report, const std::vector<std::string>& itemIds, const Disks& disks)
-{
-    const auto isWanted = [&](const insight::DiskHealth& disk) {
-        return std::any_of(itemIds.begin(), itemIds.end(), [&](const std::string& id) {
-            const Disk* known = disks.Find(id);
-            return known != nullptr && known->number == disk.number();
-        });
-    };
-    auto& all = *report.mutable_disk();
-    all.erase(std::remove_if(all.begin(), all.end(), [&](const insight::DiskHealth& disk) { return !isWanted(disk); }), all.end());
-}
-
 int StatusOf(const HealthReport& report)
 {
     switch (insight::WorstOf(report)) {
@@ -85,11 +72,23 @@ int StatusOf(const HealthReport& report)
 }
 
 // Compares with the last run, logs each verdict that changed, and keeps this one for the next.
-void UpdateState(const HealthOptions& options, const HealthReport& report)
+void UpdateState(const HealthOptions& options, HealthReport report)
 {
     HealthReport before;
     if (std::error_code error; std::filesystem::exists(options.state, error)) {
         before = ReadReport(options.state);
+    }
+    report.clear_gone();
+    if (!options.source.disk.empty()) {
+        // The other disks were not looked at: they stay as they were.
+        HealthReport others = before;
+        for (const insight::DiskHealth* one : insight::MatchDisks(report, before)) {
+            auto& disks = *others.mutable_disk();
+            disks.erase(std::remove_if(disks.begin(), disks.end(),
+                                       [&](const auto& disk) { return one != nullptr && disk.number() == one->number(); }),
+                        disks.end());
+        }
+        report.mutable_disk()->MergeFrom(others.disk());
     }
     if (options.logTo != HealthLogTarget::None) {
         LogVerdictChanges(options.logTo, before, report);
@@ -107,8 +106,12 @@ int Health(const HealthOptions& options, Output& output)
     }
     for (const std::string& rule : options.onlyWhenRising) {
         const auto rules = insight::HealthRules();
-        if (std::none_of(rules.begin(), rules.end(), [&](const insight::HealthRule& one) { return one.name == rule; })) {
+        const auto found = std::find_if(rules.begin(), rules.end(), [&](const auto& one) { return one.name == rule; });
+        if (found == rules.end()) {
             throw std::invalid_argument(fmt::format("no such rule: {}. `orbis-host health --rules` lists them", rule));
+        }
+        if (found->counter.empty()) {
+            throw std::invalid_argument(fmt::format("the rule {} looks at no counter that could rise", rule));
         }
     }
     MachineInForce machine(options.source.machine);

@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "Text.h"
+#include "insight/Health.h"
 
 namespace orbis::host {
 namespace {
@@ -13,15 +14,6 @@ namespace {
 using insight::DiskHealth;
 using insight::HealthReport;
 using insight::Verdict;
-
-Verdict VerdictBefore(const HealthReport& before, const DiskHealth& disk)
-{
-    const auto found = std::find_if(before.disk().begin(), before.disk().end(), [&](const DiskHealth& other) {
-        return other.model() == disk.model() && other.serial_number() == disk.serial_number() &&
-               (!disk.serial_number().empty() || other.number() == disk.number());
-    });
-    return found == before.disk().end() ? insight::OK : found->verdict();
-}
 
 spdlog::level::level_enum LevelOf(Verdict verdict)
 {
@@ -42,18 +34,29 @@ void LogVerdictChanges(std::shared_ptr<spdlog::sinks::sink> sink, const HealthRe
 {
     spdlog::logger logger("orbis-host", std::move(sink));
     logger.set_pattern("%v");
-    for (const DiskHealth& disk : now.disk()) {
-        const Verdict earlier = VerdictBefore(before, disk);
+    const auto name = [](const DiskHealth& disk) {
+        return fmt::format("{} {} (serial number {})", disk.name(), Printable(disk.model()),
+                           disk.serial_number().empty() ? "unknown" : Printable(disk.serial_number()));
+    };
+    const auto matches = insight::MatchDisks(now, before);
+    for (int at = 0; at < now.disk_size(); ++at) {
+        const DiskHealth& disk = now.disk(at);
+        const DiskHealth* match = matches[static_cast<std::size_t>(at)];
+        const Verdict earlier = match == nullptr ? insight::OK : match->verdict();
         if (earlier == disk.verdict()) {
             continue;
         }
-        std::string text = fmt::format("{} {} (serial number {}): {}, was {}", disk.name(), Printable(disk.model()),
-                                       disk.serial_number().empty() ? "unknown" : Printable(disk.serial_number()),
-                                       insight::Verdict_Name(disk.verdict()), insight::Verdict_Name(earlier));
+        std::string text =
+            fmt::format("{}: {}, was {}", name(disk), insight::Verdict_Name(disk.verdict()), insight::Verdict_Name(earlier));
         for (const insight::Reason& reason : disk.reason()) {
             text += "; " + Printable(reason.text());
         }
         logger.log(LevelOf(disk.verdict()), "{}", text);
+    }
+    for (const DiskHealth& disk : before.disk()) {
+        if (std::find(matches.begin(), matches.end(), &disk) == matches.end()) {
+            logger.warn("{}: gone, was {}", name(disk), insight::Verdict_Name(disk.verdict()));
+        }
     }
     logger.flush();
 }

@@ -15,8 +15,8 @@ enum class HealthLogTarget {
     EventLog,  // the Application log of Windows, under the source orbis-host
 };
 
-// One record for each disk whose verdict differs from `before`, none for a disk whose verdict is the same. A disk that is new
-// counts as OK before. Throws std::invalid_argument where the system has no such log.
+// One record for each disk whose verdict differs from `before` or that is gone, none for a disk whose verdict is the same. A disk
+// that is new counts as OK before. Throws std::invalid_argument where the system has no such log.
 void LogVerdictChanges(HealthLogTarget target, const insight::HealthReport& before, const insight::HealthReport& now);
 // The same to a sink of the caller's.
 void LogVerdictChanges(std::shared_ptr<spdlog::sinks::sink> sink, const insight::HealthReport& before,

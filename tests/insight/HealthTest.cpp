@@ -281,6 +281,16 @@ TEST(Health, BaselineTellsWhatRose)
     Compare(same, ReportOf({now.Evidence()}, 5), quiet);
     EXPECT_EQ(same.disk(0).verdict(), OK);
     EXPECT_EQ(Rules(same.disk(0)), "nvme.media-errors");
+
+    // What a maker packs above the low 32 bits of a raw value is another counter.
+    Ata packed;
+    packed.Attribute(1, 5, true, 100, 0x000100000003, 10);
+    Ata later = packed;
+    later.Attribute(1, 5, true, 100, 0x000200000003, 10);
+    HealthReport ata = ReportOf({later.Evidence()}, 6);
+    Compare(ata, ReportOf({packed.Evidence()}, 5));
+    EXPECT_EQ(Rules(ata.disk(0)), "ata.reallocated");
+    EXPECT_EQ(ata.disk(0).reason(0).rise(), "");
 }
 
 TEST(Health, BaselineKnowsDisksBySerialNumber)
@@ -293,13 +303,17 @@ TEST(Health, BaselineKnowsDisksBySerialNumber)
         evidence.number = number;
         return evidence;
     };
-    HealthReport report = ReportOf({disk("A", 1, 9), disk("B", 0, 9), disk("C", 2, 9), disk("E", 4, 1), disk("", 5, 9)}, 5);
-    Compare(report, ReportOf({disk("A", 0, 9), disk("B", 0, 9), disk("D", 2, 9), disk("E", 4, 9), disk("", 6, 9)}, 1));
+    HealthReport report = ReportOf({disk("A", 1, 9), disk("B", 0, 9), disk("C", 2, 9), disk("E", 4, 1), disk("", 5, 9),
+                                    disk("two", 7, 9), disk("two", 8, 9), disk("two", 9, 9)},
+                                   5);
+    Compare(report, ReportOf({disk("A", 0, 9), disk("B", 0, 9), disk("D", 2, 9), disk("E", 4, 9), disk("", 6, 9), disk("two", 8, 9),
+                              disk("two", 7, 9)},
+                             1));
     std::string changes;
     for (const DiskHealth& judged : report.disk()) {
         changes += judged.serial_number() + ":" + Change_Name(judged.change()) + " ";
     }
-    EXPECT_EQ(changes, "B:SAME_PLACE A:MOVED C:NEW E:RESET :NEW ");
+    EXPECT_EQ(changes, "B:SAME_PLACE A:MOVED C:NEW E:RESET :NEW two:SAME_PLACE two:SAME_PLACE two:NEW ");
     ASSERT_EQ(report.gone_size(), 2);
     EXPECT_EQ(report.gone(0).serial_number(), "D");
 }

@@ -5,6 +5,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "insight/Evidence.h"
 #include "insight/Export.h"
@@ -28,7 +29,12 @@ struct HealthRule {
     std::string_view condition;  // for people
     std::string_view why;        // the reason for the rule and its level
     std::string_view document;   // the standard that defines the value
+    std::string_view counter{};  // name of the counter that the condition looks at; empty: none
 };
+
+// A counter of the report as the rules see it: of a SMART attribute's raw value the low 32 bits, because makers pack further
+// counters above them. Nothing when the disk has no such counter.
+[[nodiscard]] ORBIS_INSIGHT_EXPORT std::optional<std::string> RuleCounter(const DiskHealth& disk, std::string_view name);
 
 [[nodiscard]] ORBIS_INSIGHT_EXPORT std::span<const HealthRule> HealthRules() noexcept;
 // The table of docs/HEALTH.md.
@@ -45,6 +51,10 @@ inline constexpr std::uint32_t kHealthFormatVersion = 1;
 // reason of a rule in `onlyWhenRising` weighs no more than NOTICE where its counter did not rise.
 ORBIS_INSIGHT_EXPORT void Compare(HealthReport& report, const HealthReport& baseline,
                                   std::span<const std::string> onlyWhenRising = {});
+
+// For each disk of `report` the same disk of an earlier one, or null.
+[[nodiscard]] ORBIS_INSIGHT_EXPORT std::vector<const DiskHealth*> MatchDisks(const HealthReport& report,
+                                                                             const HealthReport& earlier);
 
 // A report of all disks, worst first.
 [[nodiscard]] ORBIS_INSIGHT_EXPORT HealthReport MakeReport(std::span<const DiskEvidence> disks, std::string_view host,

@@ -1,7 +1,6 @@
 #include <fmt/format.h>
 #include <algorithm>
 #include <array>
-#include <iterator>
 #include <set>
 
 #include "health/DiskJudge.h"
@@ -10,47 +9,21 @@
 namespace orbis::insight {
 namespace {
 
-// Rules that need a rise, and the counter that has to rise.
-struct RisingRule {
-    HealthRuleId rule;
-    const char* counter;
-    const char* text;
-};
-constexpr std::array<RisingRule, 4> kRisingRules{{
-    {HealthRuleId::AtaCrcErrors, "attribute.199.raw", "CRC errors"},
-    {HealthRuleId::NvmeUnsafeShutdowns, "unsafeShutdowns", "unsafe shutdowns"},
-    {HealthRuleId::NvmeWarningTemperatureTime, "warningTemperatureTime", "minutes above the warning temperature"},
-    {HealthRuleId::NvmeCriticalTemperatureTime, "criticalTemperatureTime", "minutes above the critical temperature"},
-}};
-
-// Rules that hold without a rise, and the counter whose rise is worth telling.
-struct CountedRule {
-    HealthRuleId rule;
-    const char* counter;
-};
-constexpr std::array<CountedRule, 8> kCountedRules{{
-    {HealthRuleId::NvmeMediaErrors, "mediaErrors"},
-    {HealthRuleId::NvmeUsed, "percentageUsed"},
-    {HealthRuleId::NvmeNearlyUsed, "percentageUsed"},
-    {HealthRuleId::MakerReservedBlocks, "reservedBlocksUsed"},
-    {HealthRuleId::AtaReallocated, "attribute.5.raw"},
-    {HealthRuleId::AtaReportedUncorrectable, "attribute.187.raw"},
-    {HealthRuleId::AtaPending, "attribute.197.raw"},
-    {HealthRuleId::AtaOfflineUncorrectable, "attribute.198.raw"},
-}};
+// What a reason says that needs a rise.
+std::string_view CounterText(std::string_view counter)
+{
+    constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kTexts{{
+        {"attribute.199.raw", "CRC errors"},
+        {"unsafeShutdowns", "unsafe shutdowns"},
+        {"warningTemperatureTime", "minutes above the warning temperature"},
+        {"criticalTemperatureTime", "minutes above the critical temperature"},
+    }};
+    const auto found = std::find_if(kTexts.begin(), kTexts.end(), [&](const auto& text) { return text.first == counter; });
+    return found == kTexts.end() ? counter : found->second;
+}
 
 // Counters that never fall on one and the same drive.
 constexpr std::array<std::string_view, 4> kNeverFalling{"powerOnHours", "powerCycles", "dataUnitsWritten", "mediaErrors"};
-
-std::optional<Unsigned128> CounterOf(const DiskHealth& disk, std::string_view name)
-{
-    for (const Counter& counter : disk.counter()) {
-        if (counter.name() == name) {
-            return Unsigned128::FromDecimal(counter.value());
-        }
-    }
-    return std::nullopt;
-}
 
 // The rise of a counter, when both reports have it and it rose.
 std::optional<Unsigned128> RiseOf(const DiskHealth& now, const DiskHealth& before, std::string_view counter)
@@ -82,27 +55,29 @@ void CompareDisk(DiskHealth& now, const DiskHealth& before, const google::protob
     }
     now.set_change(now.number() == before.number() ? SAME_PLACE : MOVED);
     for (Reason& reason : *now.mutable_reason()) {
-        const auto counted = std::find_if(kCountedRules.begin(), kCountedRules.end(),
-                                          [&](const CountedRule& rule) { return RuleOf(rule.rule).name == reason.rule(); });
-        if (counted == kCountedRules.end()) {
+        const auto rules = HealthRules();
+        const auto rule =
+            std::find_if(rules.begin(), rules.end(), [&](const HealthRule& one) { return one.name == reason.rule(); });
+        if (rule == rules.end() || rule->counter.empty()) {
             continue;
         }
-        if (const auto rise = RiseOf(now, before, counted->counter)) {
+        if (const auto rise = RiseOf(now, before, rule->counter)) {
             reason.set_rise(rise->ToDecimal());
             *reason.mutable_since() = since;
         } else if (std::find(onlyWhenRising.begin(), onlyWhenRising.end(), reason.rule()) != onlyWhenRising.end()) {
             reason.set_level(NOTICE);
         }
     }
-    DiskJudge judge(now);
-    for (const RisingRule& rising : kRisingRules) {
-        if (const auto rise = RiseOf(now, before, rising.counter)) {
-            const std::string value = CounterOf(now, rising.counter)->ToDecimal();
-            judge.Say(rising.rule, fmt::format("{} {}", rising.text, value), value, {}, rising.counter);
-            Reason& reason = *now.mutable_reason()->rbegin();
-            reason.set_rise(rise->ToDecimal());
-            *reason.mutable_since() = since;
+    for (const HealthRule& rule : HealthRules()) {
+        const auto rise = rule.scope == RuleScope::OnlyWhenRising ? RiseOf(now, before, rule.counter) : std::nullopt;
+        if (!rise) {
+            continue;
         }
+        const std::string value = CounterOf(now, rule.counter)->ToDecimal();
+        DiskJudge(now).Say(rule, fmt::format("{} {}", CounterText(rule.counter), value), value, {}, rule.counter);
+        Reason& reason = *now.mutable_reason()->rbegin();
+        reason.set_rise(rise->ToDecimal());
+        *reason.mutable_since() = since;
     }
     SettleVerdict(now);
 }
@@ -115,22 +90,39 @@ bool IsSameDisk(const DiskHealth& left, const DiskHealth& right)
 
 }  // namespace
 
+std::vector<const DiskHealth*> MatchDisks(const HealthReport& report, const HealthReport& earlier)
+{
+    std::vector<const DiskHealth*> matches(static_cast<std::size_t>(report.disk_size()));
+    std::set<const DiskHealth*> taken;
+    // Disks that look alike, such as cheap USB sticks with one serial number, are told apart by their place as far as that goes.
+    for (const bool isSamePlace : {true, false}) {
+        for (int at = 0; at < report.disk_size(); ++at) {
+            const DiskHealth*& match = matches[static_cast<std::size_t>(at)];
+            for (const DiskHealth& other : earlier.disk()) {
+                if (match == nullptr && IsSameDisk(report.disk(at), other) && !taken.contains(&other) &&
+                    (!isSamePlace || report.disk(at).number() == other.number())) {
+                    match = &other;
+                    taken.insert(match);
+                }
+            }
+        }
+    }
+    return matches;
+}
+
 void Compare(HealthReport& report, const HealthReport& baseline, std::span<const std::string> onlyWhenRising)
 {
-    std::set<const DiskHealth*> found;
-    for (DiskHealth& disk : *report.mutable_disk()) {
-        const auto before = std::find_if(baseline.disk().begin(), baseline.disk().end(), [&](const DiskHealth& other) {
-            return !found.contains(&other) && IsSameDisk(disk, other);
-        });
-        if (before == baseline.disk().end()) {
+    const std::vector<const DiskHealth*> matches = MatchDisks(report, baseline);
+    for (int at = 0; at < report.disk_size(); ++at) {
+        DiskHealth& disk = *report.mutable_disk(at);
+        if (const DiskHealth* before = matches[static_cast<std::size_t>(at)]) {
+            CompareDisk(disk, *before, baseline.time(), onlyWhenRising);
+        } else {
             disk.set_change(NEW);
-            continue;
         }
-        found.insert(&*before);
-        CompareDisk(disk, *before, baseline.time(), onlyWhenRising);
     }
     for (const DiskHealth& before : baseline.disk()) {
-        if (!found.contains(&before)) {
+        if (std::find(matches.begin(), matches.end(), &before) == matches.end()) {
             *report.add_gone() = before;
         }
     }

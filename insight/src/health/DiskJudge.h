@@ -17,7 +17,11 @@ public:
     // `value` and `threshold` are decimal, or empty when the rule has none.
     void Say(HealthRuleId rule, std::string text, std::string value, std::string threshold, std::string_view source)
     {
-        Add(RuleOf(rule).level, RuleOf(rule).name, std::move(text), std::move(value), std::move(threshold), source);
+        Say(RuleOf(rule), std::move(text), std::move(value), std::move(threshold), source);
+    }
+    void Say(const HealthRule& rule, std::string text, std::string value, std::string threshold, std::string_view source)
+    {
+        Add(rule.level, rule.name, std::move(text), std::move(value), std::move(threshold), source);
     }
     // Something that keeps the disk from being judged. `rule` starts with "unknown.".
     void Unknown(std::string_view rule, std::string text, std::string_view source)

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
+#include <string_view>
 
+#include "health/Unsigned128.h"
 #include "insight/Health.h"
 
 namespace orbis::insight {
@@ -35,5 +38,7 @@ enum class HealthRuleId : std::size_t {
 };
 
 [[nodiscard]] const HealthRule& RuleOf(HealthRuleId rule) noexcept;
+// RuleCounter as a number.
+[[nodiscard]] std::optional<Unsigned128> CounterOf(const DiskHealth& disk, std::string_view name);
 
 }  // namespace orbis::insight
