@@ -8,6 +8,7 @@
 #include <limits>
 #include <optional>
 
+#include "MetricsRows.h"
 #include "SmartAttributes.h"
 #include "Text.h"
 #include "Version.h"
@@ -21,109 +22,7 @@ namespace {
 
 namespace datatypes = ::veyra::orbis::datatypes;
 namespace pb = google::protobuf;
-using Family = MetricsText::Family;
 using Labels = MetricsText::Labels;
-
-// How a field becomes a value. Integers stay integers; what is divided is a floating-point number.
-struct Scale {
-    std::uint32_t factor = 1;
-    std::uint32_t divisor = 1;
-};
-constexpr Scale kPercent{1, 100};
-constexpr Scale kMinutes{60};
-constexpr Scale kMebibytes{1048576};
-
-// One field of a message as a series.
-struct Row {
-    std::string_view field;
-    Family family;
-    Scale scale{};
-    const char* label = nullptr;  // with its value, where several fields share a family
-    const char* labelValue = nullptr;
-    bool isZeroAbsent = false;  // the datatype sends 0 for "not reported"
-};
-
-constexpr Family kTemperature{"orbis_disk_temperature_celsius", "Temperature, by sensor."};
-constexpr Family kThrottled{"orbis_nvme_thermal_throttling_total", "Transitions to a thermal management temperature, by level."};
-constexpr Family kThrottledTime{"orbis_nvme_thermal_throttling_seconds_total", "Time throttled for heat, by level."};
-constexpr Family kCritical{"orbis_nvme_critical_warning", "Critical warning of the drive, 1 when it is set."};
-constexpr Family kEndurance{"orbis_nvme_endurance_group_warning", "Warning of an endurance group, 1 when it is set."};
-
-constexpr std::array kDynamicRows{
-    Row{"idle_time_percentage", {"orbis_disk_idle_ratio", "Share of time without an outstanding request."}, kPercent},
-    Row{"read_time_percentage", {"orbis_disk_read_time_ratio", "Share of time busy with reads."}, kPercent},
-    Row{"write_time_percentage", {"orbis_disk_write_time_ratio", "Share of time busy with writes."}, kPercent},
-    Row{"byte_read_per_sec_in_MB", {"orbis_disk_read_bytes_per_second", "Bytes read a second."}, kMebibytes},
-    Row{"byte_write_per_sec_in_MB", {"orbis_disk_written_bytes_per_second", "Bytes written a second."}, kMebibytes},
-    Row{"avg_disk_MS_per_read", {"orbis_disk_read_latency_seconds", "Average time of a read."}, {1, 1000}},
-    Row{"avg_disk_MS_per_write", {"orbis_disk_write_latency_seconds", "Average time of a write."}, {1, 1000}},
-    Row{"byte_read_in_MB", {"orbis_volume_read_bytes_total", "Read from the disk's last volume since it was mounted."}, kMebibytes},
-    Row{"byte_write_in_MB",
-        {"orbis_volume_written_bytes_total", "Written to the disk's last volume since it was mounted."},
-        kMebibytes},
-};
-
-constexpr std::array kHealthRows{
-    Row{"composite_temperature", kTemperature, {}, "sensor", "composite", true},
-    Row{"temperature_sensor1", kTemperature, {}, "sensor", "1", true},
-    Row{"temperature_sensor2", kTemperature, {}, "sensor", "2", true},
-    Row{"temperature_sensor3", kTemperature, {}, "sensor", "3", true},
-    Row{"temperature_sensor4", kTemperature, {}, "sensor", "4", true},
-    Row{"temperature_sensor5", kTemperature, {}, "sensor", "5", true},
-    Row{"temperature_sensor6", kTemperature, {}, "sensor", "6", true},
-    Row{"temperature_sensor7", kTemperature, {}, "sensor", "7", true},
-    Row{"temperature_sensor8", kTemperature, {}, "sensor", "8", true},
-    Row{"available_spare", {"orbis_nvme_available_spare_ratio", "Spare capacity that is left."}, kPercent},
-    Row{"available_spare_threshold",
-        {"orbis_nvme_available_spare_threshold_ratio", "Spare capacity below which the drive warns."},
-        kPercent},
-    Row{"percentage_used", {"orbis_nvme_used_ratio", "Endurance used; may pass 1."}, kPercent},
-    Row{"data_unit_read", {"orbis_nvme_data_read_bytes_total", "Data read by the host."}, {512000}},
-    Row{"data_unit_written", {"orbis_nvme_data_written_bytes_total", "Data written by the host."}, {512000}},
-    Row{"host_read_commands", {"orbis_nvme_host_read_commands_total", "Read commands completed."}},
-    Row{"host_written_commands", {"orbis_nvme_host_write_commands_total", "Write commands completed."}},
-    Row{"controller_busy_time", {"orbis_nvme_controller_busy_seconds_total", "Time busy with commands."}, kMinutes},
-    Row{"power_cycles", {"orbis_nvme_power_cycles_total", "Power cycles."}},
-    Row{"power_on_hours", {"orbis_nvme_power_on_seconds_total", "Time powered on."}, {3600}},
-    Row{"unsafe_shutdowns", {"orbis_nvme_unsafe_shutdowns_total", "Shutdowns without notice."}},
-    Row{"media_and_data_integrity_errors", {"orbis_nvme_media_errors_total", "Unrecovered data integrity errors."}},
-    Row{"number_of_error_info_log_entries", {"orbis_nvme_error_log_entries_total", "Entries ever made in the error log."}},
-    Row{"warning_composite_temperature_time",
-        {"orbis_nvme_above_warning_temperature_seconds_total", "Time at or above the warning temperature."},
-        kMinutes},
-    Row{"critical_composite_temperature_time",
-        {"orbis_nvme_above_critical_temperature_seconds_total", "Time at or above the critical temperature."},
-        kMinutes},
-    Row{"thermal_mgmt_temperature1_transition_count", kThrottled, {}, "level", "light"},
-    Row{"thermal_mgmt_temperature2_transition_count", kThrottled, {}, "level", "heavy"},
-    Row{"total_time_for_thermal_mgmt_temperature1", kThrottledTime, {}, "level", "light"},
-    Row{"total_time_for_thermal_mgmt_temperature2", kThrottledTime, {}, "level", "heavy"},
-};
-
-constexpr std::array kCriticalRows{
-    Row{"low_available_space", kCritical, {}, "condition", "spare"},
-    Row{"out_of_temperature_threshold", kCritical, {}, "condition", "temperature"},
-    Row{"degraded_reliability", kCritical, {}, "condition", "reliability"},
-    Row{"read_only", kCritical, {}, "condition", "read_only"},
-    Row{"failed_volatile_memory_backup_device", kCritical, {}, "condition", "backup"},
-    Row{"unreliable_persistent_memory_region", kCritical, {}, "condition", "persistent_memory"},
-};
-constexpr std::array kEnduranceRows{
-    Row{"low_available_spare_capacity", kEndurance, {}, "condition", "spare"},
-    Row{"degraded_reliability", kEndurance, {}, "condition", "reliability"},
-    Row{"read_only", kEndurance, {}, "condition", "read_only"},
-};
-
-constexpr std::array kMakerRows{
-    Row{"wear_leveling_count", {"orbis_nvme_maker_wear_leveling", "Wear levelling count of the maker's log."}},
-    Row{"used_reserved_block_count_worst_case_component",
-        {"orbis_nvme_maker_used_reserved_blocks_worst", "Reserved blocks used, worst component."}},
-    Row{"used_reserved_block_count_ssd_total", {"orbis_nvme_maker_used_reserved_blocks", "Reserved blocks used."}},
-    Row{"reserved_block_count_ssd_total", {"orbis_nvme_maker_reserved_blocks", "Reserved blocks."}},
-    Row{"total_data_written_by_controller",
-        {"orbis_nvme_maker_controller_writes_total", "Data written by the controller, in the maker's unit."}},
-    Row{"abnormal_input_vcc_voltage_counter", {"orbis_nvme_maker_abnormal_voltage_total", "Times the supply was out of range."}},
-};
 
 std::string Real(double value)
 {
@@ -183,7 +82,7 @@ std::optional<std::string> ValueOf(const pb::Message& message, const Row& row)
 // The document while it is being filled.
 class Document {
 public:
-    explicit Document(const Disks& disks) : m_Disks(disks) {}
+    explicit Document(const MetricsSource& source) : m_Disks(source.disks), m_Evidence(source.evidence) {}
 
     // The labels by which every series of a disk is known: where it is, and which one it is.
     [[nodiscard]] Labels Of(const std::string& itemId) const
@@ -198,7 +97,9 @@ public:
     void Add(const std::array<Row, Size>& rows, const std::string& itemId, const pb::Message& message)
     {
         for (const Row& row : rows) {
-            if (const auto value = ValueOf(message, row)) {
+            auto value = ExactCounter(itemId, row);
+            value = value ? value : ValueOf(message, row);
+            if (value) {
                 Labels labels = Of(itemId);
                 if (row.label != nullptr) {
                     labels.emplace_back(row.label, row.labelValue);
@@ -329,10 +230,57 @@ public:
         m_Text.Add({"orbis_disk_info", "Identity of a disk; always 1."}, std::move(labels), "1");
     }
 
+    void AddHealth(const insight::DiskHealth& health)
+    {
+        Labels labels{{"disk", fmt::format("{}", health.number())}, {"serial", health.serial_number()}};
+        for (const Disk& disk : m_Disks.All()) {
+            labels = disk.number == health.number() ? Of(disk.itemId) : labels;
+        }
+        // A notice leaves a disk OK.
+        const auto verdict = health.verdict() == insight::NOTICE ? insight::OK : health.verdict();
+        for (const auto one : {insight::OK, insight::UNKNOWN, insight::WARN, insight::FAIL}) {
+            Labels with = labels;
+            with.emplace_back("verdict", insight::Verdict_Name(one));
+            m_Text.Add({"orbis_disk_verdict", "1 for the verdict of the disk, 0 for the others; docs/HEALTH.md has the rules."},
+                       std::move(with), verdict == one ? "1" : "0");
+        }
+        for (const insight::HealthRule& rule : insight::HealthRules()) {
+            const bool isCount =
+                rule.level == insight::WARN && (rule.counter == "mediaErrors" || rule.counter.starts_with("attribute."));
+            if (const auto count = isCount ? insight::RuleCounter(health, rule.counter) : std::nullopt) {
+                Labels with = labels;
+                with.emplace_back("rule", rule.name);
+                m_Text.Add({"orbis_disk_errors", "Count that a rule warns of; pending sectors may become fewer."}, std::move(with),
+                           *count);
+            }
+        }
+        for (const auto& reason : health.reason()) {
+            Labels with = labels;
+            with.emplace_back("rule", reason.rule());
+            with.emplace_back("level", insight::Verdict_Name(reason.level()));
+            m_Text.Add({"orbis_disk_reason", "1 for each rule that applies to the disk."}, std::move(with), "1");
+        }
+    }
+
     MetricsText& Text() { return m_Text; }
 
 private:
+    // A counter from the log itself: a datatype sends one whose lowest byte is 0 as nothing.
+    [[nodiscard]] std::optional<std::string> ExactCounter(const std::string& itemId, const Row& row) const
+    {
+        constexpr std::size_t kSize = 16;
+        const Disk* disk = row.place == 0 ? nullptr : m_Disks.Find(itemId);
+        for (const insight::DiskEvidence& one : m_Evidence) {
+            const auto page = one.nvmeHealth.Bytes();
+            if (disk != nullptr && disk->number == one.number && one.nvmeHealth.IsAnswered() && page.size() >= row.place + kSize) {
+                return Decimal({reinterpret_cast<const char*>(page.data()) + row.place, kSize}, row.scale.factor);
+            }
+        }
+        return std::nullopt;
+    }
+
     const Disks& m_Disks;
+    const std::vector<insight::DiskEvidence>& m_Evidence;
     MetricsText m_Text;
     std::map<std::string, const datatypes::NvmeIdentifyControllerData*> m_Identify;
 };
@@ -353,12 +301,11 @@ bool AddPass(const Pass& pass, Document& document)
 
 }  // namespace
 
-std::string RenderMetrics(const std::vector<Pass>& passes, const Disks& disks, const std::map<std::string, Collection>& collections,
-                          const std::vector<Finding>& findings)
+std::string RenderMetrics(const MetricsSource& source)
 {
-    Document document(disks);
+    Document document(source);
     std::map<std::string, const datatypes::PhysicalDiskStaticInfo*> items;
-    for (const Pass& pass : passes) {
+    for (const Pass& pass : source.passes) {
         AddPass<datatypes::PhysicalDiskStaticInfo>(pass, document) || AddPass<datatypes::PhysicalDiskDynamicInfo>(pass, document) ||
             AddPass<datatypes::SmartDynamicInfo>(pass, document) || AddPass<datatypes::SmartNvmeInfo>(pass, document) ||
             AddPass<datatypes::NvmeIdentifyControllerData>(pass, document);
@@ -371,16 +318,19 @@ std::string RenderMetrics(const std::vector<Pass>& passes, const Disks& disks, c
     for (const auto& [itemId, message] : items) {
         document.AddInfo(itemId, message);
     }
+    for (const insight::DiskHealth& health : source.health.disk()) {
+        document.AddHealth(health);
+    }
     MetricsText& text = document.Text();
     const auto seconds = [](auto duration) { return Real(std::chrono::duration<double>(duration).count()); };
-    for (const auto& [datatype, collection] : collections) {
+    for (const auto& [datatype, collection] : source.collections) {
         const Labels labels{{"datatype", datatype}};
         text.Add({"orbis_collection_success", "1 when the datatype was collected."}, labels, collection.isSuccess ? "1" : "0");
         text.Add({"orbis_collection_duration_seconds", "How long the collection took."}, labels, seconds(collection.duration));
         text.Add({"orbis_collection_timestamp_seconds", "When the collection began, since 1970."}, labels,
                  seconds(collection.time.time_since_epoch()));
     }
-    text.Add({"orbis_findings", "Findings about what was left out."}, {}, fmt::format("{}", findings.size()));
+    text.Add({"orbis_findings", "Findings about what was left out."}, {}, fmt::format("{}", source.findings.size()));
     text.Add({"orbis_host_info", "Version of this program; always 1."}, {{"version", kVersion}}, "1");
     return text.Text();
 }

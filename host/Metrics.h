@@ -10,6 +10,8 @@
 #include "Collector.h"
 #include "Disks.h"
 #include "Formats.h"
+#include "insight/Evidence.h"
+#include "insight/Health.h"
 
 namespace orbis::host {
 
@@ -37,9 +39,18 @@ private:
     std::set<std::string> m_Series;
 };
 
-// What was collected, as metrics: values in base units, absent where the datatypes have none.
-[[nodiscard]] std::string RenderMetrics(const std::vector<Pass>& passes, const Disks& disks,
-                                        const std::map<std::string, Collection>& collections, const std::vector<Finding>& findings);
+// What the metrics are made from.
+struct MetricsSource {
+    const std::vector<Pass>& passes;
+    const Disks& disks;
+    const std::map<std::string, Collection>& collections;
+    const std::vector<Finding>& findings;
+    const std::vector<insight::DiskEvidence>& evidence;  // bytes, for counters that a datatype does not carry
+    const insight::HealthReport& health;
+};
+
+// What was collected, as metrics: values in base units, absent where there are none.
+[[nodiscard]] std::string RenderMetrics(const MetricsSource& source);
 
 // A little-endian number of any size times `factor`, in decimal.
 [[nodiscard]] std::string Decimal(std::string_view littleEndian, std::uint32_t factor);

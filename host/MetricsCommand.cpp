@@ -7,6 +7,8 @@
 #include "Say.h"
 #include "Terminal.h"
 #include "WholeFile.h"
+#include "insight/Health.h"
+#include "platform/Time.h"
 
 namespace orbis::host {
 
@@ -17,11 +19,18 @@ int Metrics(const MetricsOptions& options, Output& output)
     const std::vector<border::Operation> operations = collector.Choose({});
     collector.LetRatesBuildUp(operations);
     std::vector<Pass> passes = collector.Collect(operations);
+    std::vector<std::string> selected;
     if (!options.source.disk.empty()) {
-        Keep(passes, collector.Select(options.source.disk));
+        selected = collector.Select(options.source.disk);
+        Keep(passes, selected);
+    }
+    const std::vector<insight::DiskEvidence> evidence = insight::EvidenceOf(machine.TakeCalls().records);
+    insight::HealthReport health = insight::MakeReport(evidence, machine.Name(), platform::Time::Current().UtcNow());
+    if (!options.source.disk.empty()) {
+        Keep(health, selected, collector.KnownDisks());
     }
     const std::vector<Finding> findings = collector.ReportFindings();
-    const std::string text = RenderMetrics(passes, collector.KnownDisks(), collector.Collections(), findings);
+    const std::string text = RenderMetrics({passes, collector.KnownDisks(), collector.Collections(), findings, evidence, health});
     int status = findings.empty() ? kExitOk : kExitIncomplete;
     if (collector.HasFailed()) {
         status = Graver(status, kExitCollectionFailed);

@@ -21,8 +21,9 @@ number) and `serial`; `orbis_disk_info` has what else identifies it, so that any
 
     orbis_nvme_used_ratio * on (instance, disk, serial) group_left (model, letters) orbis_disk_info
 
-Values are in base units and integers exact, whatever their size. A value that was not read is absent, never 0. So is a 128-bit counter of an
-NVMe drive that is 0 or a multiple of 256, which the datatypes do not carry, and a temperature of 0, which drives send for "not reported".
+Values are in base units and integers exact, whatever their size. A value that was not read is absent, never 0; so is a temperature of 0, which
+drives send for "not reported". `orbis_disk_verdict` is 1 for one of OK, UNKNOWN, WARN and FAIL; [HEALTH.md](HEALTH.md) has the rules, and
+[examples/prometheus](examples/prometheus) alerts.
 Names and labels stay; a label may be added to `orbis_disk_info`.
 """
 
@@ -30,7 +31,7 @@ Names and labels stay; a label may be added to `orbis_disk_info`.
 def printed(host):
     done = subprocess.run([host, "metrics", "--machine", "workstation.txtpb", "--log-level", "off"], cwd=REPOSITORY / "machines",
                           capture_output=True, encoding="utf-8")
-    if done.returncode != 0:
+    if done.returncode not in (0, 4):
         sys.exit(f"orbis-host ended with {done.returncode}: {done.stderr}")
     return done.stdout
 
