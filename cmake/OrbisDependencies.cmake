@@ -27,7 +27,7 @@ else()
     add_library(orbis::cli11 ALIAS CLI11::CLI11)
     # Debian's package has no CMake configuration; vcpkg's has one of this name.
     find_package(unofficial-utf8proc CONFIG QUIET)
-    if(TARGET utf8proc)
+    if(unofficial-utf8proc_FOUND)
         add_library(orbis::utf8proc ALIAS utf8proc)
     else()
         find_path(UTF8PROC_INCLUDE_DIR utf8proc.h REQUIRED)
