@@ -91,7 +91,7 @@ std::int64_t Messages(const Message& message)
 template <class Object, class Map>
 void MeasureMapping(benchmark::State& state, Object* object, Map map, double nanoseconds, double byteArrays)
 {
-    const auto held = NvmeMapping::Own(object);
+    const auto held = NvmeMapping::TakeOwnership(object);
     const auto arena = Veyra::Orbis::Plugins::NewMessageArena();
     const auto messages = Messages(*map(held.get(), *arena));
     Measure(state, 1, [&] {

@@ -11,15 +11,15 @@
 void orbis::fuzz::Nvme(Bytes bytes)
 {
     using Veyra::Orbis::Plugins::NvmeDataGetter;
-    using Veyra::Orbis::Plugins::NvmeMapping::Own;
+    using Veyra::Orbis::Plugins::NvmeMapping::TakeOwnership;
     Input input(bytes);
     const HostileMachine machine(input, HostileMachine::WmiRows::True);
     google::protobuf::Arena arena;
-    const auto identify = Own(SXNvmNewIdentifyControllerData(0));
+    const auto identify = TakeOwnership(SXNvmNewIdentifyControllerData(0));
     RequireReadable(NvmeDataGetter::toIdentifyControllerData(identify.get(), arena));
-    const auto health = Own(SXNvmNewHealthInfo(0));
+    const auto health = TakeOwnership(SXNvmNewHealthInfo(0));
     RequireReadable(NvmeDataGetter::toNvmeHealthInfo(health.get(), arena));
-    const auto customized = Own(SXNvmNewCustomizedHealthInfo(0));
+    const auto customized = TakeOwnership(SXNvmNewCustomizedHealthInfo(0));
     RequireReadable(NvmeDataGetter::toCustomizedHealthInfo(customized.get(), arena));
     (void)SXQueryStorageBusType(0);
 }

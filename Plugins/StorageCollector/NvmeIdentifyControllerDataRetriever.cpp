@@ -46,7 +46,7 @@ NvmeDataGetter::MessageMap<datatypes::NvmeIdentifyControllerData> NvmeDataGetter
     const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
     const std::shared_ptr<Arena> arena = NewMessageArena();
     WalkDrives("IdentifyControllerData", debug, [&](std::int32_t drive, const std::string& /*name*/) {
-        const auto controllerData = NvmeMapping::Own(SXNvmNewIdentifyControllerData(drive));
+        const auto controllerData = NvmeMapping::TakeOwnership(SXNvmNewIdentifyControllerData(drive));
         if (controllerData == nullptr) {
             site.Debug("!controllerData is true, skip this one.", __LINE__);
             return;

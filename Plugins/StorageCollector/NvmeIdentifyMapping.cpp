@@ -13,7 +13,7 @@ namespace {
 
 using NvmeMapping::Bytes;
 using NvmeMapping::Map;
-using NvmeMapping::Own;
+using NvmeMapping::TakeOwnership;
 using NvmeMapping::Text;
 using veyra::sondix::nvme::ICustomizedControllerData;
 using veyra::sondix::nvme::IIdentifyControllerData;
@@ -128,7 +128,7 @@ std::string Eppid(const ICustomizedControllerData& from)
 
 void MapVendorArea(datatypes::NvmeIdentifyControllerData& to, const IIdentifyControllerData* from, google::protobuf::Arena& arena)
 {
-    const auto vendor = Own(from->VendorSpecific());
+    const auto vendor = TakeOwnership(from->VendorSpecific());
     // A view of the vendor object, which stays the one that is released.
     const auto* customized = CustomizedControllerDataOf(vendor.get());
     if (customized == nullptr) {

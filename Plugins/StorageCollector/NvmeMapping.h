@@ -20,7 +20,7 @@ namespace Veyra::Orbis::Plugins::NvmeMapping {
 
 // Holds an object of the device-query library from the moment that it is returned. Null stays null.
 template <class Object>
-[[nodiscard]] std::shared_ptr<Object> Own(Object* object)
+[[nodiscard]] std::shared_ptr<Object> TakeOwnership(Object* object)
 {
     return object != nullptr ? std::shared_ptr<Object>(object, SXDelete) : nullptr;
 }
@@ -29,7 +29,7 @@ template <class Object>
 template <class Message, class Object, class Fill>
 [[nodiscard]] Message* Map(Object* object, google::protobuf::Arena& arena, Fill fill)
 {
-    const std::shared_ptr<const Object> from = Own(object);
+    const std::shared_ptr<const Object> from = TakeOwnership(object);
     if (from == nullptr) {
         return nullptr;
     }

@@ -18,7 +18,7 @@ std::unique_ptr<Retriever> Make(const std::shared_ptr<Common::IZelLog>& log)
 
 }  // namespace
 
-RetrieverFactories RetrieverFactories::Own()
+RetrieverFactories RetrieverFactories::Default()
 {
     RetrieverFactories own;
     own.physicalDiskDynamicInfo = Make<PhysicalDiskDynamicInfoRetriever>;

@@ -29,7 +29,7 @@ struct RetrieverFactories {
 
     // The retrievers of this plug-in. The only place that names their classes, so a program that links its own definition of this
     // function runs the plug-in on retrievers of its own.
-    [[nodiscard]] static RetrieverFactories Own();
+    [[nodiscard]] static RetrieverFactories Default();
 };
 
 }  // namespace Veyra::Orbis::Plugins

@@ -37,12 +37,12 @@ NvmeDataGetter::MessageMap<datatypes::SmartNvmeInfo> NvmeDataGetter::GetNvmeHeal
     const std::shared_ptr<Arena> arena = NewMessageArena();
     WalkDrives("NvmeHealthInfo", debug, [&](std::int32_t drive, const std::string& name) {
         auto* info = NewMessage<datatypes::SmartNvmeInfo>(*arena);
-        const auto health = NvmeMapping::Own(SXNvmNewHealthInfo(drive));
+        const auto health = NvmeMapping::TakeOwnership(SXNvmNewHealthInfo(drive));
         if (health != nullptr) {
             site.Debug(fmt::format("Fetching HealthInfo for {0}", name), __LINE__);
             info->set_allocated_health_info(toNvmeHealthInfo(health.get(), *arena));
         }
-        const auto customized = NvmeMapping::Own(SXNvmNewCustomizedHealthInfo(drive));
+        const auto customized = NvmeMapping::TakeOwnership(SXNvmNewCustomizedHealthInfo(drive));
         if (customized != nullptr) {
             // Intentional: the misspelling is what people search their logs for.
             site.Debug(fmt::format("Fetching CuctomizedHealthInfo for {0}", name), __LINE__);

@@ -26,7 +26,8 @@ public:
     static constexpr std::string_view LogId = "StrgColl";
 
     // The agent is not used and may be null. A retriever that cannot be constructed is logged and left out; the others work.
-    explicit StorageCollectorPlugin(Lumo::Interfaces::IAgent* agent, const RetrieverFactories& make = RetrieverFactories::Own());
+    explicit StorageCollectorPlugin(Lumo::Interfaces::IAgent* agent,
+                                    const RetrieverFactories& make = RetrieverFactories::Default());
 
     using ItemId = Sdk::Common::Identifiers::ItemId;
     using CancellationToken = Common::CancellationToken;

@@ -13,30 +13,27 @@ bool IsNotZero(char character) { return character != '\0'; }
 bool IsNotSpace(char character) { return std::string_view{" \t\n\v\f\r"}.find(character) == std::string_view::npos; }
 bool IsNotBackspace(char character) { return character != '\b'; }
 
-namespace OneSided {
-
 // From the first character that is kept to the last one.
 template <bool (*keep)(char)>
-std::string_view Trim(std::string_view text)
+std::string_view TrimEnds(std::string_view text)
 {
     const auto first = std::find_if(text.begin(), text.end(), keep);
     const auto end = std::find_if(text.rbegin(), std::make_reverse_iterator(first), keep).base();
     return text.substr(static_cast<std::size_t>(first - text.begin()), static_cast<std::size_t>(end - first));
 }
 
-}  // namespace OneSided
 }  // namespace
 
-std::string StorageHelper::TrimZeros(const std::string& text) { return std::string{OneSided::Trim<IsNotZero>(text)}; }
+std::string StorageHelper::TrimZeros(const std::string& text) { return std::string{TrimEnds<IsNotZero>(text)}; }
 
-std::string StorageHelper::TrimSpace(const std::string& text) { return std::string{OneSided::Trim<IsNotSpace>(text)}; }
+std::string StorageHelper::TrimSpace(const std::string& text) { return std::string{TrimEnds<IsNotSpace>(text)}; }
 
-std::string StorageHelper::TrimInvalidChar(const std::string& text) { return std::string{OneSided::Trim<IsNotBackspace>(text)}; }
+std::string StorageHelper::TrimInvalidChar(const std::string& text) { return std::string{TrimEnds<IsNotBackspace>(text)}; }
 
 std::string StorageHelper::Trim(const std::string& text)
 {
     // The order matters: a backspace at an end keeps the white space before it from being removed.
-    return std::string{OneSided::Trim<IsNotBackspace>(OneSided::Trim<IsNotSpace>(OneSided::Trim<IsNotZero>(text)))};
+    return std::string{TrimEnds<IsNotBackspace>(TrimEnds<IsNotSpace>(TrimEnds<IsNotZero>(text)))};
 }
 
 std::string StorageHelper::RawBufferToByteString(const std::uint8_t* buffer, std::int32_t length)

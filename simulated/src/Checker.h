@@ -34,23 +34,22 @@ class Findings {
 public:
     explicit Findings(std::string file) : m_File(std::move(file)) {}
 
-    void Error(const Place& place, const google::protobuf::FieldDescriptor& field, int index, std::string message,
-               std::string wayOut)
+    void Error(const Place& place, const google::protobuf::FieldDescriptor& field, int index, std::string message, std::string hint)
     {
-        Add(Finding::Severity::Error, place, field, index, std::move(message), std::move(wayOut));
+        Add(Finding::Severity::Error, place, field, index, std::move(message), std::move(hint));
     }
     void Warning(const Place& place, const google::protobuf::FieldDescriptor& field, int index, std::string message,
-                 std::string wayOut)
+                 std::string hint)
     {
-        Add(Finding::Severity::Warning, place, field, index, std::move(message), std::move(wayOut));
+        Add(Finding::Severity::Warning, place, field, index, std::move(message), std::move(hint));
     }
-    void Error(const Place& place, const char* field, std::string message, std::string wayOut, int index = 0)
+    void Error(const Place& place, const char* field, std::string message, std::string hint, int index = 0)
     {
-        Error(place, place.Field(field), index, std::move(message), std::move(wayOut));
+        Error(place, place.Field(field), index, std::move(message), std::move(hint));
     }
-    void Warning(const Place& place, const char* field, std::string message, std::string wayOut, int index = 0)
+    void Warning(const Place& place, const char* field, std::string message, std::string hint, int index = 0)
     {
-        Warning(place, place.Field(field), index, std::move(message), std::move(wayOut));
+        Warning(place, place.Field(field), index, std::move(message), std::move(hint));
     }
 
     // In the order of the file.
@@ -58,7 +57,7 @@ public:
 
 private:
     void Add(Finding::Severity severity, const Place& place, const google::protobuf::FieldDescriptor& field, int index,
-             std::string message, std::string wayOut);
+             std::string message, std::string hint);
 
     std::string m_File;
     std::vector<Finding> m_Findings;

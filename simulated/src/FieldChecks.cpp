@@ -156,7 +156,7 @@ struct Rule {
     Finding::Severity severity;
     Verdict (*judge)(const Subject& subject, std::uint64_t limit);
     std::uint64_t limit;
-    const char* wayOut;
+    const char* hint;
 };
 
 constexpr const char* kFit = "write a value that fits the field of the device";
@@ -282,9 +282,9 @@ void CheckFields(const Place& place, Findings& findings)
                 continue;
             }
             if (rule.severity == kError) {
-                findings.Error(place, field, i, std::move(verdict), rule.wayOut);
+                findings.Error(place, field, i, std::move(verdict), rule.hint);
             } else {
-                findings.Warning(place, field, i, std::move(verdict), rule.wayOut);
+                findings.Warning(place, field, i, std::move(verdict), rule.hint);
             }
         }
     }

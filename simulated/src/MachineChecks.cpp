@@ -139,9 +139,9 @@ std::vector<Place> Place::Each(const FieldDescriptor& field) const
 }
 
 void Findings::Add(Finding::Severity severity, const Place& place, const FieldDescriptor& field, int index, std::string message,
-                   std::string wayOut)
+                   std::string hint)
 {
-    Finding finding{severity, m_File, place.line, place.column, place.PathOf(field, index), std::move(message), std::move(wayOut)};
+    Finding finding{severity, m_File, place.line, place.column, place.PathOf(field, index), std::move(message), std::move(hint)};
     const TextFormat::ParseLocation at =
         place.tree != nullptr ? place.tree->GetLocation(&field, field.is_repeated() ? index : -1) : TextFormat::ParseLocation();
     if (at.line >= 0) {  // else the field is not in the file, and its message's place is all there is

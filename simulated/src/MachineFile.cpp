@@ -113,9 +113,9 @@ std::unique_ptr<Parsed> Parse(std::string_view text, const std::string& name)
     return parsed;
 }
 
-Finding FileFinding(const std::string& path, std::string message, std::string wayOut)
+Finding FileFinding(const std::string& path, std::string message, std::string hint)
 {
-    return {Finding::Severity::Error, path, 0, 0, {}, std::move(message), std::move(wayOut)};
+    return {Finding::Severity::Error, path, 0, 0, {}, std::move(message), std::move(hint)};
 }
 
 std::string ReadFile(const std::string& path)
@@ -155,7 +155,7 @@ std::string Finding::Text() const
         text += field + ": ";
     }
     text += message;
-    return wayOut.empty() ? text : text + "; " + wayOut;
+    return hint.empty() ? text : text + "; " + hint;
 }
 
 MachineFileError::MachineFileError(Finding finding) : std::runtime_error(finding.Text()), m_Finding(std::move(finding)) {}

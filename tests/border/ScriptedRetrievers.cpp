@@ -100,7 +100,7 @@ private:
 
 }  // namespace
 
-RetrieverFactories RetrieverFactories::Own()
+RetrieverFactories RetrieverFactories::Default()
 {
     RetrieverFactories own;
     own.physicalDiskDynamicInfo = [](const auto&) -> std::unique_ptr<IStorageRetriever<datatypes::PhysicalDiskDynamicInfo>> {

@@ -28,17 +28,17 @@ protected:
     // Maps drive 0 and releases it.
     const datatypes::NvmeIdentifyControllerData& Identify()
     {
-        const auto data = NvmeMapping::Own(SXNvmNewIdentifyControllerData(0));
+        const auto data = NvmeMapping::TakeOwnership(SXNvmNewIdentifyControllerData(0));
         return *NvmeDataGetter::toIdentifyControllerData(data.get(), m_Arena);
     }
     const datatypes::NvmeHealthInfo& Health()
     {
-        const auto health = NvmeMapping::Own(SXNvmNewHealthInfo(0));
+        const auto health = NvmeMapping::TakeOwnership(SXNvmNewHealthInfo(0));
         return *NvmeDataGetter::toNvmeHealthInfo(health.get(), m_Arena);
     }
     const datatypes::NvmeCustomizedHealthInfo& CustomizedHealth()
     {
-        const auto health = NvmeMapping::Own(SXNvmNewCustomizedHealthInfo(0));
+        const auto health = NvmeMapping::TakeOwnership(SXNvmNewCustomizedHealthInfo(0));
         return *NvmeDataGetter::toCustomizedHealthInfo(health.get(), m_Arena);
     }
 

@@ -65,18 +65,18 @@ class WalkingBitTest : public ::testing::Test {
 protected:
     [[nodiscard]] const Message& Identify()
     {
-        const auto data = NvmeMapping::Own(SXNvmNewIdentifyControllerData(0));
+        const auto data = NvmeMapping::TakeOwnership(SXNvmNewIdentifyControllerData(0));
         return *NvmeDataGetter::toIdentifyControllerData(data.get(), m_Arena);
     }
     [[nodiscard]] const Message& Health()
     {
-        const auto health = NvmeMapping::Own(SXNvmNewHealthInfo(0));
+        const auto health = NvmeMapping::TakeOwnership(SXNvmNewHealthInfo(0));
         return *NvmeDataGetter::toNvmeHealthInfo(health.get(), m_Arena);
     }
     // With the maker's log as sub-message: a drive without one has none.
     [[nodiscard]] const Message& MakerHealth()
     {
-        const auto health = NvmeMapping::Own(SXNvmNewCustomizedHealthInfo(0));
+        const auto health = NvmeMapping::TakeOwnership(SXNvmNewCustomizedHealthInfo(0));
         auto* info = NewMessage<datatypes::SmartNvmeInfo>(m_Arena);
         info->set_allocated_customized_health_info(NvmeDataGetter::toCustomizedHealthInfo(health.get(), m_Arena));
         return *info;

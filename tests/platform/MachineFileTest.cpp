@@ -86,7 +86,7 @@ TEST(MachineFile, FindingsNamePlaceFieldAndWayOut)
         EXPECT_EQ(std::pair(finding.line, finding.column), std::pair(expected.line, expected.column)) << finding.Text();
         EXPECT_EQ(finding.field, expected.field);
         EXPECT_NE(finding.message.find(expected.message), std::string::npos) << finding.message;
-        EXPECT_FALSE(finding.wayOut.empty());
+        EXPECT_FALSE(finding.hint.empty());
         if (expected.severity == kWarning) {
             EXPECT_NO_THROW(static_cast<void>(ParseMachine(expected.text)));
             continue;

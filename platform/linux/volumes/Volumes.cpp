@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t kMountInfoLimit = std::size_t{16} << 20;
 
-struct Place {
+struct DiskPartition {
     Disk disk;
     std::uint32_t partition = 0;
 };
@@ -46,7 +46,7 @@ std::vector<Mount> ParseMounts(const Roots& roots, std::string_view mountInfo)
 
 // The disk, or the one partition, that everything below a block device comes down to. A partition's folder, to which its name in
 // the class is a link, stands in its disk's.
-std::optional<Place> PlaceOf(const Roots& roots, Inventory& inventory, const std::string& blockName, int depth = 0)
+std::optional<DiskPartition> PartitionOf(const Roots& roots, Inventory& inventory, const std::string& blockName, int depth = 0)
 {
     constexpr int kDeepestStack = 8;
     const std::string folder = roots.sys + "/class/block/" + blockName;
@@ -56,14 +56,14 @@ std::optional<Place> PlaceOf(const Roots& roots, Inventory& inventory, const std
     }
     if (const std::optional<std::uint64_t> partition = ReadNumber(folder + "/partition")) {
         std::optional<Disk> disk = inventory.FindByName(BaseName(target.substr(0, target.find_last_of('/'))));
-        return disk ? std::optional(Place{std::move(*disk), static_cast<std::uint32_t>(*partition)}) : std::nullopt;
+        return disk ? std::optional(DiskPartition{std::move(*disk), static_cast<std::uint32_t>(*partition)}) : std::nullopt;
     }
     const std::vector<std::string> below = DirectoryNames(folder + "/slaves");
     if (below.size() == 1) {
-        return PlaceOf(roots, inventory, below.front(), depth + 1);
+        return PartitionOf(roots, inventory, below.front(), depth + 1);
     }
     std::optional<Disk> disk = below.empty() && Exists(folder + "/device") ? inventory.FindByName(blockName) : std::nullopt;
-    return disk ? std::optional(Place{std::move(*disk), 0}) : std::nullopt;
+    return disk ? std::optional(DiskPartition{std::move(*disk), 0}) : std::nullopt;
 }
 
 bool IsBelow(std::string_view path, std::string_view directory)
@@ -195,9 +195,9 @@ VolumeSet Volumes::Current()
         }
     }
     for (const auto& [blockName, mount] : chosen) {
-        if (const std::optional<Place> place = PlaceOf(m_Roots, m_Inventory, blockName)) {
-            set.volumes.push_back(
-                {'\0', place->disk.number, place->disk.instanceId, place->partition, blockName, mount->root, mount->mountPoint});
+        if (const std::optional<DiskPartition> partition = PartitionOf(m_Roots, m_Inventory, blockName)) {
+            set.volumes.push_back({'\0', partition->disk.number, partition->disk.instanceId, partition->partition, blockName,
+                                   mount->root, mount->mountPoint});
         }
     }
     std::ranges::sort(set.volumes, {}, [](const Volume& volume) {
