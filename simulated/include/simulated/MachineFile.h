@@ -23,7 +23,7 @@ struct Finding {
     int column = 0;       // from 1; 0 when the place is not known
     std::string field;    // path, such as disk[1].nvme.log_page[0].content.hex
     std::string message;  // what is wrong
-    std::string hint;   // what to do about it
+    std::string hint;     // what to do about it
 
     // "file:line:column: severity: field: message; way out" with what is known of it.
     [[nodiscard]] ORBIS_SIMULATED_EXPORT std::string Text() const;
