@@ -18,11 +18,12 @@ _orbis_host() {
                 health) choices="--format --baseline --only-when-rising --state --log-to --rules --item --machine --log-level --plugin --help" ;;
                 explain) choices="all PhysicalDiskStaticInfo PhysicalDiskDynamicInfo SmartStaticInfo SmartDynamicInfo SmartNvmeInfo
                     NvmeIdentifyControllerData --item --machine --format --log-level --plugin --help" ;;
+                report) choices="--output --baseline --with-identifiers --machine --log-level --plugin --help" ;;
                 describe) choices="--plugin --help" ;;
                 metrics) choices="--output --item --machine --log-level --plugin --help" ;;
                 machine) choices="validate show --help" ;;
-                help) choices="describe collect metrics health explain machine" ;;
-                *) choices="describe collect metrics health explain machine help version --help --version" ;;
+                help) choices="describe collect metrics health explain report machine" ;;
+                *) choices="describe collect metrics health explain report machine help version --help --version" ;;
             esac ;;
     esac
     mapfile -t COMPREPLY < <(compgen -W "$choices" -- "$word")

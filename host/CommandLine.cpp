@@ -67,6 +67,7 @@ public:
         AddMetrics();
         AddHealth();
         AddExplain();
+        AddReport();
         AddMachine();
         AddHelp();
     }
@@ -234,6 +235,28 @@ private:
         AddSourceOptions(command, m_Explain.source);
     }
 
+    void AddReport()
+    {
+        CLI::App& command = AddCommand(m_App, "report", "Write a page for people: one HTML file that opens anywhere", [this] {
+            m_Report.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
+            return Report(m_Report);
+        });
+        command.footer(
+            "The file needs nothing beside itself and no network. Serial numbers, identifiers and names are replaced\n"
+            "in it unless --with-identifiers is given.\n\n"
+            "Examples:\n"
+            "  orbis-host report --output report.html\n"
+            "  orbis-host report --output report.html --baseline lastweek.json --with-identifiers\n\n" +
+            ExitStatusFooter());
+        command.add_option("--output", m_Report.file, "Write to this file, at once")->option_text("FILE")->required();
+        command.add_option("--machine", m_Report.source.machine, "Report the simulated machine of this file")->option_text("FILE");
+        command.add_option("--baseline", m_Report.baseline, "Tell what rose since this earlier `health --format json`")
+            ->option_text("FILE");
+        command.add_flag("--with-identifiers", m_Report.withIdentifiers, "Keep serial numbers, identifiers and names as they are");
+        command.add_option("--log-level", m_LogLevel, "trace, debug, info, warning, error or off (warning)")->option_text("LEVEL");
+        AddPluginOption(command, m_Report.source.plugin);
+    }
+
     void AddMachine()
     {
         CLI::App& machine = *m_App.add_subcommand("machine", "Look at files that describe simulated machines");
@@ -333,6 +356,7 @@ private:
     std::string m_LogTo;
     bool m_ShowRules = false;
     ExplainOptions m_Explain;
+    ReportOptions m_Report;
     std::string m_Format = "table";
     std::string m_LogLevel = "warning";
     std::vector<std::filesystem::path> m_Files;

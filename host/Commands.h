@@ -53,6 +53,13 @@ struct ExplainOptions {
     Format format = Format::Table;  // Table or Json
 };
 
+struct ReportOptions {
+    SourceOptions source;  // without a disk
+    std::filesystem::path file;
+    std::filesystem::path baseline;  // empty: none
+    bool withIdentifiers = false;
+};
+
 // Each prints its result, reports what goes wrong on standard error, and returns the exit status.
 [[nodiscard]] int Describe(const DescribeOptions& options, Output& output);
 [[nodiscard]] int Collect(const CollectOptions& options, Output& output);
@@ -60,6 +67,7 @@ struct ExplainOptions {
 [[nodiscard]] int Health(const HealthOptions& options, Output& output);
 [[nodiscard]] int ShowHealthRules(Output& output);
 [[nodiscard]] int Explain(const ExplainOptions& options, Output& output);
+[[nodiscard]] int Report(const ReportOptions& options);
 [[nodiscard]] int ValidateMachineFiles(const std::vector<std::filesystem::path>& files, Output& output);
 [[nodiscard]] int ShowMachineFile(const std::filesystem::path& file, Output& output);
 

@@ -9,6 +9,7 @@
 
 #include "Collector.h"
 #include "Commands.h"
+#include "HealthFile.h"
 #include "HealthLog.h"
 #include "MachineInForce.h"
 #include "Progress.h"
@@ -42,21 +43,6 @@ std::string ToJson(const google::protobuf::Message& message)
     return text;
 }
 
-HealthReport ReadReport(const std::filesystem::path& file)
-{
-    HealthReport report;
-    const auto status = google::protobuf::util::JsonStringToMessage(ReadWholeFile(file), &report);
-    if (!status.ok() || report.format_version() == 0) {
-        throw std::invalid_argument(fmt::format("{}: not a report of `orbis-host health --format json`{}", FileName(file),
-                                                status.ok() ? "" : ": " + std::string(status.message())));
-    }
-    if (report.format_version() > insight::kHealthFormatVersion) {
-        throw std::invalid_argument(fmt::format("{}: written by a later version of this program (format {}, known up to {})",
-                                                FileName(file), report.format_version(), insight::kHealthFormatVersion));
-    }
-    return report;
-}
-
 int StatusOf(const HealthReport& report)
 {
     switch (insight::WorstOf(report)) {
@@ -76,7 +62,7 @@ void UpdateState(const HealthOptions& options, HealthReport report)
 {
     HealthReport before;
     if (std::error_code error; std::filesystem::exists(options.state, error)) {
-        before = ReadReport(options.state);
+        before = ReadHealthReport(options.state);
     }
     report.clear_gone();
     if (!options.source.disk.empty()) {
@@ -98,11 +84,26 @@ void UpdateState(const HealthOptions& options, HealthReport report)
 
 }  // namespace
 
+HealthReport ReadHealthReport(const std::filesystem::path& file)
+{
+    HealthReport report;
+    const auto status = google::protobuf::util::JsonStringToMessage(ReadWholeFile(file), &report);
+    if (!status.ok() || report.format_version() == 0) {
+        throw std::invalid_argument(fmt::format("{}: not a report of `orbis-host health --format json`{}", FileName(file),
+                                                status.ok() ? "" : ": " + std::string(status.message())));
+    }
+    if (report.format_version() > insight::kHealthFormatVersion) {
+        throw std::invalid_argument(fmt::format("{}: written by a later version of this program (format {}, known up to {})",
+                                                FileName(file), report.format_version(), insight::kHealthFormatVersion));
+    }
+    return report;
+}
+
 int Health(const HealthOptions& options, Output& output)
 {
     HealthReport baseline;
     if (!options.baseline.empty()) {
-        baseline = ReadReport(options.baseline);  // a wrong file is reported before the disks are asked
+        baseline = ReadHealthReport(options.baseline);  // a wrong file is reported before the disks are asked
     }
     for (const std::string& rule : options.onlyWhenRising) {
         const auto rules = insight::HealthRules();

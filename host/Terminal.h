@@ -39,6 +39,8 @@ void PrepareOutput(bool binary);
 [[nodiscard]] std::filesystem::path PluginFileName(const char* name);
 // The name of this computer on its network.
 [[nodiscard]] std::string ComputerName();
+// Operating system and version, for example "Linux 6.1.0 x86_64".
+[[nodiscard]] std::string SystemName();
 // A short advice on how to run with more rights here.
 [[nodiscard]] const char* MoreRightsAdvice();
 

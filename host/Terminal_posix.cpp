@@ -2,6 +2,7 @@
 #include <langinfo.h>
 #include <locale.h>
 #include <sys/ioctl.h>
+#include <sys/utsname.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -62,6 +63,12 @@ std::string ComputerName()
 {
     std::string name(256, '\0');  // HOST_NAME_MAX is 64 here
     return ::gethostname(name.data(), name.size() - 1) == 0 ? name.substr(0, name.find('\0')) : std::string();
+}
+
+std::string SystemName()
+{
+    utsname name{};
+    return ::uname(&name) == 0 ? std::string(name.sysname) + ' ' + name.release + ' ' + name.machine : "unknown";
 }
 
 const char* MoreRightsAdvice()

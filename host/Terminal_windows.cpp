@@ -122,6 +122,21 @@ std::string ComputerName()
     return {text.begin(), text.end()};
 }
 
+std::string SystemName()
+{
+    OSVERSIONINFOW version{};
+    version.dwOSVersionInfoSize = sizeof(version);
+    // GetVersionEx answers what the manifest of the program claims; the kernel's own function does not.
+    using GetVersion = LONG(WINAPI*)(OSVERSIONINFOW*);
+    const auto get =
+        reinterpret_cast<GetVersion>(reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion")));
+    if (get == nullptr || get(&version) != 0) {
+        return "Windows";
+    }
+    return "Windows " + std::to_string(version.dwMajorVersion) + '.' + std::to_string(version.dwMinorVersion) + '.' +
+           std::to_string(version.dwBuildNumber);
+}
+
 const char* MoreRightsAdvice() { return "to see everything, run orbis-host from an elevated prompt (Run as administrator)"; }
 
 }  // namespace orbis::host

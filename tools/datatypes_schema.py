@@ -14,6 +14,7 @@ PACKAGE = "veyra.orbis.datatypes"
 # What programs read, each part with a lock beside it: folder of the schema, its files, its package.
 DATATYPES = ("host-sdk/proto", "orbis/datatypes", PACKAGE)
 DOCUMENTS = ("host/proto", "orbis/host", "orbis.host")
+REPORTS = ("insight/proto", "orbis/insight", "orbis.insight")
 REPOSITORY = pathlib.Path(__file__).resolve().parent.parent
 
 _Field = descriptor_pb2.FieldDescriptorProto
@@ -45,7 +46,7 @@ def load(protoc, root, part=DATATYPES):
 
 def short_name(full_name):
     """A type's name without the schema's own packages: .veyra.orbis.datatypes.DiskType is DiskType."""
-    for _, _, package in (DATATYPES, DOCUMENTS):
+    for _, _, package in (DATATYPES, DOCUMENTS, REPORTS):
         full_name = full_name.lstrip(".").removeprefix(package + ".")
     return full_name
 

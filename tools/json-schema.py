@@ -13,7 +13,10 @@ import datatypes_schema as schema
 
 DIALECT = "https://json-schema.org/draft/2020-12/schema"
 # Numbers of the parts of a file and of a message within descriptor.proto; source locations are paths of them.
-FILE_MESSAGES, FILE_ENUMS, MESSAGE_FIELDS = 4, 5, 2
+FILE_MESSAGES, FILE_ENUMS, MESSAGE_FIELDS, MESSAGE_ENUMS = 4, 5, 2, 4
+
+# Of the schema of the documents about a machine: what a report is made of.
+REPORT_FILES = ("/explanation.proto", "/health.proto", "/report.proto")
 
 UINT64 = {"type": "string", "pattern": "^(0|[1-9][0-9]{0,19})$"}
 INT64 = {"type": "string", "pattern": "^(0|-?[1-9][0-9]{0,18})$"}
@@ -33,6 +36,8 @@ CANONICAL = {
     "google.protobuf.Timestamp": {"type": "string", "format": "date-time"},
     "google.protobuf.Any": {},  # takes the place of a datatype's message
     "uint32": {"type": "integer", "minimum": 0, "maximum": 2**32 - 1},
+    "uint64": UINT64,
+    "double": FLOAT,
     "string": {"type": "string"},
     "bytes": BYTES,
     "bool": {"type": "boolean"},
@@ -60,11 +65,16 @@ def definitions(files):
                     value = {"type": "array", "items": value}
                 properties[field.json_name] = {**described([FILE_MESSAGES, index, MESSAGE_FIELDS, position]), **value}
             found[message.name] = {**described([FILE_MESSAGES, index]), "type": "object", "properties": properties}
+            for position, enum in enumerate(message.enum_type):
+                found[f"{message.name}.{enum.name}"] = {**described([FILE_MESSAGES, index, MESSAGE_ENUMS, position]), **values_of(enum)}
         for index, enum in enumerate(file.enum_type):
-            # A value that a reader's schema does not have yet is printed as its number.
-            found[enum.name] = {**described([FILE_ENUMS, index]),
-                                "anyOf": [{"enum": [value.name for value in enum.value]}, {"type": "integer"}]}
+            found[enum.name] = {**described([FILE_ENUMS, index]), **values_of(enum)}
     return found
+
+
+def values_of(enum):
+    # A value that a reader's schema does not have yet is printed as its number.
+    return {"anyOf": [{"enum": [value.name for value in enum.value]}, {"type": "integer"}]}
 
 
 def value_of(field):
@@ -91,6 +101,18 @@ def with_data(item, datatypes, required):
     return item
 
 
+def with_message(defs, datatypes):
+    """Of the report, whose items hold their messages by type: property "@type" says which."""
+    types = {name: f"type.googleapis.com/{schema.PACKAGE}.{name}" for name in datatypes}
+    for name, url in types.items():
+        defs[name] = {**defs[name], "properties": {"@type": {"const": url}, **defs[name]["properties"]}}
+    data = {"description": "The message in protobuf's canonical JSON, with its type; absent for an item without data.",
+            "required": ["@type"],
+            "oneOf": [{"$ref": f"#/$defs/{name}"} for name in datatypes]}
+    defs["ReportItem"]["properties"]["data"] = data
+    return defs
+
+
 def document(name, title, body, defs):
     return {"$schema": DIALECT, "$id": f"urn:orbis:schema:{name}:1", "title": title, **body, "$defs": dict(sorted(defs.items()))}
 
@@ -105,6 +127,14 @@ def documents(protoc, root):
     item["description"] = "One collected item."
     yield "collect-json", document("collect-json", "orbis-host collect --format json", {"type": "array", "items": {"$ref": "#/$defs/Item"}},
                                    {"Item": item, **datatypes})
+
+    reports = [file for file in schema.load(protoc, root, schema.REPORTS) if file.name.endswith(REPORT_FILES)]
+    defs = with_message({**datatypes, **definitions(reports)}, names)
+    report = defs.pop("Report")
+    del defs["ExplanationReport"]
+    report["properties"]["formatVersion"] = {**report["properties"]["formatVersion"], "const": 1}
+    report["required"] = ["formatVersion", "time", "health"]
+    yield "report", document("report", "The document in the page of orbis-host report; what is empty, zero or false is left out", report, defs)
 
     line = own.pop("JsonLine")
     line["properties"]["formatVersion"] = {"description": line["properties"]["formatVersion"]["description"], "const": 1}

@@ -57,6 +57,11 @@ try(0 "DISK0" "^$" health --machine laptop-arm64.txtpb --baseline ${WORK}/state.
 try(2 "" "wrong.txtpb: not a report of" health --baseline ${WORK}/wrong.txtpb)
 try(2 "" "no such rule: x" health --only-when-rising x)
 try(0 "unsafeShutdowns.*\\(empty\\).*first byte 0 is sent as empty" "^$" explain SmartNvmeInfo --item 1 --machine workstation.txtpb)
+# A report tells of a disk that could not be judged by its status too; what cannot be written leaves nothing behind.
+try(4 "^$" "^$" report --machine workstation.txtpb --baseline ${WORK}/baseline.json --output ${WORK}/report.html)
+try(2 "^$" "--output is required" report --machine workstation.txtpb)
+try(2 "^$" "wrong.txtpb: not a report of" report --baseline ${WORK}/wrong.txtpb --output ${WORK}/none.html)
+try(5 "^$" "report.html could not be written" report --machine empty.txtpb --output ${WORK}/no-folder/report.html)
 try(2 "" "no such datatype: SmartNvmInfo. Did you mean SmartNvmeInfo" collect SmartNvmInfo)
 try(2 "" "no such datatype: x. One of these:\n  all\n" collect x)
 try(2 "" "xml" collect --format xml)

@@ -1,4 +1,4 @@
-"""What orbis-host prints of the example machines is what docs/schema says, property by property.
+"""What orbis-host prints of the example machines is what docs/schema says, property by property, and a report tells no secrets.
 
 usage: formats_test.py ORBIS_HOST
 """
@@ -6,8 +6,10 @@ usage: formats_test.py ORBIS_HOST
 import copy
 import json
 import pathlib
+import re
 import subprocess
 import sys
+import tempfile
 
 try:
     import jsonschema
@@ -44,6 +46,38 @@ def printed(host, machine, form):
     return done.stdout
 
 
+def reported(host, machine, *options):
+    """The page, and the document in it."""
+    with tempfile.TemporaryDirectory() as folder:
+        page = pathlib.Path(folder, "page.html")
+        command = [host, "report", "--machine", machine.name, "--output", str(page), "--log-level", "off", *options]
+        done = subprocess.run(command, cwd=machine.parent, capture_output=True, encoding="utf-8")
+        if done.returncode not in (0, 1, 4) or [one.name for one in pathlib.Path(folder).iterdir()] != ["page.html"]:
+            sys.exit(f"orbis-host report ended with {done.returncode} for {machine.name}: {done.stderr}")
+        text = page.read_text(encoding="utf-8")
+    data = text.partition('<script type="application/json" id="data">')[2].partition("</script>")[0]
+    if re.search("<|\u2028|\u2029", data):
+        sys.exit(f"{machine.name}: the data of the page holds what ends a script")
+    return text, json.loads(data)
+
+
+def secrets(machine):
+    """What the file says that tells this machine from another: as text, and as the bytes that a page of the drive holds."""
+    text = machine.read_text(encoding="utf-8")
+    values = re.findall(r'\b(?:serial|eppid|id|disk_id): (?:"|0x)([\w-]{4,})', text) + re.findall(r'oem_strings.*"1\[(\w+)\]"', text)
+    values += re.findall(r'pnp_device_id: ".*\\\\(.+)"', text) + re.findall(r'raw_address: "(.+)"', text) + [f'"{machine.stem}"']
+    for value in values:
+        if re.fullmatch("[A-Z]{1,6}|[0-]+", value):
+            continue  # words that stand in models and texts too, and no identifier
+        raw, guid = value.encode(), re.sub(r"^(..)(..)(..)(..)-(..)(..)-(..)(..)-(..)(..)-", r"\4\3\2\1\6\5\8\7\9\g<10>", value)
+        swapped = bytes(byte for pair in zip(raw[1::2], raw[0::2]) for byte in pair)
+        yield value, {value.lower(), raw.hex(" "), swapped[:8].hex(" "), *([bytes.fromhex(guid).hex(" ")] if len(guid) == 32 else [])}
+
+
+def told(machine, page):
+    return {value for value, spellings in secrets(machine) if any(one in page.lower() for one in spellings)}
+
+
 def spoiled(item):
     """The item, wrong in one way each."""
     for change in ({"datatype": None}, {"data": []}, {"data": {"noSuchField": 1}}, {"itemId": 5}, {"unknown": 1}):
@@ -55,7 +89,7 @@ def spoiled(item):
 
 def main():
     host = pathlib.Path(sys.argv[1]).resolve()
-    array, line = validator("collect-json"), validator("collect-jsonl")
+    array, line, report = validator("collect-json"), validator("collect-jsonl"), validator("report")
     failures, items, findings = [], [], 0
     for machine in sorted((REPOSITORY / "machines").glob("*.txtpb")):
         lines = [json.loads(text) for text in printed(host, machine, "jsonl").splitlines()]
@@ -64,6 +98,14 @@ def main():
         documents = [(array, json.loads(printed(host, machine, "json")))] + [(line, one) for one in lines]
         for schema, document in documents:
             failures += [f"{machine.name}: {error.json_path}: {error.message[:200]}" for error in schema.iter_errors(document)]
+        for options in ((), ("--with-identifiers",)):
+            page, document = reported(host, machine, *options)
+            failures += [f"{machine.name}: {error.json_path}: {error.message[:200]}" for error in report.iter_errors(document)]
+            tells = told(machine, page)
+            if not options and tells:
+                failures.append(f"the redacted report of {machine.name} tells {sorted(tells)}")
+            if options and machine.stem in ("workstation", "laptop-arm64") and len(tells) < 10:
+                failures.append(f"the full report of {machine.name} tells no more than {sorted(tells)}")
     if len({one["datatype"] for one in items}) != 6 or not findings:
         failures.append("the example machines do not show all datatypes and a finding")
     for wrong in spoiled(next(one for one in items if one["datatype"] == "SmartNvmeInfo")):

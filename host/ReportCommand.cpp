@@ -1,0 +1,73 @@
+#include <algorithm>
+#include <iterator>
+#include <stdexcept>
+
+#include "Collector.h"
+#include "Commands.h"
+#include "HealthFile.h"
+#include "MachineInForce.h"
+#include "Progress.h"
+#include "Say.h"
+#include "Terminal.h"
+#include "WholeFile.h"
+#include "insight/Health.h"
+#include "platform/Time.h"
+#include "report/Page.h"
+#include "report/Redaction.h"
+#include "report/Report.h"
+
+namespace orbis::host {
+
+int Report(const ReportOptions& options)
+{
+    insight::HealthReport baseline;
+    if (!options.baseline.empty()) {
+        baseline = ReadHealthReport(options.baseline);  // a wrong file is reported before the disks are asked
+    }
+    MachineInForce machine(options.source.machine);
+    Collector collector(machine, options.source.plugin, options.source.logLevel);
+    const std::vector<border::Operation> operations = collector.Choose({});
+    Progress progress;
+    progress.Show("waiting for the rates");
+    collector.LetRatesBuildUp(operations);
+    std::vector<Pass> passes;
+    for (const border::Operation& operation : operations) {
+        progress.Show("reading " + operation.datatype.substr(operation.datatype.rfind('.') + 1));
+        std::vector<Pass> one = collector.Collect({operation});
+        std::move(one.begin(), one.end(), std::back_inserter(passes));
+    }
+    progress.Clear();
+
+    const insight::Extract calls = machine.TakeCalls();
+    insight::HealthReport health =
+        insight::MakeReport(insight::EvidenceOf(calls.records), machine.Name(), platform::Time::Current().UtcNow());
+    if (!options.baseline.empty()) {
+        insight::Compare(health, baseline);
+    }
+    const std::vector<Finding> findings = collector.ReportFindings();
+    progress.Show("writing the page");
+    insight::Report report = MakeReportOf(passes, calls, health, findings);
+    report.set_system(options.source.machine.empty() ? SystemName() : "simulated machine");
+    if (!options.baseline.empty()) {
+        *report.mutable_baseline_time() = baseline.time();
+    }
+    if (!options.withIdentifiers) {
+        Redact(report);
+    }
+    const bool isComplete = findings.empty() && std::none_of(health.disk().begin(), health.disk().end(),
+                                                             [](const auto& disk) { return disk.verdict() == insight::UNKNOWN; });
+    int status = isComplete ? kExitOk : kExitIncomplete;
+    if (collector.HasFailed()) {
+        status = Graver(status, kExitCollectionFailed);
+    }
+    try {
+        WriteWholeFile(options.file, RenderPage(report));
+    } catch (const std::runtime_error& error) {
+        progress.Clear();
+        Say(error.what());
+        return Graver(status, kExitOutputLost);
+    }
+    return status;
+}
+
+}  // namespace orbis::host

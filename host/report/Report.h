@@ -1,0 +1,17 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "Formats.h"
+#include "insight/Journal.h"
+#include "orbis/insight/report.pb.h"
+
+namespace orbis::host {
+
+// The document of a report, from one pass of the collections: `passes` with the calls that they made, the verdicts on them, and
+// what was left out. Nothing is taken out of it.
+[[nodiscard]] insight::Report MakeReportOf(const std::vector<Pass>& passes, const insight::Extract& calls,
+                                           const insight::HealthReport& health, const std::vector<Finding>& findings);
+
+}  // namespace orbis::host

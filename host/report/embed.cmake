@@ -1,0 +1,67 @@
+# Writes the page of `orbis-host report` as a C++ header: the files of FOLDER put together, parted where the data goes. The content security
+# policy in the page names style and script by their SHA-256, so that nothing else runs.
+#   FOLDER: page.html, page.css, page.js   OUTPUT: the header
+
+# The text as browsers see it: they read every line end as one line feed before they hash.
+function(read_text file out)
+    file(READ ${FOLDER}/${file} text)
+    string(REPLACE "\r\n" "\n" text "${text}")
+    set(${out} "${text}" PARENT_SCOPE)
+endfunction()
+
+# base64(<SHA-256 in hexadecimal> <variable>)
+function(base64 hex out)
+    set(alphabet "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/")
+    set(text "")
+    foreach(at RANGE 0 60 6)
+        string(SUBSTRING "${hex}00" ${at} 6 group)
+        foreach(shift 18 12 6 0)
+            math(EXPR index "(0x${group} >> ${shift}) & 63")
+            string(SUBSTRING ${alphabet} ${index} 1 letter)
+            string(APPEND text ${letter})
+        endforeach()
+    endforeach()
+    string(REGEX REPLACE ".$" "=" text "${text}")  # 32 bytes are eleven groups of three, less one byte
+    set(${out} "${text}" PARENT_SCOPE)
+endfunction()
+
+read_text(page.html page)
+read_text(page.css style)
+read_text(page.js script)
+if(style MATCHES "</" OR script MATCHES "</|<!--")
+    message(FATAL_ERROR "page.css or page.js holds a text that would end its element in the page")
+endif()
+foreach(part STYLE SCRIPT)
+    string(TOLOWER ${part} name)
+    string(SHA256 hex "${${name}}")
+    base64(${hex} hash)
+    string(REPLACE "@${part}_HASH@" "${hash}" page "${page}")
+    string(REPLACE "@${part}@" "${${name}}" page "${page}")
+endforeach()
+
+string(FIND "${page}" "@DATA@" place)
+if(place EQUAL -1)
+    message(FATAL_ERROR "page.html has no place for the data")
+endif()
+string(SUBSTRING "${page}" 0 ${place} head)
+math(EXPR place "${place} + 6")
+string(SUBSTRING "${page}" ${place} -1 tail)
+
+# Raw string literals in pieces that every compiler takes.
+foreach(part head tail)
+    string(REPLACE "\n" "\n)~\"\n    R\"~(" ${part} "${${part}}")
+endforeach()
+file(WRITE ${OUTPUT} "#pragma once
+
+#include <string_view>
+
+namespace orbis::host {
+
+// The page before and behind its data.
+inline constexpr std::string_view kPageHead =
+    R\"~(${head})~\";
+inline constexpr std::string_view kPageTail =
+    R\"~(${tail})~\";
+
+}  // namespace orbis::host
+")
