@@ -55,7 +55,7 @@ file(REMOVE ${WORK}/state.json)
 try(0 "DISK0" "^$" health --machine laptop-arm64.txtpb --state ${WORK}/state.json)
 try(0 "DISK0" "^$" health --machine laptop-arm64.txtpb --baseline ${WORK}/state.json)
 try(2 "" "wrong.txtpb: not a report of" health --baseline ${WORK}/wrong.txtpb)
-try(2 "" "no such rule: x" health --only-when-rising x)
+try(2 "" "no such rule: x" health --only-when-rising x --baseline ${WORK}/state.json)
 try(0 "unsafeShutdowns.*\\(empty\\).*first byte 0 is sent as empty" "^$" explain SmartNvmeInfo --item 1 --machine workstation.txtpb)
 # A report tells of a disk that could not be judged by its status too; what cannot be written leaves nothing behind.
 try(4 "^$" "^$" report --machine workstation.txtpb --baseline ${WORK}/baseline.json --output ${WORK}/report.html)
