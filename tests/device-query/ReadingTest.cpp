@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "FakeDrives.h"
-#include "Owned.h"
 #include "platform/Errors.h"
 #include "sondix/sondix.h"
 
@@ -27,9 +26,14 @@ protected:
     }
     ~ReadingTest() override { EXPECT_EQ(m_Machine.openHandles, 0); }
 
-    static bool HasIdentify() { return Owned(SXNvmNewIdentifyControllerData(3)) != nullptr; }
-    static bool HasHealth() { return Owned(SXNvmNewHealthInfo(3)) != nullptr; }
-    static bool HasCustomizedHealth() { return Owned(SXNvmNewCustomizedHealthInfo(3)) != nullptr; }
+    static bool IsGiven(veyra::sondix::IObject* object)
+    {
+        SXDelete(object);
+        return object != nullptr;
+    }
+    static bool HasIdentify() { return IsGiven(SXNvmNewIdentifyControllerData(3)); }
+    static bool HasHealth() { return IsGiven(SXNvmNewHealthInfo(3)); }
+    static bool HasCustomizedHealth() { return IsGiven(SXNvmNewCustomizedHealthInfo(3)); }
 
     FakeDrives m_Machine;
     FakeDrive& m_Drive = m_Machine.drives[3];
