@@ -56,7 +56,6 @@ int Collect(const CollectOptions& options, Output& output)
     const bool isWatch = options.watchSeconds > 0;
     const bool isLive = isWatch && options.format == Format::Table && operations.size() == 1 && IsActivity(operations.front());
     const bool isRedrawn = isLive && output.GetStyle().canRedraw;
-    PrepareOutput(options.format == Format::Binary);
     if (isWatch) {
         InterruptWaits();
     }

@@ -3,8 +3,11 @@
 #include <fmt/format.h>
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <exception>
+#include <filesystem>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <sstream>
 #include <string>
@@ -12,9 +15,11 @@
 
 #include "Commands.h"
 #include "HostBorder/PluginHost.h"
+#include "Output.h"
 #include "Say.h"
 #include "SimulatedMachine.h"
 #include "Suggest.h"
+#include "Terminal.h"
 #include "Version.h"
 
 namespace orbis::host {
@@ -43,6 +48,8 @@ T ValueOf(const std::vector<std::pair<std::string, T>>& choices, const std::stri
     const std::string found = FindWord(words, given, what);
     return std::find_if(choices.begin(), choices.end(), [&](const auto& choice) { return choice.first == found; })->second;
 }
+
+std::filesystem::path FileOf(const std::string& utf8) { return std::u8string(utf8.begin(), utf8.end()); }
 
 std::string ExitStatusFooter()
 {
@@ -109,16 +116,25 @@ private:
         return command;
     }
 
+    // The words of the command line are UTF-8 everywhere; CLI11 would read a path in the code page on Windows.
+    static CLI::Option& AddFile(CLI::App& command, const char* name, std::filesystem::path& file, const char* description)
+    {
+        return *command
+                    .add_option_function<std::string>(
+                        name, [&file](const std::string& word) { file = FileOf(word); }, description)
+                    ->option_text("FILE");
+    }
+
     static void AddPluginOption(CLI::App& command, std::filesystem::path& plugin)
     {
-        command.add_option("--plugin", plugin, "Load this plug-in instead of the one beside this program")->option_text("FILE");
+        AddFile(command, "--plugin", plugin, "Load this plug-in instead of the one beside this program");
     }
 
     void AddSourceOptions(CLI::App& command, SourceOptions& source)
     {
         command.add_option("--item", source.disk, "Only this disk: an item id, DISK0, a number, a serial number, C: or /dev/nvme0")
             ->option_text("DISK");
-        command.add_option("--machine", source.machine, "Collect from the simulated machine of this file")->option_text("FILE");
+        AddFile(command, "--machine", source.machine, "Collect from the simulated machine of this file");
         command.add_option("--log-level", m_LogLevel, "trace, debug, info, warning, error or off (warning)")->option_text("LEVEL");
         AddPluginOption(command, source.plugin);
     }
@@ -173,8 +189,7 @@ private:
             "Example:\n"
             "  orbis-host metrics --output /var/lib/prometheus/node-exporter/orbis.prom\n\n" +
             ExitStatusFooter());
-        command.add_option("--output", m_Metrics.file, "Write to this file, at once, instead of standard output")
-            ->option_text("FILE");
+        AddFile(command, "--output", m_Metrics.file, "Write to this file, at once, instead of standard output");
         AddSourceOptions(command, m_Metrics.source);
     }
 
@@ -202,14 +217,13 @@ private:
             ExitStatusFooter());
         command.add_option("--format", m_Format, "table or json")->option_text("FORMAT");
         CLI::Option& baseline =
-            *command.add_option("--baseline", m_Health.baseline, "Tell what rose since this earlier --format json")
-                 ->option_text("FILE");
+            AddFile(command, "--baseline", m_Health.baseline, "Tell what rose since this earlier --format json");
         command
             .add_option("--only-when-rising", m_Health.onlyWhenRising,
                         "Rules that are notices where nothing rose since the baseline")
             ->needs(&baseline)
             ->option_text("RULE...");
-        CLI::Option& state = *command.add_option("--state", m_Health.state, "Keep the verdicts in this file")->option_text("FILE");
+        CLI::Option& state = AddFile(command, "--state", m_Health.state, "Keep the verdicts in this file");
         command.add_option("--log-to", m_LogTo, "Record verdicts that changed since the last run: journald or eventlog")
             ->needs(&state)
             ->option_text("LOG");
@@ -248,10 +262,9 @@ private:
             "  orbis-host report --output report.html\n"
             "  orbis-host report --output report.html --baseline lastweek.json --with-identifiers\n\n" +
             ExitStatusFooter());
-        command.add_option("--output", m_Report.file, "Write to this file, at once")->option_text("FILE")->required();
-        command.add_option("--machine", m_Report.source.machine, "Report the simulated machine of this file")->option_text("FILE");
-        command.add_option("--baseline", m_Report.baseline, "Tell what rose since this earlier `health --format json`")
-            ->option_text("FILE");
+        AddFile(command, "--output", m_Report.file, "Write to this file, at once").required();
+        AddFile(command, "--machine", m_Report.source.machine, "Report the simulated machine of this file");
+        AddFile(command, "--baseline", m_Report.baseline, "Tell what rose since this earlier `health --format json`");
         command.add_flag("--with-identifiers", m_Report.withIdentifiers, "Keep serial numbers, identifiers and names as they are");
         command.add_option("--log-level", m_LogLevel, "trace, debug, info, warning, error or off (warning)")->option_text("LEVEL");
         AddPluginOption(command, m_Report.source.plugin);
@@ -262,10 +275,17 @@ private:
         CLI::App& machine = *m_App.add_subcommand("machine", "Look at files that describe simulated machines");
         CLI::App& validate = AddCommand(machine, "validate", "Check machine files; findings name file, line and field",
                                         [this] { return ValidateMachineFiles(m_Files, m_Output); });
-        validate.add_option("FILE", m_Files, "Machine files (*.txtpb)")->required();
+        validate
+            .add_option_function<std::vector<std::string>>(
+                "FILE",
+                [this](const std::vector<std::string>& words) {
+                    std::transform(words.begin(), words.end(), std::back_inserter(m_Files), FileOf);
+                },
+                "Machine files (*.txtpb)")
+            ->required();
         CLI::App& show =
             AddCommand(machine, "show", "Describe the machine of a file", [this] { return ShowMachineFile(m_File, m_Output); });
-        show.add_option("FILE", m_File, "A machine file (*.txtpb)")->required();
+        AddFile(show, "FILE", m_File, "A machine file (*.txtpb)").required();
     }
 
     void AddHelp()
@@ -363,8 +383,6 @@ private:
     std::filesystem::path m_File;
 };
 
-}  // namespace
-
 int RunCommandLine(int argc, const char* const* argv, Output& output)
 {
     try {
@@ -386,6 +404,16 @@ int RunCommandLine(int argc, const char* const* argv, Output& output)
         Say(error.what());
         return kExitCollectionFailed;
     }
+}
+
+}  // namespace
+
+int RunProgram(int argc, const char* const* argv)
+{
+    RestrictLibrarySearch();
+    PrepareStandardStreams();
+    Output output(GetOutputStyle());
+    return output.Finish(RunCommandLine(argc, argv, output));
 }
 
 }  // namespace orbis::host

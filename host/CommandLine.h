@@ -1,11 +1,9 @@
 #pragma once
 
-#include "Output.h"
-
 namespace orbis::host {
 
-// Understands the arguments, runs the command that they name and returns the exit status. Nothing is thrown: what goes wrong is
-// reported on standard error.
-[[nodiscard]] int RunCommandLine(int argc, const char* const* argv, Output& output);
+// The whole program: understands the arguments, which are UTF-8 on every system, runs the command that they name and returns the
+// exit status. What goes wrong is reported on standard error.
+[[nodiscard]] int RunProgram(int argc, const char* const* argv);
 
 }  // namespace orbis::host

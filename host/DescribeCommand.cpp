@@ -2,14 +2,12 @@
 #include "HostBorder/PluginHost.h"
 #include "PluginFile.h"
 #include "Table.h"
-#include "Terminal.h"
 
 namespace orbis::host {
 
 int Describe(const DescribeOptions& options, Output& output)
 {
     const border::PluginHost plugin = border::PluginHost::Load(PluginFile(options.plugin));
-    PrepareOutput(false);
     std::string text =
         RenderFacts({{"Plug-in", plugin.Name()}, {"", plugin.Description()}, {"Id", plugin.Id()}, {"Log id", plugin.LogId()}},
                     output.GetStyle(), 0);

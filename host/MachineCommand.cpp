@@ -5,7 +5,6 @@
 #include "Say.h"
 #include "SimulatedMachine.h"
 #include "Table.h"
-#include "Terminal.h"
 
 namespace orbis::host {
 namespace {
@@ -20,7 +19,6 @@ std::string Utf8(const std::filesystem::path& path)
 
 int ValidateMachineFiles(const std::vector<std::filesystem::path>& files, Output& output)
 {
-    PrepareOutput(false);
     bool isUsable = true;
     for (const std::filesystem::path& file : files) {
         const auto findings = ValidateMachine(file);
@@ -37,7 +35,6 @@ int ValidateMachineFiles(const std::vector<std::filesystem::path>& files, Output
 
 int ShowMachineFile(const std::filesystem::path& file, Output& output)
 {
-    PrepareOutput(false);
     std::istringstream lines(DescribeMachine(file));
     std::string text;
     for (std::string line; std::getline(lines, line);) {

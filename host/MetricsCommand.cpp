@@ -5,7 +5,6 @@
 #include "MachineInForce.h"
 #include "Metrics.h"
 #include "Say.h"
-#include "Terminal.h"
 #include "WholeFile.h"
 #include "insight/Health.h"
 #include "platform/Time.h"
@@ -36,7 +35,6 @@ int Metrics(const MetricsOptions& options, Output& output)
         status = Graver(status, kExitCollectionFailed);
     }
     if (options.file.empty()) {
-        PrepareOutput(false);
         output.Write(text);
         return status;
     }

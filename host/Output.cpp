@@ -6,6 +6,7 @@
 
 #include "ExitStatus.h"
 #include "Say.h"
+#include "Terminal.h"
 
 namespace orbis::host {
 
@@ -14,8 +15,7 @@ void Output::Write(std::string_view text)
     if (m_IsLost || text.empty()) {
         return;
     }
-    errno = 0;
-    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
+    if (!WriteAll(stdout, text)) {
         Lose(errno);
     }
 }

@@ -12,9 +12,7 @@ Progress::Progress() : m_IsTerminal(ErrorIsTerminal()) {}
 void Progress::Show(std::string_view text)
 {
     if (m_IsTerminal) {
-        const std::string line = "\r\x1B[K" + std::string(text) + " ...";
-        std::fwrite(line.data(), 1, line.size(), stderr);
-        std::fflush(stderr);
+        (void)WriteAll(stderr, "\r\x1B[K" + std::string(text) + " ...");
         m_IsShown = true;
     }
 }
@@ -22,8 +20,7 @@ void Progress::Show(std::string_view text)
 void Progress::Clear()
 {
     if (m_IsShown) {
-        std::fputs("\r\x1B[K", stderr);
-        std::fflush(stderr);
+        (void)WriteAll(stderr, "\r\x1B[K");
         m_IsShown = false;
     }
 }

@@ -21,8 +21,7 @@ void Put(std::string_view before, std::string_view text)
         at = end + 1;
     }
     // In one piece, so that lines of several threads or programs do not mix.
-    const std::string whole = std::string(before) + lines;
-    std::fwrite(whole.data(), 1, whole.size(), stderr);
+    (void)WriteAll(stderr, std::string(before) + lines);
 }
 
 }  // namespace

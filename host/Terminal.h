@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdio>
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 #include "Style.h"
 
@@ -15,7 +17,7 @@ void RestrictLibrarySearch();
 
 // To be called before a file is opened: a standard stream that the caller has closed is kept from becoming somebody else's file,
 // and writing to a closed standard output is an error. A reader that closes its pipe makes a write fail instead of ending this
-// program.
+// program. Results are the same bytes on every system, and a console shows UTF-8 until this program ends.
 void PrepareStandardStreams();
 
 // True when standard output is a terminal (and not a file or a pipe).
@@ -24,8 +26,9 @@ void PrepareStandardStreams();
 [[nodiscard]] bool ErrorIsTerminal();
 // Columns of that terminal; 80 when it does not say.
 [[nodiscard]] std::size_t TerminalColumns();
-// Puts standard output into binary mode where the system makes a difference, and into UTF-8 where it is a console.
-void PrepareOutput(bool binary);
+// Writes all of `text`, which is UTF-8, to standard output or standard error at once; it is with the reader when this returns.
+// False with `errno` when it could not be written.
+[[nodiscard]] bool WriteAll(std::FILE* stream, std::string_view text);
 // The locale's characters are Unicode's.
 [[nodiscard]] bool LocaleIsUtf8();
 // What standard output and the environment (TERM, NO_COLOR, the locale) allow.

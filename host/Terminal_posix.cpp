@@ -36,6 +36,12 @@ void PrepareStandardStreams()
     (void)std::signal(SIGPIPE, SIG_IGN);
 }
 
+bool WriteAll(std::FILE* stream, std::string_view text)
+{
+    errno = 0;
+    return std::fwrite(text.data(), 1, text.size(), stream) == text.size() && std::fflush(stream) == 0;
+}
+
 bool LocaleIsUtf8()
 {
     // The program's own locale stays "C": numbers are written one way everywhere.
@@ -47,8 +53,6 @@ bool LocaleIsUtf8()
     ::freelocale(locale);
     return isUtf8;
 }
-
-void PrepareOutput(bool /*binary*/) {}
 
 std::filesystem::path ProgramFolder()
 {

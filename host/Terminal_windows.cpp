@@ -2,6 +2,8 @@
 #include <io.h>
 #include <windows.h>
 
+#include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <string>
 
@@ -15,7 +17,8 @@ namespace {
 // programs, and others rely on their code page.
 class ConsoleInUtf8 {
 public:
-    ConsoleInUtf8() : m_CodePage(::GetConsoleOutputCP()), m_Output(::GetStdHandle(STD_OUTPUT_HANDLE))
+    ConsoleInUtf8()
+        : m_CodePage(::GetConsoleOutputCP()), m_Output(::GetStdHandle(OutputIsTerminal() ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE))
     {
         ::SetConsoleOutputCP(CP_UTF8);
         m_HasMode = ::GetConsoleMode(m_Output, &m_Mode) != 0 &&
@@ -78,18 +81,40 @@ std::size_t TerminalColumns()
     return 80;
 }
 
-void PrepareStandardStreams() {}  // a closed stream is no handle here, and a closed pipe ends no program
-
-bool LocaleIsUtf8() { return true; }  // consoles are put into UTF-8, and files have it too
-
-void PrepareOutput(bool /*binary*/)
+// A closed stream is no handle here, and a closed pipe ends no program.
+void PrepareStandardStreams()
 {
-    // No carriage returns are added in either mode: piped results are the same bytes on every system.
+    // Neither carriage returns are added nor characters converted: results are the same bytes on every system.
     (void)::_setmode(::_fileno(stdout), _O_BINARY);
-    if (OutputIsTerminal()) {
+    (void)::_setmode(::_fileno(stderr), _O_BINARY);
+    if (OutputIsTerminal() || ErrorIsTerminal()) {
         static_cast<void>(ConsoleInUtf8::Instance());
     }
 }
+
+bool WriteAll(std::FILE* stream, std::string_view text)
+{
+    errno = 0;
+    const HANDLE console = ::GetStdHandle(stream == stdout ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
+    DWORD mode = 0;
+    if (::GetConsoleMode(console, &mode) == 0) {
+        return std::fwrite(text.data(), 1, text.size(), stream) == text.size() && std::fflush(stream) == 0;
+    }
+    // A console takes characters; bytes that end in the middle of one would be shown as something else.
+    const std::u16string wide = platform::Utf8ToUtf16(text);
+    constexpr std::size_t kMost = 8192;  // consoles before Windows 8 take 64 KB at once
+    for (std::size_t at = 0; at < wide.size();) {
+        DWORD written = 0;
+        const auto count = static_cast<DWORD>(std::min(wide.size() - at, kMost));
+        if (::WriteConsoleW(console, wide.data() + at, count, &written, nullptr) == 0 || written == 0) {
+            return false;
+        }
+        at += written;
+    }
+    return true;
+}
+
+bool LocaleIsUtf8() { return true; }  // consoles are put into UTF-8, and files have it too
 
 std::filesystem::path ProgramFolder()
 {

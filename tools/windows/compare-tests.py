@@ -22,6 +22,7 @@ OWN = [
     ("Windows", r"Windows.*", "the Windows port, on the services of the Windows that runs it"),
     ("Windows", r"windows\.image\..*", "machine, exports, imports, hardening and program databases of PE files"),
     ("Windows", r"windows\.(loading|stack-guard)", "where the system looks for DLLs; what mingw-w64 lacks of the stack protector"),
+    ("Windows", r"windows\.console", "code pages of consoles"),
 ]
 
 
