@@ -51,8 +51,7 @@ def definitions(files):
         comments = {tuple(place.path): place.leading_comments for place in file.source_code_info.location}
 
         def described(path, comments=comments):
-            # A description is the comment's meaning; where a value comes from stands in the document of the datatypes.
-            text = comments.get(tuple(path), "").partition("Source:")[0].split("\n\n")[0]
+            text = comments.get(tuple(path), "").split("\n\n")[0]
             return {"description": " ".join(text.split())} if text.strip() else {}
 
         for index, message in enumerate(file.message_type):

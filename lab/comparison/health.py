@@ -1,6 +1,6 @@
 """SMART / Health Information, field by field (NVM Express Base Specification 1.4, figure 194)."""
 
-from . import bits
+from . import sources
 from .peers import approximation, counter, key, raw_number
 
 DATATYPE = "SmartNvmeInfo"
@@ -34,14 +34,9 @@ def peers(field):
     return found + ([key("smartctl", f"nvme_smart_health_information_log.{name}")] if name else [])
 
 
-def all_fields():
-    for field in bits.fields("health_bits.txt"):
-        yield f"healthInfo.{field.path}", [counter(peer) if field.form else peer for peer in peers(field)]
-        if field.form:
-            yield f"healthInfo.{field.path}Approximate", [approximation(peer) for peer in peers(field)]
-
-
-FIELDS = dict(all_fields())
+FORMS = {"bytes": counter, "double": approximation}
+FIELDS = {one.path: [FORMS.get(one.form, lambda peer: peer)(peer) for peer in peers(one)]
+          for one in sources.page(DATATYPE, "NVME_HEALTH_LOG")}
 
 
 def fields(_readings):
@@ -50,5 +45,4 @@ def fields(_readings):
 
 # No drive of the guest has a maker's health log, so the only right answer is that this message is not there.
 ABSENT_BECAUSE = "no drive of the guest has a maker's health log"
-ABSENT = [f"customizedHealthInfo.{one.path}{twin}" for one in bits.fields("maker_health_bits.txt")
-          for twin in (["", "Approximate"] if one.form == "counter" else [""])]
+ABSENT = sources.makers(DATATYPE)

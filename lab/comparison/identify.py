@@ -1,6 +1,6 @@
 """Identify Controller, field by field (NVM Express Base Specification 1.4, figure 247)."""
 
-from . import bits
+from . import sources
 from .peers import array, counter, key, raw_bytes, text
 
 DATATYPE = "NvmeIdentifyControllerData"
@@ -40,8 +40,7 @@ def peers(field):
     return [peer.then(organisation) for peer in found] if field.first == OUI else found
 
 
-TABLE = bits.fields("identify_bits.txt")
-FIELDS = {one.path: peers(one) for one in TABLE if one.form != "maker" and "[*]" not in one.path}
+FIELDS = {one.path: peers(one) for one in sources.page(DATATYPE, "NVME_IDENTIFY")}
 
 
 def power_state(index):
@@ -75,4 +74,4 @@ def fields(readings):
 
 # No drive of the guest has a maker's vendor area, so the only right answer is that these messages are not there.
 ABSENT_BECAUSE = "no drive of the guest has a maker's vendor area"
-ABSENT = [one.path for one in TABLE if one.form == "maker"]
+ABSENT = sources.makers(DATATYPE)

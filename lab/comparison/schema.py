@@ -34,18 +34,34 @@ class Schema:
     def fields(self, datatype):
         """Every field of the datatype by its path in JSON ("version.major", "powerStateDesc[].maxPower"), with the
         function that turns its JSON value into a Python one."""
+        return {path: _FROM_JSON[kind] for path, kind, _ in self._walk(self._full_name(datatype), "")}
+
+    def rows(self, datatype):
+        """The names of the same fields in the table of sources ("NvmeVersion.major")."""
+        return {path: row for path, _, row in self._walk(self._full_name(datatype), "")}
+
+    def messages(self, datatype):
+        """The names of the fields that are messages, by their JSON names."""
+        message = self._messages[self._full_name(datatype)]
+        return {field.json_name: f"{message.name}.{field.name}" for field in message.field if self._is_message(field)}
+
+    def _full_name(self, datatype):
         (name,) = (name for name in self._messages if name.endswith(f".{datatype}"))
-        return dict(self._walk(name, ""))
+        return name
+
+    @staticmethod
+    def _is_message(field):
+        return field.type == field.TYPE_MESSAGE and field.type_name not in _WRAPPERS
 
     def _walk(self, message, prefix):
         for field in self._messages[message].field:
             path = prefix + field.json_name
-            kind = field.Type.Name(field.type)[len("TYPE_"):]
-            if kind == "MESSAGE" and field.type_name not in _WRAPPERS:
+            if self._is_message(field):
                 repeated = field.label == field.LABEL_REPEATED
                 yield from self._walk(field.type_name, path + ("[]." if repeated else "."))
             else:
-                yield path, _FROM_JSON[_WRAPPERS.get(field.type_name, kind)]
+                kind = _WRAPPERS.get(field.type_name, field.Type.Name(field.type)[len("TYPE_"):])
+                yield path, kind, f"{self._messages[message].name}.{field.name}"
 
 
 def every_index(path):

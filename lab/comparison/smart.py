@@ -1,20 +1,11 @@
 """Both SMART datatypes against smartctl: the disks' names and models, and the SMART attribute table of each SATA disk."""
 
+from . import sources
 from .schema import ABSENT, value_at
 
 STATIC, DYNAMIC = "SmartStaticInfo", "SmartDynamicInfo"
 
-# ATA attribute ids by the schema's fields.
-ATTRIBUTES = {
-    "rawReadErrorRate": 1, "spinUpTime": 3, "startStopCount": 4, "reallocSectorCount": 5, "seekErrorRate": 7,
-    "powerOnHour": 9, "spinRetryCount": 10, "recalibrationRetries": 11, "powerCycleCount": 12, "programFailCount": 175,
-    "eraseFailCount": 176, "wearLevelingCount": 177, "usedReservedBlockCount": 178, "usedReservedBlockCountTotal": 179,
-    "unusedReservedBlockCount": 180, "programFailCountTotal": 181, "eraseFailCountTotal": 182, "uncorrectableErrorCount": 184,
-    "shockEvent": 191, "emergencyRetractCount": 192, "loadUnloadCycleCount": 193, "temperature": 194, "eccRate": 195,
-    "reallocationEventCount": 196, "currentPendingSectorCount": 197, "uncorrectableSectorCount": 198, "CRCErrorCount": 199,
-    "writeErrorRate": 200, "programEraseCycleCount": 238, "headFlyingHours": 240, "totalBlocksRead": 242,
-    "totalBlocksWritten": 241, "freeFallCount": 254,
-}
+ATTRIBUTES = sources.attributes(DYNAMIC)
 VALUES = {"rawValue": "raw.value", "normal": "value", "worst": "worst", "threshold": "thresh"}
 TEMPERATURE = 194
 LOW_32_BITS = {3, 9, 240}  # what stands above them is the maker's own

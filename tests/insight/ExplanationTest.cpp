@@ -144,7 +144,7 @@ TEST(Explanation, ShowsBytesRulesAndReasons)
            "currentPendingSectorCount.rawValue SET '0' from SMART READ DATA attribute 197 bytes 5-10: 00 00 00 00 00 00 = 0; 48 "
            "bits; attribute 194 its low byte; attributes 3, 9 and 240 their low 32 bits; ");
     expect("SmartDynamicInfo", 0, "currentPendingSectorCount",
-           "currentPendingSectorCount ABSENT '' from SMART READ DATA attribute 197, else SMART READ THRESHOLDS attribute 197: ; ; "
+           "currentPendingSectorCount ABSENT '' from SMART READ DATA attribute 197 and SMART READ THRESHOLDS attribute 197: ; ; "
            "SMART READ DATA was refused: the driver does not know the request (error 1)");
     expect("NvmeIdentifyControllerData", 0, "version.major",
            "version.major SET '1' from NVMe Identify Controller bytes 80-83 bits 31-16 (VER): 00 04 01 00, the bits are 1; ; ");

@@ -38,6 +38,7 @@ class GuardsTest(unittest.TestCase):
         shutil.copytree(REPOSITORY / "host-sdk" / "proto", self.root / "host-sdk" / "proto")
         shutil.copytree(REPOSITORY / "host" / "proto", self.root / "host" / "proto")
         shutil.copytree(REPOSITORY / "docs", self.root / "docs")
+        shutil.copytree(REPOSITORY / "insight", self.root / "insight", ignore=shutil.ignore_patterns("src", "include"))
 
     def schema_file(self, name):
         return self.root / "host-sdk" / "proto" / "orbis" / "datatypes" / name
@@ -97,12 +98,24 @@ class GuardsTest(unittest.TestCase):
         self.replace(HEALTH, "optional bytes note = 12;", "reserved 12; optional bytes unsafe_shutdowns = 41;")
         self.assert_refused(self.lock(), "uses the name of a field that was retired")
 
-    def test_document_follows_the_comments(self):
+    def test_document_follows_the_comments_and_the_sources(self):
         self.assert_accepted(self.doc())
+        table = self.root / "insight" / "sources" / "sources.txtpb"
+        rows = table.read_text(encoding="utf-8")
+        row = 'field { name: "NvmeHealthInfo.available_spare" from { request: NVME_HEALTH_LOG first: 3 last: 3 } unit: "%" }'
+        self.assertIn(row, rows)
+        for changed, text in ((row.replace("3", "4"), "tools/datatypes-doc.py"),
+                              ("", "no row for NvmeHealthInfo.available_spare"),
+                              (row + row.replace("spare", "spares"), "rows of no field: NvmeHealthInfo.available_spares"),
+                              (row.replace("first", "fist"), "sources.txtpb:")):
+            with self.subTest(changed=changed):
+                table.write_text(rows.replace(row, changed), encoding="utf-8")
+                self.assert_refused(self.doc(), text)
+        table.write_text(rows, encoding="utf-8")
         self.replace(HEALTH, "// Times powered on. 16 bytes or empty.", "// Times switched on. 16 bytes or empty.")
         self.assert_refused(self.doc(), "tools/datatypes-doc.py")
-        self.replace(HEALTH, "    // Source: bytes 112-127.\n    optional", "    optional")
-        self.assert_refused(self.doc(), "the comment of NvmeHealthInfo.power_cycles has no line \"Source:\"")
+        self.replace(HEALTH, "    // Times switched on. 16 bytes or empty.\n", "")
+        self.assert_refused(self.doc(), "NvmeHealthInfo.power_cycles has no comment")
 
     def test_host_properties_are_compared_both_ways(self):
         self.assert_accepted(self.host_properties())
