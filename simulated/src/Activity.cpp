@@ -22,15 +22,15 @@ ActivityTotals During(const description::Activity& activity, double seconds)
 
 }  // namespace
 
-ActivityTotals& ActivityTotals::operator+=(const ActivityTotals& other)
+ActivityTotals& ActivityTotals::Add(const ActivityTotals& other, double times)
 {
-    reads += other.reads;
-    writes += other.writes;
-    bytesRead += other.bytesRead;
-    bytesWritten += other.bytesWritten;
-    readSeconds += other.readSeconds;
-    writeSeconds += other.writeSeconds;
-    idleSeconds += other.idleSeconds;
+    reads += other.reads * times;
+    writes += other.writes * times;
+    bytesRead += other.bytesRead * times;
+    bytesWritten += other.bytesWritten * times;
+    readSeconds += other.readSeconds * times;
+    writeSeconds += other.writeSeconds * times;
+    idleSeconds += other.idleSeconds * times;
     return *this;
 }
 
@@ -51,10 +51,21 @@ ActivityTotals TotalsAt(const DiskModel& disk, double seconds)
         const double from = std::max(description.activity(i).from(), begin);
         const double to = i + 1 < count ? std::min(description.activity(i + 1).from(), end) : end;
         if (to > from) {
-            totals += During(description.activity(i), to - from);
+            totals.Add(During(description.activity(i), to - from));
         }
     }
     return totals;
+}
+
+CounterInstance CounterInstanceAt(const DiskModel& disk, double seconds)
+{
+    CounterInstance instance{disk.counterInstance};
+    for (const description::CounterChange& change : disk.description->counter_change()) {
+        if (change.at() <= seconds) {
+            instance = {change.name().empty() ? instance.name : change.name(), change.restarts() ? change.at() : instance.since};
+        }
+    }
+    return instance;
 }
 
 }  // namespace orbis::simulated

@@ -14,10 +14,18 @@ struct ActivityTotals {
     double writeSeconds = 0;  // added up over requests
     double idleSeconds = 0;
 
-    ActivityTotals& operator+=(const ActivityTotals& other);
+    // Adds `other` so many times.
+    ActivityTotals& Add(const ActivityTotals& other, double times = 1);
 };
 
 // The totals of a disk at a time after the start; they stand still while the disk is away.
 [[nodiscard]] ActivityTotals TotalsAt(const DiskModel& disk, double seconds);
+
+// The disk's performance instance at a time after the start: its name, and when its counters began from zero.
+struct CounterInstance {
+    std::string name;  // "0 C: D:"
+    double since = 0;
+};
+[[nodiscard]] CounterInstance CounterInstanceAt(const DiskModel& disk, double seconds);
 
 }  // namespace orbis::simulated

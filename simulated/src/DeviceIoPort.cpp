@@ -184,7 +184,7 @@ public:
             }
         }
         for (const description::LooseVolume& volume : machine.description.volume()) {
-            m_Paths[PathOf(UpperAscii(volume.letter().front()))].push_back({.looseVolume = &volume});
+            m_Paths[PathOf(volume.letter().front())].push_back({.disk = machine.DiskOf(volume), .looseVolume = &volume});
         }
         m_Paths.erase(PathOf('\0'));
     }
@@ -206,8 +206,8 @@ protected:
                 letters.insert(volume->letter);
             }
         }
-        for (const description::LooseVolume& volume : m_Machine.description.volume()) {
-            letters.insert(UpperAscii(volume.letter().front()));
+        for (const description::LooseVolume* volume : m_Machine.PresentLooseVolumes()) {
+            letters.insert(UpperAscii(volume->letter().front()));
         }
         letters.erase('\0');
         return {letters.begin(), letters.end()};
@@ -242,11 +242,12 @@ private:
                 target.exchanges = &named.device->exchanges;
                 return named.device->description->open_error();
             }
-            if (named.looseVolume != nullptr) {
+            if (named.looseVolume != nullptr && (named.disk == nullptr || named.disk->PresentAt(now))) {
+                target.disk = named.disk;
                 target.looseVolume = named.looseVolume;
                 return OpenLooseVolume(target);
             }
-            if (named.disk->PresentAt(now)) {
+            if (named.looseVolume == nullptr && named.disk->PresentAt(now)) {
                 target.disk = named.disk;
                 target.volume = named.volume;
                 target.exchanges = named.volume != nullptr ? &named.volume->exchanges : &named.disk->exchanges;

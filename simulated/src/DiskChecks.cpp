@@ -25,7 +25,10 @@ void CheckSizes(const Place& place, const description::Disk& disk, Findings& fin
         return;
     }
     const std::uint32_t sector = disk.has_sector_size() ? disk.sector_size() : 512;
-    if (disk.size() == 0) {
+    if (disk.no_medium() && (disk.has_gpt() || disk.has_mbr())) {
+        findings.Error(place, "no_medium", "a disk without a medium has no partitions", "remove the partition table, or no_medium");
+    }
+    if (disk.size() == 0 && !disk.no_medium()) {
         findings.Warning(place, "size", "the disk has no capacity", kIntended);
     } else if (disk.size() % sector != 0) {
         findings.Warning(place, "size", fmt::format("not a multiple of the sector size {}", sector),
@@ -65,6 +68,14 @@ void CheckActivities(const Place& place, const description::Disk& disk, Findings
         findings.Warning(place, "leaves_at", "the disk leaves before it arrives", "it is never there: correct one of the times");
     }
     double last = 0;
+    for (const Place& inner : place.Each("counter_change")) {
+        const auto& change = dynamic_cast<const description::CounterChange&>(inner.message);
+        if (!std::isfinite(change.at()) || change.at() < last) {
+            findings.Error(inner, "at", "changes must come one after the other, from 0 on", "put them in order of time");
+        }
+        last = change.at();
+    }
+    last = 0;
     for (const Place& inner : place.Each("activity")) {
         const auto& activity = dynamic_cast<const description::Activity&>(inner.message);
         if (!std::isfinite(activity.from()) || activity.from() < last) {

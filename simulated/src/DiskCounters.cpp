@@ -20,7 +20,7 @@ public:
     {
         std::vector<std::string> names;
         for (const DiskModel* disk : m_Machine.PresentDisks()) {
-            names.push_back(disk->counterInstance);
+            names.push_back(CounterInstanceAt(*disk, m_Machine.clock.Seconds()).name);
         }
         return names;
     }
@@ -31,11 +31,15 @@ public:
         platform::emulated::DiskSample sample;
         sample.seconds = m_Machine.clock.Seconds();
         for (const DiskModel* disk : m_Machine.PresentDisks()) {
-            const ActivityTotals totals = TotalsAt(*disk, sample.seconds);
+            const CounterInstance instance = CounterInstanceAt(*disk, sample.seconds);
+            ActivityTotals totals = TotalsAt(*disk, sample.seconds);
+            if (instance.since > 0) {
+                totals.Add(TotalsAt(*disk, instance.since), -1);
+            }
             sample.disks.emplace_back(
-                disk->counterInstance,
-                platform::emulated::DiskTotals{totals.reads, totals.writes, totals.bytesRead, totals.bytesWritten,
-                                               totals.readSeconds, totals.writeSeconds, sample.seconds - totals.idleSeconds});
+                instance.name, platform::emulated::DiskTotals{totals.reads, totals.writes, totals.bytesRead, totals.bytesWritten,
+                                                              totals.readSeconds, totals.writeSeconds,
+                                                              sample.seconds - instance.since - totals.idleSeconds});
         }
         return sample;
     }

@@ -26,6 +26,8 @@ public:
         return isNew ? std::nullopt : std::optional(entry->second);
     }
 
+    [[nodiscard]] bool Has(const std::string& value) const { return m_Seen.contains(value); }
+
 private:
     std::map<std::string, std::string> m_Seen;
 };
@@ -68,9 +70,14 @@ void CheckUniqueness(const Place& machine, Findings& findings)
         }
     }
     for (const Place& place : machine.Each("volume")) {
-        CheckLetter(place, dynamic_cast<const description::LooseVolume&>(place.message).letter(), letters, findings);
-        if (dynamic_cast<const description::LooseVolume&>(place.message).letter().empty()) {
+        const auto& volume = dynamic_cast<const description::LooseVolume&>(place.message);
+        CheckLetter(place, volume.letter(), letters, findings);
+        if (volume.letter().empty()) {
             findings.Error(place, "letter", "is empty", "write one letter from A to Z, without a colon");
+        }
+        if (volume.has_disk() && !numbers.Has(std::to_string(volume.disk()))) {
+            findings.Error(place, "disk", fmt::format("there is no disk {}", volume.disk()),
+                           "write the number of one of the disks");
         }
     }
     Unique classes;

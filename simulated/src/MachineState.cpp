@@ -74,6 +74,24 @@ std::vector<const DiskModel*> MachineState::PresentDisks() const
     return present;
 }
 
+std::vector<const description::LooseVolume*> MachineState::PresentLooseVolumes() const
+{
+    std::vector<const description::LooseVolume*> present;
+    for (const description::LooseVolume& volume : description.volume()) {
+        const DiskModel* const disk = DiskOf(volume);
+        if (disk == nullptr || disk->PresentAt(clock.Seconds())) {
+            present.push_back(&volume);
+        }
+    }
+    return present;
+}
+
+const DiskModel* MachineState::DiskOf(const description::LooseVolume& volume) const
+{
+    const auto found = std::ranges::find_if(disks, [&](const auto& disk) { return disk->number == volume.disk(); });
+    return volume.has_disk() && found != disks.end() ? found->get() : nullptr;
+}
+
 void MachineState::ReportMisuse(std::string what)
 {
     const std::lock_guard lock(m_Mutex);

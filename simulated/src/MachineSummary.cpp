@@ -94,6 +94,12 @@ void AddDisk(Summary& summary, const description::Disk& description, std::uint32
     if (description.has_leaves_at()) {
         summary.Line(2, "leaves after {} s", description.leaves_at());
     }
+    if (description.no_medium()) {
+        summary.Line(2, "no medium");
+    }
+    for (const description::CounterChange& change : description.counter_change()) {
+        summary.Line(2, "counters after {} s: {}{}", change.at(), Printable(change.name()), change.restarts() ? ", from zero" : "");
+    }
     if (description.open_error() != 0) {
         summary.Line(2, "refuses to be opened: error {}", description.open_error());
     }
@@ -128,7 +134,8 @@ std::string SummaryOf(const description::Machine& machine)
         summary.Line(1, "no disks");
     }
     for (const description::LooseVolume& volume : machine.volume()) {
-        summary.Line(1, "{}: on no disk of this machine", ToUpper(volume.letter()));
+        summary.Line(1, "{}: {}", ToUpper(volume.letter()),
+                     volume.has_disk() ? fmt::format("on no partition, of disk {}", volume.disk()) : "on no disk of this machine");
     }
     for (const description::Device& device : machine.device()) {
         summary.Line(1, "device {}, recorded exchanges: {}", Printable(device.path()), device.exchange_size());

@@ -103,16 +103,17 @@ Reply Performance(const Target& target, const Request& request)
 struct Handler {
     std::uint32_t code;
     Reply (*answer)(const Target& target, const Request& request);
+    bool needsMedium = false;
 };
 constexpr std::array<Handler, 9> kHandlers{{
     {platform::kIoctlStorageGetDeviceNumber, DeviceNumber},
-    {platform::kIoctlDiskGetDriveGeometry, Geometry},
+    {platform::kIoctlDiskGetDriveGeometry, Geometry, true},
     {platform::kIoctlStorageQueryProperty, QueryProperty},
     {platform::kIoctlStorageProtocolCommand, ProtocolCommand},
     {platform::kIoctlAtaPassThroughDirect, AtaPassThrough},
     {platform::kIoctlScsiPassThroughDirect, ScsiPassThrough},
-    {platform::kIoctlDiskGetDriveLayoutEx, DriveLayout},
-    {platform::kIoctlDiskGetPartitionInfoEx, PartitionInformation},
+    {platform::kIoctlDiskGetDriveLayoutEx, DriveLayout, true},
+    {platform::kIoctlDiskGetPartitionInfoEx, PartitionInformation, true},
     {platform::kIoctlDiskPerformance, Performance},
 }};
 
@@ -126,9 +127,15 @@ Reply AnswerRequest(const Target& target, const Request& request)
         return Reply::Error(win32::kInvalidFunction);
     }
     if (target.disk == nullptr) {
-        const bool isNumber = request.code == platform::kIoctlStorageGetDeviceNumber && target.looseVolume != nullptr;
-        return isNumber ? DeviceNumber(target, request)
-                        : Reply::Error(target.looseVolume != nullptr ? win32::kNotReady : win32::kInvalidFunction);
+        // An optical drive has a number and a geometry; its driver knows no partitions and no performance counts.
+        const bool isLetter = target.looseVolume != nullptr;
+        return isLetter && request.code == platform::kIoctlStorageGetDeviceNumber ? DeviceNumber(target, request)
+               : isLetter && request.code == platform::kIoctlDiskGetDriveGeometry ? Reply::Error(win32::kNotReady)
+                                                                                  : Reply::Error(win32::kInvalidFunction);
+    }
+    // The class driver reads the capacity first and finds STATUS_NO_MEDIA_IN_DEVICE.
+    if (handler->needsMedium && target.disk->description->no_medium()) {
+        return Reply::Error(win32::kNotReady);
     }
     return handler->answer(target, request);
 }

@@ -5,6 +5,7 @@
 #include <array>
 #include <bit>
 
+#include "Activity.h"
 #include "MachineState.h"
 #include "emulated/WmiClasses.h"
 #include "emulated/Wql.h"
@@ -146,7 +147,11 @@ void DiskDrives(const MachineState& machine, Table& table)
         row.Text("PNPDeviceID", disk->pnpDeviceId).Text("FirmwareRevision", disk->firmware);
         row.Text("DeviceID", device).Text("Name", device).Text("SerialNumber", disk->serial);
         row.Text("InterfaceType", InterfaceType(busType)).Text("MediaType", MediaTypeText(disk->removable));
-        row.Big("Size", disk->description->size()).Number("BytesPerSector", disk->sectorSize);
+        if (!disk->description->no_medium()) {
+            row.Big("Size", disk->description->size()).Number("BytesPerSector", disk->sectorSize);
+        } else {
+            row.Null("Size").Null("BytesPerSector");
+        }
         row.Number("Partitions", disk->partitions).Text("Status", "OK");
         table.Add(*disk, std::move(row));
     }
@@ -180,7 +185,7 @@ WmiRow LogicalDisk(char letter, std::uint32_t driveType, const std::string& labe
 
 std::uint32_t TypeOf(const description::LooseVolume& volume)
 {
-    return volume.has_drive_type() ? volume.drive_type() : kDriveTypeOptical;
+    return volume.has_drive_type() ? volume.drive_type() : volume.has_disk() ? kDriveTypeRemovable : kDriveTypeOptical;
 }
 
 // Every volume of the disks that are plugged in.
@@ -203,7 +208,8 @@ void LogicalDisks(const MachineState& machine, Table& table)
             table.Add(disk, std::move(row));
         }
     });
-    for (const description::LooseVolume& volume : machine.description.volume()) {
+    for (const description::LooseVolume* loose : machine.PresentLooseVolumes()) {
+        const description::LooseVolume& volume = *loose;
         WmiRow row = LogicalDisk(ToUpper(volume.letter()).front(), TypeOf(volume), volume.label(), volume.serial());
         row.Null("FileSystem").Null("Size").Null("FreeSpace");
         table.Add(std::move(row));
@@ -232,8 +238,9 @@ void Volumes(const MachineState& machine, Table& table)
         }
         table.Add(disk, std::move(row));
     });
-    // Drives without a disk of their own are volumes too, with a medium or without; shares of other computers are none.
-    for (const description::LooseVolume& volume : machine.description.volume()) {
+    // Drives without partitions are volumes too, with a medium or without; shares of other computers are none.
+    for (const description::LooseVolume* loose : machine.PresentLooseVolumes()) {
+        const description::LooseVolume& volume = *loose;
         if (TypeOf(volume) != kDriveTypeNetwork) {
             const char letter = ToUpper(volume.letter()).front();
             const std::string name = fmt::format("{}:\\", letter);
@@ -283,7 +290,7 @@ void AtapiSmartData(const MachineState& machine, Table& table)
 void PerformanceDisks(const MachineState& machine, Table& table)
 {
     for (const DiskModel* disk : machine.PresentDisks()) {
-        table.Add(*disk, WmiRow().Text("Name", disk->counterInstance));
+        table.Add(*disk, WmiRow().Text("Name", CounterInstanceAt(*disk, machine.clock.Seconds()).name));
     }
     table.Add(WmiRow().Text("Name", "_Total"));
 }

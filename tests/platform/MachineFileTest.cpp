@@ -114,8 +114,8 @@ TEST(MachineFile, TheTextOfAFindingIsOneLineThatEditorsUnderstand)
 
 TEST(MachineFile, OrdinaryExamplesHaveNoFindingsAndTheHostileOneNoErrors)
 {
-    for (const char* file : {"machines/empty.txtpb", "machines/laptop-arm64.txtpb", "machines/workstation.txtpb"}) {
-        const auto findings = ValidateMachineFile(file);
+    for (const char* machine : {"empty", "laptop-arm64", "office-pc", "raid-server", "workstation"}) {
+        const auto findings = ValidateMachineFile("machines/" + std::string(machine) + ".txtpb");
         EXPECT_TRUE(findings.empty()) << findings.front().Text();
     }
     for (const Finding& finding : ValidateMachineFile("machines/hostile.txtpb")) {

@@ -322,6 +322,27 @@ TEST_F(SimulatedMachineTest, CountersAreComputedFromWhatMoves)
     EXPECT_EQ(pdh.CloseQuery(query), pdh::kOk);
 }
 
+TEST_F(SimulatedMachineTest, ACounterInstanceMayBeRenamedOrReplaced)
+{
+    Make(
+        "disk { number: 0 kind: NVME size: 512 bytes_read_before: 9 activity { read_bytes_per_second: 1 }"
+        " counter_change { at: 2 restarts: true } counter_change { at: 4 name: '0 X:' } }");
+    Pdh& pdh = machine->PdhPort();
+    PdhQueryObject* query = nullptr;
+    PdhCounterObject* counter = nullptr;
+    ASSERT_EQ(pdh.OpenQuery(nullptr, 0, &query), pdh::kOk);
+    ASSERT_EQ(pdh.AddEnglishCounter(query, u"\\PhysicalDisk(0)\\Disk Read Bytes/sec", 0, &counter), pdh::kOk);
+    for (const std::uint32_t status :
+         {pdh::kInvalidData, pdh::kValidData, pdh::kInvalidData, pdh::kValidData, pdh::kNoInstance}) {  // one a second
+        PdhCounterValue value;
+        EXPECT_EQ(pdh.CollectQueryData(query), pdh::kOk);
+        static_cast<void>(pdh.FormattedValue(counter, pdh::kFormatDouble, &value));
+        EXPECT_EQ(value.status, status) << "after " << machine->TimePort().UtcNow().time_since_epoch().count();
+        machine->AdvanceClock(std::chrono::seconds(1));
+    }
+    EXPECT_EQ(pdh.CloseQuery(query), pdh::kOk);
+}
+
 // Changed and recorded properties are in the tests of their readers.
 TEST_F(SimulatedMachineTest, RecordedWmiRowsStandBehindThoseOfTheDisks)
 {
@@ -350,6 +371,27 @@ TEST_F(SimulatedMachineTest, LettersOnNoDiskAreLogicalDisksAndTheLocalOnesVolume
     EXPECT_EQ(volumes.rows[0][1].type, VariantType::Null) << "no medium";
     EXPECT_EQ(volumes.rows[1][1].text, u"CARD");
     EXPECT_EQ(volumes.rows[1][2].type, VariantType::Null);
+}
+
+// STATUS_NO_MEDIA_IN_DEVICE of the disk's class driver is ERROR_NOT_READY; that of optical drives knows no partitions.
+TEST_F(SimulatedMachineTest, DrivesWithoutAMediumAndOpticalOnesAnswerAsTheirDriversDo)
+{
+    Make("disk { number: 1 kind: USB_STICK no_medium: true leaves_at: 9 } volume { letter: 'D' } volume { letter: 'E' disk: 1 }");
+    for (const auto& [path, code, error] : {std::tuple{u"\\\\.\\PhysicalDrive1", kIoctlStorageGetDeviceNumber, win32::kSuccess},
+                                            std::tuple{u"\\\\.\\PhysicalDrive1", kIoctlDiskGetDriveGeometry, win32::kNotReady},
+                                            std::tuple{u"\\\\.\\PhysicalDrive1", kIoctlDiskGetDriveLayoutEx, win32::kNotReady},
+                                            std::tuple{u"\\\\.\\E:", kIoctlDiskGetPartitionInfoEx, win32::kNotReady},
+                                            std::tuple{u"\\\\.\\E:", kIoctlDiskPerformance, win32::kSuccess},
+                                            std::tuple{u"\\\\.\\D:", kIoctlStorageGetDeviceNumber, win32::kSuccess},
+                                            std::tuple{u"\\\\.\\D:", kIoctlDiskGetPartitionInfoEx, win32::kInvalidFunction},
+                                            std::tuple{u"\\\\.\\D:", kIoctlDiskPerformance, win32::kInvalidFunction}}) {
+        EXPECT_EQ(Ask(Io(), OpenDevice(Io(), path, kGenericRead), code, {}, 512).error, error) << Utf16ToUtf8(path) << code;
+    }
+    std::array<char16_t, 16> letters{};
+    EXPECT_EQ(Io().LogicalDriveStrings(16, letters.data()), 8U);
+    machine->AdvanceClock(std::chrono::seconds(9));
+    EXPECT_EQ(Io().LogicalDriveStrings(16, letters.data()), 4U) << "E: went with its reader";
+    EXPECT_FALSE(OpenDevice(Io(), u"\\\\.\\E:", kGenericRead).IsValid());
 }
 
 TEST_F(SimulatedMachineTest, ApartmentsAreKeptByThread)

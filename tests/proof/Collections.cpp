@@ -79,7 +79,7 @@ Outcome Collect(StorageCollectorPlugin& plugin, Datatype datatype)
 
 const std::vector<std::string>& ExampleMachines()
 {
-    static const std::vector<std::string> kMachines{"empty", "laptop-arm64", "workstation", "hostile"};
+    static const std::vector<std::string> kMachines{"empty", "laptop-arm64", "workstation", "hostile", "office-pc", "raid-server"};
     return kMachines;
 }
 
