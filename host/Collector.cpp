@@ -148,7 +148,7 @@ std::vector<Finding> Collector::ReportFindings()
     for (const Finding& finding : findings) {
         if (finding.kind == insight::kAccessDenied) {
             lastDenied = &finding;
-            denied += (denied.empty() ? finding.text : finding.text.substr(finding.text.rfind(' '))) + ",";
+            denied += (denied.empty() ? finding.text : ' ' + finding.text.substr(insight::kNoAccess.size())) + ",";
         } else {
             Say(fmt::format("{}; {}", finding.text, finding.remedy));
         }
@@ -159,10 +159,10 @@ std::vector<Finding> Collector::ReportFindings()
     }
     const std::vector<Finding> failures = std::exchange(m_Failures, {});
     for (const Finding& failure : failures) {
-        // The letter or disk that ended a collection is reported above, with the datatypes that it cost.
+        // The letter, disk or id that ended a collection is reported above, with the datatypes that it cost.
         const bool isExplained = std::any_of(findings.begin(), findings.end(), [&](const Finding& finding) {
             const auto& names = finding.datatypes;
-            return finding.kind.ends_with("-ended-collection") &&
+            return (finding.kind.ends_with("-ended-collection") || finding.kind == "item-id-shared") &&
                    std::find(names.begin(), names.end(), failure.datatypes.front()) != names.end();
         });
         if (!isExplained) {

@@ -8,6 +8,10 @@
 
 namespace orbis::insight {
 
+namespace {
+constexpr std::uint32_t kNoMediaInDrive = 1112;  // ERROR_NO_MEDIA_IN_DRIVE
+}
+
 std::string ErrorText(std::uint32_t error)
 {
     namespace win32 = platform::win32;
@@ -15,7 +19,7 @@ std::string ErrorText(std::uint32_t error)
         std::uint32_t error;
         const char* words;
     };
-    static constexpr std::array<Words, 22> kWords{{
+    static constexpr std::array<Words, 23> kWords{{
         {win32::kInvalidFunction, "the driver does not know the request"},
         {win32::kFileNotFound, "there is no such device"},
         {win32::kPathNotFound, "there is no such device"},
@@ -35,6 +39,7 @@ std::string ErrorText(std::uint32_t error)
         {win32::kInsufficientBuffer, "the answer does not fit"},
         {win32::kBusy, "the device is busy"},
         {win32::kMoreData, "the answer does not fit"},
+        {kNoMediaInDrive, "there is no medium in the drive"},
         {win32::kIoDevice, "I/O error of the device"},
         {win32::kDeviceNotConnected, "the device is not connected"},
         {win32::kNoSuchDevice, "the device is gone"},
@@ -42,5 +47,7 @@ std::string ErrorText(std::uint32_t error)
     const auto found = std::find_if(kWords.begin(), kWords.end(), [error](const Words& words) { return words.error == error; });
     return found == kWords.end() ? fmt::format("error {}", error) : fmt::format("{} (error {})", found->words, error);
 }
+
+bool MeansNoMedium(std::uint32_t error) noexcept { return error == platform::win32::kNotReady || error == kNoMediaInDrive; }
 
 }  // namespace orbis::insight

@@ -7,6 +7,7 @@
 
 #include "DrivePaths.h"
 #include "insight/Calls.h"
+#include "insight/ErrorText.h"
 #include "insight/Pages.h"
 #include "platform/Requests.h"
 #include "platform/Setup.h"
@@ -122,8 +123,8 @@ private:
         const auto known = m_Disks.find(*number);
         if (open.handle == 0 && known == m_Disks.end()) {
             constexpr std::uint32_t kFileNotFound = 2;
-            if (open.error == kFileNotFound) {
-                return;  // the drive numbers are tried in turn
+            if (open.error == kFileNotFound || MeansNoMedium(open.error)) {
+                return;  // the drive numbers are tried in turn, and an empty card reader is no disk
             }
         }
         DiskEvidence& disk = Disk(*number);

@@ -109,7 +109,7 @@ Extract Store::Take()
 {
     const std::lock_guard lock(m_Mutex);
     m_Used = 0;
-    return {std::exchange(m_Records, {}), std::exchange(m_Lost, 0)};
+    return {std::exchange(m_Records, {}), std::exchange(m_Lost, 0), false};
 }
 
 class Journal::Ports {
@@ -140,7 +140,12 @@ Journal::Journal(platform::Platform& machine, std::size_t capacity)
 {}
 Journal::~Journal() = default;
 
-Extract Journal::Take() { return m_Ports->store.Take(); }
+Extract Journal::Take()
+{
+    Extract extract = m_Ports->store.Take();
+    extract.isOfSystem = &Inner() == &platform::Platform::System();
+    return extract;
+}
 
 platform::DeviceIo& Journal::DeviceIoPort() noexcept { return *m_Ports->deviceIo; }
 platform::Setup& Journal::SetupPort() noexcept { return *m_Ports->setup; }

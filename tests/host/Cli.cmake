@@ -22,12 +22,15 @@ try(0 "Storage Info Collector.*77517a8f-8645-40c4-9e41-215e96e7dcfc.*NvmeIdentif
 try(0 "SmartNvmeInfo: 1 disk\n" "^$" collect SmartNvmeInfo --machine laptop-arm64.txtpb)
 try(0 "^\\[\n{\"datatype\":\"SmartNvmeInfo\",\"itemId\":\"Disk_SCSI" "^$" collect SmartNvmeInfo --machine laptop-arm64.txtpb --format json)
 try(0 "# SmartNvmeInfo \"Disk_SCSI.*health_info {" "^$" collect SmartNvmeInfo --machine laptop-arm64.txtpb --format text)
-try(0 "SmartNvmeInfo" "^$" collect SmartNvmeInfo --machine laptop-arm64.txtpb --format binary)
+try(0 "SmartNvmeInfo" "^$" collect all --machine laptop-arm64.txtpb --format binary)
 # Several datatypes come in the plug-in's order; log lines go to standard error alone, with level, file, line and function.
 try(0 "SmartNvmeInfo: 1 disk.*NvmeIdentifyControllerData: 1 disk" "debug +StrgColl +Fetching NvmeHealthInfo for PhysicalDrive0 .*SmartNvmeInfoRetriever:[0-9]+ Veyra::"
     collect NvmeIdentifyControllerData SmartNvmeInfo --machine laptop-arm64.txtpb --log-level debug)
 # Two passes of a watch with one plug-in object.
 try(0 "2024-05-17T.*Z\n.*so far\n.*2024-05-17T.*Z\n" "" collect PhysicalDiskDynamicInfo --machine laptop-arm64.txtpb --watch 0.1 --count 2)
+# No more passes than that, and a refusal is reported in the first alone.
+file(WRITE ${WORK}/denied.txtpb "elevated: false disk { number: 0 kind: NVME size: 1000000000 nvme { maker { health { query_error: 1 } } } }\n")
+try(4 "^[^Z]*Z\n[^Z]*Z\n[^Z]*$" "^orbis-host: no access[^\n]*\n$" collect SmartNvmeInfo --machine ${WORK}/denied.txtpb --watch 0.1 --count 2)
 # What the collectors leave out silently, the host reports with the reason.
 file(WRITE ${WORK}/unnamed.txtpb "wmi_class { name: \"Win32_DiskDrive\" row { property { name: \"Index\" i4: 3 } property { name: \"SCSIPort\" i4: 0 } "
                                  "property { name: \"Model\" i4: 1 } } row {} }\n")

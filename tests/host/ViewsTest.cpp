@@ -47,7 +47,7 @@ TEST(TextTest, ShowsWhatWouldDriveTheTerminalAndKnowsItsWidth)
     EXPECT_EQ(Printable("a\x1B[2J\0b\x7F\n\xC2\x9B"s + "1m\u00E4\xFF\u202Ex\u2028"),
               "a\\x1B[2J\\x00b\\x7F\\x0A\\x9B1m\u00E4\\xFF\\u202Ex\\u2028");
     EXPECT_EQ(Ascii("45 \u00B0C \u2026 \u2588 \u00E4 \U0001F4BE"), "45 C ~ # \\xE4 \\U0001F4BE");
-    EXPECT_EQ(DisplayWidth("a\u0308\u2026\u6570"), 4U) << "a combining mark takes no column, a Chinese character two";
+    EXPECT_EQ(DisplayWidth("a\u0308\u0340\u036F\u2026\u6570"), 4U) << "a combining mark takes no column, a Chinese character two";
     EXPECT_EQ(Fit("\u00E4\u00F6\u00FCa\u0308", 2), "\u00E4\u2026");
     EXPECT_EQ(Fit("\u6570\u636E\u76D8", 3), "\u2026") << "half a character is none";
 }
@@ -55,6 +55,7 @@ TEST(TextTest, ShowsWhatWouldDriveTheTerminalAndKnowsItsWidth)
 TEST(UnitsTest, ReadAsPeopleWriteThem)
 {
     EXPECT_EQ(Mebibytes(953869), "1.00 TB");
+    EXPECT_EQ(Mebibytes(1024) + ", " + Bytes(1000), "1.07 GB, 1.00 kB");
     EXPECT_EQ(Bytes(512110190592.0), "512.11 GB");
     EXPECT_EQ(Bytes(999), "999 B");
     EXPECT_EQ(Grouped(std::numeric_limits<std::uint64_t>::max()), "18,446,744,073,709,551,615");

@@ -64,7 +64,6 @@ struct Case {
 const std::vector<Case>& Cases()
 {
     static const std::string kRefusal = "exchange { nvme_log_page: 2 error: 1 }";
-    static const std::string kNoRow = "row_change { class_name: \"Win32_DiskDrive\" drop: true }";
     static const std::vector<Case> kCases{
         {"laptop", proof::MachineText("laptop-arm64"), {}},
         {"hostile",
@@ -73,6 +72,13 @@ const std::vector<Case>& Cases()
           "access-denied \\\\?\\scsi#disk&ven_nvme&prod_closed#5&1a2b3c0a&0&000000#{53f56307-b6bf-11d0-94f2-00a0c91efb8b}",
           "disk-walk-ended ", "drive-number-above-31 DISK40", "instance-id-unreadable DISK7", "inventory-record-unreadable ",
           "inventory-record-unreadable DISK3", "nvme-query-failed DISK3"}},
+        {"optical", proof::MachineText("office-pc"), {"letter-ended-collection D:"}},
+        {"raid server",
+         proof::MachineText("raid-server"),
+         {"inventory-record-missing DISK2", "inventory-record-missing DISK3", "item-id-shared ", "nvme-query-refused DISK0"}},
+        {"card reader", Ssd("no_medium: true"), {"disk-ended-collection DISK0"}},
+        {"left out", Ssd("open_error: 21"), {"disk-walk-ended ", "drive-without-medium DISK0"}},
+        {"above 31", Ssd("") + "disk { number: 40 kind: SATA_SSD model: \"N\" size: 1000204886016 }", {}},
         {"letter", Ssd("") + "volume { letter: \"Z\" drive_type: 4 }", {"letter-ended-collection Z:"}},
         {"geometry", Ssd("exchange { control_code: 0x70000 error: 1117 }"), {"disk-ended-collection DISK0"}},
         {"activity",
@@ -81,12 +87,8 @@ const std::vector<Case>& Cases()
              "volume { letter: \"C\" exchange { control_code: 0x70020 error: 1 } } } }"),
          {"letter-without-activity C:"}},
         {"nvme", Nvme("kind: NVME " + kRefusal), {"nvme-query-refused DISK0"}},
-        {"raid", Nvme("kind: NVME_RAID " + kRefusal), {"nvme-query-refused DISK0"}},
         {"ata behind raid", Ssd("bus_type: 8"), {}},
         {"thresholds", Ssd("exchange { ata_command: 0xB0 ata_features: 0xD1 error: 1117 }"), {"smart-thresholds-refused DISK0"}},
-        {"shared id",
-         Ssd(kNoRow) + "disk { number: 1 kind: SATA_SSD model: \"N\" size: 1000204886016 " + kNoRow + " }",
-         {"inventory-record-missing DISK0", "inventory-record-missing DISK1", "item-id-shared "}},
     };
     return kCases;
 }

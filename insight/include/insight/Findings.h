@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "insight/Export.h"
@@ -20,8 +21,10 @@ struct Finding {
     friend bool operator==(const Finding&, const Finding&) = default;
 };
 
-// The kind of a refusal for want of rights; its text ends with the path that was refused.
+// The kind of a refusal for want of rights. Its text is this and the path that was refused, with the system's own path of the disk
+// where there is one: "no access to \\.\PhysicalDrive0 (/dev/nvme0n1)".
 inline constexpr const char* kAccessDenied = "access-denied";
+inline constexpr std::string_view kNoAccess = "no access to ";
 
 // Reads findings from a journal, pass by pass. A finding is given once, and again after a pass in which its subject was asked and
 // it did not hold. For one thread at a time.

@@ -15,6 +15,7 @@ namespace orbis::insight {
 struct Extract {
     std::vector<Record> records;  // in the order in which the calls returned
     std::uint64_t lost = 0;       // calls that found no room; not 0 is an error to be reported: the records end early
+    bool isOfSystem = false;      // the machine is the operating system's own
 };
 
 // A decorator over every port of a machine that keeps each call with what it was asked and answered. Put it in force with

@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include <algorithm>
 #include <utility>
@@ -46,7 +47,7 @@ class AccessRule final : public FindingRule {
         if (isDenied) {
             notes.Raise({kAccessDenied,
                          subject,
-                         "no access to " + platform::Utf16ToUtf8(path),
+                         std::string(kNoAccess) + platform::Utf16ToUtf8(path),
                          "run it as administrator, on Linux as root",
                          {}});
         }
@@ -82,6 +83,7 @@ class DeviceRule final : public FindingRule {
     static constexpr const char* kLetter = "letter-ended-collection";
     static constexpr const char* kLetterActivity = "letter-without-activity";
     static constexpr const char* kDisk = "disk-ended-collection";
+    static constexpr const char* kNoMedium = "drive-without-medium";
     static constexpr const char* kThresholds = "smart-thresholds-refused";
 
     static void ReadOpen(const call::Open& open, bool isInDiskRecord, Notes& notes)
@@ -94,10 +96,14 @@ class DeviceRule final : public FindingRule {
             if (open.handle == 0) {
                 isForActivity ? RaiseActivity(subject, problem, notes) : RaiseLetter(subject, problem, notes);
             }
-        } else if (isInDiskRecord && DriveNumberOf(open.device->path) && open.device->access == kReadWrite) {
-            notes.Asked(kDisk, subject);
-            if (open.handle == 0) {
-                RaiseDisk(subject, problem, notes);
+        } else if (DriveNumberOf(open.device->path)) {
+            const bool endsCollection = isInDiskRecord && open.device->access == kReadWrite;
+            notes.Asked(endsCollection ? kDisk : kNoMedium, subject);
+            if (open.handle == 0 && endsCollection) {
+                RaiseDisk(subject, problem, MeansNoMedium(open.error), notes);
+            } else if (open.handle == 0 && MeansNoMedium(open.error)) {
+                notes.Raise(
+                    {kNoMedium, subject, subject + " has no medium and is left out", "insert one to have it collected", {}});
             }
         }
     }
@@ -109,6 +115,8 @@ class DeviceRule final : public FindingRule {
             control.succeeded ? "answered with a wrong length" : fmt::format("refused a request: {}", ErrorText(control.error));
         if (control.code == platform::kIoctlDiskPerformance && (!control.succeeded || control.returned == 0)) {
             RaiseActivity(subject, problem, notes);
+        } else if (control.code == platform::kIoctlDiskGetPartitionInfoEx && control.error == win32::kInvalidFunction) {
+            RaiseLetter(subject, "is no partition of a disk, but an optical drive, for instance", notes, "remove the drive letter");
         } else if ((control.code == platform::kIoctlDiskGetPartitionInfoEx && !control.succeeded) ||
                    (control.code == platform::kIoctlStorageGetDeviceNumber && !DeviceNumberOf(control))) {
             RaiseLetter(subject, problem, notes);
@@ -121,9 +129,9 @@ class DeviceRule final : public FindingRule {
         const std::string error = ErrorText(control.error);
         const bool isTooSmall = control.error == win32::kInsufficientBuffer || control.error == win32::kMoreData;
         if (control.code == platform::kIoctlDiskGetDriveGeometry && !control.succeeded) {
-            RaiseDisk(subject, fmt::format("does not tell its size: {}", error), notes);
+            RaiseDisk(subject, fmt::format("does not tell its size: {}", error), MeansNoMedium(control.error), notes);
         } else if (control.code == platform::kIoctlDiskGetDriveLayoutEx && !control.succeeded && !isTooSmall) {
-            RaiseDisk(subject, fmt::format("does not tell its partitions: {}", error), notes);
+            RaiseDisk(subject, fmt::format("does not tell its partitions: {}", error), MeansNoMedium(control.error), notes);
         } else if (IsThresholds(control)) {
             notes.Asked(kThresholds, subject);
             if (!control.succeeded) {
@@ -148,14 +156,15 @@ class DeviceRule final : public FindingRule {
                request->cdb[protocol::scsi::ata_pass_through::kCommand16] == protocol::ata::kSmart;
     }
 
-    static void RaiseLetter(const std::string& letter, const std::string& problem, Notes& notes)
+    static void RaiseLetter(const std::string& letter, const std::string& problem, Notes& notes,
+                            const char* remedy = "insert its medium, connect its drive, or remove the drive letter")
     {
         notes.Raise(
             {kLetter,
              letter,
              fmt::format("{} {}; PhysicalDiskStaticInfo fails and PhysicalDiskDynamicInfo is empty for it, whatever the disk",
                          letter, problem),
-             "insert its medium, connect its drive, or remove the drive letter",
+             remedy,
              {datatype::kDiskStatic, datatype::kDiskDynamic}});
     }
     static void RaiseActivity(const std::string& letter, const std::string& problem, Notes& notes)
@@ -166,14 +175,14 @@ class DeviceRule final : public FindingRule {
                      "switch the counters of the volume on (diskperf -y), or connect its drive",
                      {datatype::kDiskDynamic}});
     }
-    static void RaiseDisk(const std::string& disk, const std::string& problem, Notes& notes)
+    static void RaiseDisk(const std::string& disk, const std::string& problem, bool isNoMedium, Notes& notes)
     {
         notes.Raise(
             {kDisk,
              disk,
              fmt::format("{} {}; PhysicalDiskStaticInfo fails and PhysicalDiskDynamicInfo is empty for it, whatever the disk", disk,
                          problem),
-             "run with more rights, or connect, replace or remove the disk",
+             isNoMedium ? "insert its medium, or remove the drive" : "run with more rights, or connect, replace or remove the disk",
              {datatype::kDiskStatic, datatype::kDiskDynamic}});
     }
 
@@ -244,18 +253,22 @@ class NvmeRule final : public FindingRule {
         for (auto& [number, drive] : m_Drives) {
             const bool isRaid = drive.busType == platform::BusType::Raid && drive.isAtaAsked && !drive.isAta;
             const bool isNvme = drive.busType == platform::BusType::Nvme || isRaid;
+            std::map<std::uint32_t, std::vector<std::string>> datatypesOf;  // by error
             for (const auto& [datatype, error] : std::exchange(drive.queryErrors, {})) {
                 for (const char* kind : {kRefused, kFailed}) {
                     notes.Asked(kind, DiskName(number));
                 }
                 if (isNvme && error != 0 && error != win32::kAccessDenied) {  // that is told by itself
-                    notes.Raise(Describe(DiskName(number), isRaid, datatype, error));
+                    datatypesOf[error].push_back(datatype);
                 }
+            }
+            for (const auto& [error, datatypes] : datatypesOf) {
+                notes.Raise(Describe(DiskName(number), isRaid, datatypes, error));
             }
         }
     }
 
-    static Finding Describe(const std::string& disk, bool isRaid, const std::string& datatype, std::uint32_t error)
+    static Finding Describe(const std::string& disk, bool isRaid, const std::vector<std::string>& datatypes, std::uint32_t error)
     {
         const bool isRefusal =
             error == win32::kInvalidFunction || error == win32::kNotSupported || error == win32::kInvalidParameter;
@@ -263,13 +276,11 @@ class NvmeRule final : public FindingRule {
                              : isRaid
                                  ? "update the RAID driver, or set the controller to AHCI or NVMe mode in the firmware's set-up"
                                  : "update the drive's driver, or use the one of the system";
-        return {isRefusal ? kRefused : kFailed,
-                disk,
-                fmt::format("{} {}, but {} the NVMe query: {}; it is missing from {}", disk,
+        return {isRefusal ? kRefused : kFailed, disk,
+                fmt::format("{} {}, but {} the NVMe query: {}; its data are missing from {}", disk,
                             isRaid ? "is behind a RAID driver (bus type 8) and is no ATA drive" : "is an NVMe drive (bus type 17)",
-                            isRefusal ? "its driver refuses" : "does not answer", ErrorText(error), datatype),
-                remedy,
-                {datatype}};
+                            isRefusal ? "its driver refuses" : "does not answer", ErrorText(error), fmt::join(datatypes, " and ")),
+                remedy, datatypes};
     }
 
     static constexpr const char* kRefused = "nvme-query-refused";

@@ -6,6 +6,7 @@
 
 #include "Rules.h"
 #include "platform/Requests.h"
+#include "platform/SystemPath.h"
 #include "platform/Text.h"
 
 namespace orbis::insight {
@@ -15,6 +16,7 @@ public:
     std::vector<std::unique_ptr<FindingRule>> rules;
     Notes notes;                           // of the pass that goes on
     std::map<Notes::Key, Finding> active;  // what holds after the passes that ended
+    bool isOfSystem = false;
 };
 
 Findings::Findings() : m_Passes(std::make_unique<Passes>())
@@ -33,6 +35,7 @@ void Findings::Read(const Extract& extract)
             rule->Read(record, m_Passes->notes);
         }
     }
+    m_Passes->isOfSystem = extract.isOfSystem;
     m_Passes->notes.Asked(kFull, {});
     if (extract.lost > 0) {
         m_Passes->notes.Raise({kFull,
@@ -48,6 +51,14 @@ std::vector<Finding> Findings::EndPass()
     Notes& notes = m_Passes->notes;
     for (const auto& rule : m_Passes->rules) {
         rule->EndPass(notes);
+    }
+    // The system's own path beside the name that Windows would use.
+    for (auto& [key, finding] : notes.raised) {
+        if (m_Passes->isOfSystem && finding.kind == kAccessDenied) {
+            const auto number = DriveNumberOf(platform::Utf8ToUtf16(finding.text.substr(kNoAccess.size())));
+            const std::string path = number ? platform::SystemPathOfDrive(*number) : std::string();
+            finding.text += path.empty() ? "" : fmt::format(" ({})", path);
+        }
     }
     auto& active = m_Passes->active;
     std::erase_if(active, [&](const auto& one) { return notes.asked.contains(one.first) && !notes.raised.contains(one.first); });

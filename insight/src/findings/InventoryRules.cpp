@@ -19,7 +19,6 @@ class WalkRule final : public FindingRule {
     static constexpr const char* kWalk = "disk-walk-ended";
     static constexpr const char* kInstanceId = "instance-id-unreadable";
     static constexpr const char* kNumber = "drive-number-above-31";
-    static constexpr const char* kConnect = "connect or remove the device, or update its driver";
 
     void Read(const Record& record, Notes& notes) override
     {
@@ -41,7 +40,8 @@ class WalkRule final : public FindingRule {
         } else if (const auto* open = record.As<call::Open>()) {
             const auto index = m_Indices.find(open->device->path);
             if (index != m_Indices.end() && open->handle == 0) {
-                EndsAt(index->second, fmt::format("could not be opened: {}", ErrorText(open->error)), notes);
+                const std::string text = TextOf(index->second, fmt::format("could not be opened: {}", ErrorText(open->error)));
+                open->error == win32::kAccessDenied ? Raise(text, notes, "run with more rights") : Raise(text, notes);
             }
         } else if (const auto* control = record.As<call::Control>()) {
             const auto index = m_Indices.find(control->device->path);
@@ -89,10 +89,12 @@ class WalkRule final : public FindingRule {
         }
         const std::string disk = DiskName(*number);
         notes.Asked(kNumber, disk);
-        if (*number > kLastInMask) {
+        // Windows' NVMe driver and the translation of NVMe to SCSI give the vendor "NVMe", which is part of every id.
+        const bool isNvme = LowerAscii(control.device->path).find(u"&ven_nvme") != std::u16string::npos;
+        if (*number > kLastInMask && isNvme) {
             notes.Raise({kNumber,
                          disk,
-                         disk + ": NVMe data reach the drives 0 to 31 only",
+                         fmt::format("{} is an NVMe drive with a number above 31, which the NVMe collections do not reach", disk),
                          "detach drives with lower numbers, and restart",
                          {datatype::kNvmeIdentify, datatype::kNvmeHealth}});
         }
@@ -109,13 +111,16 @@ class WalkRule final : public FindingRule {
         }
     }
 
-    static void EndsAt(std::uint32_t index, const std::string& why, Notes& notes)
+    static void EndsAt(std::uint32_t index, const std::string& why, Notes& notes) { Raise(TextOf(index, why), notes); }
+    static std::string TextOf(std::uint32_t index, const std::string& why)
     {
-        Raise(fmt::format("the walk over the disk devices ended at entry {}: {}; this disk and those after it are missing", index,
-                          why),
-              notes);
+        return fmt::format("the walk over the disk devices ended at entry {}: {}; this disk and those after it are missing", index,
+                           why);
     }
-    static void Raise(std::string text, Notes& notes) { notes.Raise({kWalk, {}, std::move(text), kConnect, kOfEveryDisk}); }
+    static void Raise(std::string text, Notes& notes, const char* remedy = "connect or remove the device, or update its driver")
+    {
+        notes.Raise({kWalk, {}, std::move(text), remedy, kOfEveryDisk});
+    }
 
     std::map<std::u16string, std::uint32_t> m_Indices;          // of the walk, by interface path
     std::map<std::uint32_t, std::uint32_t> m_InstanceIdErrors;  // by index; 0: read
@@ -236,27 +241,29 @@ class LibraryRule final : public FindingRule {
 
     void Read(const Record& record, Notes& notes) override
     {
-        bool& isOpen = m_IsOpen[record.thread];  // after an inventory, before anything else
+        auto& [isOpen, hasWalked] = m_Collections[record.thread];
         if (const auto* get = record.As<call::Get>()) {
             // The list of models, which other collections read, asks for the model first.
             if (get->query->text == kInventoryQuery && get->rowIndex == 0 && get->name == u"Index") {
-                isOpen = true;
+                isOpen = !hasWalked;
             }
         } else if (record.As<call::UtcNow>() != nullptr) {
             Close(isOpen, notes);
+            hasWalked = false;
         } else if (record.As<call::InitializeCom>() != nullptr || record.As<call::ClassDevices>() != nullptr ||
                    record.As<call::Open>() != nullptr) {
             if (isOpen && record.As<call::Open>() != nullptr) {
                 notes.Asked(kKind, {});
             }
             isOpen = false;
+            hasWalked = hasWalked || record.As<call::ClassDevices>() != nullptr;
         }
     }
 
     void EndPass(Notes& notes) override
     {
-        for (auto& [thread, isOpen] : m_IsOpen) {
-            Close(isOpen, notes);
+        for (auto& [thread, collection] : m_Collections) {
+            Close(collection.isOpen, notes);
         }
     }
 
@@ -274,7 +281,11 @@ class LibraryRule final : public FindingRule {
         isOpen = false;
     }
 
-    std::map<std::uint32_t, bool> m_IsOpen;  // by thread
+    struct Collection {
+        bool isOpen = false;     // after an inventory, before anything else
+        bool hasWalked = false;  // before the inventory: the SMART collections do, and end there when they find no disk
+    };
+    std::map<std::uint32_t, Collection> m_Collections;  // by thread
 };
 
 }  // namespace
