@@ -213,7 +213,7 @@ TEST(LinuxInventory, EqualSerialNumbersStillGiveDifferentIds)
 TEST(LinuxInventory, OddTextsGiveSoundIds)
 {
     const std::string odd = "A#B\\\\x5cC/D,E\\xff\\x01 " + std::string(60, 'x');
-    const CapturedTree tree(ScsiDiskLines("sda", "pci0/ata1/host0/0:0:0:0", odd, "s&1", 1 << 30) +
+    const CapturedTree tree(ScsiDiskLines("sda", "pci0/ata1/host0/0:0:0:0", odd, "s&1" + std::string(99, 's'), 1 << 30) +
                             "sys/devices/pci0/ata1/host0/0:0:0:0/vpd_pg89 = \\x00\\x89\\xff\\xffshort\n");
     linux_system::Platform machine(tree.Roots());
     const std::vector<WalkedDisk> walk = WalkDisks(machine.SetupPort());

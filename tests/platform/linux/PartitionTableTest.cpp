@@ -152,23 +152,24 @@ TEST(LinuxPartitionTable, GptIsReadFromTheDiskAndLengthsFromTheKernel)
 
 TEST(LinuxPartitionTable, MbrHasFourEntriesATableAndMadeUpIdentifiers)
 {
-    const CapturedTree tree = Disk(MbrImage(), {});
+    const CapturedTree tree = Disk(MbrImage(), PartitionLines(3, 16384, 2));  // the kernel shows 1 KiB of an extended partition
     linux_system::Platform machine(tree.Roots());
     const Layout layout(machine);
     ASSERT_EQ(layout.entries.size(), 4U) << "error " << layout.error;
     EXPECT_EQ(layout.head.partitionStyle, PartitionStyle::Mbr);
     EXPECT_EQ(layout.head.mbr.signature, 0x1A2B3C4DU);
-    const std::vector<std::array<std::int64_t, 5>> expected{
-        // number, type, active, recognized, start in MiB
-        {1, 0x07, 1, 1, 1},
-        {3, 0x05, 0, 0, 8},
-        {5, 0x83, 0, 1, 9},
-        {0, 0, 0, 0, 0},
+    const std::vector<std::array<std::int64_t, 6>> expected{
+        // number, type, active, recognized, start and length in MiB
+        {1, 0x07, 1, 1, 1, 4},
+        {3, 0x05, 0, 0, 8, 16},
+        {5, 0x83, 0, 1, 9, 2},
+        {0, 0, 0, 0, 0, 0},
     };
     for (std::size_t i = 0; i < expected.size(); ++i) {
         const PartitionInformationEx& entry = layout.entries[i];
-        const std::array<std::int64_t, 5> found{entry.partitionNumber, entry.mbr.partitionType, entry.mbr.bootIndicator,
-                                                entry.mbr.recognizedPartition, entry.startingOffset >> 20};
+        const std::array<std::int64_t, 6> found{entry.partitionNumber,      entry.mbr.partitionType,
+                                                entry.mbr.bootIndicator,    entry.mbr.recognizedPartition,
+                                                entry.startingOffset >> 20, entry.partitionLength >> 20};
         EXPECT_EQ(found, expected[i]) << i;
     }
     EXPECT_EQ(layout.entries[0].mbr.partitionId, (Guid{0x1A2B3C4D, 0, 0, {0, 0, 0x10, 0, 0, 0, 0, 0}}));
