@@ -380,6 +380,7 @@ std::vector<Machine> Machines()
         for (const auto& disk : machine.disk()) {
             Machine& small = machines.emplace_back(machine);
             small.clear_disk();
+            small.clear_volume();  // letters of optical drives end collections
             *small.add_disk() = disk;
         }
     }
