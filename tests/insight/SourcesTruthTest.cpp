@@ -380,8 +380,10 @@ std::vector<Machine> Machines()
         for (const auto& disk : machine.disk()) {
             Machine& small = machines.emplace_back(machine);
             small.clear_disk();
-            small.clear_volume();  // letters of optical drives end collections
             *small.add_disk() = disk;
+            auto& volumes = *small.mutable_volume();
+            const auto isOfAnother = [&](const auto& volume) { return volume.has_disk() && volume.disk() != disk.number(); };
+            volumes.erase(std::remove_if(volumes.begin(), volumes.end(), isOfAnother), volumes.end());
         }
     }
     return machines;
