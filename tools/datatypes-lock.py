@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Guards the schema against changes that would break a host or a program that reads orbis-host's output.
 
-datatypes.lock describes the messages as hosts know them, and documents.lock the objects around them in JSON and binary output.
+datatypes.lock describes the messages as hosts know them, documents.lock the objects around them in JSON and binary output, and
+insight.lock the documents of health, explain and findings.
 Without arguments the schema is compared with them; --update takes up what has been added, and refuses what does not fit.
 """
 
@@ -188,7 +189,7 @@ def main():
     schema.add_arguments(parser)
     arguments = parser.parse_args()
 
-    locks = [(schema.DATATYPES, "datatypes.lock"), (schema.DOCUMENTS, "documents.lock")]
+    locks = [(schema.DATATYPES, "datatypes.lock"), (schema.DOCUMENTS, "documents.lock"), (schema.INSIGHT, "insight.lock")]
     return max(check(arguments, part, arguments.root / part[0] / name) for part, name in locks)
 
 

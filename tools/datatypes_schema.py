@@ -12,9 +12,10 @@ except ModuleNotFoundError:
 
 PACKAGE = "veyra.orbis.datatypes"
 # What programs read, each part with a lock beside it: folder of the schema, its files, its package.
-DATATYPES = ("host-sdk/proto", "orbis/datatypes", PACKAGE)
-DOCUMENTS = ("host/proto", "orbis/host", "orbis.host")
-REPORTS = ("insight/proto", "orbis/insight", "orbis.insight")
+DATATYPES = ("host-sdk/proto", "orbis/datatypes/*", PACKAGE)
+DOCUMENTS = ("host/proto", "orbis/host/*", "orbis.host")
+# Explanation, findings, health and report; the other files there are no document of a program's.
+INSIGHT = ("insight/proto", "orbis/insight/[efhr]*", "orbis.insight")
 REPOSITORY = pathlib.Path(__file__).resolve().parent.parent
 
 _Field = descriptor_pb2.FieldDescriptorProto
@@ -33,9 +34,9 @@ def proto_root(root):
 def load(protoc, root, part=DATATYPES):
     """Compiles a part of the schema and returns its files as FileDescriptorProtos, comments included, ordered by name."""
     folder = root / part[0]
-    files = sorted(path.relative_to(folder).as_posix() for path in folder.glob(f"{part[1]}/*.proto"))
+    files = sorted(path.relative_to(folder).as_posix() for path in folder.glob(f"{part[1]}.proto"))
     if not files:
-        sys.exit(f"{folder}/{part[1]} holds no .proto file; --root must name the top of the source tree.")
+        sys.exit(f"there is no {folder}/{part[1]}.proto; --root must name the top of the source tree.")
     with tempfile.TemporaryDirectory() as scratch:
         output = pathlib.Path(scratch, "datatypes.desc").resolve()
         command = [protoc, "-I", ".", "--include_source_info", f"--descriptor_set_out={output}", *files]
@@ -46,7 +47,7 @@ def load(protoc, root, part=DATATYPES):
 
 def short_name(full_name):
     """A type's name without the schema's own packages: .veyra.orbis.datatypes.DiskType is DiskType."""
-    for _, _, package in (DATATYPES, DOCUMENTS, REPORTS):
+    for _, _, package in (DATATYPES, DOCUMENTS, INSIGHT):
         full_name = full_name.lstrip(".").removeprefix(package + ".")
     return full_name
 

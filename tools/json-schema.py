@@ -15,8 +15,14 @@ DIALECT = "https://json-schema.org/draft/2020-12/schema"
 # Numbers of the parts of a file and of a message within descriptor.proto; source locations are paths of them.
 FILE_MESSAGES, FILE_ENUMS, MESSAGE_FIELDS, MESSAGE_ENUMS = 4, 5, 2, 4
 
-# Of the schema of the documents about a machine: what a report is made of.
-REPORT_FILES = ("/explanation.proto", "/health.proto", "/report.proto")
+# Documents of the insight library, and what their objects have always.
+INSIGHT = {"health": ("HealthReport", "orbis-host health --format json"),
+           "explain": ("ExplanationReport", "orbis-host explain --format json"),
+           "findings": ("FindingsReport", "OrbisInsight.findings")}
+REQUIRED = {"DiskHealth": ["number", "name", "verdict", "reason", "counter"], "Reason": ["rule", "level", "text"],
+            "Counter": ["name", "value"], "FindingEntry": ["kind", "text", "remedy", "isNew"],
+            "MessageExplanation": ["datatype", "itemId", "field"], "FieldExplanation": ["field", "state"],
+            "RequestExplanation": ["request", "outcome"]}
 
 UINT64 = {"type": "string", "pattern": "^(0|[1-9][0-9]{0,19})$"}
 INT64 = {"type": "string", "pattern": "^(0|-?[1-9][0-9]{0,18})$"}
@@ -48,7 +54,8 @@ def definitions(files):
     """Every message and enumeration by its short name."""
     found = {}
     for file in files:
-        comments = {tuple(place.path): place.leading_comments for place in file.source_code_info.location}
+        comments = {tuple(place.path): place.leading_comments or place.trailing_comments
+                    for place in file.source_code_info.location}
 
         def described(path, comments=comments):
             text = comments.get(tuple(path), "").split("\n\n")[0]
@@ -112,6 +119,30 @@ def with_message(defs, datatypes):
     return defs
 
 
+def fix_version(body):
+    version = body["properties"]["formatVersion"]
+    for name in ("type", "minimum", "maximum"):
+        del version[name]
+    version["const"] = 1
+
+
+def used_by(body, defs):
+    """The definitions that an object refers to, and those that they refer to."""
+    found = {}
+    rest = [body]
+    while rest:
+        part = rest.pop()
+        if isinstance(part, dict):
+            name = part.get("$ref", "").removeprefix("#/$defs/")
+            if name and name not in found:
+                found[name] = defs[name]
+                rest.append(defs[name])
+            rest += part.values()
+        elif isinstance(part, list):
+            rest += part
+    return found
+
+
 def document(name, title, body, defs):
     return {"$schema": DIALECT, "$id": f"urn:orbis:schema:{name}:1", "title": title, **body, "$defs": dict(sorted(defs.items()))}
 
@@ -127,16 +158,25 @@ def documents(protoc, root):
     yield "collect-json", document("collect-json", "orbis-host collect --format json", {"type": "array", "items": {"$ref": "#/$defs/Item"}},
                                    {"Item": item, **datatypes})
 
-    reports = [file for file in schema.load(protoc, root, schema.REPORTS) if file.name.endswith(REPORT_FILES)]
-    defs = with_message({**datatypes, **definitions(reports)}, names)
-    report = defs.pop("Report")
-    del defs["ExplanationReport"]
-    report["properties"]["formatVersion"] = {**report["properties"]["formatVersion"], "const": 1}
+    insight_files = schema.load(protoc, root, schema.INSIGHT)
+    defs = with_message({**datatypes, **definitions(insight_files)}, names)
+    report = defs["Report"]
+    fix_version(report)
     report["required"] = ["formatVersion", "time", "health"]
-    yield "report", document("report", "The document in the page of orbis-host report; what is empty, zero or false is left out", report, defs)
+    yield "report", document("report", "The document in the page of orbis-host report; what is empty, zero or false is left out", report,
+                             used_by(report, defs))
+
+    insight = definitions(insight_files)
+    for name, required in REQUIRED.items():
+        insight[name]["required"] = required
+    for name, (message, title) in INSIGHT.items():
+        body = insight[message]
+        fix_version(body)
+        body["required"] = ["formatVersion"]
+        yield name, document(name, title, body, used_by(body, insight))
 
     line = own.pop("JsonLine")
-    line["properties"]["formatVersion"] = {"description": line["properties"]["formatVersion"]["description"], "const": 1}
+    fix_version(line)
     line = with_data(line, names, ["formatVersion", "time"])
     line["oneOf"] = [{"required": ["datatype", "itemId", "data"]}, {"required": ["findings"], "not": {"required": ["data"]}}]
     yield "collect-jsonl", document("collect-jsonl", "One line of orbis-host collect --format jsonl", line, {**own, **datatypes})

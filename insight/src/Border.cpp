@@ -67,13 +67,21 @@ void ORBIS_CALL Free(const OrbisInsightResult* result)
     }
 }
 
-std::string Json(const pb::Message& message)
+std::string Json(const pb::Message& message, const pb::util::JsonPrintOptions& options = {})
 {
     std::string text;
-    if (!pb::util::MessageToJsonString(message, &text).ok()) {
+    if (!pb::util::MessageToJsonString(message, &text, options).ok()) {
         throw std::runtime_error("the message " + message.GetTypeName() + " cannot be written as JSON");
     }
     return text;
+}
+
+// A document of this library, with its zeros and empty lists: the first disk has a number too.
+std::string Document(const pb::Message& message)
+{
+    pb::util::JsonPrintOptions options;
+    options.always_print_primitive_fields = true;
+    return Json(message, options);
 }
 
 std::string ToString(const OrbisText* text)
@@ -150,21 +158,21 @@ public:
             entry.mutable_datatypes()->Add(finding.datatypes.begin(), finding.datatypes.end());
             entry.set_is_new(std::find(m_New.begin(), m_New.end(), finding) != m_New.end());
         }
-        return Json(report);
+        return Document(report);
     }
 
     std::string Health()
     {
         const std::lock_guard lock(m_Lock);
         RequirePass();
-        return Json(MakeReport(EvidenceOf(m_Pass->records), {}, std::chrono::system_clock::now()));
+        return Document(MakeReport(EvidenceOf(m_Pass->records), {}, std::chrono::system_clock::now()));
     }
 
     std::string Explain(const OrbisText* datatype, const OrbisText* message, const OrbisText* itemId)
     {
         const std::lock_guard lock(m_Lock);
         RequirePass();
-        return Json(Explainer(m_Pass->records).Explain(*Parse(datatype, message), ToString(itemId)));
+        return Document(Explainer(m_Pass->records).Explain(*Parse(datatype, message), ToString(itemId)));
     }
 
 private:

@@ -5,7 +5,9 @@ import os
 import sys
 
 sys.path.insert(0, os.path.dirname(sys.argv[1]))
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "../../tools"))
 import border  # noqa: E402
+import documents  # noqa: E402
 
 library, insight_library, simulated = (ctypes.CDLL(os.path.abspath(path)) for path in sys.argv[2:5])
 
@@ -48,8 +50,11 @@ for is_new in (True, False):
     for operation in range(plugin.operationCount):
         plugin.free(plugin.collect(made, operation, None, None))
     answer(insight.endPass())
-    found = answer(insight.findings())["finding"]
+    report = answer(insight.findings())
+    assert not documents.errors("findings", report), report
+    found = report["finding"]
     assert {"access-denied", "drive-number-above-31"} <= {one["kind"] for one in found}, found
-    assert all(one["text"] and one["remedy"] and one.get("isNew", False) == is_new for one in found), found
-assert any(disk["verdict"] == "FAIL" for disk in answer(insight.health())["disk"])
+    assert all(one["text"] and one["remedy"] and one["isNew"] == is_new for one in found), found
+health = answer(insight.health())
+assert not documents.errors("health", health) and any(disk["verdict"] == "FAIL" for disk in health["disk"]), health
 plugin.destroy(made)

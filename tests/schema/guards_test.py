@@ -15,7 +15,7 @@ HERE = pathlib.Path(__file__).resolve().parent
 REPOSITORY = HERE.parent.parent
 PROTOC = os.environ.get("PROTOC", "protoc")
 
-HEALTH, DISK = "nvme_health.proto", "physical_disk.proto"
+HEALTH, DISK, REPORT = "nvme_health.proto", "physical_disk.proto", "../../../../insight/proto/orbis/insight/health.proto"
 UNSAFE_SHUTDOWNS = "optional bytes unsafe_shutdowns = 12;"
 
 # What is replaced in which file, and what the lock's refusal must say.
@@ -29,6 +29,7 @@ BREAKING_CHANGES = [
     (HEALTH, UNSAFE_SHUTDOWNS, "reserved 12;", "NvmeHealthInfo.unsafe_shutdowns = 12 is gone"),
     (DISK, "DISK_TYPE_SCM = 5;", "DISK_TYPE_SCM = 6;", "DiskType.DISK_TYPE_SCM = 5 now has the number 6"),
     (DISK, 'csharp_namespace = "Veyra.', 'csharp_namespace = "Other.', "make them equal"),
+    (REPORT, "string serial_number = 4;", "string serial = 4;", "DiskHealth.serial_number = 4 is now called serial"),
 ]
 RETIRED = 'reserved 12; reserved "unsafe_shutdowns";'
 
