@@ -85,10 +85,10 @@ int Collect(const CollectOptions& options, Output& output)
         if (isWatch && options.format == Format::Table) {
             text = Rfc3339(now).substr(0, 19) + "Z\n";
         }
-        const std::vector<Finding> findings = collector.ReportFindings();
-        if (!findings.empty()) {
+        if (!collector.ReportFindings().empty()) {
             status = Graver(status, kExitIncomplete);
         }
+        const std::vector<Finding> findings = collector.CurrentFindings();
         text += isLive ? RenderLive(passes, live, collector.KnownDisks(), style)
                        : Render(passes, options.format, {collector.KnownDisks(), style, machine.Name(), now, findings});
         output.Write(isRedrawn ? Redrawn(text) : text);

@@ -157,8 +157,8 @@ std::vector<Finding> Collector::ReportFindings()
         denied.back() = ';';
         Say(fmt::format("{} {}", denied, lastDenied->remedy));
     }
-    const std::vector<Finding> failures = std::exchange(m_Failures, {});
-    for (const Finding& failure : failures) {
+    m_ReportedFailures = std::exchange(m_Failures, {});
+    for (const Finding& failure : m_ReportedFailures) {
         // The letter, disk or id that ended a collection is reported above, with the datatypes that it cost.
         const bool isExplained = std::any_of(findings.begin(), findings.end(), [&](const Finding& finding) {
             const auto& names = finding.datatypes;
@@ -169,7 +169,14 @@ std::vector<Finding> Collector::ReportFindings()
             Say(failure.text);
         }
     }
-    findings.insert(findings.end(), failures.begin(), failures.end());
+    findings.insert(findings.end(), m_ReportedFailures.begin(), m_ReportedFailures.end());
+    return findings;
+}
+
+std::vector<Finding> Collector::CurrentFindings() const
+{
+    std::vector<Finding> findings = m_Machine.CurrentFindings();
+    findings.insert(findings.end(), m_ReportedFailures.begin(), m_ReportedFailures.end());
     return findings;
 }
 

@@ -38,6 +38,8 @@ public:
     [[nodiscard]] std::vector<Pass> Collect(const std::vector<border::Operation>& operations);
     // Reports what was left out of the collections since the last call, and returns it together with the failures.
     [[nodiscard]] std::vector<Finding> ReportFindings();
+    // All findings of the pass that ReportFindings ended, those of earlier passes that still hold included.
+    [[nodiscard]] std::vector<Finding> CurrentFindings() const;
 
     // The item ids that a selector names. Collects what tells disks apart when that is not known yet. Throws std::invalid_argument,
     // with a list of the disks, when it names none.
@@ -64,6 +66,7 @@ private:
     Disks m_Disks;
     std::map<std::string, Collection> m_Collections;
     std::vector<Finding> m_Failures;
+    std::vector<Finding> m_ReportedFailures;  // of the pass that ended last
     bool m_HasFailed = false;
     std::set<std::string> m_Identified;  // item ids whose identity was looked for
     bool m_HasIdentities = false;

@@ -5,6 +5,7 @@
 
 #include <utility>
 
+#include "Progress.h"
 #include "Terminal.h"
 #include "Text.h"
 
@@ -97,6 +98,7 @@ private:
     void Write(spdlog::level::level_enum level, const std::string& message, const std::string& from)
     {
         const std::string printable = Printable(message);
+        ClearProgress();
         m_Logger.log(level, "{}  {}", WantsAscii() ? Ascii(printable) : printable, from);
     }
 

@@ -25,6 +25,17 @@ extern "C" void OnInterrupt(int signal)
     std::signal(signal, SIG_DFL);
 }
 
+// With the remedies that this program knows better, because it knows how it was started.
+std::vector<insight::Finding> Advised(std::vector<insight::Finding> findings)
+{
+    for (insight::Finding& finding : findings) {
+        if (finding.kind == insight::kAccessDenied) {
+            finding.remedy = MoreRightsAdvice();
+        }
+    }
+    return findings;
+}
+
 }  // namespace
 
 void InterruptWaits()
@@ -73,14 +84,10 @@ insight::Extract MachineInForce::TakeCalls()
 std::vector<insight::Finding> MachineInForce::TakeFindings()
 {
     m_Findings.Read(m_Journal->Take());
-    std::vector<insight::Finding> findings = m_Findings.EndPass();
-    for (insight::Finding& finding : findings) {
-        if (finding.kind == insight::kAccessDenied) {
-            finding.remedy = MoreRightsAdvice();  // this program knows how it was started
-        }
-    }
-    return findings;
+    return Advised(m_Findings.EndPass());
 }
+
+std::vector<insight::Finding> MachineInForce::CurrentFindings() const { return Advised(m_Findings.Current()); }
 
 void MachineInForce::Wait(double seconds)
 {

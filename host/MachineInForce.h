@@ -33,6 +33,8 @@ public:
     [[nodiscard]] insight::Extract TakeCalls();
     // Ends a pass: what was left out of its collections and was not told before, and why.
     [[nodiscard]] std::vector<insight::Finding> TakeFindings();
+    // All that held at the end of the pass, whether told before or not.
+    [[nodiscard]] std::vector<insight::Finding> CurrentFindings() const;
 
     // Waits between two passes; on a simulated machine its own time passes as well. Ends early when interrupted.
     void Wait(double seconds);

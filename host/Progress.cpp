@@ -1,11 +1,17 @@
 #include "Progress.h"
 
+#include <atomic>
 #include <cstdio>
 #include <string>
 
 #include "Terminal.h"
 
 namespace orbis::host {
+namespace {
+
+std::atomic<bool> g_IsShown{false};
+
+}  // namespace
 
 Progress::Progress() : m_IsTerminal(ErrorIsTerminal()) {}
 
@@ -13,15 +19,14 @@ void Progress::Show(std::string_view text)
 {
     if (m_IsTerminal) {
         (void)WriteAll(stderr, "\r\x1B[K" + std::string(text) + " ...");
-        m_IsShown = true;
+        g_IsShown = true;
     }
 }
 
-void Progress::Clear()
+void ClearProgress()
 {
-    if (m_IsShown) {
+    if (g_IsShown.exchange(false)) {
         (void)WriteAll(stderr, "\r\x1B[K");
-        m_IsShown = false;
     }
 }
 

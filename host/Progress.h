@@ -4,8 +4,11 @@
 
 namespace orbis::host {
 
-// What is being waited for, in one line on standard error that is written over; nothing where that is no terminal. A result or
-// message that follows needs Clear first.
+// Takes away the line, if there is one: messages and log lines stand alone.
+void ClearProgress();
+
+// What is being waited for, in one line on standard error that is written over; nothing where that is no terminal. What else is
+// written to a terminal needs Clear or ClearProgress first.
 class Progress {
 public:
     Progress();
@@ -14,11 +17,10 @@ public:
     ~Progress() { Clear(); }
 
     void Show(std::string_view text);
-    void Clear();
+    static void Clear() { ClearProgress(); }
 
 private:
     bool m_IsTerminal;
-    bool m_IsShown = false;
 };
 
 }  // namespace orbis::host

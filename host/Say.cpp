@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string>
 
+#include "Progress.h"
 #include "Terminal.h"
 #include "Text.h"
 
@@ -21,6 +22,7 @@ void Put(std::string_view before, std::string_view text)
         at = end + 1;
     }
     // In one piece, so that lines of several threads or programs do not mix.
+    ClearProgress();
     (void)WriteAll(stderr, std::string(before) + lines);
 }
 

@@ -17,6 +17,8 @@ namespace {
 using insight::DiskHealth;
 using insight::HealthReport;
 
+constexpr std::size_t kIndent = 9;  // behind "UNKNOWN  "
+
 const std::string* CounterOf(const DiskHealth& disk, std::string_view name)
 {
     const auto found = std::find_if(disk.counter().begin(), disk.counter().end(),
@@ -119,30 +121,37 @@ std::string Letters(const DiskHealth& disk)
     return text;
 }
 
-// Heads in columns; where they do not fit, each on lines of its own.
+// A line for each disk in columns, with its state; where that is too wide for the terminal the state follows beneath.
 std::vector<std::string> Heads(const HealthReport& report, const Style& style)
 {
-    Table table(style);
-    for (const char* title : {"Verdict", "Disk", "Serial number", "Letters", "State"}) {
-        table.AddColumn(title);
-    }
-    for (const DiskHealth& disk : report.disk()) {
-        table.AddRow({insight::Verdict_Name(disk.verdict()), Trimmed(disk.name() + ' ' + disk.model()), disk.serial_number(),
-                      Letters(disk), Summary(disk)});
-    }
-    std::vector<std::string> lines = Lines(table.Render());
+    const auto table = [&](bool hasState) {
+        Table made(style);
+        for (const char* title : {"Verdict", "Disk", "Serial number", "Letters", "State"}) {
+            made.AddColumn(title);
+        }
+        for (const DiskHealth& disk : report.disk()) {
+            made.AddRow({insight::Verdict_Name(disk.verdict()), Trimmed(disk.name() + ' ' + disk.model()), disk.serial_number(),
+                         Letters(disk), hasState ? Summary(disk) : std::string()});
+        }
+        return made;
+    };
+    const bool hasState = style.width == 0 || table(true).NaturalWidth(0) <= style.width;
+    std::vector<std::string> lines = Lines(table(hasState).Render());
     if (lines.size() == static_cast<std::size_t>(report.disk_size()) + 1) {
         lines.erase(lines.begin());
-        return lines;
+    } else {
+        // A terminal too narrow for a table.
+        lines.clear();
+        for (const DiskHealth& disk : report.disk()) {
+            lines.push_back(fmt::format("{} {}", insight::Verdict_Name(disk.verdict()),
+                                        Shown(Trimmed(disk.name() + ' ' + disk.model()), style)));
+        }
     }
-    lines.clear();
-    for (const DiskHealth& disk : report.disk()) {
-        const std::string summary = Summary(disk);
-        lines.push_back(
-            fmt::format("{} {}", insight::Verdict_Name(disk.verdict()), Shown(Trimmed(disk.name() + ' ' + disk.model()), style)) +
-            (summary.empty() ? "" : "\n" + RenderText(summary, style, 9).substr(0)));
-        if (lines.back().ends_with('\n')) {
-            lines.back().pop_back();
+    for (int at = 0; !hasState && at < report.disk_size(); ++at) {
+        if (const std::string summary = Summary(report.disk(at)); !summary.empty()) {
+            std::string beneath = RenderText(summary, style, kIndent);
+            beneath.pop_back();  // the line's end
+            lines[static_cast<std::size_t>(at)] += '\n' + beneath;
         }
     }
     return lines;
@@ -152,7 +161,6 @@ std::vector<std::string> Heads(const HealthReport& report, const Style& style)
 
 std::string Render(const HealthReport& report, const Style& style)
 {
-    constexpr std::size_t kIndent = 9;  // behind "UNKNOWN  "
     if (report.disk_size() == 0 && report.gone_size() == 0) {
         return "The system lists no disk.\n";
     }

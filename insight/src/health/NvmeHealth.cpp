@@ -97,8 +97,8 @@ void JudgeWear(std::span<const std::uint8_t> log, DiskJudge& judge)
     if (used >= 90) {
         // 255 stands for everything above 254.
         judge.Say(used >= 100 ? HealthRuleId::NvmeUsed : HealthRuleId::NvmeNearlyUsed,
-                  fmt::format("{}{} % used", used, used == 255 ? " or more" : ""), std::to_string(used), used >= 100 ? "100" : "90",
-                  Source(5, 5));
+                  fmt::format("{} % used{}, threshold {} %", used, used == 255 ? " or more" : "", used >= 100 ? 100 : 90),
+                  std::to_string(used), used >= 100 ? "100" : "90", Source(5, 5));
     }
 }
 
@@ -145,9 +145,11 @@ void JudgeReservedBlocks(std::span<const std::uint8_t, kLogSize> bytes, DiskJudg
     const std::uint32_t all = log.ReservedBlockCountSsdTotal();
     judge.Count("reservedBlocksUsed", std::to_string(used));
     judge.Count("reservedBlocks", std::to_string(all));
-    if (std::uint64_t{used} * 10 >= std::uint64_t{all} * 9) {
-        judge.Say(HealthRuleId::MakerReservedBlocks, fmt::format("{} of {} reserved blocks used", used, all), std::to_string(used),
-                  std::to_string(all), "maker's health log");
+    const std::uint64_t threshold = (std::uint64_t{all} * 9 + 9) / 10;  // 90 %, rounded up
+    if (used >= threshold) {
+        judge.Say(HealthRuleId::MakerReservedBlocks,
+                  fmt::format("{} of {} reserved blocks used, threshold {}", used, all, threshold), std::to_string(used),
+                  std::to_string(threshold), "maker's health log");
     }
 }
 
