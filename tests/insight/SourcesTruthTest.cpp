@@ -287,7 +287,7 @@ private:
     {
         const FieldSource* row = SourceOf(field);
         bool isNamed = false;
-        for (const Place& place : row == nullptr ? FieldSource().from() : row->from()) {
+        for (const Place& place : (row == nullptr ? FieldSource::default_instance() : *row).from()) {
             if (place.request() == OTHER_FIELD) {
                 isNamed = IsNamed(field.substr(0, field.find('.') + 1) + place.field(), {}, answer, byte, page) || isNamed;
             } else if (place.request() == answer.request && Covers(place, field, answer, byte, page)) {
