@@ -100,7 +100,7 @@ class DeviceRule final : public FindingRule {
             const bool endsCollection = isInDiskRecord && open.device->access == kReadWrite;
             notes.Asked(endsCollection ? kDisk : kNoMedium, subject);
             if (open.handle == 0 && endsCollection) {
-                RaiseDisk(subject, problem, MeansNoMedium(open.error), notes);
+                RaiseDisk(subject, problem, open.error, notes);
             } else if (open.handle == 0 && MeansNoMedium(open.error)) {
                 notes.Raise(
                     {kNoMedium, subject, subject + " has no medium and is left out", "insert one to have it collected", {}});
@@ -129,9 +129,9 @@ class DeviceRule final : public FindingRule {
         const std::string error = ErrorText(control.error);
         const bool isTooSmall = control.error == win32::kInsufficientBuffer || control.error == win32::kMoreData;
         if (control.code == platform::kIoctlDiskGetDriveGeometry && !control.succeeded) {
-            RaiseDisk(subject, fmt::format("does not tell its size: {}", error), MeansNoMedium(control.error), notes);
+            RaiseDisk(subject, fmt::format("does not tell its size: {}", error), control.error, notes);
         } else if (control.code == platform::kIoctlDiskGetDriveLayoutEx && !control.succeeded && !isTooSmall) {
-            RaiseDisk(subject, fmt::format("does not tell its partitions: {}", error), MeansNoMedium(control.error), notes);
+            RaiseDisk(subject, fmt::format("does not tell its partitions: {}", error), control.error, notes);
         } else if (IsThresholds(control)) {
             notes.Asked(kThresholds, subject);
             if (!control.succeeded) {
@@ -175,14 +175,16 @@ class DeviceRule final : public FindingRule {
                      "switch the counters of the volume on (diskperf -y), or connect its drive",
                      {datatype::kDiskDynamic}});
     }
-    static void RaiseDisk(const std::string& disk, const std::string& problem, bool isNoMedium, Notes& notes)
+    static void RaiseDisk(const std::string& disk, const std::string& problem, std::uint32_t code, Notes& notes)
     {
         notes.Raise(
             {kDisk,
              disk,
              fmt::format("{} {}; PhysicalDiskStaticInfo fails and PhysicalDiskDynamicInfo is empty for it, whatever the disk", disk,
                          problem),
-             isNoMedium ? "insert its medium, or remove the drive" : "run with more rights, or connect, replace or remove the disk",
+             MeansNoMedium(code)            ? "insert its medium, or remove the drive"
+             : code == win32::kAccessDenied ? "run with more rights"
+                                            : "connect, replace or remove the disk",
              {datatype::kDiskStatic, datatype::kDiskDynamic}});
     }
 

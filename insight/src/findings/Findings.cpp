@@ -21,7 +21,8 @@ public:
 
 Findings::Findings() : m_Passes(std::make_unique<Passes>())
 {
-    for (const auto make : {MakeAccessRule, MakeDeviceRule, MakeWalkRule, MakeNvmeRule, MakeInventoryRule, MakeLibraryRule}) {
+    for (const auto make :
+         {MakeAccessRule, MakeDeviceRule, MakeWalkRule, MakeNvmeRule, MakeInventoryRule, MakeLibraryRule, MakeCounterRule}) {
         m_Passes->rules.push_back(make());
     }
 }

@@ -2,6 +2,7 @@
 
 #include "Rules.h"
 #include "platform/Errors.h"
+#include "platform/Pdh.h"
 #include "platform/Requests.h"
 #include "platform/Text.h"
 
@@ -288,8 +289,35 @@ class LibraryRule final : public FindingRule {
     std::map<std::uint32_t, Collection> m_Collections;  // by thread
 };
 
+// Counters whose instance is gone: the collection skips them until its plug-in object is made anew.
+class CounterRule final : public FindingRule {
+    void Read(const Record& record, Notes& notes) override
+    {
+        constexpr const char* kKind = "counters-without-instance";
+        const auto* read = record.As<call::FormattedValue>();
+        if (read == nullptr || read->path == nullptr) {
+            return;
+        }
+        const std::string path = Utf16ToUtf8(*read->path);  // "\PhysicalDisk(0 C:)\% Idle Time"
+        const std::size_t begin = path.find('(') + 1;
+        const std::string instance = path.substr(begin, path.rfind(')') - begin);
+        notes.Asked(kKind, instance);
+        if (read->value.status == platform::pdh::kNoInstance) {
+            notes.Raise(
+                {kKind,
+                 instance,
+                 fmt::format("the counters \"{}\" are gone, with their disk or with a drive letter of it; it is missing from "
+                             "PhysicalDiskDynamicInfo",
+                             instance),
+                 "if the disk is there, begin the collection anew",
+                 {datatype::kDiskDynamic}});
+        }
+    }
+};
+
 }  // namespace
 
+std::unique_ptr<FindingRule> MakeCounterRule() { return std::make_unique<CounterRule>(); }
 std::unique_ptr<FindingRule> MakeWalkRule() { return std::make_unique<WalkRule>(); }
 std::unique_ptr<FindingRule> MakeInventoryRule() { return std::make_unique<InventoryRule>(); }
 std::unique_ptr<FindingRule> MakeLibraryRule() { return std::make_unique<LibraryRule>(); }

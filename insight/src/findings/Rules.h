@@ -46,6 +46,7 @@ public:
 [[nodiscard]] std::unique_ptr<FindingRule> MakeNvmeRule();
 [[nodiscard]] std::unique_ptr<FindingRule> MakeInventoryRule();
 [[nodiscard]] std::unique_ptr<FindingRule> MakeLibraryRule();
+[[nodiscard]] std::unique_ptr<FindingRule> MakeCounterRule();
 
 // Names of the datatypes.
 namespace datatype {
