@@ -13,7 +13,7 @@ std::atomic<bool> g_IsShown{false};
 
 }  // namespace
 
-Progress::Progress() : m_IsTerminal(ErrorIsTerminal()) {}
+Progress::Progress() : m_IsTerminal(ErrorIsTerminal() && !WantsNoRedraw()) {}
 
 void Progress::Show(std::string_view text)
 {

@@ -14,6 +14,8 @@ std::string_view Environment(const char* name)
 
 }  // namespace
 
+bool WantsNoRedraw() { return Environment("TERM") == "dumb"; }
+
 // https://no-color.org: present and not empty, whatever its value.
 bool WantsNoColour() { return !Environment("NO_COLOR").empty() || Environment("TERM") == "dumb"; }
 
@@ -26,7 +28,7 @@ Style GetOutputStyle()
     style.width = isTerminal ? TerminalColumns() : 0;
     style.isAscii = WantsAscii();
     style.hasColour = isTerminal && !WantsNoColour();
-    style.canRedraw = isTerminal && Environment("TERM") != "dumb";
+    style.canRedraw = isTerminal && !WantsNoRedraw();
     return style;
 }
 

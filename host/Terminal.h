@@ -33,7 +33,8 @@ void PrepareStandardStreams();
 [[nodiscard]] bool LocaleIsUtf8();
 // What standard output and the environment (TERM, NO_COLOR, the locale) allow.
 [[nodiscard]] Style GetOutputStyle();
-// What the environment asks for, on whatever stream: no colours; nothing but ASCII.
+// What the environment asks for, on whatever stream: no line that is written over; no colours; nothing but ASCII.
+[[nodiscard]] bool WantsNoRedraw();
 [[nodiscard]] bool WantsNoColour();
 [[nodiscard]] bool WantsAscii();
 // The folder that holds this program, where its libraries stand too.

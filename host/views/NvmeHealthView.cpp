@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include "Table.h"
 #include "views/Sheet.h"
 #include "views/Units.h"
 #include "views/Views.h"
@@ -56,11 +57,23 @@ std::string Sensors(const NvmeHealthInfo& health)
 
 }  // namespace
 
-std::string Render(const ViewItems<SmartNvmeInfo>& items, const Disks& disks, const Style& style)
+std::string Render(const ViewItems<SmartNvmeInfo>& all, const Disks& disks, const Style& style)
 {
+    ViewItems<SmartNvmeInfo> items;
     std::vector<std::string> titles;
-    for (const auto& item : items) {
-        titles.push_back(disks.NameOf(item.itemId));
+    std::string without;
+    for (const auto& item : all) {
+        const std::string name = disks.NameOf(item.itemId);
+        if (item.message != nullptr && (item.message->has_health_info() || item.message->has_customized_health_info())) {
+            items.push_back(item);
+            titles.push_back(name);
+        } else {
+            without += (without.empty() ? "No health data: " : ", ") + name;
+        }
+    }
+    const std::string rest = without.empty() ? without : RenderText(without, style, 2);
+    if (items.empty()) {
+        return rest;
     }
     Sheet sheet(std::move(titles), style);
 
@@ -150,7 +163,7 @@ std::string Render(const ViewItems<SmartNvmeInfo>& items, const Disks& disks, co
         return Grouped(c.total_data_written_by_controller_approximate().value());
     });
     customized("Abnormal voltage", [](const auto& c) { return fmt::format("{}", c.abnormal_input_vcc_voltage_counter().value()); });
-    return sheet.Render(2);
+    return sheet.Render(2) + rest;
 }
 
 }  // namespace orbis::host
