@@ -117,6 +117,8 @@ TEST(LinuxVolumes, RowsTellBootPageFileAndCrashDirectory)
     EXPECT_EQ(CrashDirectory(machine), "E:\\crash");
     tree.Append("proc/self/mountinfo", "28 23 0:60 / /var/crash rw - tmpfs tmpfs rw");
     EXPECT_EQ(CrashDirectory(machine), "") << "on no disk";
+    tree.Append("proc/self/mountinfo", "29 28 8:1 / /var/crash rw - ext4 /dev/sda1 rw");
+    EXPECT_EQ(CrashDirectory(machine), "E:\\") << "the later mount of a place hides the earlier";
 }
 
 TEST(LinuxVolumes, LettersStayWhileTheirVolumesDo)
