@@ -49,7 +49,7 @@ int Report(const ReportOptions& options)
     insight::Report report = MakeReportOf(passes, calls, health, findings);
     report.set_system(options.source.machine.empty() ? SystemName() : "simulated machine");
     if (!options.baseline.empty()) {
-        *report.mutable_baseline_time() = baseline.time();
+        AddBaseline(report, baseline);
     }
     if (!options.withIdentifiers) {
         Redact(report);

@@ -240,11 +240,15 @@ void RedactItem(insight::ReportItem& item, Secrets& secrets)
     item.mutable_data()->PackFrom(*message);
 }
 
-// The raw content of a field that stays may show more than the field does: the path of a folder for a flag.
-bool ShowsMore(const FieldExplanation& field)
+// The raw content of a field that stays may show more than the field does: names and flags of a partition are made with its
+// identifier, a flag with the path of a folder.
+bool ShowsMore(const pb::FieldDescriptor& known, const FieldExplanation& field)
 {
+    const std::string name = NameOf(known);
+    const bool isMeasure = name == "PhysicalDiskPartitionInfo.size" || name == "PhysicalDiskPartitionInfo.index";
     const std::string_view raw = field.raw();
-    return raw.starts_with('"') && raw != '"' + field.value() + '"';
+    return (name.starts_with("PhysicalDiskPartitionInfo.") && !isMeasure) ||
+           (raw.find('"') != std::string_view::npos && raw != '"' + field.value() + '"');
 }
 
 void RedactExplanation(insight::MessageExplanation& explanation, Secrets& secrets)
@@ -262,8 +266,8 @@ void RedactExplanation(insight::MessageExplanation& explanation, Secrets& secret
         if (isText && (known == nullptr || !MayStay(*known, field.value()))) {
             field.set_value(known == nullptr ? secrets.Of(field.value()) : Replaced(*known, field.value(), secrets));
             field.set_raw(std::string(field.raw().empty() ? std::string_view() : kLeftOut));
-        } else if (ShowsMore(field)) {
-            field.set_raw(std::string(kLeftOut));
+        } else if (ShowsMore(*known, field)) {
+            field.set_raw(std::string(field.raw().empty() ? std::string_view() : kLeftOut));
         }
     }
 }

@@ -9,6 +9,7 @@
 #include "Version.h"
 #include "insight/Evidence.h"
 #include "insight/Explanation.h"
+#include "insight/Health.h"
 #include "insight/Layout.h"
 #include "orbis/datatypes/physical_disk.pb.h"
 #include "platform/Requests.h"
@@ -135,6 +136,22 @@ private:
     std::map<std::uint32_t, datatypes::DiskType> m_Media;
 };
 
+// Disk numbers by item id, as the static descriptions have them: "DISK0". The inventory may name a disk otherwise: its id may hold
+// what the system's code page cannot spell, and a row without an id is that of every disk without a row.
+std::map<std::string, std::uint32_t> NumbersOf(const std::vector<Pass>& passes)
+{
+    std::map<std::string, std::uint32_t> numbers;
+    for (const Pass& pass : passes) {
+        for (const Collected& item : pass.items) {
+            const auto* info = dynamic_cast<const datatypes::PhysicalDiskStaticInfo*>(item.message.get());
+            if (const auto number = info == nullptr ? std::nullopt : NumberIn(info->name())) {
+                numbers.emplace(item.itemId, *number);
+            }
+        }
+    }
+    return numbers;
+}
+
 }  // namespace
 
 insight::Report MakeReportOf(const std::vector<Pass>& passes, const insight::Extract& calls, const insight::HealthReport& health,
@@ -149,6 +166,7 @@ insight::Report MakeReportOf(const std::vector<Pass>& passes, const insight::Ext
     AddFindings(findings, health, report);
 
     DiskSections disks(calls);
+    const std::map<std::string, std::uint32_t> numbers = NumbersOf(passes);
     const insight::Explainer explainer(calls.records);
     for (const Pass& pass : passes) {
         for (const Collected& collected : pass.items) {
@@ -163,6 +181,9 @@ insight::Report MakeReportOf(const std::vector<Pass>& passes, const insight::Ext
             item.mutable_data()->PackFrom(*collected.message);
             insight::MessageExplanation& explanation = *report.add_explanation();
             explanation = explainer.Explain(*collected.message, collected.itemId);
+            if (const auto known = numbers.find(collected.itemId); known != numbers.end()) {
+                explanation.set_disk(known->second);
+            }
             const auto* info = dynamic_cast<const datatypes::PhysicalDiskStaticInfo*>(collected.message.get());
             if (explanation.has_disk()) {
                 item.set_disk(explanation.disk());
@@ -174,6 +195,21 @@ insight::Report MakeReportOf(const std::vector<Pass>& passes, const insight::Ext
     }
     disks.AddTo(report);
     return report;
+}
+
+void AddBaseline(insight::Report& report, const insight::HealthReport& baseline)
+{
+    *report.mutable_baseline_time() = baseline.time();
+    const auto before = insight::MatchDisks(report.health(), baseline);
+    for (insight::ReportDisk& disk : *report.mutable_disk()) {
+        for (int at = 0; at < report.health().disk_size(); ++at) {
+            const insight::DiskHealth* earlier = before[static_cast<std::size_t>(at)];
+            const insight::DiskHealth& now = report.health().disk(at);
+            if (now.number() == disk.number() && earlier != nullptr && now.change() != insight::RESET) {
+                *disk.mutable_before() = earlier->counter();
+            }
+        }
+    }
 }
 
 }  // namespace orbis::host

@@ -13,5 +13,7 @@ namespace orbis::host {
 // what was left out. Nothing is taken out of it.
 [[nodiscard]] insight::Report MakeReportOf(const std::vector<Pass>& passes, const insight::Extract& calls,
                                            const insight::HealthReport& health, const std::vector<Finding>& findings);
+// Adds what the disks counted at the baseline that the verdicts of the report were compared with.
+void AddBaseline(insight::Report& report, const insight::HealthReport& baseline);
 
 }  // namespace orbis::host

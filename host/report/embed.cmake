@@ -1,6 +1,6 @@
 # Writes the page of `orbis-host report` as a C++ header: the files of FOLDER put together, parted where the data goes. The content security
 # policy in the page names style and script by their SHA-256, so that nothing else runs.
-#   FOLDER: page.html, page.css, page.js   OUTPUT: the header
+#   FOLDER: page.html, page.css and the scripts   OUTPUT: the header
 
 # The text as browsers see it: they read every line end as one line feed before they hash.
 function(read_text file out)
@@ -27,9 +27,13 @@ endfunction()
 
 read_text(page.html page)
 read_text(page.css style)
-read_text(page.js script)
+set(script "")
+foreach(file text parts disk page)
+    read_text(${file}.js part)
+    string(APPEND script "${part}")
+endforeach()
 if(style MATCHES "</" OR script MATCHES "</|<!--")
-    message(FATAL_ERROR "page.css or page.js holds a text that would end its element in the page")
+    message(FATAL_ERROR "page.css or a script holds a text that would end its element in the page")
 endif()
 foreach(part STYLE SCRIPT)
     string(TOLOWER ${part} name)

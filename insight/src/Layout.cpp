@@ -4,7 +4,7 @@
 #include <array>
 #include <cstring>
 #include <limits>
-#include <map>
+#include <optional>
 
 #include "explain/Observations.h"
 #include "platform/Requests.h"
@@ -99,14 +99,15 @@ std::string LetterAt(const Observations& observations, std::uint32_t disk, const
     return {};
 }
 
-std::vector<ReportPartition> Partitions(const Observations& observations, std::uint32_t disk)
+// Nothing when the disk did not tell.
+std::optional<std::vector<ReportPartition>> Partitions(const Observations& observations, std::uint32_t disk)
 {
-    std::vector<ReportPartition> partitions;
     const Page* page = observations.FindPage(disk, 0, DRIVE_LAYOUT);
     DriveLayoutHead head;
     if (!Read(page, 0, head)) {
-        return partitions;
+        return std::nullopt;
     }
+    std::vector<ReportPartition> partitions;
     for (std::uint32_t at = 0; at < head.partitionCount; ++at) {
         PartitionInformationEx entry;
         if (!Read(page, sizeof head + std::size_t{at} * sizeof entry, entry)) {
@@ -152,6 +153,15 @@ void AddWithGaps(const std::vector<ReportPartition>& partitions, ReportDisk& dis
     addGap(disk.bytes());
 }
 
+// A disk without a partition table that a volume fills.
+void AddWhole(char letter, ReportDisk& disk)
+{
+    ReportPartition& whole = *disk.add_partition();
+    whole.set_kind(ReportPartition::DATA);
+    whole.set_length(disk.bytes());
+    whole.set_letter({letter, ':'});
+}
+
 }  // namespace
 
 std::vector<ReportDisk> LayoutsOf(std::span<const Record> records)
@@ -166,7 +176,14 @@ std::vector<ReportDisk> LayoutsOf(std::span<const Record> records)
         ReportDisk& disk = disks.emplace_back();
         disk.set_number(number);
         disk.set_bytes(Capacity(observations.FindPage(number, 0, DRIVE_GEOMETRY)));
-        AddWithGaps(Partitions(observations, number), disk);
+        if (const auto partitions = Partitions(observations, number)) {
+            const std::vector<char> letters = observations.Letters(number);
+            if (partitions->empty() && !letters.empty()) {
+                AddWhole(letters.front(), disk);
+            } else {
+                AddWithGaps(*partitions, disk);
+            }
+        }
     }
     return disks;
 }
