@@ -4,18 +4,18 @@
 usage: lab/compare.py REPORT_FOLDER
 
 Prints a table of every comparison; the exit status is 0 when all passed and 1 when not. The program needs Debian's
-python3-protobuf, so it runs with the system's own Python.
+python3-protobuf and python3-jsonschema, so it runs with the system's own Python.
 """
 
 import sys
 from pathlib import Path
 
-from comparison import activity, nvme, smart, static
+from comparison import activity, nvme, smart, static, verdict
 from comparison.report import ReadingError, Report
 from comparison.schema import Schema
 from comparison.table import Table
 
-COMPARISONS = [nvme.compare, smart.compare, static.compare, activity.compare]
+COMPARISONS = [nvme.compare, smart.compare, static.compare, activity.compare, verdict.compare]
 SCHEMA = Path(__file__).resolve().parent.parent / "host-sdk" / "proto"
 
 
