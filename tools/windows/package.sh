@@ -87,9 +87,14 @@ for machine in "../$name"/machines/*.txtpb; do
     cmp "$unpacked/$stem.json" "$root/tests/golden/$stem.json" >&2 || die "$name: what orbis-host.exe prints for $machine differs"
 done
 if [ -n "$certificate" ]; then
+    authorities=/etc/ssl/certs/ca-certificates.crt
     for file in $images; do
-        osslsigncode verify -CAfile "${ORBIS_SIGN_ROOTS:-/etc/ssl/certs/ca-certificates.crt}" -in "../$name/$file" >"$unpacked/$file.log" 2>&1 ||
-            { cat "$unpacked/$file.log" >&2; die "$file: the signature does not verify (ORBIS_SIGN_ROOTS names other roots)"; }
+        log=$unpacked/$file.log
+        osslsigncode verify -CAfile "${ORBIS_SIGN_ROOTS:-$authorities}" -TSA-CAfile "${ORBIS_SIGN_TIMESTAMP_ROOTS:-$authorities}" \
+            -in "../$name/$file" >"$log" 2>&1 || { cat "$log" >&2; die "$file: the signature does not verify (ORBIS_SIGN_ROOTS names other roots)"; }
+        # osslsigncode takes a signature without a time stamp, or with one that it cannot verify.
+        [ ${#timestamp[@]} -eq 0 ] || grep -q '^Timestamp Server Signature verification: ok' "$log" ||
+            { cat "$log" >&2; die "$file: the time stamp does not verify (ORBIS_SIGN_TIMESTAMP_ROOTS names other roots)"; }
     done
 fi
 say "$(cd "$root" && du -h "out/$name.zip" "out/$name-symbols.zip")"
