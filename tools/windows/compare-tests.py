@@ -16,7 +16,7 @@ BUILDS = {"debug": "Linux", "windows-x64": "Windows", "windows-arm64": "Windows"
 OWN = [
     ("Linux", r"Linux.*", "the Linux port, on this machine's disks and on captured ones"),
     ("Linux", r"schema\..*", "sources of the schema, the same for every target; Python and protoc of the build machine"),
-    ("Linux", r"examples\.host_in_python\..*", "a Python of the system that loads the plug-in; Wine has none"),
+    ("Linux", r"(hosts|insight\.Python).*|examples\.(C#|Python)_.*", "installed trees, and hosts in Python and C# of the build machine; Wine has neither"),
     ("Linux", r"tryout\..*", "a script of the build machine, the same for every target"),
     ("Linux", r"(border|device-query)\.exports", "exports of ELF files; windows.image.* is the same for PE files"),
     ("Windows", r"Windows.*", "the Windows port, on the services of the Windows that runs it"),
