@@ -4,8 +4,10 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <sstream>
 #include <stdexcept>
+#include <utility>
 
 #include "Collector.h"
 #include "Commands.h"
@@ -165,11 +167,11 @@ int Explain(const ExplainOptions& options, Output& output)
         machine.LetRatesBuildUp(kFirstInterval);
     }
     Progress progress;
-    std::vector<Pass> passes;
+    std::vector<std::pair<std::string, std::vector<Pass>>> collected;  // by datatype; none for a collection that failed
     for (const border::Operation& operation : operations) {
-        progress.Show("reading " + operation.datatype.substr(operation.datatype.rfind('.') + 1));
-        std::vector<Pass> one = collector.Collect({operation});
-        std::move(one.begin(), one.end(), std::back_inserter(passes));
+        const std::string datatype = operation.datatype.substr(operation.datatype.rfind('.') + 1);
+        progress.Show("reading " + datatype);
+        collected.emplace_back(datatype, collector.Collect({operation}));
     }
     progress.Clear();
     std::vector<std::string> selected;
@@ -180,12 +182,27 @@ int Explain(const ExplainOptions& options, Output& output)
     const insight::Explainer explainer(extract.records);
     insight::ExplanationReport report;
     report.set_format_version(1);
-    for (const Pass& pass : passes) {
-        for (const Collected& item : pass.items) {
-            const bool isWanted =
-                options.source.disk.empty() || std::find(selected.begin(), selected.end(), item.itemId) != selected.end();
-            if (isWanted && item.message != nullptr) {
-                *report.add_message() = explainer.Explain(*item.message, item.itemId);
+    const auto isWanted = [&](const std::string& itemId) {
+        return options.source.disk.empty() || std::find(selected.begin(), selected.end(), itemId) != selected.end();
+    };
+    for (const auto& [datatype, passes] : collected) {
+        std::set<std::string> sent;
+        for (const Pass& pass : passes) {
+            for (const Collected& item : pass.items) {
+                if (item.message != nullptr) {
+                    sent.insert(item.itemId);
+                    if (isWanted(item.itemId)) {
+                        *report.add_message() = explainer.Explain(*item.message, item.itemId);
+                    }
+                }
+            }
+        }
+        for (insight::MessageExplanation& unsent : explainer.ExplainUnsent(datatype, sent)) {
+            if (isWanted(unsent.item_id())) {
+                if (passes.empty()) {
+                    unsent.set_reason("the whole collection failed; its messages tell why");
+                }
+                *report.add_message() = std::move(unsent);
             }
         }
     }

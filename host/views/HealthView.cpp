@@ -192,7 +192,12 @@ std::string Render(const insight::ExplanationReport& report, const Style& style)
         text += (text.empty() ? "" : "\n") +
                 RenderText(fmt::format("{}  {}", message.datatype(), message.name().empty() ? message.item_id() : message.name()),
                            style, 0);
+        if (!message.reason().empty()) {
+            text += RenderText("not sent: " + message.reason(), style, 2);
+            continue;
+        }
         Table table(style);
+        std::string blocks;
         for (const char* title : {"Field", "Value", "Source and rule"}) {
             table.AddColumn(title);
         }
@@ -209,17 +214,23 @@ std::string Render(const insight::ExplanationReport& report, const Style& style)
                     value = value.empty() ? "not carried" : value + ", not carried";
                     break;
                 default:
-                    value += field.unit().empty() ? "" : " " + (field.unit() == "Cel" ? "\u00B0C" : field.unit());
+                    // Bytes are shown as they are sent; the unit belongs to the number in them.
+                    if (!field.unit().empty() && !field.raw().starts_with(value + " = ")) {
+                        value += " " + (field.unit() == "Cel" ? "\u00B0C" : field.unit());
+                    }
             }
             std::string origin = field.source();
             for (const std::string* part : {&field.raw(), &field.rule(), &field.reason()}) {
-                if (!part->empty()) {
+                const bool isSaid = part == &field.reason() && field.state() == FieldExplanation::EMPTY && !field.rule().empty();
+                if (!part->empty() && !isSaid) {
                     origin += (part == &field.raw() ? ": " : "; ") + *part;
                 }
             }
             table.AddRow({field.field(), value, origin});
+            blocks += RenderText(field.field() + "  " + value, style, 2) + RenderText(origin, style, 6);
         }
-        text += table.Render(2);
+        // An explanation with its middle left out would explain nothing.
+        text += style.width == 0 || table.NaturalWidth(2) <= style.width ? table.Render(2) : blocks;
         if (message.request_size() > 0) {
             Table requests(style);
             requests.AddColumn("Request");

@@ -8,6 +8,7 @@
 #include "Metrics.h"
 #include "Table.h"
 #include "Text.h"
+#include "views/HealthView.h"
 #include "views/LiveView.h"
 #include "views/Units.h"
 
@@ -141,6 +142,33 @@ TEST(LiveViewTest, KeepsALineForADiskThatIsGoneWhileItsHistoryLasts)
     }
     EXPECT_EQ(live.Render({}, {}).find("gone"), std::string::npos);
     EXPECT_EQ(Sparkline({std::numeric_limits<float>::quiet_NaN(), -1, 250}, 100), "  \u2588");
+}
+
+TEST(ExplanationViewTest, LeavesNothingOutHoweverNarrow)
+{
+    insight::ExplanationReport report;
+    insight::MessageExplanation& sent = *report.add_message();
+    sent.set_datatype("SmartNvmeInfo");
+    sent.set_name("DISK0");
+    insight::FieldExplanation& field = *sent.add_field();
+    field.set_field("spare");
+    field.set_state(insight::FieldExplanation::EMPTY);
+    field.set_source("NVMe log 02h byte 3");
+    field.set_raw("00 = 0");
+    field.set_rule("0 is empty");
+    field.set_reason("it is 0");
+    insight::MessageExplanation& unsent = *report.add_message();
+    unsent.set_datatype("SmartNvmeInfo");
+    unsent.set_name("DISK1");
+    unsent.set_reason("access denied");
+    EXPECT_EQ(Render(report, {.width = 30}),
+              "SmartNvmeInfo  DISK0\n"
+              "  spare  (empty)\n"
+              "      NVMe log 02h byte 3: 00\n"
+              "      = 0; 0 is empty\n"
+              "\n"
+              "SmartNvmeInfo  DISK1\n"
+              "  not sent: access denied\n");
 }
 
 TEST(FormatsTest, AnItemWithoutAMessageIsNoEmptyMessage)

@@ -1,5 +1,7 @@
 #include <google/protobuf/descriptor.h>
 #include <gtest/gtest.h>
+#include <array>
+#include <map>
 #include <set>
 
 #include "Collections.h"
@@ -49,10 +51,13 @@ TEST(Sources, EveryFieldHasOneRowAndEveryRowAField)
     EXPECT_EQ(rows, fields);
 }
 
-// Explains every message that the collections send on the machine of a file.
-std::vector<MessageExplanation> ExplainMachine(const std::string& name)
+constexpr std::array kDatatypes{"PhysicalDiskStaticInfo", "PhysicalDiskDynamicInfo", "SmartStaticInfo",
+                                "SmartDynamicInfo",       "SmartNvmeInfo",           "NvmeIdentifyControllerData"};
+
+// Explains every message that the collections send on a machine, and every one that they do not.
+std::vector<MessageExplanation> ExplainMachine(const std::string& text)
 {
-    const std::shared_ptr<simulated::Machine> machine = simulated::ParseMachine(proof::MachineText(name));
+    const std::shared_ptr<simulated::Machine> machine = simulated::ParseMachine(text);
     Journal journal(*machine);
     platform::Platform::Replace(&journal);
     std::vector<proof::Outcome> outcomes;
@@ -68,11 +73,16 @@ std::vector<MessageExplanation> ExplainMachine(const std::string& name)
     EXPECT_EQ(extract.lost, 0U);
     const Explainer explainer(extract.records);
     std::vector<MessageExplanation> explanations;
-    for (const proof::Outcome& outcome : outcomes) {
-        for (const auto& item : outcome.items) {
+    for (std::size_t at = 0; at < outcomes.size(); ++at) {
+        std::set<std::string> sent;
+        for (const auto& item : outcomes[at].items) {
             if (item.message != nullptr) {
+                sent.insert(item.id);
                 explanations.push_back(explainer.Explain(*item.message, item.id));
             }
+        }
+        for (MessageExplanation& unsent : explainer.ExplainUnsent(kDatatypes[at], sent)) {
+            explanations.push_back(std::move(unsent));
         }
     }
     return explanations;
@@ -101,13 +111,21 @@ const FieldExplanation* Find(const std::vector<MessageExplanation>& all, const s
 
 TEST(Explanation, NoFieldIsWithoutOne)
 {
-    for (const std::string& machine : proof::ExampleMachines()) {
-        for (const MessageExplanation& message : ExplainMachine(machine)) {
+    std::map<std::string, std::string> machines{
+        {"without rights",
+         "disk { number: 0 kind: NVME model: 'A' open_error: 5 } disk { number: 1 kind: SATA_HDD model: 'B' open_error: 5 }"}};
+    for (const std::string& name : proof::ExampleMachines()) {
+        machines[name] = proof::MachineText(name);
+    }
+    for (const auto& [machine, text] : machines) {
+        for (const MessageExplanation& message : ExplainMachine(text)) {
+            EXPECT_NE(message.field().empty(), message.reason().empty()) << machine << " " << message.ShortDebugString();
             for (const FieldExplanation& field : message.field()) {
                 EXPECT_FALSE(field.source().empty()) << machine << " " << message.name() << ": " << Show(field);
                 if (field.state() == FieldExplanation::SET) {
-                    const bool isDerived = field.source() == "constant" || field.raw().empty();
-                    EXPECT_TRUE(!field.raw().empty() || isDerived) << machine << " " << message.name() << ": " << Show(field);
+                    const bool isDerived = field.source().find_first_of(" .") == std::string::npos;  // a constant, or another field
+                    EXPECT_TRUE(!field.raw().empty() || isDerived || !field.reason().empty())
+                        << machine << " " << message.name() << ": " << Show(field);
                 } else {
                     EXPECT_FALSE(field.reason().empty()) << machine << " " << message.name() << ": " << Show(field);
                 }
@@ -118,7 +136,7 @@ TEST(Explanation, NoFieldIsWithoutOne)
 
 TEST(Explanation, ShowsBytesRulesAndReasons)
 {
-    const auto all = ExplainMachine("workstation");
+    const auto all = ExplainMachine(proof::MachineText("workstation"));
     const auto expect = [&](const char* datatype, std::uint32_t disk, const char* name, const char* shown) {
         const FieldExplanation* field = Find(all, datatype, disk, name);
         ASSERT_NE(field, nullptr) << name;
@@ -139,10 +157,25 @@ TEST(Explanation, ShowsBytesRulesAndReasons)
            "12-23 (TracksPerCylinder, SectorsPerTrack, BytesPerSector): 01 DB 01 00 00 00 00 00 = 121601; FF 00 00 00 3F 00 00 00 "
            "00 02 00 00; in units of 2^20 bytes, rounded down; ");
     expect("PhysicalDiskDynamicInfo", 0, "idleTimePercentage",
-           "idleTimePercentage SET '74' from counter \"% Idle Time\": 73.99999999999999; capped at 100; ");
+           "idleTimePercentage SET '74' from counter \"% Idle Time\": 73.99999999999999; ; ");
+    expect("PhysicalDiskDynamicInfo", 1, "writeTimePercentage",
+           "writeTimePercentage SET '100' from counter \"% Disk Write Time\": 179.99999999999997; capped at 100; ");
+    expect("PhysicalDiskStaticInfo", 0, "makeModel",
+           "makeModel SET 'VEYRA PX8 1TB' from Win32_DiskDrive.Model: \"VEYRA PX8 1TB\"; ; ");
+    expect("PhysicalDiskStaticInfo", 0, "OEMType208SystemID",
+           "OEMType208SystemID SET '0B9E' from SMBIOS type 11 string 2: \"1[0B9E]\"; without \"1[\" and \"]\"; ");
+    expect("PhysicalDiskStaticInfo", 0, "partitions[0].isBootVolume",
+           "partitions[0].isBootVolume SET 'false' from Win32_Volume.BootVolume: ; ; the partition has no drive letter");
+    expect("SmartDynamicInfo", 5, "temperature.normal",
+           "temperature.normal ABSENT '' from SMART READ DATA attribute 194 byte 3: 24 = 36; ; of attribute 194 the raw value "
+           "alone is "
+           "sent");
+    expect(
+        "SmartNvmeInfo", 0, "healthInfo.temperatureSensor3",
+        "healthInfo.temperatureSensor3 SET '0' from NVMe log 02h bytes 204-205: 00 00 = 0; 0 Kelvin: the drive does not report it, "
+        "and it is sent as 0; ");
     expect("SmartDynamicInfo", 5, "currentPendingSectorCount.rawValue",
-           "currentPendingSectorCount.rawValue SET '0' from SMART READ DATA attribute 197 bytes 5-10: 00 00 00 00 00 00 = 0; 48 "
-           "bits; attribute 194 its low byte; attributes 3, 9 and 240 their low 32 bits; ");
+           "currentPendingSectorCount.rawValue SET '0' from SMART READ DATA attribute 197 bytes 5-10: 00 00 00 00 00 00 = 0; ; ");
     expect("SmartDynamicInfo", 0, "currentPendingSectorCount",
            "currentPendingSectorCount ABSENT '' from SMART READ DATA attribute 197 and SMART READ THRESHOLDS attribute 197: ; ; "
            "SMART READ DATA was refused: the driver does not know the request (error 1)");

@@ -4,7 +4,7 @@
 #include <bitset>
 #include <set>
 
-#include "explain/Raw.h"
+#include "explain/Applied.h"
 #include "insight/ErrorText.h"
 
 namespace orbis::insight {
@@ -67,6 +67,7 @@ public:
     }
 
     [[nodiscard]] const std::set<Request>& Requests() const noexcept { return m_Requests; }
+    [[nodiscard]] const std::set<std::string>& Classes() const noexcept { return m_Classes; }
 
 private:
     void Field(const Message& message, const FieldDescriptor& field, const std::string& prefix, const Scope& scope)
@@ -121,6 +122,7 @@ private:
         if (source != nullptr) {
             for (const Place& place : source->from()) {
                 m_Requests.insert(place.request());
+                m_Classes.insert(place.wmi_class());
             }
         }
     }
@@ -172,62 +174,47 @@ private:
             return;
         }
         field.set_unit(source->unit());
-        field.set_source(PlaceText(*source, scope.base, scope.attribute.value_or(0)));
-        for (const int rule : source->rule()) {
-            AddRule(field, static_cast<SourceRule>(rule));
-        }
+        RawContent content;
+        const Place* used = nullptr;
         for (const Place& place : source->from()) {
-            const RawContent raw = RawOf(m_Observations, place, scope);
-            if (raw.found) {
-                field.set_raw(field.raw() + (field.raw().empty() ? "" : "; ") + raw.text);
-                if (source->joined()) {
-                    continue;
-                }
-                if (state == FieldExplanation::SET) {
-                    field.clear_reason();
-                    return;
-                }
+            RawContent raw = RawOf(m_Observations, place, scope);
+            if (!raw.found) {
+                field.set_reason(field.reason().empty() ? raw.reason : field.reason());
+                continue;
+            }
+            if (IsChoice(*source) && !Decides(place, raw)) {
+                continue;
+            }
+            field.set_raw(field.raw() + (field.raw().empty() ? "" : "; ") + raw.text + (IsNumber(*source) ? raw.number : ""));
+            if (used == nullptr) {
+                content = std::move(raw);
+                used = &place;
+            }
+            if (!source->joined()) {
                 break;
             }
-            if (field.reason().empty()) {
-                field.set_reason(raw.reason);
-            }
         }
-        if (state == FieldExplanation::SET) {
+        // Without an answer, every place that was tried; else the one that counts.
+        FieldSource shown = *source;
+        if (used != nullptr && !source->joined()) {
+            shown.clear_from();
+            *shown.add_from() = *used;
+        }
+        field.set_source(PlaceText(shown, scope.base, scope.attribute.value_or(0)));
+        if (state != FieldExplanation::ABSENT) {
+            field.set_rule(AppliedRules(*source, content, field, scope));
+        }
+        if (used != nullptr && state == FieldExplanation::SET) {
             field.clear_reason();
-        } else if (field.reason().empty()) {
-            field.set_reason(WhyMissing(*source, state));
+        } else if (used != nullptr) {
+            field.set_reason(WhyMissing(*source, state, scope));
         }
-    }
-
-    static void AddRule(FieldExplanation& field, SourceRule rule)
-    {
-        for (const RuleText& text : Sources().rule()) {
-            if (text.rule() == rule) {
-                field.set_rule(field.rule() + (field.rule().empty() ? "" : "; ") + text.text());
-            }
-        }
-    }
-
-    // The source answered and the field has no value all the same.
-    static std::string WhyMissing(const FieldSource& source, FieldExplanation::State state)
-    {
-        const auto& rules = source.rule();
-        if (std::find(rules.begin(), rules.end(), EMPTY_IF_FIRST_BYTE_ZERO) != rules.end() && state == FieldExplanation::EMPTY) {
-            return "the first byte is 0";
-        }
-        const std::string& name = source.name();
-        if (name == "PhysicalDiskStaticInfo.firmware_revision" || name == "PhysicalDiskStaticInfo.namespace_marketed_size_in_GB" ||
-            name == "PhysicalDiskStaticInfo.OEM_type208_system_ID") {
-            return state == FieldExplanation::ABSENT ? "the disk has no partition; the value is filled in with the partitions"
-                                                     : "the source's text is empty";
-        }
-        return state == FieldExplanation::EMPTY ? "the source's text is empty" : "the source has no content for it";
     }
 
     const Observations& m_Observations;
     MessageExplanation& m_Out;
     std::set<Request> m_Requests;
+    std::set<std::string> m_Classes;  // of WMI
 };
 
 FieldExplanation& AddNotCarried(MessageExplanation& out, std::string name, std::string source, std::string raw)
@@ -303,6 +290,38 @@ void AddOtherBytes(const Observations& observations, std::uint32_t disk, Request
     }
 }
 
+void AddRequest(std::string request, std::chrono::nanoseconds duration, std::string outcome, MessageExplanation& out)
+{
+    RequestExplanation& one = *out.add_request();
+    one.set_request(std::move(request));
+    one.set_milliseconds(std::chrono::duration<double, std::milli>(duration).count());
+    one.set_outcome(std::move(outcome));
+}
+
+// What is asked of the system and not of a disk: WMI classes, counters, the firmware's table.
+void AddSystemRequests(const Observations& observations, const std::set<Request>& wanted, const std::set<std::string>& classes,
+                       MessageExplanation& out)
+{
+    for (const auto& [kind, duration] : observations.Queries()) {
+        if (classes.contains(kind)) {
+            const auto failure = observations.QueryFailure(kind);
+            AddRequest("WMI " + kind, duration,
+                       failure ? fmt::format("failed (0x{:08X})", static_cast<std::uint32_t>(*failure))
+                               : fmt::format("{} rows", observations.RowsOf(kind)),
+                       out);
+        }
+    }
+    if (wanted.contains(COUNTER) && observations.CounterTime().count() > 0) {
+        AddRequest("performance counters", observations.CounterTime(), "of all disks", out);
+    }
+    if (wanted.contains(SMBIOS) && observations.FirmwareTime().count() > 0) {
+        AddRequest("SMBIOS table", observations.FirmwareTime(),
+                   observations.FirmwareTable().empty() ? ErrorText(observations.FirmwareError())
+                                                        : fmt::format("{} bytes", observations.FirmwareTable().size()),
+                   out);
+    }
+}
+
 void AddRequests(const Observations& observations, std::uint32_t disk, const std::set<Request>& wanted, MessageExplanation& out)
 {
     for (const auto& [place, pages] : observations.Pages()) {
@@ -313,23 +332,22 @@ void AddRequests(const Observations& observations, std::uint32_t disk, const std
             if (!wanted.contains(request)) {
                 continue;
             }
-            RequestExplanation& one = *out.add_request();
-            one.set_request(
-                fmt::format("{} of {}", PageName(request), page.path.empty() ? fmt::format("drive {}", disk) : page.path));
-            one.set_milliseconds(std::chrono::duration<double, std::milli>(page.duration).count());
+            std::string outcome;
             switch (page.answer.state) {
                 case PageAnswer::State::Answered:
-                    one.set_outcome(fmt::format("{} bytes", page.answer.bytes.size()));
+                    outcome = fmt::format("{} bytes", page.answer.bytes.size());
                     break;
                 case PageAnswer::State::Refused:
-                    one.set_outcome(ErrorText(page.answer.error));
+                    outcome = ErrorText(page.answer.error);
                     break;
                 case PageAnswer::State::Unsupported:
-                    one.set_outcome("the disk refused it");
+                    outcome = "the disk refused it";
                     break;
                 case PageAnswer::State::NotAsked:
                     break;
             }
+            const std::string asked = place.second == 0 ? fmt::format("DISK{}", disk) : std::string{place.second, ':'};
+            AddRequest(fmt::format("{} of {}", PageName(request), asked), page.duration, std::move(outcome), out);
         }
     }
 }
@@ -364,6 +382,7 @@ MessageExplanation Explainer::Explain(const Message& message, std::string_view i
         AddOtherBytes(*m_Observations, *scope.disk, NVME_IDENTIFY, out);
     }
     AddRequests(*m_Observations, *scope.disk, walk.Requests(), out);
+    AddSystemRequests(*m_Observations, walk.Requests(), walk.Classes(), out);
     return out;
 }
 

@@ -24,18 +24,19 @@ Explainer::Observations::Observations(std::span<const Record> records)
                 kept.duration += record.duration;
                 if (kept.answer.state == PageAnswer::State::NotAsked || page->answer.IsAnswered()) {
                     kept.answer = page->answer;
-                    kept.path = Utf16ToUtf8(control->device->path);
                 }
             }
         } else if (const auto* query = record.As<call::ExecQuery>()) {
             const std::string kind = Utf16ToUtf8(ClassOf(query->query->text));
-            m_Queried[kind] = true;
+            m_Queried[kind] += record.duration;
             if (platform::Failed(query->result)) {
                 m_Failures[kind] = query->result;
             }
-        } else if (const auto* next = record.As<call::Next>()) {
-            if (platform::Failed(next->result) && next->query != nullptr) {
-                m_Failures[Utf16ToUtf8(ClassOf(next->query->text))] = next->result;
+        } else if (const auto* next = record.As<call::Next>(); next != nullptr && next->query != nullptr) {
+            const std::string kind = Utf16ToUtf8(ClassOf(next->query->text));
+            m_Queried[kind] += record.duration;
+            if (platform::Failed(next->result)) {
+                m_Failures[kind] = next->result;
             }
         } else if (const auto* get = record.As<call::Get>()) {
             if (get->query != nullptr) {
@@ -51,17 +52,22 @@ Explainer::Observations::Observations(std::span<const Record> records)
             if (counter->status != platform::pdh::kOk && counter->path != nullptr) {
                 m_Samples[Utf16ToUtf8(*counter->path)].status = counter->status;
             }
+        } else if (record.As<call::CollectQueryData>() != nullptr) {
+            m_CounterTime += record.duration;
         } else if (const auto* value = record.As<call::FormattedValue>()) {
+            m_CounterTime += record.duration;
             if (value->path != nullptr) {
                 m_Samples[Utf16ToUtf8(*value->path)] = {value->status, value->value};
             }
         } else if (const auto* firmware = record.As<call::SystemFirmwareTable>()) {
+            m_FirmwareTime += record.duration;
             m_FirmwareError = firmware->error;
-            m_FirmwareSize = firmware->result == 0 ? std::nullopt : std::optional<std::size_t>(firmware->result);
+            m_FirmwareTable = firmware->content;
+            m_FirmwareTable.resize(std::min<std::size_t>(firmware->result, firmware->content.size()));
         }
     }
     for (const DiskEvidence& disk : EvidenceOf(records)) {
-        m_Models[disk.number] = disk.model;
+        m_Disks[disk.number] = disk;
     }
 }
 
@@ -92,6 +98,12 @@ std::optional<platform::Hresult> Explainer::Observations::QueryFailure(std::stri
     return found == m_Failures.end() ? std::nullopt : std::optional(found->second);
 }
 
+std::size_t Explainer::Observations::RowsOf(std::string_view kind) const
+{
+    return static_cast<std::size_t>(
+        std::count_if(m_Rows.begin(), m_Rows.end(), [&](const auto& row) { return row.second.kind == kind; }));
+}
+
 const Explainer::Observations::Sample* Explainer::Observations::FindSample(std::uint32_t number, std::string_view counter) const
 {
     // "\PhysicalDisk(0 C: D:)\% Idle Time"
@@ -114,9 +126,21 @@ std::optional<std::uint32_t> Explainer::Observations::NumberOf(std::string_view 
 
 std::string Explainer::Observations::NameOf(std::uint32_t number) const
 {
-    const auto model = m_Models.find(number);
-    return model == m_Models.end() || model->second.empty() ? fmt::format("DISK{}", number)
-                                                            : fmt::format("DISK{} {}", number, model->second);
+    const auto disk = m_Disks.find(number);
+    return disk == m_Disks.end() || disk->second.model.empty() ? fmt::format("DISK{}", number)
+                                                               : fmt::format("DISK{} {}", number, disk->second.model);
+}
+
+std::map<std::uint32_t, std::string> Explainer::Observations::Inventory() const
+{
+    std::map<std::uint32_t, std::string> disks;
+    for (const auto& [serial, row] : m_Rows) {
+        const auto id = row.values.find("PNPDeviceID");
+        if (row.kind == "Win32_DiskDrive" && id != row.values.end() && row.values.contains("Index")) {
+            disks.try_emplace(static_cast<std::uint32_t>(row.values.at("Index").payload), Utf16ToUtf8(id->second.text));
+        }
+    }
+    return disks;
 }
 
 }  // namespace orbis::insight

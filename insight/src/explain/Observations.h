@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "insight/Evidence.h"
 #include "insight/Explanation.h"
 #include "insight/Pages.h"
 
@@ -16,7 +17,6 @@ class Explainer::Observations {
 public:
     struct Page {
         PageAnswer answer;
-        std::string path;  // UTF-8
         std::chrono::nanoseconds duration{0};
     };
     struct Row {
@@ -49,26 +49,39 @@ public:
     // Why a class gave no rows: the failure of its query, when there was one.
     [[nodiscard]] std::optional<platform::Hresult> QueryFailure(std::string_view kind) const;
     [[nodiscard]] bool WasQueried(std::string_view kind) const { return m_Queried.contains(std::string(kind)); }
+    // How long the counters' samples and the firmware's table took.
+    [[nodiscard]] std::chrono::nanoseconds CounterTime() const { return m_CounterTime; }
+    [[nodiscard]] std::chrono::nanoseconds FirmwareTime() const { return m_FirmwareTime; }
+    // How long the classes' queries and rows took, all in all.
+    [[nodiscard]] const std::map<std::string, std::chrono::nanoseconds>& Queries() const { return m_Queried; }
+    // Rows that a property was read of.
+    [[nodiscard]] std::size_t RowsOf(std::string_view kind) const;
     // The last sample of a counter whose instance starts with the drive number; null when it was not read.
     [[nodiscard]] const Sample* FindSample(std::uint32_t number, std::string_view counter) const;
-    // Bytes of the last firmware table, or the error with which it was refused.
-    [[nodiscard]] std::optional<std::size_t> FirmwareSize() const { return m_FirmwareSize; }
+    // The last firmware table, or the error with which it was refused.
+    [[nodiscard]] const std::vector<std::uint8_t>& FirmwareTable() const { return m_FirmwareTable; }
     [[nodiscard]] std::uint32_t FirmwareError() const { return m_FirmwareError; }
 
     // The drive number of an inventory row's PnP device id.
     [[nodiscard]] std::optional<std::uint32_t> NumberOf(std::string_view pnpDeviceId) const;
     [[nodiscard]] const std::map<std::pair<std::uint32_t, char>, std::map<Request, Page>>& Pages() const { return m_Pages; }
     [[nodiscard]] std::string NameOf(std::uint32_t number) const;
+    // PnP device ids by drive number, of the inventory's rows.
+    [[nodiscard]] std::map<std::uint32_t, std::string> Inventory() const;
+    // What is known of each disk, by drive number.
+    [[nodiscard]] const std::map<std::uint32_t, DiskEvidence>& Disks() const { return m_Disks; }
 
 private:
     std::map<std::pair<std::uint32_t, char>, std::map<Request, Page>> m_Pages;
     std::map<Serial, Row> m_Rows;
     std::map<std::string, platform::Hresult> m_Failures;
-    std::map<std::string, bool> m_Queried;
+    std::map<std::string, std::chrono::nanoseconds> m_Queried;
     std::map<std::string, Sample> m_Samples;  // by counter path
-    std::optional<std::size_t> m_FirmwareSize;
+    std::chrono::nanoseconds m_CounterTime{0};
+    std::vector<std::uint8_t> m_FirmwareTable;
+    std::chrono::nanoseconds m_FirmwareTime{0};
     std::uint32_t m_FirmwareError = 0;
-    std::map<std::uint32_t, std::string> m_Models;
+    std::map<std::uint32_t, DiskEvidence> m_Disks;
 };
 
 }  // namespace orbis::insight

@@ -95,7 +95,7 @@ RawContent FromPage(const Observations& observations, const Place& place, const 
         return Missing(fmt::format("{} ends at byte {}", name, bytes.size()));
     }
     const auto slice = bytes.subspan(static_cast<std::size_t>(first), static_cast<std::size_t>(last - first + 1));
-    return {true, HexText(slice) + NumberText(slice, place), {}};
+    return {true, HexText(slice), {}, NumberText(slice, place), {slice.begin(), slice.end()}};
 }
 
 std::string ValueText(const Value& value)
@@ -169,19 +169,44 @@ RawContent FromCounter(const Observations& observations, const Place& place, con
     }
     const bool isValid = sample->status == platform::pdh::kOk &&
                          (sample->value.status == platform::pdh::kValidData || sample->value.status == platform::pdh::kNewData);
-    return isValid ? RawContent{true, fmt::format("{}", sample->value.value), {}}
+    return isValid ? RawContent{true, fmt::format("{}", sample->value.value), {}, {}, {}, sample->value.value}
                    : Missing(fmt::format("the counter has no value (0x{:08X})",
                                          sample->status != platform::pdh::kOk ? sample->status : sample->value.status));
 }
 
-RawContent FromFirmware(const Observations& observations)
+// A string of the first structure of a type in what GetSystemFirmwareTable gave: a head of 8 bytes, then the structures, each with
+// its length in byte 1 and followed by its strings.
+std::optional<std::string> FirmwareString(std::span<const std::uint8_t> table, std::uint32_t type, std::uint32_t number)
 {
-    if (const auto size = observations.FirmwareSize()) {
-        return {true, fmt::format("firmware table of {} bytes", *size), {}};
+    for (std::size_t at = 8; at + 4 <= table.size();) {
+        const bool isType = table[at] == type;
+        at += table[at + 1];
+        std::uint32_t count = 0;
+        while (at < table.size() && table[at] != 0) {
+            const auto first = table.begin() + static_cast<std::ptrdiff_t>(at);
+            const auto end = std::find(first, table.end(), std::uint8_t{0});
+            if (++count == number && isType) {
+                return std::string(first, end);
+            }
+            at = static_cast<std::size_t>(end - table.begin()) + 1;
+        }
+        if (isType) {
+            return std::nullopt;
+        }
+        at += count == 0 ? 2 : 1;
     }
-    return Missing(observations.FirmwareError() == 0
-                       ? "the firmware's table was not asked for"
-                       : "the firmware's table was refused: " + ErrorText(observations.FirmwareError()));
+    return std::nullopt;
+}
+
+RawContent FromFirmware(const Observations& observations, const Place& place)
+{
+    if (observations.FirmwareTable().empty()) {
+        return Missing(observations.FirmwareError() == 0
+                           ? "the firmware's table was not asked for"
+                           : "the firmware's table was refused: " + ErrorText(observations.FirmwareError()));
+    }
+    const auto text = FirmwareString(observations.FirmwareTable(), place.structure(), place.string());
+    return text ? RawContent{true, fmt::format("\"{}\"", *text), {}} : Missing("the firmware's table has no such string");
 }
 
 }  // namespace
@@ -220,7 +245,7 @@ RawContent RawOf(const Observations& observations, const Place& place, const Sco
         case COUNTER:
             return FromCounter(observations, place, scope);
         case SMBIOS:
-            return FromFirmware(observations);
+            return FromFirmware(observations, place);
         case CONSTANT:
         case OTHER_FIELD:
             return {true, {}, {}};

@@ -4,6 +4,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "explain/Observations.h"
 
@@ -20,8 +21,11 @@ struct Scope {
 // The content of one place, as far as it was seen.
 struct RawContent {
     bool found = false;
-    std::string text;    // when found
-    std::string reason;  // why not, otherwise
+    std::string text;         // when found
+    std::string reason;       // why not, otherwise
+    std::string number = {};  // the text that tells the number in the bytes
+    std::vector<std::uint8_t> bytes = {};
+    std::optional<double> sample = {};  // of a counter
 };
 
 [[nodiscard]] RawContent RawOf(const Explainer::Observations& observations, const Place& place, const Scope& scope);
