@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 #include <fstream>
 #include <functional>
+#include <numeric>
 #include <sstream>
 
 #include "HexFile.h"
@@ -98,6 +99,20 @@ struct Ata {
     }
 };
 
+// A healthy NVMe drive with the maker's log: reserved blocks used, and all of them.
+DiskEvidence Maker(std::uint8_t used, std::uint8_t all, std::uint8_t spoiled = 0)
+{
+    Page log(512);
+    constexpr std::string_view kHead("VEYRA-HL\x01\0\x40", 11);
+    std::copy(kHead.begin(), kHead.end(), log.begin());
+    log[14] = used;
+    log[16] = all;
+    log[11] = static_cast<std::uint8_t>(spoiled - std::accumulate(log.begin(), log.begin() + 64, 0U));
+    DiskEvidence disk = Nvme().Evidence();
+    disk.makerHealth = Answered(std::move(log));
+    return disk;
+}
+
 std::string Rules(const DiskHealth& disk)
 {
     std::string text;
@@ -162,6 +177,12 @@ TEST(Health, Verdicts)
          "nvme.endurance-group nvme.endurance-group nvme.endurance-group"},
         {"reserved endurance group bits", nvme([](Nvme& n) { n.log[6] = 0xF2; }), OK, ""},
         {"unsafe shutdowns without a baseline", nvme([](Nvme& n) { n.log[145] = 1; }), OK, ""},
+        {"reserved blocks below", [] { return Maker(89, 100); }, OK, ""},
+        {"reserved blocks at", [] { return Maker(90, 100); }, WARN, "maker.reserved-blocks"},
+        {"reserved blocks above", [] { return Maker(91, 100); }, WARN, "maker.reserved-blocks"},
+        {"reserved blocks at, rounded", [] { return Maker(3, 3); }, WARN, "maker.reserved-blocks"},
+        {"no reserved blocks", [] { return Maker(0, 0); }, OK, ""},
+        {"another maker's log", [] { return Maker(100, 100, 1); }, OK, ""},
         {"two faults, the heavier first", nvme([](Nvme& n) { n.log[0] = 8, n.log[161] = 3, n.log[5] = 95; }), FAIL,
          "nvme.read-only nvme.media-errors nvme.nearly-used"},
 
@@ -169,6 +190,7 @@ TEST(Health, Verdicts)
         {"pre-failure above", ata([](Ata& a) { a.Attribute(0, 202, true, 21, 0, 20); }), OK, ""},
         {"pre-failure at", ata([](Ata& a) { a.Attribute(0, 202, true, 20, 0, 20); }), FAIL, "ata.pre-failure"},
         {"pre-failure below", ata([](Ata& a) { a.Attribute(29, 231, true, 19, 0, 20); }), FAIL, "ata.pre-failure"},
+        {"old age above", ata([](Ata& a) { a.Attribute(0, 9, false, 21, 0, 20); }), OK, ""},
         {"old age at", ata([](Ata& a) { a.Attribute(0, 9, false, 20, 0, 20); }), WARN, "ata.old-age"},
         {"value 0 is none", ata([](Ata& a) { a.Attribute(0, 202, true, 0, 0, 20); }), OK, ""},
         {"value 254 is none", ata([](Ata& a) { a.Attribute(0, 202, true, 254, 0, 255); }), OK, ""},
@@ -206,6 +228,13 @@ TEST(Health, Verdicts)
          [] {
              auto disk = Nvme().Evidence();
              disk.nvmeHealth = Refused(1);
+             return disk;
+         },
+         UNKNOWN, "unknown.refused"},
+        {"Identify refused",
+         [] {
+             auto disk = Nvme().Evidence();
+             disk.nvmeIdentify = Refused(1117);
              return disk;
          },
          UNKNOWN, "unknown.refused"},
@@ -265,11 +294,12 @@ TEST(Health, BaselineTellsWhatRose)
     now.log[161] = 1;
     now.log[144] = 0;
     now.log[145] = 1;
+    now.log[192] = now.log[196] = 1;
     HealthReport report = ReportOf({now.Evidence()}, 5);
     Compare(report, ReportOf({before.Evidence()}, 1));
     const DiskHealth& disk = report.disk(0);
     EXPECT_EQ(disk.change(), SAME_PLACE);
-    ASSERT_EQ(Rules(disk), "nvme.media-errors nvme.unsafe-shutdowns");
+    ASSERT_EQ(Rules(disk), "nvme.media-errors nvme.unsafe-shutdowns nvme.warning-temperature-time nvme.critical-temperature-time");
     EXPECT_EQ(disk.reason(0).value(), "260");
     EXPECT_EQ(disk.reason(0).rise(), "5");
     EXPECT_EQ(disk.reason(1).rise(), "1");
@@ -286,10 +316,12 @@ TEST(Health, BaselineTellsWhatRose)
     Ata packed;
     packed.Attribute(1, 5, true, 100, 0x000100000003, 10);
     Ata later = packed;
+    packed.Attribute(2, 199, false, 100, 7, 0);
     later.Attribute(1, 5, true, 100, 0x000200000003, 10);
+    later.Attribute(2, 199, false, 100, 8, 0);
     HealthReport ata = ReportOf({later.Evidence()}, 6);
     Compare(ata, ReportOf({packed.Evidence()}, 5));
-    EXPECT_EQ(Rules(ata.disk(0)), "ata.reallocated");
+    EXPECT_EQ(Rules(ata.disk(0)), "ata.reallocated ata.crc-errors");
     EXPECT_EQ(ata.disk(0).reason(0).rise(), "");
 }
 

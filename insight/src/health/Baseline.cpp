@@ -9,17 +9,21 @@
 namespace orbis::insight {
 namespace {
 
-// What a reason says that needs a rise.
-std::string_view CounterText(std::string_view counter)
+// What a reason says that needs a rise, and where its counter stands.
+struct RisingText {
+    std::string_view counter;
+    std::string_view text;
+    std::string_view source;
+};
+const RisingText& TextOfRise(std::string_view counter)
 {
-    constexpr std::array<std::pair<std::string_view, std::string_view>, 4> kTexts{{
-        {"attribute.199.raw", "CRC errors"},
-        {"unsafeShutdowns", "unsafe shutdowns"},
-        {"warningTemperatureTime", "minutes above the warning temperature"},
-        {"criticalTemperatureTime", "minutes above the critical temperature"},
+    static constexpr std::array<RisingText, 4> kTexts{{
+        {"attribute.199.raw", "CRC errors", "SMART data, attribute 199"},
+        {"unsafeShutdowns", "unsafe shutdowns", "NVMe log 02h bytes 144-159"},
+        {"warningTemperatureTime", "minutes above the warning temperature", "NVMe log 02h bytes 192-195"},
+        {"criticalTemperatureTime", "minutes above the critical temperature", "NVMe log 02h bytes 196-199"},
     }};
-    const auto found = std::find_if(kTexts.begin(), kTexts.end(), [&](const auto& text) { return text.first == counter; });
-    return found == kTexts.end() ? counter : found->second;
+    return *std::find_if(kTexts.begin(), kTexts.end() - 1, [&](const RisingText& text) { return text.counter == counter; });
 }
 
 // Counters that never fall on one and the same drive.
@@ -74,7 +78,8 @@ void CompareDisk(DiskHealth& now, const DiskHealth& before, const google::protob
             continue;
         }
         const std::string value = CounterOf(now, rule.counter)->ToDecimal();
-        DiskJudge(now).Say(rule, fmt::format("{} {}", CounterText(rule.counter), value), value, {}, rule.counter);
+        const RisingText& text = TextOfRise(rule.counter);
+        DiskJudge(now).Say(rule, fmt::format("{} {}", text.text, value), value, {}, text.source);
         Reason& reason = *now.mutable_reason()->rbegin();
         reason.set_rise(rise->ToDecimal());
         *reason.mutable_since() = since;

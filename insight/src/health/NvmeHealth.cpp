@@ -3,13 +3,14 @@
 
 #include "VendorHealthLog.h"
 #include "health/DiskJudge.h"
+#include "insight/ErrorText.h"
 
 namespace orbis::insight {
 namespace {
 
 constexpr std::string_view kLog = "NVMe log 02h";
 constexpr std::size_t kLogSize = 512;
-constexpr std::size_t kIdentifySize = 4096;
+constexpr std::size_t kEndOfTemperatures = 270;  // WCTEMP and CCTEMP in Identify Controller
 
 std::uint32_t Little(std::span<const std::uint8_t> page, std::size_t offset, std::size_t length)
 {
@@ -66,7 +67,13 @@ void JudgeTemperature(std::span<const std::uint8_t> log, const PageAnswer& ident
         return;
     }
     judge.Count("temperature", std::to_string(kelvin - kZeroCelsius), "Cel");
-    if (!identify.IsAnswered() || identify.bytes.size() < kIdentifySize) {
+    if (!identify.IsAnswered() || identify.bytes.size() < kEndOfTemperatures) {
+        if (identify.state != PageAnswer::State::NotAsked) {
+            judge.Unknown("unknown.refused",
+                          "the warning temperature could not be read" +
+                              (identify.state == PageAnswer::State::Refused ? ": " + ErrorText(identify.error) : std::string()),
+                          "Identify Controller");
+        }
         return;
     }
     const auto warning = static_cast<std::int32_t>(Little(identify.Bytes(), 266, 2));
