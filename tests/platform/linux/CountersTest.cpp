@@ -182,9 +182,10 @@ TEST(LinuxMultipath, APathsActivityIsItsNamespaces)
     EXPECT_EQ(pdh.FormattedValue(counter, pdh::kFormatDouble, &value), pdh::kOk);
     EXPECT_NEAR(value.value, 2 * 8 * 512, 1e-9);
     // Later the namespace counts too, and its paths no longer do.
-    for (const char* own : {"1 0 20", "2 0 30"}) {
+    for (const auto& [own, path] : {std::pair{20, 99}, std::pair{30, 500}}) {
         drives.now += std::chrono::seconds(1);
-        tree.Write("proc/diskstats", fmt::format("259 2 nvme1n2 {} 0 0 0 0 0 0 0 0\n259 3 nvme1c0n2 9 0 99 0 0 0 0 0 0 0\n", own));
+        tree.Write("proc/diskstats",
+                   fmt::format("259 2 nvme1n2 9 0 {} 0 0 0 0 0 0 0\n259 3 nvme1c0n2 9 0 {} 0 0 0 0 0 0 0\n", own, path));
         EXPECT_EQ(pdh.CollectQueryData(query), pdh::kOk);
     }
     EXPECT_EQ(pdh.FormattedValue(counter, pdh::kFormatDouble, &value), pdh::kOk);
