@@ -21,7 +21,7 @@ INSIGHT = {"health": ("HealthReport", "orbis-host health --format json"),
            "findings": ("FindingsReport", "OrbisInsight.findings")}
 REQUIRED = {"DiskHealth": ["number", "name", "verdict", "reason", "counter"], "Reason": ["rule", "level", "text"],
             "Counter": ["name", "value"], "FindingEntry": ["kind", "text", "remedy", "isNew"],
-            "MessageExplanation": ["datatype", "itemId"], "FieldExplanation": ["field", "state"],
+            "MessageExplanation": ["datatype", "itemId", "field"], "FieldExplanation": ["field", "state"],
             "RequestExplanation": ["request", "outcome"]}
 
 UINT64 = {"type": "string", "pattern": "^(0|[1-9][0-9]{0,19})$"}

@@ -227,19 +227,22 @@ std::string Render(const insight::ExplanationReport& report, const Style& style)
                 }
             }
             table.AddRow({field.field(), value, origin});
-            blocks += RenderText(field.field() + "  " + value, style, 2) + RenderText(origin, style, 6);
+            blocks += RenderText(Trimmed(field.field() + "  " + value), style, 2) + RenderText(origin, style, 6);
         }
         // An explanation with its middle left out would explain nothing.
         text += style.width == 0 || table.NaturalWidth(2) <= style.width ? table.Render(2) : blocks;
         if (message.request_size() > 0) {
             Table requests(style);
+            blocks.clear();
             requests.AddColumn("Request");
             requests.AddColumn("ms", Table::Align::Right);
             requests.AddColumn("Answer");
             for (const insight::RequestExplanation& request : message.request()) {
-                requests.AddRow({request.request(), fmt::format("{:.2f}", request.milliseconds()), request.outcome()});
+                const std::string milliseconds = fmt::format("{:.2f}", request.milliseconds());
+                requests.AddRow({request.request(), milliseconds, request.outcome()});
+                blocks += RenderText(fmt::format("{}  {} ms  {}", request.request(), milliseconds, request.outcome()), style, 2);
             }
-            text += requests.Render(2);
+            text += style.width == 0 || requests.NaturalWidth(2) <= style.width ? requests.Render(2) : blocks;
         }
     }
     return text.empty() ? "Nothing was collected that could be explained.\n" : text;

@@ -6,8 +6,10 @@
 #include "ExitStatus.h"
 #include "Formats.h"
 #include "Metrics.h"
+#include "SmartAttributes.h"
 #include "Table.h"
 #include "Text.h"
+#include "insight/Explanation.h"
 #include "views/HealthView.h"
 #include "views/LiveView.h"
 #include "views/Units.h"
@@ -142,6 +144,16 @@ TEST(LiveViewTest, KeepsALineForADiskThatIsGoneWhileItsHistoryLasts)
     }
     EXPECT_EQ(live.Render({}, {}).find("gone"), std::string::npos);
     EXPECT_EQ(Sparkline({std::numeric_limits<float>::quiet_NaN(), -1, 250}, 100), "  \u2588");
+}
+
+// The views have the numbers of their own: reading the table of sources would cost every table of attributes some milliseconds.
+TEST(SmartAttributesTest, HaveTheNumbersOfTheTableOfSources)
+{
+    for (const SmartAttribute& attribute : kSmartAttributes) {
+        const auto* row = insight::SourceOf("SmartDynamicInfo." + std::string(attribute.field));
+        ASSERT_NE(row, nullptr) << attribute.field;
+        EXPECT_EQ(static_cast<int>(row->from(0).attribute()), attribute.id) << attribute.field;
+    }
 }
 
 TEST(ExplanationViewTest, LeavesNothingOutHoweverNarrow)
