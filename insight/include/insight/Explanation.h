@@ -41,8 +41,8 @@ public:
 
     // `itemId`: "Disk_" and a PnP device id.
     [[nodiscard]] MessageExplanation Explain(const google::protobuf::Message& message, std::string_view itemId) const;
-    // The disks of the inventory that the pass sent no message of a datatype ("SmartNvmeInfo") for, each with the reason. `sent` are
-    // the item ids of its messages.
+    // The disks of the inventory that the pass sent no message of a datatype ("SmartNvmeInfo") for, each with the reason. `sent`
+    // are the item ids of its messages.
     [[nodiscard]] std::vector<MessageExplanation> ExplainUnsent(std::string_view datatype, const std::set<std::string>& sent) const;
 
 private:
