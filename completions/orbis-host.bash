@@ -9,7 +9,7 @@ _orbis_host() {
             esac ;;
         --log-to) choices="journald eventlog" ;;
         --log-level) choices="trace debug info warning error off" ;;
-        --machine | --plugin | --output | --baseline | --state | validate | show) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
+        --machine | --plugin | --output | --baseline | --state | record | validate | show) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
         --watch | --count | --item | --only-when-rising) return ;;
         *)
             case ${COMP_WORDS[1]} in
@@ -21,7 +21,7 @@ _orbis_host() {
                 report) choices="--output --baseline --with-identifiers --machine --log-level --plugin --help" ;;
                 describe) choices="--plugin --help" ;;
                 metrics) choices="--output --item --machine --log-level --plugin --help" ;;
-                machine) choices="validate show --help" ;;
+                machine) choices="record validate show --machine --seconds --with-identifiers --help" ;;
                 help) choices="describe collect metrics health explain report machine" ;;
                 *) choices="describe collect metrics health explain report machine help version --help --version" ;;
             esac ;;

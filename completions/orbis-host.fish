@@ -11,7 +11,7 @@ complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a metrics
 complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a health -d 'Give each disk a verdict, worst first'
 complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a explain -d 'Show where every value comes from'
 complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a report -d 'Write a page for people'
-complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a machine -d 'Look at files that describe simulated machines'
+complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a machine -d 'Record a machine, and look at files that describe machines'
 complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a help -d 'Show the help of a command'
 complete -c orbis-host -n "not __fish_seen_subcommand_from $commands" -a version -d 'Show the version'
 complete -c orbis-host -n "__fish_seen_subcommand_from health explain" -x -l format -a 'table json'
@@ -28,7 +28,9 @@ complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics health ex
 complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l watch -d 'Collect again every so many seconds'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l count -d 'End a watch after so many passes'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics describe health explain report" -r -F -l plugin -d 'Load this plug-in'
-complete -c orbis-host -n "__fish_seen_subcommand_from machine; and not __fish_seen_subcommand_from validate show" -a 'validate show'
-complete -c orbis-host -n "__fish_seen_subcommand_from validate show" -F
+complete -c orbis-host -n "__fish_seen_subcommand_from machine; and not __fish_seen_subcommand_from record validate show" -a 'record validate show'
+complete -c orbis-host -n "__fish_seen_subcommand_from record validate show" -F
+complete -c orbis-host -n "__fish_seen_subcommand_from record" -r -F -l machine -d 'Record the simulated machine of this file'
+complete -c orbis-host -n "__fish_seen_subcommand_from record" -x -l seconds -d 'Let counters run so many seconds'
 complete -c orbis-host -n "__fish_seen_subcommand_from metrics report" -r -F -l output -d 'Write to this file, at once'
-complete -c orbis-host -n "__fish_seen_subcommand_from report" -l with-identifiers -d 'Keep serial numbers, identifiers and names'
+complete -c orbis-host -n "__fish_seen_subcommand_from report record" -l with-identifiers -d 'Keep serial numbers, identifiers and names'

@@ -272,7 +272,21 @@ private:
 
     void AddMachine()
     {
-        CLI::App& machine = *m_App.add_subcommand("machine", "Look at files that describe simulated machines");
+        CLI::App& machine = *m_App.add_subcommand("machine", "Record a machine, and look at files that describe machines");
+        CLI::App& record = AddCommand(machine, "record", "Collect everything once and write what the machine answered", [this] {
+            m_Record.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
+            return RecordMachine(m_Record);
+        });
+        record.footer("The file is a machine file: --machine FILE replays it anywhere. docs/RECORDING.md says what is in it.\n\n" +
+                      ExitStatusFooter());
+        record.add_option("FILE", m_Record.file, "The machine file to write (*.txtpb)")->required();
+        record.add_option("--machine", m_Record.source.machine, "Record the simulated machine of this file")->option_text("FILE");
+        record.add_option("--seconds", m_Record.seconds, "Let counters run so many seconds (2)")
+            ->check(CLI::Range(0.1, 3600.0).description(""))
+            ->option_text("N");
+        record.add_flag("--with-identifiers", m_Record.withIdentifiers, "Keep serial numbers, identifiers and names as they are");
+        record.add_option("--log-level", m_LogLevel, "trace, debug, info, warning, error or off (warning)")->option_text("LEVEL");
+        AddPluginOption(record, m_Record.source.plugin);
         CLI::App& validate = AddCommand(machine, "validate", "Check machine files; findings name file, line and field",
                                         [this] { return ValidateMachineFiles(m_Files, m_Output); });
         validate
@@ -372,6 +386,7 @@ private:
     DescribeOptions m_Describe;
     CollectOptions m_Collect;
     MetricsOptions m_Metrics;
+    RecordOptions m_Record;
     HealthOptions m_Health;
     std::string m_LogTo;
     bool m_ShowRules = false;

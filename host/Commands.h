@@ -60,6 +60,13 @@ struct ReportOptions {
     bool withIdentifiers = false;
 };
 
+struct RecordOptions {
+    SourceOptions source;
+    std::filesystem::path file;
+    double seconds = 2;  // in which counters run
+    bool withIdentifiers = false;
+};
+
 // Each prints its result, reports what goes wrong on standard error, and returns the exit status.
 [[nodiscard]] int Describe(const DescribeOptions& options, Output& output);
 [[nodiscard]] int Collect(const CollectOptions& options, Output& output);
@@ -68,6 +75,7 @@ struct ReportOptions {
 [[nodiscard]] int ShowHealthRules(Output& output);
 [[nodiscard]] int Explain(const ExplainOptions& options, Output& output);
 [[nodiscard]] int Report(const ReportOptions& options);
+[[nodiscard]] int RecordMachine(const RecordOptions& options);
 [[nodiscard]] int ValidateMachineFiles(const std::vector<std::filesystem::path>& files, Output& output);
 [[nodiscard]] int ShowMachineFile(const std::filesystem::path& file, Output& output);
 

@@ -81,10 +81,30 @@ insight::Extract MachineInForce::TakeCalls()
     return extract;
 }
 
+void MachineInForce::Describe(insight::Recording& recording) const
+{
+    if (m_Simulated != nullptr) {
+        DescribeForRecording(*m_Simulated, recording);
+        return;
+    }
+    recording.set_title("Recording of a machine");
+    recording.set_system(SystemName());
+    recording.set_code_page(DefaultCodePage());
+    recording.set_elevated(IsElevated());
+}
+
 std::vector<insight::Finding> MachineInForce::TakeFindings()
 {
     m_Findings.Read(m_Journal->Take());
-    return Advised(m_Findings.EndPass());
+    std::vector<insight::Finding> findings = Advised(m_Findings.EndPass());
+    for (const std::string& request : m_Simulated != nullptr ? NotRecorded(*m_Simulated) : std::vector<std::string>()) {
+        findings.push_back({"not-recorded",
+                            {},
+                            "the recording has no answer to " + request,
+                            "collect in the order of a whole `orbis-host collect`, or record the machine again",
+                            {}});
+    }
+    return findings;
 }
 
 std::vector<insight::Finding> MachineInForce::CurrentFindings() const { return Advised(m_Findings.Current()); }

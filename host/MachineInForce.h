@@ -10,6 +10,7 @@
 #include "DiskWatch.h"
 #include "insight/Findings.h"
 #include "insight/Journal.h"
+#include "insight/Recording.h"
 #include "platform/Platform.h"
 
 namespace orbis::host {
@@ -31,6 +32,8 @@ public:
     // The calls since they were taken last, which the findings have read. Throws std::runtime_error when there were more than the
     // journal has room for.
     [[nodiscard]] insight::Extract TakeCalls();
+    // Title, system, code page and rights for a recording of it.
+    void Describe(insight::Recording& recording) const;
     // Ends a pass: what was left out of its collections and was not told before, and why.
     [[nodiscard]] std::vector<insight::Finding> TakeFindings();
     // All that held at the end of the pass, whether told before or not.

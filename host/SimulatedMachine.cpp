@@ -35,4 +35,11 @@ std::string DescribeMachine(const std::filesystem::path& file)
     return text;
 }
 
+void DescribeForRecording(const platform::Platform& machine, insight::Recording& recording)
+{
+    SimulatedLibrary().describe(machine, recording);
+}
+
+std::vector<std::string> NotRecorded(const platform::Platform& machine) { return SimulatedLibrary().notRecorded(machine); }
+
 }  // namespace orbis::host

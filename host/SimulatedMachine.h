@@ -22,6 +22,10 @@ public:
 [[nodiscard]] std::vector<simulated::Library::Finding> ValidateMachine(const std::filesystem::path& file);
 // What a file describes, for people. Throws MachineFileError.
 [[nodiscard]] std::string DescribeMachine(const std::filesystem::path& file);
+// Of a machine that LoadMachine gave: title, system, code page and rights for a recording of it.
+void DescribeForRecording(const platform::Platform& machine, insight::Recording& recording);
+// Of a machine that is a recording: requests that it lacks, for people.
+[[nodiscard]] std::vector<std::string> NotRecorded(const platform::Platform& machine);
 
 // The library, of the operating system's kind. Throws std::runtime_error when it cannot be loaded.
 [[nodiscard]] const simulated::Library& SimulatedLibrary();

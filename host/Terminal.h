@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <string>
@@ -45,6 +46,10 @@ void PrepareStandardStreams();
 [[nodiscard]] std::string ComputerName();
 // Operating system and version, for example "Linux 6.1.0 x86_64".
 [[nodiscard]] std::string SystemName();
+// The system's default code page.
+[[nodiscard]] std::uint32_t DefaultCodePage();
+// Whether this program may open every disk.
+[[nodiscard]] bool IsElevated();
 // A short advice on how to run with more rights here.
 [[nodiscard]] const char* MoreRightsAdvice();
 

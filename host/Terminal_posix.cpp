@@ -75,11 +75,14 @@ std::string SystemName()
     return ::uname(&name) == 0 ? std::string(name.sysname) + ' ' + name.release + ' ' + name.machine : "unknown";
 }
 
+std::uint32_t DefaultCodePage() { return 65001; }  // UTF-8
+
+bool IsElevated() { return ::geteuid() == 0; }
+
 const char* MoreRightsAdvice()
 {
-    return ::geteuid() == 0
-               ? "to see everything, run orbis-host where root may open disks (this looks like a container or a sandbox)"
-               : "to see everything, run orbis-host as root (sudo orbis-host ...)";
+    return IsElevated() ? "to see everything, run orbis-host where root may open disks (this looks like a container or a sandbox)"
+                        : "to see everything, run orbis-host as root (sudo orbis-host ...)";
 }
 
 }  // namespace orbis::host

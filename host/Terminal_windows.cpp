@@ -162,6 +162,21 @@ std::string SystemName()
            std::to_string(version.dwBuildNumber);
 }
 
+std::uint32_t DefaultCodePage() { return ::GetACP(); }
+
+bool IsElevated()
+{
+    HANDLE token = nullptr;
+    if (::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, &token) == 0) {
+        return false;
+    }
+    TOKEN_ELEVATION elevation{};
+    DWORD size = 0;
+    const bool isKnown = ::GetTokenInformation(token, TokenElevation, &elevation, sizeof(elevation), &size) != 0;
+    ::CloseHandle(token);
+    return isKnown && elevation.TokenIsElevated != 0;
+}
+
 const char* MoreRightsAdvice() { return "to see everything, run orbis-host from an elevated prompt (Run as administrator)"; }
 
 }  // namespace orbis::host

@@ -43,6 +43,8 @@ CANONICAL = {
     "google.protobuf.Any": {},  # takes the place of a datatype's message
     "uint32": {"type": "integer", "minimum": 0, "maximum": 2**32 - 1},
     "uint64": UINT64,
+    "int32": {"type": "integer", "minimum": -2**31, "maximum": 2**31 - 1},
+    "int64": INT64,
     "double": FLOAT,
     "string": {"type": "string"},
     "bytes": BYTES,

@@ -143,7 +143,7 @@ public:
             rows.selected = std::make_shared<std::vector<std::string>>(std::move(asked.properties));
             const bool isDone = Failed(rows.answer.result) || (flags & kReturnImmediately) != 0;
             const Hresult result = isDone ? rows.answer.result : rows.answer.end;
-            return Failed(result) ? result : HandOut(enumerator, std::move(rows));
+            return Failed(result) || rows.answer.isNull ? result : HandOut(enumerator, std::move(rows));
         });
     }
 

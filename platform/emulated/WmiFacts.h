@@ -69,6 +69,7 @@ struct WmiAnswer {
     Hresult result = hresult::kOk;
     WmiRows rows;
     Hresult end = hresult::kWbemSFalse;
+    bool isNull = false;  // ExecQuery succeeds without an enumerator
 };
 // The answer to a query that fails for its class: there is none of that name, or it may not be read.
 [[nodiscard]] inline WmiAnswer WmiClassFails(Hresult error) { return {hresult::kOk, {}, error}; }

@@ -67,5 +67,7 @@ private:
 void CheckFields(const Place& place, Findings& findings);
 // Rules for one disk as a whole: sizes, kinds, activities, partitions.
 void CheckDisk(const Place& place, Findings& findings);
+// Rules for a recording.
+void CheckRecording(const Place& place, Findings& findings);
 
 }  // namespace orbis::simulated

@@ -25,7 +25,7 @@ public:
                       std::uint32_t flags, NativeHandle templateFile) override
     {
         const NativeHandle handle = m_Port->Open(path, access, share, security, disposition, flags, templateFile);
-        const bool isOpen = handle != platform::kInvalidHandle;
+        const bool isOpen = handle != platform::kInvalidHandle && handle != 0;
         m_Machine.open.deviceHandles += isOpen ? 1 : 0;
         if (m_Machine.KeepsJournal() && path != nullptr) {
             JournalEntry entry;
@@ -116,7 +116,7 @@ public:
                                                std::uint32_t flags) override
     {
         const auto set = m_Port->ClassDevices(classGuid, enumerator, parentWindow, flags);
-        m_Machine.open.deviceSets += set != platform::kInvalidDeviceInfoSet ? 1 : 0;
+        m_Machine.open.deviceSets += set != platform::kInvalidDeviceInfoSet && set != 0 ? 1 : 0;
         return set;
     }
     bool EnumDeviceInterfaces(platform::DeviceInfoSetHandle set, const platform::Guid& interfaceClass, std::uint32_t index,

@@ -1,5 +1,6 @@
 #include "simulated/Library.h"
 
+#include "orbis/simulated/machine.pb.h"
 #include "simulated/MachineFile.h"
 
 namespace orbis::simulated {
@@ -35,11 +36,33 @@ bool Show(const std::string& path, std::string& text)
     }
 }
 
+void Describe(const platform::Platform& machine, insight::Recording& recording)
+{
+    const description::Machine& origin = static_cast<const Machine&>(machine).Description();
+    if (origin.has_recording()) {
+        recording.set_system(origin.recording().system());
+        recording.set_code_page(origin.recording().code_page());
+        recording.set_elevated(origin.recording().elevated());
+    } else {
+        constexpr std::uint32_t kUtf8 = 65001;
+        recording.set_system("a simulated machine");
+        recording.set_code_page(origin.has_code_page() ? origin.code_page() : kUtf8);
+        recording.set_elevated(!origin.has_elevated() || origin.elevated());
+    }
+    recording.set_title(!origin.title().empty() ? origin.title() : origin.recording().title());
+}
+
+std::vector<std::string> NotRecorded(const platform::Platform& machine)
+{
+    return static_cast<const Machine&>(machine).NotRecorded();
+}
+
 }  // namespace
 }  // namespace orbis::simulated
 
 extern "C" const orbis::simulated::Library* OrbisSimulatedLibrary() noexcept
 {
-    static constexpr orbis::simulated::Library kLibrary{orbis::simulated::Load, orbis::simulated::Validate, orbis::simulated::Show};
+    static constexpr orbis::simulated::Library kLibrary{orbis::simulated::Load, orbis::simulated::Validate, orbis::simulated::Show,
+                                                        orbis::simulated::Describe, orbis::simulated::NotRecorded};
     return &kLibrary;
 }

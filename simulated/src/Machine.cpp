@@ -56,6 +56,11 @@ OpenCounts Machine::OpenObjects() const
 }
 
 std::vector<std::string> Machine::Misuses() const { return m_State->Misuses(); }
+const description::Machine& Machine::Description() const noexcept { return m_State->description; }
+std::vector<std::string> Machine::NotRecorded() const
+{
+    return m_State->tape != nullptr ? m_State->tape->Missing() : std::vector<std::string>();
+}
 void Machine::KeepJournal(bool keep) { m_State->KeepJournal(keep); }
 std::vector<JournalEntry> Machine::TakeJournal() { return m_State->TakeJournal(); }
 void Machine::AdvanceClock(std::chrono::nanoseconds time) { m_State->clock.Advance(time); }

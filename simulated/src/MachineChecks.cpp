@@ -92,6 +92,10 @@ void CheckUniqueness(const Place& machine, Findings& findings)
 
 void Visit(const Place& place, Findings& findings)
 {
+    if (place.message.GetDescriptor() == insight::Recording::descriptor()) {
+        CheckRecording(place, findings);
+        return;
+    }
     CheckFields(place, findings);
     if (place.message.GetDescriptor() == description::Disk::descriptor()) {
         CheckDisk(place, findings);

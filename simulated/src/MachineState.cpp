@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "Ledger.h"
+#include "RecordedPorts.h"
 
 namespace orbis::simulated {
 namespace {
@@ -50,6 +51,10 @@ MachineState::MachineState(const description::Machine& machine)
     for (const description::Disk& disk : description.disk()) {
         disks.push_back(BuildDisk(disk, position++));
     }
+    if (description.has_recording()) {
+        PlayRecording();
+        return;
+    }
     deviceIo = WatchDeviceIo(*this, MakeDeviceIoPort(*this));
     setup = WatchSetup(*this, MakeSetupPort(*this));
     wmiFacts = MakeWmiFacts(*this);
@@ -60,6 +65,21 @@ MachineState::MachineState(const description::Machine& machine)
     pdh = WatchPdh(*this, std::make_unique<platform::emulated::Pdh>(*diskCounters));
     time = MakeTimePort(*this);
     text = MakeTextPort(*this);
+}
+
+void MachineState::PlayRecording()
+{
+    tape = std::make_unique<Tape>(description.recording());
+    deviceIo = WatchDeviceIo(*this, MakeRecordedDeviceIo(*tape));
+    setup = WatchSetup(*this, MakeRecordedSetup(*tape));
+    wmiFacts = MakeRecordedWmiFacts(*tape);
+    emulatedWmi = platform::emulated::MakeWmi(*wmiFacts);
+    recordedWmi = MakeRecordedWmi(*emulatedWmi, *tape);
+    wmi = MakeCheckedWmi(*this, *recordedWmi);
+    firmware = MakeRecordedFirmware(*tape);
+    pdh = WatchPdh(*this, MakeRecordedPdh(*tape));
+    time = MakeRecordedTime(clock, *tape);
+    text = MakeRecordedText(*tape);
 }
 
 std::vector<const DiskModel*> MachineState::PresentDisks() const

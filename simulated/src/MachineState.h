@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "DiskModel.h"
+#include "RecordedTape.h"
 #include "emulated/Pdh.h"
 #include "emulated/WmiFacts.h"
 #include "simulated/Machine.h"
@@ -84,10 +85,12 @@ public:
     void Record(JournalEntry entry);
     [[nodiscard]] std::vector<JournalEntry> TakeJournal();
 
+    std::unique_ptr<Tape> tape;  // of a machine that is a recording
     std::unique_ptr<platform::DeviceIo> deviceIo;
     std::unique_ptr<platform::Setup> setup;
     std::unique_ptr<platform::emulated::WmiFacts> wmiFacts;
     std::unique_ptr<platform::Wmi> emulatedWmi;
+    std::unique_ptr<platform::Wmi> recordedWmi;
     std::unique_ptr<platform::Wmi> wmi;
     std::unique_ptr<platform::Firmware> firmware;
     std::unique_ptr<platform::emulated::PdhFacts> diskCounters;
@@ -96,6 +99,8 @@ public:
     std::unique_ptr<platform::Text> text;
 
 private:
+    void PlayRecording();
+
     std::atomic<bool> m_KeepJournal{false};
     mutable std::mutex m_Mutex;
     std::vector<JournalEntry> m_Journal;

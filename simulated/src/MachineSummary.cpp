@@ -118,12 +118,59 @@ void AddDisk(Summary& summary, const description::Disk& description, std::uint32
     AddPartitions(summary, description);
 }
 
+// Bytes for people: runs of zeros are folded, long content is cut.
+std::string Folded(const std::string& bytes)
+{
+    constexpr std::size_t kMostBytes = 48;
+    std::string text;
+    std::size_t shown = 0;
+    for (std::size_t at = 0; at < bytes.size() && shown < kMostBytes; ++shown) {
+        const std::size_t end = std::min(bytes.find_first_not_of('\0', at), bytes.size());
+        constexpr std::size_t kShortRun = 4;
+        if (end - at > kShortRun) {
+            text += fmt::format(" {}x00", end - at);
+            at = end;
+        } else {
+            text += fmt::format(" {:02X}", static_cast<unsigned char>(bytes[at++]));
+        }
+    }
+    return shown < kMostBytes ? text : text + fmt::format(" ... {} bytes", bytes.size());
+}
+
+void AddRecording(Summary& summary, const insight::Recording& recording)
+{
+    summary.Line(1, "recorded by {} on {}, code page {}, {}", Printable(recording.program()), Printable(recording.system()),
+                 recording.code_page(), recording.elevated() ? "elevated" : "not elevated");
+    for (const insight::RecordedCall& call : recording.call()) {
+        summary.Line(1, "{} {} {:#x}{}", Printable(call.operation()), Printable(call.subject()), call.code(),
+                     call.request().empty() ? "" : ":" + Folded(call.request()));
+        for (const insight::RecordedAnswer& answer : call.answer()) {
+            summary.Line(2, "{}{}{}{}", answer.error() != 0 ? fmt::format("error {:#x}", answer.error()) : "ok",
+                         answer.times() > 1 ? fmt::format(", {} times", answer.times()) : "",
+                         answer.output().empty() ? "" : ":" + Folded(answer.output()),
+                         answer.data().empty() ? "" : ", data:" + Folded(answer.data()));
+        }
+    }
+    for (const insight::RecordedQuery& query : recording.query()) {
+        summary.Line(1, "{}: {}", Printable(query.wmi_namespace()), Printable(query.text()));
+        for (const insight::RecordedExecution& execution : query.execution()) {
+            summary.Line(2, "{} rows{}, end {:#x}", execution.row_size(),
+                         execution.times() > 1 ? fmt::format(", {} times", execution.times()) : "", execution.end());
+        }
+    }
+}
+
 }  // namespace
 
 std::string SummaryOf(const description::Machine& machine)
 {
     Summary summary;
-    summary.Line(0, "{}", machine.title().empty() ? "A machine without a title" : Printable(machine.title()));
+    const std::string& title = machine.title().empty() ? machine.recording().title() : machine.title();
+    summary.Line(0, "{}", title.empty() ? "A machine without a title" : Printable(title));
+    if (machine.has_recording()) {
+        AddRecording(summary, machine.recording());
+        return summary.Take();
+    }
     summary.Line(1, "code page {}, {}", machine.has_code_page() ? machine.code_page() : 65001,
                  machine.has_elevated() && !machine.elevated() ? "not elevated" : "elevated");
     std::uint32_t position = 0;

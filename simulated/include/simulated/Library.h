@@ -7,6 +7,10 @@
 #include "platform/Platform.h"
 #include "simulated/Export.h"
 
+namespace orbis::insight {
+class Recording;  // orbis/insight/recording.pb.h
+}
+
 namespace orbis::simulated {
 
 // What a program of the same build uses of this library when it loads it at run time, because most of its runs need no simulated
@@ -23,6 +27,10 @@ struct Library {
     std::vector<Finding> (*validate)(const std::string& path);
     // What a file describes, for people; false, with the reason in its place, when no machine can be made of it.
     bool (*show)(const std::string& path, std::string& text);
+    // Of a machine that `load` gave: title, system, code page and rights for a recording of it.
+    void (*describe)(const platform::Platform& machine, insight::Recording& recording);
+    // Of a machine that is a recording: requests that it lacks, for people.
+    std::vector<std::string> (*notRecorded)(const platform::Platform& machine);
 };
 
 }  // namespace orbis::simulated

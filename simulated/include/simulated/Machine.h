@@ -75,6 +75,11 @@ public:
     // string freed that never was. One line each; empty after every correct use.
     [[nodiscard]] std::vector<std::string> Misuses() const;
 
+    // What it was made of.
+    [[nodiscard]] const description::Machine& Description() const noexcept;
+    // Of a machine that is a recording: requests that it lacks, which therefore failed. Each once, for people.
+    [[nodiscard]] std::vector<std::string> NotRecorded() const;
+
     // Starts or stops the journal.
     void KeepJournal(bool keep);
     // The requests since the journal began or was last taken, in order.

@@ -1,0 +1,67 @@
+#include <fmt/format.h>
+#include <google/protobuf/text_format.h>
+
+#include <stdexcept>
+
+#include "Collector.h"
+#include "Commands.h"
+#include "MachineInForce.h"
+#include "PluginFile.h"
+#include "Progress.h"
+#include "Say.h"
+#include "Terminal.h"
+#include "Version.h"
+#include "WholeFile.h"
+#include "insight/Recording.h"
+
+namespace orbis::host {
+namespace {
+
+// The machine file of a recording. The schema of machine files is in a library of its own, which most runs never need.
+std::string MachineFile(const insight::Recording& recording)
+{
+    google::protobuf::TextFormat::Printer printer;
+    printer.SetInitialIndentLevel(1);
+    std::string text;
+    if (!printer.PrintToString(recording, &text)) {
+        throw std::runtime_error("the recording cannot be written as text");
+    }
+    return "# Replay: orbis-host collect --machine FILE. Look at it: orbis-host machine show FILE.\nrecording {\n" + text + "}\n";
+}
+
+}  // namespace
+
+int RecordMachine(const RecordOptions& options)
+{
+    if (!options.withIdentifiers) {
+        Say("a recording holds serial numbers, identifiers and names of this machine, and this version cannot remove them; "
+            "add --with-identifiers to record them as they are");
+        return kExitUsage;
+    }
+    Progress progress;
+    MachineInForce machine(options.source.machine);
+    Collector collector(machine, options.source.plugin, options.source.logLevel);
+    progress.Show(fmt::format("letting counters run for {} s", options.seconds));
+    machine.LetRatesBuildUp(options.seconds);
+    int status = kExitOk;
+    try {
+        for (const border::Operation& operation : collector.Choose({})) {
+            progress.Show("recording " + ShortName(operation.datatype));
+            (void)collector.Collect({operation});
+        }
+        progress.Show("writing " + FileName(options.file));
+        insight::Recording recording = insight::MakeRecording(machine.TakeCalls());
+        machine.Describe(recording);
+        recording.set_program(std::string("orbis-host ") + kVersion);
+        WriteWholeFile(options.file, MachineFile(recording));
+    } catch (const std::runtime_error& error) {
+        progress.Clear();
+        Say(error.what());
+        status = kExitOutputLost;
+    }
+    progress.Clear();
+    status = Graver(status, collector.ReportFindings().empty() ? kExitOk : kExitIncomplete);
+    return collector.HasFailed() ? Graver(status, kExitCollectionFailed) : status;
+}
+
+}  // namespace orbis::host

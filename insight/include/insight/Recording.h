@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+#include "insight/Export.h"
+#include "insight/Journal.h"
+#include "orbis/insight/recording.pb.h"
+
+// A journal as a recording: a machine file that holds one replays what the collections were answered.
+namespace orbis::insight {
+
+inline constexpr std::uint32_t kRecordingFormatVersion = 1;
+
+// Whether a variant of this type holds its value itself: no text, array, object or reference.
+[[nodiscard]] constexpr bool HasPlainPayload(platform::VariantType type) noexcept
+{
+    constexpr std::uint32_t kPlain = 0x00FF0CFF;  // VT_EMPTY to VT_DATE, VT_ERROR, VT_BOOL, VT_I1 to VT_UINT
+    const auto number = static_cast<std::uint32_t>(type);
+    return number < 32 && (kPlain >> number & 1U) != 0;
+}
+
+// The calls of the collections, made on one thread. Throws std::runtime_error for a journal that was full: a recording with a gap
+// would replay another machine.
+[[nodiscard]] ORBIS_INSIGHT_EXPORT Recording MakeRecording(const Extract& extract);
+
+}  // namespace orbis::insight

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <mutex>
+#include <set>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "orbis/insight/recording.pb.h"
+
+namespace orbis::simulated {
+
+// The Win32 error of a request that a recording lacks (ERROR_FILE_OFFLINE): never one that a device gives, and never "not found".
+inline constexpr std::uint32_t kNotRecorded = 4350;
+inline constexpr std::uint32_t kNotRecordedHresult = 0x800710FE;  // the same of the Win32 facility
+
+// A recording with its place in each list of answers. Safe to use from several threads; the order is that of one.
+class Tape {
+public:
+    explicit Tape(const insight::Recording& recording);
+
+    // The next answer to a request; the last one repeats. Null for a request that the recording lacks, which is noted.
+    [[nodiscard]] const insight::RecordedAnswer* Play(const insight::RecordedCall& request);
+    // The same for a request that need not be there: nothing is noted.
+    [[nodiscard]] const insight::RecordedAnswer* PlayIfThere(const insight::RecordedCall& request);
+    [[nodiscard]] const insight::RecordedExecution* PlayQuery(const std::string& wmiNamespace, const std::string& text);
+
+    // Whether any call of this operation was recorded.
+    [[nodiscard]] bool Has(std::string_view operation) const { return m_Operations.contains(operation); }
+    // Whether a property of this name was read of any row.
+    [[nodiscard]] bool HasProperty(const std::string& name) const { return m_Properties.contains(name); }
+
+    void NoteMissing(std::string what);
+    // What was asked and is not in the recording, each once, in order of the alphabet.
+    [[nodiscard]] std::vector<std::string> Missing() const;
+
+private:
+    struct Place {
+        int index = 0;
+        std::uint32_t played = 0;  // of the answer at `index`
+    };
+    template <class Answers>
+    static const auto* Step(const Answers& answers, Place& place);
+
+    struct Call {
+        const insight::RecordedCall* call;
+        Place place;
+    };
+    struct Query {
+        const insight::RecordedQuery* query;
+        Place place;
+    };
+    mutable std::mutex m_Mutex;
+    std::map<std::string, Call> m_Calls;  // by the request, serialised
+    std::map<std::pair<std::string, std::string>, Query> m_Queries;
+    std::set<std::string, std::less<>> m_Operations;
+    std::set<std::string> m_Properties;
+    std::set<std::string> m_Missing;
+};
+
+// What tells one request from others.
+[[nodiscard]] std::string KeyOf(const insight::RecordedCall& call);
+// The request of an operation, as a recording keeps it.
+[[nodiscard]] insight::RecordedCall Asked(const char* operation, std::string subject = {}, std::uint32_t access = 0,
+                                          std::uint32_t code = 0, std::string request = {}, std::size_t room = 0);
+
+[[nodiscard]] std::string Utf16Bytes(std::u16string_view text);
+[[nodiscard]] std::u16string Utf16Text(std::string_view bytes);
+// Recorded bytes into a buffer of this size, with zeros behind them.
+void Fill(void* buffer, std::size_t size, std::string_view bytes);
+
+}  // namespace orbis::simulated

@@ -1,0 +1,149 @@
+#include <gtest/gtest.h>
+
+#include <google/protobuf/text_format.h>
+
+#include <optional>
+#include <span>
+
+#include "Collections.h"
+#include "insight/Recording.h"
+#include "orbis/simulated/machine.pb.h"
+#include "simulated/MachineFile.h"
+
+namespace orbis::insight {
+namespace {
+
+using Outcomes = std::vector<proof::Outcome>;
+
+using Description = simulated::description::Machine;
+using simulated::CountedCall;
+using simulated::FaultKind;
+
+struct Fault {
+    std::uint64_t call;
+    FaultKind kind;
+};
+
+// Collections on a machine, in the plug-in's order, with the recording of them and a call that fails on the way.
+struct Observed {
+    Outcomes outcomes;
+    Recording recording;
+    std::vector<std::string> notRecorded;
+    std::vector<CountedCall> calls;
+};
+
+Observed Collect(const Description& description, std::span<const proof::Datatype> datatypes, std::optional<Fault> fault = {})
+{
+    Observed run;
+    const auto machine = std::make_shared<simulated::Machine>(description);
+    proof::PluginOnMachine plugin(machine);
+    Journal journal(plugin.Faults());
+    platform::Platform::Replace(&journal);
+    if (fault) {
+        plugin.Faults().FailAt(fault->call, fault->kind);
+    }
+    plugin.Construct();
+    for (const proof::Datatype datatype : datatypes) {
+        run.outcomes.push_back(plugin.CollectNext(datatype));
+    }
+    run.calls = plugin.Faults().Calls();
+    EXPECT_EQ(plugin.Finish(), proof::PluginOnMachine::kNothingOpen);
+    run.recording = MakeRecording(journal.Take());
+    run.notRecorded = machine->NotRecorded();
+    return run;
+}
+
+Description Replayed(const Recording& recording)
+{
+    Description machine;
+    *machine.mutable_recording() = recording;
+    return machine;
+}
+
+Description Parsed(const std::string& text)
+{
+    Description machine;
+    EXPECT_TRUE(google::protobuf::TextFormat::ParseFromString(text, &machine));
+    return machine;
+}
+
+class RecordingTest : public testing::TestWithParam<std::string> {};
+
+TEST_P(RecordingTest, ReplayGivesTheSameMessagesAndLogLines)
+{
+    const Observed recorded = Collect(Parsed(proof::MachineText(GetParam())), proof::kDatatypes);
+    std::string text;
+    ASSERT_TRUE(google::protobuf::TextFormat::PrintToString(Replayed(recorded.recording), &text));
+    EXPECT_TRUE(simulated::ValidateMachine(text).empty()) << simulated::ValidateMachine(text).front().Text();
+
+    const Observed replayed = Collect(Parsed(text), proof::kDatatypes);
+    EXPECT_EQ(replayed.notRecorded, std::vector<std::string>{});
+    for (std::size_t one = 0; one < proof::kDatatypes.size(); ++one) {
+        EXPECT_TRUE(recorded.outcomes[one] == replayed.outcomes[one]) << proof::NameOf(proof::kDatatypes[one]);
+        Observed alone = Collect(Parsed(text), {&proof::kDatatypes[one], 1});
+        EXPECT_EQ(alone.notRecorded, std::vector<std::string>{});
+        // The first collection's log begins with that of making the plug-in.
+        auto& log = alone.outcomes[0].log;
+        ASSERT_GE(log.size(), recorded.outcomes[one].log.size());
+        log.erase(log.begin(), log.end() - static_cast<std::ptrdiff_t>(recorded.outcomes[one].log.size()));
+        EXPECT_TRUE(recorded.outcomes[one] == alone.outcomes[0]) << proof::NameOf(proof::kDatatypes[one]) << " alone";
+    }
+    EXPECT_EQ(recorded.recording.SerializeAsString(), replayed.recording.SerializeAsString()) << "a recording of the replay";
+}
+
+INSTANTIATE_TEST_SUITE_P(Machines, RecordingTest, testing::ValuesIn(proof::ExampleMachines()), [](const auto& machine) {
+    std::string name = machine.param;
+    std::erase(name, '-');
+    return name;
+});
+
+// The faults of one collection that a machine can have: memory, strings and COM initialisation are the process's.
+struct FaultyCollection {
+    const char* name;
+    proof::Datatype datatype;
+    std::size_t atLeast;  // so many faults
+};
+class RecordingFaultsTest : public testing::TestWithParam<FaultyCollection> {};
+
+TEST_P(RecordingFaultsTest, ReplayGivesTheSameOutcome)
+{
+    const Description laptop = Parsed(proof::MachineText("laptop-arm64"));
+    const std::span datatype(&GetParam().datatype, 1);
+    const std::vector<CountedCall> calls = Collect(laptop, datatype).calls;
+    std::size_t faults = 0;
+    for (std::uint64_t call = 0; call < calls.size(); ++call) {
+        const std::string& operation = calls[call].operation;
+        for (const FaultKind kind : calls[call].kinds) {
+            if (kind == FaultKind::BadAlloc || operation == "Wmi::AllocateString" || operation.starts_with("Wmi::Initialize")) {
+                continue;
+            }
+            ++faults;
+            const Observed recorded = Collect(laptop, datatype, Fault{call, kind});
+            const Observed replayed = Collect(Replayed(recorded.recording), datatype);
+            const auto where = [&] { return operation + ' ' + calls[call].subject + " #" + std::to_string(call); };
+            ASSERT_EQ(replayed.notRecorded, std::vector<std::string>{}) << where();
+            ASSERT_TRUE(recorded.outcomes == replayed.outcomes) << where();
+        }
+    }
+    EXPECT_GE(faults, GetParam().atLeast);
+}
+
+INSTANTIATE_TEST_SUITE_P(Collections, RecordingFaultsTest,
+                         testing::Values(FaultyCollection{"Static", proof::Datatype::Static, 200},
+                                         FaultyCollection{"Dynamic", proof::Datatype::Dynamic, 230},
+                                         FaultyCollection{"SmartStatic", proof::Datatype::SmartStatic, 100},
+                                         FaultyCollection{"SmartDynamic", proof::Datatype::SmartDynamic, 95},
+                                         FaultyCollection{"Health", proof::Datatype::Health, 125},
+                                         FaultyCollection{"Identify", proof::Datatype::Identify, 110}),
+                         [](const auto& collection) { return std::string(collection.param.name); });
+
+TEST(RecordingMissTest, RequestThatIsNotRecordedSaysSo)
+{
+    simulated::Machine machine(Replayed(MakeRecording({})));
+    EXPECT_EQ(machine.DeviceIoPort().Open(u"\\\\.\\PhysicalDrive0", 0, 0, nullptr, 3, 0, 0), platform::kInvalidHandle);
+    EXPECT_EQ(machine.DeviceIoPort().LastError(), 4350U);
+    EXPECT_EQ(machine.NotRecorded(), std::vector<std::string>{"DeviceIo::Open \\\\.\\PhysicalDrive0"});
+}
+
+}  // namespace
+}  // namespace orbis::insight
