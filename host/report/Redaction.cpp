@@ -307,6 +307,8 @@ void Redact(insight::Report& report)
         for (insight::RequestExplanation& request : *explanation.mutable_request()) {
             request.set_request(secrets.In(request.request()));
         }
+        secrets.LearnIdsIn(explanation.reason());
+        explanation.set_reason(secrets.In(explanation.reason()));
         for (FieldExplanation& field : *explanation.mutable_field()) {
             field.set_reason(secrets.In(field.reason()));
         }

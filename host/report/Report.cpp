@@ -5,6 +5,8 @@
 #include <charconv>
 #include <map>
 #include <optional>
+#include <set>
+#include <utility>
 
 #include "Version.h"
 #include "insight/Evidence.h"
@@ -190,6 +192,21 @@ insight::Report MakeReportOf(const std::vector<Pass>& passes, const insight::Ext
             }
             if (info != nullptr && explanation.has_disk()) {
                 disks.Join(explanation.disk(), *info);
+            }
+        }
+    }
+    for (const Pass& pass : passes) {
+        std::set<std::string> sent;
+        for (const Collected& collected : pass.items) {
+            sent.insert(collected.itemId);
+        }
+        for (insight::MessageExplanation& unsent : explainer.ExplainUnsent(pass.datatype, sent)) {
+            const auto& told = report.explanation();
+            const bool isSent = std::any_of(told.begin(), told.end(), [&](const insight::MessageExplanation& one) {
+                return one.datatype() == pass.datatype && one.has_disk() && one.disk() == unsent.disk();
+            });
+            if (!isSent) {
+                *report.add_explanation() = std::move(unsent);
             }
         }
     }

@@ -137,13 +137,18 @@ function requests(messages) {
 function diskBody(detail, health, messages) {
   const boxes = [], map = partitionMap(detail);
   if (map) boxes.push(make('h4', {}, 'Partitions'), map);
-  const sorted = [...messages].sort((left, right) => order.indexOf(left.datatype) - order.indexOf(right.datatype));
+  const sorted = messages.filter((one) => !one.reason).sort((left, right) => order.indexOf(left.datatype) - order.indexOf(right.datatype));
   for (const message of sorted) {
     const body = bodies[message.datatype] ?? ((fields) => [fieldTable(datatypeTitles[message.datatype] ?? message.datatype, fields)]);
     boxes.push(make('h4', {}, datatypeTitles[message.datatype] ?? message.datatype, ' ', make('small', {}, message.datatype)), ...body(list(message.field)));
   }
   const counts = counters(health, detail), asked = requests(messages);
   if (counts) boxes.push(make('h4', {}, 'Exact counts'), counts);
+  const unsent = messages.filter((one) => one.reason);
+  if (unsent.length) {
+    boxes.push(make('h4', {}, 'What was not sent, and why'), make('ul', {}, ...unsent.map((one) =>
+      make('li', {}, `${datatypeTitles[one.datatype] ?? one.datatype} (${one.datatype}): `, shown(one.reason)))));
+  }
   if (asked.length) boxes.push(make('h4', {}, 'What was asked'), table('Requests to this disk', ['Request', 'Answer', 'Time'], asked));
   if (boxes.length === 0) boxes.push(make('p', {}, 'Nothing was read from this disk.'));
   return boxes;
