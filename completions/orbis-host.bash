@@ -10,18 +10,18 @@ _orbis_host() {
         --log-to) choices="journald eventlog" ;;
         --log-level) choices="trace debug info warning error off" ;;
         --machine | --plugin | --output | --baseline | --state | record | validate | show) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
-        --watch | --count | --item | --only-when-rising) return ;;
+        --watch | --count | --deadline | --item | --only-when-rising) return ;;
         *)
             case ${COMP_WORDS[1]} in
                 collect) choices="all PhysicalDiskStaticInfo PhysicalDiskDynamicInfo SmartStaticInfo SmartDynamicInfo SmartNvmeInfo
-                    NvmeIdentifyControllerData --item --machine --format --log-level --watch --count --plugin --help" ;;
-                health) choices="--format --baseline --only-when-rising --state --log-to --rules --item --machine --log-level --plugin --help" ;;
+                    NvmeIdentifyControllerData --item --machine --format --log-level --deadline --watch --count --plugin --help" ;;
+                health) choices="--format --baseline --only-when-rising --state --log-to --rules --item --machine --log-level --deadline --plugin --help" ;;
                 explain) choices="all PhysicalDiskStaticInfo PhysicalDiskDynamicInfo SmartStaticInfo SmartDynamicInfo SmartNvmeInfo
-                    NvmeIdentifyControllerData --item --machine --format --log-level --plugin --help" ;;
-                report) choices="--output --baseline --with-identifiers --machine --log-level --plugin --help" ;;
+                    NvmeIdentifyControllerData --item --machine --format --log-level --deadline --plugin --help" ;;
+                report) choices="--output --baseline --with-identifiers --machine --log-level --deadline --plugin --help" ;;
                 describe) choices="--plugin --help" ;;
-                metrics) choices="--output --item --machine --log-level --plugin --help" ;;
-                machine) choices="record validate show --machine --seconds --with-identifiers --help" ;;
+                metrics) choices="--output --item --machine --log-level --deadline --plugin --help" ;;
+                machine) choices="record validate show --machine --seconds --deadline --with-identifiers --help" ;;
                 help) choices="describe collect metrics health explain report machine" ;;
                 *) choices="describe collect metrics health explain report machine help version --help --version" ;;
             esac ;;

@@ -5,8 +5,10 @@
 
 #include "Collector.h"
 #include "Commands.h"
+#include "LastAnswers.h"
 #include "MachineInForce.h"
 #include "PluginFile.h"
+#include "Supervised.h"
 #include "Terminal.h"
 #include "platform/Time.h"
 #include "views/LiveView.h"
@@ -34,6 +36,9 @@ std::string RenderLive(const std::vector<Pass>& passes, LiveView& live, const Di
     return out;
 }
 
+const std::string kHideCursor = "\x1B[?25l";
+const std::string kClearScreen = "\x1B[H\x1B[2J";
+
 // Redrawn in place: each line clears what was behind it, and what is below goes.
 std::string Redrawn(const std::string& text)
 {
@@ -56,11 +61,14 @@ int Collect(const CollectOptions& options, Output& output)
     const bool isWatch = options.watchSeconds > 0;
     const bool isLive = isWatch && options.format == Format::Table && operations.size() == 1 && IsActivity(operations.front());
     const bool isRedrawn = isLive && output.GetStyle().canRedraw;
-    if (isWatch) {
+    // The supervisor ends a supervised watch; there may have been passes before it took over.
+    Supervised* const supervised = isWatch ? Supervised::Get() : nullptr;
+    std::uint32_t shown = supervised != nullptr ? supervised->Task().passes() : 0;
+    if (isWatch && supervised == nullptr) {
         InterruptWaits();
     }
-    if (isRedrawn) {
-        output.Write("\x1B[?25l\x1B[H\x1B[2J");  // no cursor, clear screen
+    if (isRedrawn && supervised == nullptr) {  // a supervised process writes nothing before it has collected
+        output.Write(kHideCursor + kClearScreen);
     }
     collector.LetRatesBuildUp(operations);
 
@@ -68,7 +76,13 @@ int Collect(const CollectOptions& options, Output& output)
     LiveView live;
     std::vector<std::string> selected;
     for (std::uint32_t pass = 1; !IsInterrupted() && !output.IsLost(); ++pass) {
+        if (supervised != nullptr && pass > 1) {
+            supervised->BeginPass();
+        }
         std::vector<Pass> passes = collector.Collect(operations);
+        const std::vector<LastAnswer> answers =
+            supervised != nullptr ? AnswersOf(passes, collector.KnownDisks()) : std::vector<LastAnswer>{};
+        const std::string late = isWatch && options.format == Format::Table ? AddLastAnswers(passes, collector, machine) : "";
         if (!options.source.disk.empty()) {
             if (pass == 1) {
                 selected = collector.Select(options.source.disk);
@@ -91,11 +105,20 @@ int Collect(const CollectOptions& options, Output& output)
         const std::vector<Finding> findings = collector.CurrentFindings();
         text += isLive ? RenderLive(passes, live, collector.KnownDisks(), style)
                        : Render(passes, options.format, {collector.KnownDisks(), style, machine.Name(), now, findings});
-        output.Write(isRedrawn ? Redrawn(text) : text);
-        if (!isWatch || pass == options.count) {
+        text += late;
+        const std::string first = isRedrawn && supervised != nullptr ? kHideCursor + (shown == 0 ? kClearScreen : "") : "";
+        output.Write(first + (isRedrawn ? Redrawn(text) : text));
+        const bool isUnwanted = supervised != nullptr && supervised->IsUnwanted();
+        shown = (supervised != nullptr ? supervised->Task().passes() : shown) + (isUnwanted ? 0 : 1);
+        if (supervised != nullptr) {
+            supervised->EndPass(collector.HasFailed() ? Graver(status, kExitCollectionFailed) : status, answers);
+        }
+        if (!isWatch || shown == options.count) {
             break;
         }
-        machine.Wait(options.watchSeconds);
+        if (!isUnwanted) {
+            machine.Wait(options.watchSeconds);
+        }
     }
     if (isRedrawn) {
         output.Write("\x1B[?25h");

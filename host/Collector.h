@@ -47,6 +47,9 @@ public:
     // Collects what tells disks apart, models, serial numbers and drive letters, unless these passes did or nothing is new in them.
     void LearnIdentities(const std::vector<Pass>& passes);
 
+    // Learns of a disk that is not collected now.
+    void Learn(const Disk& disk) { m_Disks.Learn(disk); }
+
     // How the newest collection of each datatype went.
     [[nodiscard]] const std::map<std::string, Collection>& Collections() const noexcept { return m_Collections; }
     [[nodiscard]] const Disks& KnownDisks() const noexcept { return m_Disks; }

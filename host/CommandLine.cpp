@@ -19,6 +19,8 @@
 #include "Say.h"
 #include "SimulatedMachine.h"
 #include "Suggest.h"
+#include "Supervised.h"
+#include "Supervisor.h"
 #include "Terminal.h"
 #include "Version.h"
 
@@ -36,6 +38,8 @@ const std::vector<std::pair<std::string, HealthLogTarget>> kHealthLogs{{"journal
 const std::vector<std::pair<std::string, LogLevel>> kLogLevels{{"trace", LogLevel::Trace}, {"debug", LogLevel::Debug},
                                                                {"info", LogLevel::Info},   {"warning", LogLevel::Warning},
                                                                {"error", LogLevel::Error}, {"off", LogLevel::Off}};
+
+constexpr double kUsualDeadline = 30;
 
 // The value of a word; throws std::invalid_argument for one that is not there.
 template <class T>
@@ -81,6 +85,7 @@ public:
 
     int Run(int argc, const char* const* argv)
     {
+        m_Arguments.assign(argv + std::min(argc, 1), argv + argc);
         if (argc > 1 && std::string_view(argv[1]) == "help") {
             return Help({argv + 2, argv + argc});
         }
@@ -130,13 +135,30 @@ private:
         AddFile(command, "--plugin", plugin, "Load this plug-in instead of the one beside this program");
     }
 
+    static void AddDeadlineOption(CLI::App& command, SourceOptions& source)
+    {
+        constexpr const char* kText =
+            "Leave out a disk that does not answer in time; 0 waits for ever (30 for health, metrics, report and --watch, else 0)";
+        command.add_option("--deadline", source.deadline, kText)
+            ->check(CLI::Range(0.0, 86400.0).description(""))
+            ->option_text("SECONDS");
+    }
+
     void AddSourceOptions(CLI::App& command, SourceOptions& source)
     {
         command.add_option("--item", source.disk, "Only this disk: an item id, DISK0, a number, a serial number, C: or /dev/nvme0")
             ->option_text("DISK");
         AddFile(command, "--machine", source.machine, "Collect from the simulated machine of this file");
         command.add_option("--log-level", m_LogLevel, "trace, debug, info, warning, error or off (warning)")->option_text("LEVEL");
+        AddDeadlineOption(command, source);
         AddPluginOption(command, source.plugin);
+    }
+
+    // Runs a command in a process of its own where it has a deadline.
+    int WithinDeadline(const SourceOptions& source, double usual, bool isWatch, const std::function<int()>& run)
+    {
+        const double seconds = source.deadline.value_or(usual);
+        return seconds > 0 && Supervised::Get() == nullptr ? Supervise({seconds, isWatch, m_Arguments}) : run();
     }
 
     void AddDescribe()
@@ -151,7 +173,9 @@ private:
         CLI::App& command = AddCommand(m_App, "collect", "Collect datatypes and print them", [this] {
             m_Collect.format = ValueOf(kFormats, m_Format, "format");
             m_Collect.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
-            return Collect(m_Collect, m_Output);
+            const bool isWatch = m_Collect.watchSeconds > 0;
+            return WithinDeadline(m_Collect.source, isWatch ? kUsualDeadline : 0, isWatch,
+                                  [this] { return Collect(m_Collect, m_Output); });
         });
         command.footer(
             "DATATYPE is one that `orbis-host describe` lists, or all (the default).\n"
@@ -182,7 +206,7 @@ private:
     {
         CLI::App& command = AddCommand(m_App, "metrics", "Collect everything and print it as metrics for Prometheus", [this] {
             m_Metrics.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
-            return Metrics(m_Metrics, m_Output);
+            return WithinDeadline(m_Metrics.source, kUsualDeadline, false, [this] { return Metrics(m_Metrics, m_Output); });
         });
         command.footer(
             "Text format 0.0.4, as node_exporter's textfile collector and promtool read it.\n\n"
@@ -204,7 +228,7 @@ private:
             if (!m_LogTo.empty()) {
                 m_Health.logTo = ValueOf(kHealthLogs, m_LogTo, "log");
             }
-            return Health(m_Health, m_Output);
+            return WithinDeadline(m_Health.source, kUsualDeadline, false, [this] { return Health(m_Health, m_Output); });
         });
         command.footer(
             "FAIL: the disk reports its own failure. WARN: wear, errors or heat. UNKNOWN: it could not be judged.\n"
@@ -236,7 +260,7 @@ private:
         CLI::App& command = AddCommand(m_App, "explain", "Show where every value comes from, and why one is missing", [this] {
             m_Explain.format = ValueOf(kDocumentFormats, m_Format, "format");
             m_Explain.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
-            return Explain(m_Explain, m_Output);
+            return WithinDeadline(m_Explain.source, 0, false, [this] { return Explain(m_Explain, m_Output); });
         });
         command.footer(
             "DATATYPE is one that `orbis-host describe` lists, or all (the default).\n\n"
@@ -253,7 +277,7 @@ private:
     {
         CLI::App& command = AddCommand(m_App, "report", "Write a page for people: one HTML file that opens anywhere", [this] {
             m_Report.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
-            return Report(m_Report);
+            return WithinDeadline(m_Report.source, kUsualDeadline, false, [this] { return Report(m_Report); });
         });
         command.footer(
             "The file needs nothing beside itself and no network. Serial numbers, identifiers and names are replaced\n"
@@ -267,6 +291,7 @@ private:
         AddFile(command, "--baseline", m_Report.baseline, "Tell what rose since this earlier `health --format json`");
         command.add_flag("--with-identifiers", m_Report.withIdentifiers, "Keep serial numbers, identifiers and names as they are");
         command.add_option("--log-level", m_LogLevel, "trace, debug, info, warning, error or off (warning)")->option_text("LEVEL");
+        AddDeadlineOption(command, m_Report.source);
         AddPluginOption(command, m_Report.source.plugin);
     }
 
@@ -275,7 +300,7 @@ private:
         CLI::App& machine = *m_App.add_subcommand("machine", "Record a machine, and look at files that describe machines");
         CLI::App& record = AddCommand(machine, "record", "Collect everything once and write what the machine answered", [this] {
             m_Record.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
-            return RecordMachine(m_Record);
+            return WithinDeadline(m_Record.source, 0, false, [this] { return RecordMachine(m_Record); });
         });
         record.footer("The file is a machine file: --machine FILE replays it anywhere. docs/RECORDING.md says what is in it.\n\n" +
                       ExitStatusFooter());
@@ -286,6 +311,7 @@ private:
             ->option_text("N");
         record.add_flag("--with-identifiers", m_Record.withIdentifiers, "Keep serial numbers, identifiers and names as they are");
         record.add_option("--log-level", m_LogLevel, "trace, debug, info, warning, error or off (warning)")->option_text("LEVEL");
+        AddDeadlineOption(record, m_Record.source);
         AddPluginOption(record, m_Record.source.plugin);
         CLI::App& validate = AddCommand(machine, "validate", "Check machine files; findings name file, line and field",
                                         [this] { return ValidateMachineFiles(m_Files, m_Output); });
@@ -381,6 +407,7 @@ private:
     }
 
     Output& m_Output;
+    std::vector<std::string> m_Arguments;
     CLI::App m_App{"Collects storage telemetry of this machine's disks, or of a simulated machine's, through the plug-in."};
     std::function<int()> m_Run;
     DescribeOptions m_Describe;
@@ -401,6 +428,12 @@ private:
 int RunCommandLine(int argc, const char* const* argv, Output& output)
 {
     try {
+        // How the supervisor of a deadline starts a process; see Attempt.
+        if (argc > 2 && std::string_view(argv[1]) == "--supervised") {
+            Supervised::Begin(argv[2]);
+            argc -= 2;
+            argv += 2;
+        }
         return CommandLine(output).Run(argc, argv);
     } catch (const MachineFileError& error) {
         SayPlace(error.what());
@@ -428,7 +461,9 @@ int RunProgram(int argc, const char* const* argv)
     RestrictLibrarySearch();
     PrepareStandardStreams();
     Output output(GetOutputStyle());
-    return output.Finish(RunCommandLine(argc, argv, output));
+    const int status = RunCommandLine(argc, argv, output);
+    EndSupervised();
+    return output.Finish(status);
 }
 
 }  // namespace orbis::host

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,7 @@ struct SourceOptions {
     std::filesystem::path machine;  // empty: this machine
     std::string disk;               // empty: every disk
     LogLevel logLevel = LogLevel::Warning;
+    std::optional<double> deadline;  // seconds, 0: none; absent: what is usual for the command
 };
 
 struct CollectOptions {

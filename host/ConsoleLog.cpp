@@ -1,11 +1,15 @@
 #include "ConsoleLog.h"
 
+#include <spdlog/sinks/base_sink.h>
 #include <spdlog/sinks/stdout_color_sinks.h>
 #include <spdlog/spdlog.h>
 
+#include <mutex>
 #include <utility>
 
 #include "Progress.h"
+#include "Say.h"
+#include "Supervised.h"
 #include "Terminal.h"
 #include "Text.h"
 
@@ -31,9 +35,32 @@ spdlog::level::level_enum ToSpdlog(LogLevel level)
     return spdlog::level::off;
 }
 
+// Of a supervised process, whose text is held back until it may write.
+class HeldSink final : public spdlog::sinks::base_sink<std::mutex> {
+    void sink_it_(const spdlog::details::log_msg& message) override
+    {
+        spdlog::memory_buf_t line;
+        formatter_->format(message, line);
+        WriteError(fmt::to_string(line));
+    }
+    void flush_() override {}
+};
+
+std::shared_ptr<spdlog::sinks::sink> MakeSink()
+{
+    if (Supervised::Get() != nullptr) {
+        return std::make_shared<HeldSink>();
+    }
+    auto sink = std::make_shared<spdlog::sinks::stderr_color_sink_mt>();
+    if (WantsNoColour()) {
+        sink->set_color_mode(spdlog::color_mode::never);
+    }
+    return sink;
+}
+
 class SpdlogConsole final : public ConsoleLog {
 public:
-    SpdlogConsole(const std::string& logId, LogLevel level) : SpdlogConsole(logId, level, std::make_shared<Sink>()) {}
+    SpdlogConsole(const std::string& logId, LogLevel level) : SpdlogConsole(logId, level, MakeSink()) {}
 
     void Flush() override { FlushUnless({}); }
     void FlushUnless(std::string_view message) override
@@ -67,14 +94,9 @@ public:
     }
 
 private:
-    using Sink = spdlog::sinks::stderr_color_sink_mt;
-
-    SpdlogConsole(const std::string& logId, LogLevel level, const std::shared_ptr<Sink>& sink)
+    SpdlogConsole(const std::string& logId, LogLevel level, const std::shared_ptr<spdlog::sinks::sink>& sink)
         : m_Logger(logId, sink), m_HoldsBack(level > LogLevel::Debug)
     {
-        if (WantsNoColour()) {
-            sink->set_color_mode(spdlog::color_mode::never);
-        }
         m_Logger.set_level(ToSpdlog(level));
         m_Logger.set_pattern("%H:%M:%S.%e %^%-7l%$ %n  %v");
     }

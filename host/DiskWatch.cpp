@@ -1,6 +1,7 @@
 #include "DiskWatch.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 #include <utility>
 
@@ -131,6 +132,42 @@ std::vector<Disk> DiskWatch::Seen()
         disks.push_back(std::move(disk));
     }
     return disks;
+}
+
+std::optional<std::uint32_t> DiskWatch::NumberOfPath(const std::string& path)
+{
+    const std::u16string wide = Utf8ToUtf16(path);
+    const auto letter = LetterOf(wide);
+    const std::lock_guard lock(m_Lock);
+    if (const auto number = host::NumberOf(wide)) {
+        return number;
+    }
+    if (const auto known = m_Numbers.find(wide); known != m_Numbers.end()) {
+        return known->second;
+    }
+    if (const auto known = letter ? m_Letters.find(*letter) : m_Letters.end(); known != m_Letters.end()) {
+        return known->second;
+    }
+    // An interface path begins with the device's id.
+    for (const auto& [number, drive] : m_Drives) {
+        std::string start = R"(\\?\)" + drive.pnpDeviceId + '#';
+        std::replace(start.begin() + 4, start.end(), '\\', '#');
+        const auto isSame = [](char one, char other) {
+            return std::tolower(static_cast<unsigned char>(one)) == std::tolower(static_cast<unsigned char>(other));
+        };
+        if (!drive.pnpDeviceId.empty() && path.size() >= start.size() &&
+            std::equal(start.begin(), start.end(), path.begin(), isSame)) {
+            return number;
+        }
+    }
+    return std::nullopt;
+}
+
+std::string DiskWatch::InterfacePathOf(std::uint32_t number)
+{
+    const std::lock_guard lock(m_Lock);
+    const auto known = std::find_if(m_Numbers.begin(), m_Numbers.end(), [number](const auto& one) { return one.second == number; });
+    return known != m_Numbers.end() ? Utf16ToUtf8(known->first) : std::string();
 }
 
 std::optional<DiskWatch::DeviceFailure> DiskWatch::TakeLastFailure()

@@ -25,6 +25,11 @@ public:
     // The disks of the inventory, with what was seen of them so far.
     [[nodiscard]] std::vector<Disk> Seen();
 
+    // The number of the disk behind a path that is opened (UTF-8), as far as requests before told it.
+    [[nodiscard]] std::optional<std::uint32_t> NumberOfPath(const std::string& path);
+    // The interface path of a disk (UTF-8), or an empty text.
+    [[nodiscard]] std::string InterfacePathOf(std::uint32_t number);
+
     // A request to a device that failed.
     struct DeviceFailure {
         std::string path;       // "\\.\C:"

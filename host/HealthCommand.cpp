@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -43,6 +44,32 @@ std::string ToJson(const google::protobuf::Message& message)
         throw std::runtime_error("the document cannot be written as JSON: " + status.ToString());
     }
     return text;
+}
+
+// A disk that did not answer in time is unknown; what it is called is taken from the baseline.
+void AddLate(HealthReport& report, const std::map<std::uint32_t, std::string>& late, const HealthReport& baseline)
+{
+    for (const auto& [number, reason] : late) {
+        insight::DiskHealth disk;
+        for (const insight::DiskHealth& before : baseline.disk()) {
+            if (before.number() == number) {
+                disk.set_model(before.model());
+                disk.set_serial_number(before.serial_number());
+                *disk.mutable_letter() = before.letter();
+            }
+        }
+        disk.set_number(number);
+        disk.set_name(fmt::format("DISK{}", number));
+        disk.set_verdict(insight::UNKNOWN);
+        insight::Reason& why = *disk.add_reason();
+        why.set_rule("no-answer");
+        why.set_level(insight::UNKNOWN);
+        why.set_text(reason);
+        auto& all = *report.mutable_disk();
+        *all.Add() = disk;
+        std::stable_sort(all.begin(), all.end(),
+                         [](const auto& one, const auto& other) { return one.verdict() > other.verdict(); });
+    }
 }
 
 int StatusOf(const HealthReport& report)
@@ -135,6 +162,8 @@ int Health(const HealthOptions& options, Output& output)
         insight::MakeReport(insight::EvidenceOf(pass.records), machine.Name(), platform::Time::Current().UtcNow());
     if (!options.source.disk.empty()) {
         Keep(report, selected, collector.KnownDisks());
+    } else {
+        AddLate(report, machine.LateDisks(), baseline);
     }
     if (!options.baseline.empty()) {
         insight::Compare(report, baseline, options.onlyWhenRising);

@@ -8,10 +8,16 @@
 #include <csignal>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include "SimulatedMachine.h"
+#include "Supervised.h"
 #include "Terminal.h"
+#include "insight/HiddenSources.h"
+#include "insight/TimeLimits.h"
+#include "insight/Waits.h"
 #include "platform/SystemPath.h"
+#include "platform/Text.h"
 
 namespace orbis::host {
 namespace {
@@ -46,6 +52,102 @@ void InterruptWaits()
 
 bool IsInterrupted() { return g_Interrupted; }
 
+// Tells what is waited for, sends requests with no longer a time-out than what is left, and leaves out what is late.
+struct MachineInForce::Guard {
+    Guard(platform::Platform& machine, Supervised& supervised)
+        : waits(machine, supervised),
+          limits(waits, [&supervised] { return supervised.SecondsLeft(); }),
+          sources(limits),
+          disks(sources),
+          late(supervised.Task().late().begin(), supervised.Task().late().end())
+    {
+        for (const LateSource& one : late) {
+            if (SourceOf(one).kind == insight::Source::Kind::Device) {
+                insight::HiddenDisk disk = insight::HiddenDiskOf(platform::Utf8ToUtf16(one.source().name()));
+                disk.number = one.source().has_number() ? one.source().number() : disk.number;
+                if (disk.interfacePath.empty()) {
+                    disk.interfacePath = platform::Utf8ToUtf16(one.source().path());
+                }
+                disks.Hide(std::move(disk));
+            } else {
+                sources.Hide(SourceOf(one));
+            }
+        }
+    }
+
+    static insight::Source SourceOf(const LateSource& one)
+    {
+        return {static_cast<insight::Source::Kind>(one.source().kind()), one.source().name()};
+    }
+
+    // What is left out, once.
+    std::vector<insight::Finding> TakeFindings()
+    {
+        return std::exchange(isTold, true) ? std::vector<insight::Finding>{} : Findings();
+    }
+
+    [[nodiscard]] std::vector<insight::Finding> Findings() const
+    {
+        std::vector<insight::Finding> findings;
+        for (const LateSource& one : late) {
+            const bool isDisk = SourceOf(one).kind == insight::Source::Kind::Device;
+            const auto number = NumberOf(one);
+            const std::string name = number ? fmt::format("DISK{}", *number) : insight::NameOf(SourceOf(one));
+            findings.push_back(
+                {"no-answer",
+                 name,
+                 fmt::format("{}: {}; {}", name, Reason(one),
+                             isDisk ? "it is left out, the other disks are complete" : "what needs it is left out"),
+                 isDisk ? "look at the disk, its cable and its bridge; --deadline 0 waits for it" : "--deadline 0 waits for it",
+                 {}});
+        }
+        return findings;
+    }
+
+    [[nodiscard]] std::map<std::uint32_t, std::string> LateDisks() const
+    {
+        std::map<std::uint32_t, std::string> reasons;
+        for (const LateSource& one : late) {
+            if (const auto number = NumberOf(one)) {
+                reasons[*number] = Reason(one);
+            }
+        }
+        return reasons;
+    }
+
+    static std::string Reason(const LateSource& one)
+    {
+        return one.crash().empty()
+                   ? fmt::format("no answer to {} within {:g} s", one.source().what(), one.seconds())
+                   : fmt::format("the collecting process ended unexpectedly ({}) at {}", one.crash(), one.source().what());
+    }
+
+    // The number of a late disk, as far as it is known by now.
+    [[nodiscard]] std::optional<std::uint32_t> NumberOf(const LateSource& one) const
+    {
+        if (one.source().has_number() || SourceOf(one).kind != insight::Source::Kind::Device) {
+            return one.source().has_number() ? std::optional(one.source().number()) : std::nullopt;
+        }
+        const insight::HiddenDisk names = insight::HiddenDiskOf(platform::Utf8ToUtf16(one.source().name()));
+        for (const insight::HiddenDisk& disk : disks.Hidden()) {
+            const bool isSame = (names.number && disk.number == names.number) ||
+                                (!names.letters.empty() && disk.letters.contains(*names.letters.begin())) ||
+                                (!names.interfacePath.empty() && disk.interfacePath == names.interfacePath);
+            if (isSame) {
+                return disk.number;
+            }
+        }
+        return std::nullopt;
+    }
+
+    insight::WaitWatch waits;
+    insight::TimeLimits limits;
+    insight::HiddenSources sources;
+    insight::HiddenDisks disks;
+    const std::vector<LateSource> late;
+    bool isTold = false;
+};
+
 MachineInForce::MachineInForce(const std::filesystem::path& file)
 {
     const auto utf8 = [](const std::filesystem::path& path) {
@@ -59,8 +161,23 @@ MachineInForce::MachineInForce(const std::filesystem::path& file)
         m_Simulated = LoadMachine(file);
         platform::Platform::Replace(m_Simulated.get());
     }
+    if (Supervised* const supervised = Supervised::Get()) {
+        m_Guard = std::make_unique<Guard>(platform::Platform::Current(), *supervised);
+        platform::Platform::Replace(&m_Guard->disks);
+        if (m_Simulated != nullptr) {
+            SimulatedLibrary().onDelay(*m_Simulated, [supervised](std::chrono::nanoseconds time) { supervised->Delay(time); });
+        }
+    }
     m_Journal = std::make_unique<insight::Journal>(platform::Platform::Current());
     m_Disks = std::make_unique<DiskWatch>(*m_Journal);
+    if (Supervised* const supervised = Supervised::Get()) {
+        supervised->IdentifyWith([this](WaitedFor& wait) {
+            if (const auto number = m_Disks->NumberOfPath(wait.name())) {
+                wait.set_number(*number);
+                wait.set_path(m_Disks->InterfacePathOf(*number));
+            }
+        });
+    }
     platform::Platform::Replace(m_Disks.get());
 }
 
@@ -104,10 +221,32 @@ std::vector<insight::Finding> MachineInForce::TakeFindings()
                             "collect in the order of a whole `orbis-host collect`, or record the machine again",
                             {}});
     }
+    if (m_Guard != nullptr) {
+        std::vector<insight::Finding> late = m_Guard->TakeFindings();
+        findings.insert(findings.begin(), late.begin(), late.end());
+    }
     return findings;
 }
 
-std::vector<insight::Finding> MachineInForce::CurrentFindings() const { return Advised(m_Findings.Current()); }
+std::vector<insight::Finding> MachineInForce::CurrentFindings() const
+{
+    std::vector<insight::Finding> findings = Advised(m_Findings.Current());
+    if (m_Guard != nullptr) {
+        std::vector<insight::Finding> late = m_Guard->Findings();
+        findings.insert(findings.begin(), late.begin(), late.end());
+    }
+    return findings;
+}
+
+std::map<std::uint32_t, std::string> MachineInForce::LateDisks() const
+{
+    return m_Guard != nullptr ? m_Guard->LateDisks() : std::map<std::uint32_t, std::string>{};
+}
+
+std::vector<insight::HiddenDisk> MachineInForce::Hidden() const
+{
+    return m_Guard != nullptr ? m_Guard->disks.Hidden() : std::vector<insight::HiddenDisk>{};
+}
 
 void MachineInForce::Wait(double seconds)
 {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -9,6 +10,7 @@
 
 #include "DiskWatch.h"
 #include "insight/Findings.h"
+#include "insight/HiddenDisks.h"
 #include "insight/Journal.h"
 #include "insight/Recording.h"
 #include "platform/Platform.h"
@@ -39,16 +41,25 @@ public:
     // All that held at the end of the pass, whether told before or not.
     [[nodiscard]] std::vector<insight::Finding> CurrentFindings() const;
 
+    // Disks that did not answer in time, by number, and what they were asked.
+    [[nodiscard]] std::map<std::uint32_t, std::string> LateDisks() const;
+    // Disks that are left out, by the names that are known of them.
+    [[nodiscard]] std::vector<insight::HiddenDisk> Hidden() const;
+
     // Waits between two passes; on a simulated machine its own time passes as well. Ends early when interrupted.
     void Wait(double seconds);
     // Lets time pass for counters that are rates; on a simulated machine its own time alone.
     void LetRatesBuildUp(double seconds);
 
 private:
+    // What stands between this machine and a process that must not wait for ever; null in one that may.
+    struct Guard;
+
     void Advance(double seconds);
 
     std::string m_Name;
     std::unique_ptr<platform::Platform> m_Simulated;
+    std::unique_ptr<Guard> m_Guard;
     std::unique_ptr<insight::Journal> m_Journal;
     insight::Findings m_Findings;
     std::unique_ptr<DiskWatch> m_Disks;

@@ -6,6 +6,7 @@
 
 #include "ExitStatus.h"
 #include "Say.h"
+#include "Supervised.h"
 #include "Terminal.h"
 
 namespace orbis::host {
@@ -13,6 +14,9 @@ namespace orbis::host {
 void Output::Write(std::string_view text)
 {
     if (m_IsLost || text.empty()) {
+        return;
+    }
+    if (Supervised* const supervised = Supervised::Get(); supervised != nullptr && !supervised->MayWrite()) {
         return;
     }
     if (!WriteAll(stdout, text)) {

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string>
 
+#include "Supervised.h"
 #include "Terminal.h"
 
 namespace orbis::host {
@@ -13,7 +14,7 @@ std::atomic<bool> g_IsShown{false};
 
 }  // namespace
 
-Progress::Progress() : m_IsTerminal(ErrorIsTerminal() && !WantsNoRedraw()) {}
+Progress::Progress() : m_IsTerminal(ErrorIsTerminal() && !WantsNoRedraw() && Supervised::Get() == nullptr) {}
 
 void Progress::Show(std::string_view text)
 {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "Progress.h"
+#include "Supervised.h"
 #include "Terminal.h"
 #include "Text.h"
 
@@ -23,10 +24,19 @@ void Put(std::string_view before, std::string_view text)
     }
     // In one piece, so that lines of several threads or programs do not mix.
     ClearProgress();
-    (void)WriteAll(stderr, std::string(before) + lines);
+    WriteError(std::string(before) + lines);
 }
 
 }  // namespace
+
+void WriteError(const std::string& text)
+{
+    if (Supervised* const supervised = Supervised::Get()) {
+        supervised->Hold(text);
+    } else {
+        (void)WriteAll(stderr, text);
+    }
+}
 
 void Say(std::string_view text) { Put("orbis-host: ", text); }
 void SayPlace(std::string_view text) { Put("", text); }

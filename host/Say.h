@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace orbis::host {
@@ -8,5 +9,7 @@ namespace orbis::host {
 void Say(std::string_view text);
 // The same without the program's name, for what begins with the place that it is about ("file.txtpb:3:1: ...").
 void SayPlace(std::string_view text);
+// Text as it is on standard error; a supervised process holds it back until it may write.
+void WriteError(const std::string& text);
 
 }  // namespace orbis::host

@@ -8,6 +8,8 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "Supervised.h"
+
 namespace orbis::host {
 namespace {
 
@@ -34,6 +36,9 @@ std::string ReadWholeFile(const std::filesystem::path& file)
 
 void WriteWholeFile(const std::filesystem::path& file, const std::string& content)
 {
+    if (Supervised* const supervised = Supervised::Get(); supervised != nullptr && !supervised->MayWrite()) {
+        return;
+    }
     std::error_code error;
     // A device or a pipe is written to; it must not be replaced by a file.
     const bool isReplaced = !std::filesystem::exists(file, error) || std::filesystem::is_regular_file(file, error);

@@ -5,17 +5,23 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
+#include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <thread>
 
+#include "DrivePaths.h"
 #include "insight/Explanation.h"
 #include "insight/Findings.h"
 #include "insight/Health.h"
+#include "insight/HiddenDisks.h"
 #include "insight/Journal.h"
+#include "insight/Waits.h"
 #include "insight/orbis_insight.h"
 #include "orbis/datatypes/nvme_health.pb.h"
 #include "orbis/datatypes/nvme_identify.pb.h"
@@ -113,6 +119,48 @@ std::unique_ptr<pb::Message> Parse(const OrbisText* datatype, const OrbisText* m
     return parsed;
 }
 
+// What each thread waits for.
+class CurrentWaits final : public WaitListener {
+public:
+    void Began(const Source& source, std::string_view what) noexcept override
+    {
+        try {
+            const std::lock_guard lock(m_Lock);
+            m_Waits[std::this_thread::get_id()] = {source, std::string(what), std::chrono::steady_clock::now()};
+        } catch (...) {  // without memory one wait is not told
+        }
+    }
+    void Ended() noexcept override
+    {
+        const std::lock_guard lock(m_Lock);
+        m_Waits.erase(std::this_thread::get_id());
+    }
+
+    WaitsReport Report()
+    {
+        WaitsReport report;
+        report.set_format_version(1);
+        const std::lock_guard lock(m_Lock);
+        for (const auto& [thread, wait] : m_Waits) {
+            WaitEntry& entry = *report.add_wait();
+            entry.set_subject(NameOf(wait.source));
+            entry.set_what(wait.what);
+            entry.set_seconds(std::chrono::duration<double>(std::chrono::steady_clock::now() - wait.since).count());
+            entry.set_thread(static_cast<std::uint32_t>(std::hash<std::thread::id>()(thread)));
+        }
+        return report;
+    }
+
+private:
+    struct Wait {
+        Source source;
+        std::string what;
+        std::chrono::steady_clock::time_point since;
+    };
+    std::mutex m_Lock;
+    std::map<std::thread::id, Wait> m_Waits;
+};
+
 // The one observer of the process. It is never destroyed: plug-in objects may outlive any order of destruction.
 class Observer {
 public:
@@ -128,7 +176,9 @@ public:
         if (m_Journal != nullptr) {
             throw std::logic_error("it is installed already");
         }
-        m_Journal = std::make_unique<Journal>(platform::Platform::Current(), capacity != 0 ? capacity : Journal::kDefaultCapacity);
+        m_Watch = std::make_unique<WaitWatch>(platform::Platform::Current(), m_Waits);
+        m_Disks = std::make_unique<HiddenDisks>(*m_Watch);
+        m_Journal = std::make_unique<Journal>(*m_Disks, capacity != 0 ? capacity : Journal::kDefaultCapacity);
         platform::Platform::Replace(m_Journal.get());
         return {};
     }
@@ -175,6 +225,30 @@ public:
         return Document(Explainer(m_Pass->records).Explain(*Parse(datatype, message), ToString(itemId)));
     }
 
+    std::string HideDisk(std::uint32_t number, bool isHidden)
+    {
+        const std::lock_guard lock(m_Lock);
+        RequireInstalled();
+        HiddenDisk disk;
+        disk.number = number;
+        // Collections that walk the devices before they read the inventory meet the path first.
+        const auto paths = m_Pass ? DrivePaths(m_Pass->records).Numbers() : std::map<std::u16string, std::uint32_t>{};
+        for (const auto& [path, owner] : paths) {
+            if (owner == number && DrivePaths::LetterOf(path) == 0) {
+                disk.interfacePath = path;
+            }
+        }
+        if (isHidden) {
+            m_Disks->Hide(disk);
+        } else {
+            m_Disks->Show(disk);
+        }
+        return {};
+    }
+
+    // Without the lock of the others: it answers while a collection waits.
+    std::string WaitsJson() { return Json(m_Waits.Report()); }
+
 private:
     void RequireInstalled() const
     {
@@ -191,6 +265,9 @@ private:
     }
 
     std::mutex m_Lock;
+    CurrentWaits m_Waits;
+    std::unique_ptr<WaitWatch> m_Watch;
+    std::unique_ptr<HiddenDisks> m_Disks;
     std::unique_ptr<Journal> m_Journal;
     Findings m_Findings;
     std::vector<Finding> m_New;  // of the pass that was ended last
@@ -222,13 +299,22 @@ const OrbisInsightResult* ORBIS_CALL MessageJson(const OrbisText* datatype, cons
     return Guarded([&] { return Json(*Parse(datatype, message)); });
 }
 
+const OrbisInsightResult* ORBIS_CALL HideDisk(std::uint32_t number, std::int32_t isHidden)
+{
+    return Guarded([&] { return Observer::Get().HideDisk(number, isHidden != 0); });
+}
+const OrbisInsightResult* ORBIS_CALL WaitsJson()
+{
+    return Guarded([] { return Observer::Get().WaitsJson(); });
+}
+
 }  // namespace
 }  // namespace orbis::insight
 
 extern "C" const OrbisInsight* ORBIS_CALL OrbisInsightTable()
 {
     using namespace orbis::insight;
-    static const OrbisInsight table{sizeof(OrbisInsight), ORBIS_INSIGHT_VERSION, Install,     EndPass, FindingsJson,
-                                    HealthJson,           ExplainJson,           MessageJson, Free};
+    static const OrbisInsight table{sizeof(OrbisInsight), ORBIS_INSIGHT_VERSION, Install, EndPass,  FindingsJson, HealthJson,
+                                    ExplainJson,          MessageJson,           Free,    HideDisk, WaitsJson};
     return &table;
 }

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstring>
 #include <optional>
+#include <string>
 #include <utility>
 
+#include "DrivePaths.h"
 #include "platform/Errors.h"
+#include "platform/Text.h"
 
 namespace orbis::insight {
 namespace {
@@ -48,54 +50,119 @@ std::vector<std::u16string_view> Split(const std::u16string& list)
     return names;
 }
 
+// "1 D: E:" of drive 1; no name for one that begins with no number.
+HiddenDisk DiskOfInstance(std::u16string_view name)
+{
+    HiddenDisk disk;
+    disk.number = LeadingNumber(name);
+    for (std::size_t at = 1; disk.number && at < name.size(); ++at) {
+        if (name[at] == u':') {
+            disk.letters.insert(Upper(name[at - 1]));
+        }
+    }
+    return disk;
+}
+
+// A PnP device id as the interface paths of the device begin: "\\?\scsi#disk&ven_nvme#5&1&0&0#".
+std::u16string PathStart(std::u16string_view pnpDeviceId)
+{
+    std::u16string path = u"\\\\?\\" + std::u16string(pnpDeviceId) + u'#';
+    std::replace(path.begin() + 4, path.end(), u'\\', u'#');
+    return path;
+}
+
+bool StartsWith(std::u16string_view text, std::u16string_view start)
+{
+    return text.size() >= start.size() && EqualsIgnoringCase(text.substr(0, start.size()), start);
+}
+
+// An interface path is compared as far as the shorter one of two goes: one learnt from a PnP device id has no class at its end.
+bool IsSamePath(std::u16string_view one, std::u16string_view other)
+{
+    return !one.empty() && !other.empty() && (StartsWith(one, other) || StartsWith(other, one));
+}
+
 }  // namespace
 
-HiddenDisks::HiddenDisks(Platform& inner, std::vector<HiddenDisk> hidden)
+HiddenDisk HiddenDiskOf(std::u16string_view path)
+{
+    constexpr std::u16string_view kDrive = u"\\\\.\\PhysicalDrive";
+    HiddenDisk disk;
+    if (StartsWith(path, kDrive)) {
+        disk.number = LeadingNumber(path.substr(kDrive.size()));
+    } else if (path.size() == 6 && path.starts_with(u"\\\\.\\") && path[5] == u':') {
+        disk.letters.insert(Upper(path[4]));
+    } else {
+        disk.interfacePath = path;
+    }
+    return disk;
+}
+
+HiddenDisks::HiddenDisks(Platform& inner)
     : ForwardingPlatform(inner),
       ForwardingDeviceIo(inner.DeviceIoPort()),
       ForwardingSetup(inner.SetupPort()),
       ForwardingWmi(inner.WmiPort()),
-      ForwardingPdh(inner.PdhPort()),
-      m_Hidden(std::move(hidden))
+      ForwardingPdh(inner.PdhPort())
 {}
 
-bool HiddenDisks::IsHiddenNumber(std::uint64_t number) const
+HiddenDisk* HiddenDisks::Find(const HiddenDisk& names)
 {
-    return std::any_of(m_Hidden.begin(), m_Hidden.end(), [number](const HiddenDisk& disk) { return disk.number == number; });
-}
-
-bool HiddenDisks::IsHiddenLetter(char16_t letter) const
-{
-    return std::any_of(m_Hidden.begin(), m_Hidden.end(), [letter](const HiddenDisk& disk) {
-        return std::find(disk.letters.begin(), disk.letters.end(), Upper(letter)) != disk.letters.end();
+    const auto found = std::find_if(m_Hidden.begin(), m_Hidden.end(), [&](const HiddenDisk& disk) {
+        return (names.number && disk.number == names.number) || IsSamePath(disk.interfacePath, names.interfacePath) ||
+               std::any_of(names.letters.begin(), names.letters.end(), [&](char16_t one) { return disk.letters.contains(one); });
     });
+    return found != m_Hidden.end() ? &*found : nullptr;
 }
 
-bool HiddenDisks::IsHiddenPath(std::u16string_view path) const
+bool HiddenDisks::IsHidden(const HiddenDisk& names)
 {
-    constexpr std::u16string_view kDrive = u"\\\\.\\PhysicalDrive";
-    if (path.size() > kDrive.size() && EqualsIgnoringCase(path.substr(0, kDrive.size()), kDrive)) {
-        const auto number = LeadingNumber(path.substr(kDrive.size()));
-        return number && IsHiddenNumber(*number);
-    }
-    if (path.size() == 6 && path.starts_with(u"\\\\.\\") && path[5] == u':') {
-        return IsHiddenLetter(path[4]);
-    }
-    return std::any_of(m_Hidden.begin(), m_Hidden.end(), [path](const HiddenDisk& disk) {
-        return !disk.interfacePath.empty() && EqualsIgnoringCase(path, disk.interfacePath);
-    });
+    const std::lock_guard lock(m_Lock);
+    return Find(names) != nullptr;
 }
 
-bool HiddenDisks::IsHiddenInstance(std::u16string_view name) const
+bool HiddenDisks::Learn(const HiddenDisk& names)
 {
-    const auto number = LeadingNumber(name);
-    return number && IsHiddenNumber(*number);
+    const std::lock_guard lock(m_Lock);
+    HiddenDisk* const disk = Find(names);
+    if (disk == nullptr) {
+        return false;
+    }
+    disk->number = disk->number ? disk->number : names.number;
+    disk->interfacePath = disk->interfacePath.empty() ? names.interfacePath : disk->interfacePath;
+    disk->letters.insert(names.letters.begin(), names.letters.end());
+    return true;
+}
+
+void HiddenDisks::Hide(HiddenDisk disk)
+{
+    if (Learn(disk)) {
+        return;
+    }
+    const std::lock_guard lock(m_Lock);
+    m_Hidden.push_back(std::move(disk));
+    m_Count = m_Hidden.size();
+}
+
+void HiddenDisks::Show(const HiddenDisk& disk)
+{
+    const std::lock_guard lock(m_Lock);
+    while (const HiddenDisk* const found = Find(disk)) {
+        m_Hidden.erase(m_Hidden.begin() + (found - m_Hidden.data()));
+    }
+    m_Count = m_Hidden.size();
+}
+
+std::vector<HiddenDisk> HiddenDisks::Hidden() const
+{
+    const std::lock_guard lock(m_Lock);
+    return m_Hidden;
 }
 
 NativeHandle HiddenDisks::Open(const char16_t* path, std::uint32_t access, std::uint32_t share, void* security,
                                std::uint32_t disposition, std::uint32_t flags, NativeHandle templateFile)
 {
-    if (IsHiddenPath(path)) {
+    if (path != nullptr && IsAnyHidden() && IsHidden(HiddenDiskOf(path))) {
         SaveLastError(win32::kFileNotFound);
         return kInvalidHandle;
     }
@@ -104,15 +171,19 @@ NativeHandle HiddenDisks::Open(const char16_t* path, std::uint32_t access, std::
 
 std::uint32_t HiddenDisks::LogicalDriveStrings(std::uint32_t characters, char16_t* buffer)
 {
+    if (!IsAnyHidden()) {
+        return ForwardingDeviceIo::LogicalDriveStrings(characters, buffer);
+    }
     // 26 letters of four characters each and the last zero.
     std::array<char16_t, 26 * 4 + 1> all{};
     const std::uint32_t length = ForwardingDeviceIo::LogicalDriveStrings(static_cast<std::uint32_t>(all.size()), all.data());
     if (length == 0 || length >= all.size()) {
         return length;
     }
+    const std::u16string roots(all.data(), length);
     std::u16string visible;
-    for (const std::u16string_view root : Split(std::u16string(all.data(), length))) {
-        if (!IsHiddenLetter(root.front())) {
+    for (const std::u16string_view root : Split(roots)) {
+        if (!IsHidden({.letters = {Upper(root.front())}})) {
             visible.append(root).push_back(u'\0');
         }
     }
@@ -143,19 +214,27 @@ std::u16string HiddenDisks::PathOf(DeviceInfoSetHandle set, const DeviceInterfac
 
 std::uint32_t HiddenDisks::WholeIndex(DeviceInfoSetHandle set, std::uint32_t index)
 {
-    const std::lock_guard lock(m_Lock);
-    std::vector<std::uint32_t>& visible = m_Visible[set];
+    if (!IsAnyHidden()) {
+        return index;
+    }
+    std::vector<std::uint32_t> visible;
+    {
+        const std::lock_guard lock(m_Lock);
+        visible = m_Visible[set];
+    }
     std::uint32_t next = visible.empty() ? 0 : visible.back() + 1;
     while (visible.size() <= index) {
         DeviceInterfaceData data;
         if (!ForwardingSetup::EnumDeviceInterfaces(set, kDiskInterfaceGuid, next, &data)) {
             return next;  // past the last one: the caller meets the same failure
         }
-        if (!IsHiddenPath(PathOf(set, data))) {
+        if (!IsHidden({.interfacePath = PathOf(set, data)})) {
             visible.push_back(next);
         }
         ++next;
     }
+    const std::lock_guard lock(m_Lock);
+    m_Visible[set] = visible;
     return visible[index];
 }
 
@@ -182,19 +261,21 @@ bool HiddenDisks::DestroyDeviceInfoList(DeviceInfoSetHandle set) noexcept
 Hresult HiddenDisks::ExecQuery(ComObject* services, Bstr language, Bstr query, std::int32_t flags, ComObject** enumerator)
 {
     struct Class {
-        std::u16string_view query;
+        std::u16string_view name;
         RowKind kind;
     };
-    static constexpr std::array<Class, 5> kClasses{{
-        {u"SELECT * FROM Win32_DiskDrive", RowKind::Drive},
-        {u"SELECT * FROM MSFT_PhysicalDisk", RowKind::MediaType},
-        {u"SELECT * FROM Win32_LogicalDisk", RowKind::Letter},
-        {u"SELECT * FROM Win32_Volume", RowKind::Letter},
-        {u"SELECT * FROM Win32_PerfFormattedData_PerfDisk_PhysicalDisk", RowKind::CounterName},
+    static constexpr std::array<Class, 6> kClasses{{
+        {u"Win32_DiskDrive", RowKind::Drive},
+        {u"MSFT_PhysicalDisk", RowKind::MediaType},
+        {u"Win32_LogicalDisk", RowKind::Letter},
+        {u"Win32_Volume", RowKind::Letter},
+        {u"Win32_PerfFormattedData_PerfDisk_PhysicalDisk", RowKind::CounterName},
+        {u"MSStorageDriver_ATAPISmartData", RowKind::SmartRow},
     }};
     const Hresult result = ForwardingWmi::ExecQuery(services, language, query, flags, enumerator);
-    const auto known = std::find_if(kClasses.begin(), kClasses.end(), [query](const Class& one) { return one.query == query; });
-    if (!Failed(result) && known != kClasses.end()) {
+    const std::u16string_view name = query != nullptr ? ClassOf(query) : std::u16string_view();
+    const auto known = std::find_if(kClasses.begin(), kClasses.end(), [name](const Class& one) { return one.name == name; });
+    if (!Failed(result) && IsAnyHidden() && known != kClasses.end()) {
         const std::lock_guard lock(m_Lock);
         m_Filtered[*enumerator] = known->kind;
     }
@@ -203,34 +284,38 @@ Hresult HiddenDisks::ExecQuery(ComObject* services, Bstr language, Bstr query, s
 
 bool HiddenDisks::IsHiddenRow(ComObject* row, RowKind kind)
 {
-    const auto read = [&](const char16_t* name, const auto& hides) {
+    // A property as a text; a number in decimal.
+    const auto read = [&](const char16_t* name) -> std::u16string {
         ComVariant value(*this);
         if (Failed(ForwardingWmi::Get(row, name, value.Put()))) {
-            return false;
+            return {};
         }
         const Variant& variant = value.Get();
-        if (variant.type == VariantType::String) {
-            const Bstr text = variant.AsString();
-            return text != nullptr && hides(std::u16string_view(text, ForwardingWmi::StringLength(text)), variant);
+        if (variant.type == VariantType::Int32 || variant.type == VariantType::UInt32) {
+            return Utf8ToUtf16(std::to_string(static_cast<std::uint32_t>(variant.payload)));
         }
-        return hides(std::u16string_view(), variant);
+        const Bstr text = variant.type == VariantType::String ? variant.AsString() : nullptr;
+        return text != nullptr ? std::u16string(text, ForwardingWmi::StringLength(text)) : std::u16string();
     };
-    const auto isLetter = [this](std::u16string_view text, const Variant&) {
-        return text.size() >= 2 && text[1] == u':' && IsHiddenLetter(text[0]);
+    const auto isLetter = [&](const std::u16string& text) {
+        return text.size() >= 2 && text[1] == u':' && IsHidden({.letters = {Upper(text[0])}});
     };
-    const auto startsWithNumber = [this](std::u16string_view text, const Variant&) { return IsHiddenInstance(text); };
     switch (kind) {
-        case RowKind::Drive:
-            return read(u"Index", [this](std::u16string_view, const Variant& variant) {
-                return (variant.type == VariantType::Int32 || variant.type == VariantType::UInt32) &&
-                       IsHiddenNumber(static_cast<std::uint32_t>(variant.payload));
-            });
+        case RowKind::Drive: {
+            const std::u16string id = read(u"PNPDeviceID");
+            return Learn({.number = LeadingNumber(read(u"Index")), .interfacePath = id.empty() ? id : PathStart(id)});
+        }
         case RowKind::MediaType:
-            return read(u"DeviceId", startsWithNumber);
+            return IsHidden({.number = LeadingNumber(read(u"DeviceId"))});
         case RowKind::Letter:
-            return read(u"Caption", isLetter) || read(u"DriveLetter", isLetter);
+            return isLetter(read(u"Caption")) || isLetter(read(u"DriveLetter"));
         case RowKind::CounterName:
-            return read(u"Name", startsWithNumber);
+            return Learn(DiskOfInstance(read(u"Name")));
+        case RowKind::SmartRow: {
+            // "IDE\DiskModel\5&1&0&0_0": the id of the device and a number.
+            const std::u16string name = read(u"InstanceName");
+            return IsHidden({.interfacePath = name.empty() ? name : PathStart(name.substr(0, name.rfind(u'_')))});
+        }
     }
     return false;
 }
@@ -263,22 +348,26 @@ void HiddenDisks::Release(ComObject* object) noexcept
     ForwardingWmi::Release(object);
 }
 
-PdhStatus HiddenDisks::EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters)
+template <class List>
+PdhStatus HiddenDisks::VisibleInstances(const List& list, char16_t* buffer, std::uint32_t* characters)
 {
+    if (!IsAnyHidden()) {
+        return list(buffer, characters);
+    }
     std::u16string all;
     std::uint32_t size = 0;
-    PdhStatus status = ForwardingPdh::EnumInstances(object, nullptr, &size);
+    PdhStatus status = list(nullptr, &size);
     // The list may grow between two calls.
     for (int attempt = 0; status == pdh::kMoreData && attempt < 5; ++attempt) {
         all.assign(size, u'\0');
-        status = ForwardingPdh::EnumInstances(object, all.data(), &size);
+        status = list(all.data(), &size);
     }
     if (status != pdh::kOk) {
         return status;
     }
     std::u16string visible;
     for (const std::u16string_view name : Split(all)) {
-        if (!IsHiddenInstance(name)) {
+        if (!Learn(DiskOfInstance(name))) {
             visible.append(name).push_back(u'\0');
         }
     }
@@ -290,6 +379,18 @@ PdhStatus HiddenDisks::EnumInstances(const char16_t* object, char16_t* buffer, s
     }
     std::copy(visible.begin(), visible.end(), buffer);
     return pdh::kOk;
+}
+
+PdhStatus HiddenDisks::EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters)
+{
+    const auto list = [&](char16_t* names, std::uint32_t* size) { return ForwardingPdh::EnumInstances(object, names, size); };
+    return VisibleInstances(list, buffer, characters);
+}
+
+PdhStatus HiddenDisks::CounterInstances(PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters)
+{
+    const auto list = [&](char16_t* names, std::uint32_t* size) { return ForwardingPdh::CounterInstances(counter, names, size); };
+    return VisibleInstances(list, buffer, characters);
 }
 
 }  // namespace orbis::insight

@@ -100,11 +100,12 @@ Reply AnswerExchange(const ExchangeModel& exchange, const Target& target, const 
     return reply;
 }
 
-Reply Answer(const Target& target, const Request& request, const PassThroughSummary& summary)
+Reply Answer(const MachineState& machine, const Target& target, const Request& request, const PassThroughSummary& summary)
 {
     if (target.exchanges != nullptr) {
         for (const auto& exchange : *target.exchanges) {
             if (Matches(*exchange, request, summary) && TakeUse(*exchange)) {
+                machine.Delay(exchange->description.delay(), exchange->description.never());
                 return AnswerExchange(*exchange, target, request);
             }
         }
@@ -142,7 +143,7 @@ public:
         if (IsDirect(code) && summary.dataTransferLength > 0 && data == nullptr) {
             return win32::kInvalidParameter;
         }
-        Reply reply = Answer(m_Target, request, summary);
+        Reply reply = Answer(m_Machine, m_Target, request, summary);
         if (reply.error == win32::kSuccess) {
             CopyOut(reply.data, data, summary.dataTransferLength);
             if (IsDirect(code)) {  // the caller's own pointer stays in the structure

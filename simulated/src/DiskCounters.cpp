@@ -27,6 +27,9 @@ public:
 
     platform::emulated::DiskSample SampleDisks() override
     {
+        for (const description::CounterObject& object : m_Machine.description.counter_object()) {
+            m_Machine.Delay(object.delay(), object.never());
+        }
         m_Machine.clock.Advance(std::chrono::milliseconds(m_Machine.description.sample_step_ms()));
         platform::emulated::DiskSample sample;
         sample.seconds = m_Machine.clock.Seconds();

@@ -139,6 +139,11 @@ Verdict Signature(const Subject& subject, std::uint64_t)
 {
     return subject.Text().size() == 4 ? Verdict{} : fmt::format("\"{}\" is no signature of four characters", subject.Text());
 }
+Verdict Seconds(const Subject& subject, std::uint64_t limit)
+{
+    const double seconds = subject.Reflection().GetDouble(subject.place.message, &subject.field);
+    return seconds >= 0 && seconds <= static_cast<double>(limit) ? Verdict{} : fmt::format("{} is no delay in seconds", seconds);
+}
 // VT_BSTR, VT_DISPATCH, VT_UNKNOWN and everything by reference or in an array hold a pointer.
 Verdict PointerlessType(const Subject& subject, std::uint64_t)
 {
@@ -163,6 +168,8 @@ constexpr const char* kFit = "write a value that fits the field of the device";
 constexpr const char* kCut = "shorten it, or mean to have it cut";
 constexpr const char* kPage = "keep the patch inside the page, or mean to answer more than the device has";
 constexpr const char* kGuidForm = "write it as 12345678-1234-1234-1234-123456789abc";
+constexpr std::uint64_t kLongestDelay = 86400;
+constexpr const char* kDelay = "write the seconds that the answer takes, at most a day, or never: true";
 constexpr const char* kHresultForm = "write a failing HRESULT such as 0x80041002";
 
 const std::array kRules{
@@ -239,6 +246,8 @@ const std::array kRules{
     Rule{"LooseVolume", "letter", kError, Letter, 0, "write one letter from A to Z, without a colon"},
     Rule{"Device", "path", kError, Filled, 0, R"(write the path as it is opened, such as \\\\.\\Scsi0:)"},
 
+    Rule{"Exchange", "delay", kError, Seconds, kLongestDelay, kDelay},
+
     Rule{"Smbios", "version", kError, SmbiosVersion, 0, "write it as 3.4"},
     Rule{"OemStrings", "count", kError, AtMost, kByte, kFit},
     Rule{"SmbiosStructure", "type", kError, AtMost, kByte, kFit},
@@ -247,6 +256,7 @@ const std::array kRules{
 
     Rule{"WmiClass", "name", kError, Filled, 0, "name the class, such as Win32_DiskDrive"},
     Rule{"WmiClass", "error", kError, FailingHresult, 0, kHresultForm},
+    Rule{"WmiClass", "delay", kError, Seconds, kLongestDelay, kDelay},
     Rule{"WmiRow", "next_error", kError, FailingHresult, 0, kHresultForm},
     Rule{"WmiRowChange", "class_name", kError, Filled, 0, "name the class, such as Win32_DiskDrive"},
     Rule{"WmiRowChange", "next_error", kError, FailingHresult, 0, kHresultForm},
@@ -259,6 +269,7 @@ const std::array kRules{
     Rule{"WmiRawVariant", "type", kError, PointerlessType, 0, "use text, byte_array or string_array"},
     Rule{"Com", "locator_error", kError, FailingHresult, 0, kHresultForm},
     Rule{"CounterObject", "name", kError, Filled, 0, "name the object, such as PhysicalDisk"},
+    Rule{"CounterObject", "delay", kError, Seconds, kLongestDelay, kDelay},
 };
 
 // Fields that must be there even when they are empty.

@@ -1,5 +1,7 @@
 #include "simulated/Library.h"
 
+#include <utility>
+
 #include "orbis/simulated/machine.pb.h"
 #include "simulated/MachineFile.h"
 
@@ -14,6 +16,11 @@ std::unique_ptr<platform::Platform> Load(const std::string& path, std::string& r
         reason = error.what();
         return nullptr;
     }
+}
+
+void OnDelay(platform::Platform& machine, std::function<void(std::chrono::nanoseconds)> wait)
+{
+    static_cast<Machine&>(machine).OnDelay(std::move(wait));
 }
 
 std::vector<Library::Finding> Validate(const std::string& path)
@@ -62,7 +69,8 @@ std::vector<std::string> NotRecorded(const platform::Platform& machine)
 
 extern "C" const orbis::simulated::Library* OrbisSimulatedLibrary() noexcept
 {
-    static constexpr orbis::simulated::Library kLibrary{orbis::simulated::Load, orbis::simulated::Validate, orbis::simulated::Show,
+    static constexpr orbis::simulated::Library kLibrary{orbis::simulated::Load,     orbis::simulated::OnDelay,
+                                                        orbis::simulated::Validate, orbis::simulated::Show,
                                                         orbis::simulated::Describe, orbis::simulated::NotRecorded};
     return &kLibrary;
 }

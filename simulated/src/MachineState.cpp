@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <future>
 #include <numeric>
 #include <string_view>
 
@@ -110,6 +111,21 @@ const DiskModel* MachineState::DiskOf(const description::LooseVolume& volume) co
 {
     const auto found = std::ranges::find_if(disks, [&](const auto& disk) { return disk->number == volume.disk(); });
     return volume.has_disk() && found != disks.end() ? found->get() : nullptr;
+}
+
+void MachineState::Delay(double seconds, bool never) const
+{
+    if (!never && seconds <= 0) {
+        return;
+    }
+    if (wait) {
+        wait(never ? Machine::kNever
+                   : std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(seconds)));
+    } else if (!never) {
+        clock.Advance(std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(seconds)));
+    } else {
+        std::promise<void>().get_future().wait();  // nothing ever sets it
+    }
 }
 
 void MachineState::ReportMisuse(std::string what)

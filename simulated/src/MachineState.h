@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -67,7 +68,7 @@ public:
     const description::Machine description;
     std::vector<std::unique_ptr<DiskModel>> disks;
     std::uint32_t codePage;
-    Clock clock;
+    mutable Clock clock;
     OpenCounters open;
 
     // Disks that are plugged in now, in the order of the file.
@@ -76,6 +77,10 @@ public:
     [[nodiscard]] std::vector<const description::LooseVolume*> PresentLooseVolumes() const;
     // The disk that answers for such a letter, or null.
     [[nodiscard]] const DiskModel* DiskOf(const description::LooseVolume& volume) const;
+
+    // Lets the time of a delayed answer pass.
+    void Delay(double seconds, bool never) const;
+    std::function<void(std::chrono::nanoseconds)> wait;  // Machine::OnDelay
 
     void ReportMisuse(std::string what);
     [[nodiscard]] std::vector<std::string> Misuses() const;

@@ -341,6 +341,9 @@ public:
         });
         const auto made = std::ranges::find_if(kClasses, [&](const auto& entry) { return entry.first.IsAskedFor(query); });
         const bool isDescribed = described != classes.end();
+        if (isDescribed) {
+            m_Machine.Delay(described->delay(), described->never());
+        }
         if (isDescribed ? described->error() != 0 : made == kClasses.end()) {
             return WmiClassFails(isDescribed ? hresult::Make(described->error()) : hresult::kWbemInvalidClass);
         }

@@ -43,6 +43,14 @@ int main(int argc, char** argv)
     show(insight, "health", insight->health());
     show(insight, "message", insight->messageJson(datatype, &result->items->message));
     show(insight, "explain", insight->explain(datatype, &result->items->message, &result->items->itemId));
+#ifdef ORBIS_INSIGHT_HAS_WAITS
+    show(insight, "waits", insight->waits());
+    show(insight, "hide", insight->hideDisk(0, 1));
+    const OrbisResult* hidden = plugin->collect(object, index, NULL, NULL);
+    printf("items without disk 0: %d\n", (int)hidden->itemCount);
+    plugin->free(hidden);
+    show(insight, "show again", insight->hideDisk(0, 0));
+#endif
     show(insight, "unknown", insight->messageJson(&none, &none));
     show(insight, "null", insight->messageJson(NULL, &none));
     plugin->free(result);

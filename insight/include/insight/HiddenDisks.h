@@ -1,9 +1,13 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <optional>
+#include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "insight/Export.h"
@@ -11,16 +15,21 @@
 
 namespace orbis::insight {
 
-// A disk that is left out, by every name that it goes by.
+// A disk that is left out, by the names that it goes by. One of them is enough: the others are learnt from what passes by, from the
+// rows of Win32_DiskDrive and the names of the counter instances ("3 F: G:").
 struct HiddenDisk {
-    std::uint32_t number = 0;       // physical drive number
-    std::u16string interfacePath;   // device interface path of the walk, in any case
-    std::vector<char16_t> letters;  // drive letters of its volumes, upper case
+    std::optional<std::uint32_t> number{};  // physical drive number
+    std::u16string interfacePath{};         // device interface path of the walk, in any case
+    std::set<char16_t> letters{};           // drive letters of its volumes, upper case
 };
+
+// The disk behind a path that is opened: "\\.\PhysicalDrive3", "\\.\F:" or a device interface path.
+[[nodiscard]] ORBIS_INSIGHT_EXPORT HiddenDisk HiddenDiskOf(std::u16string_view path);
 
 // A machine without some of its disks: they are left out of the device walk, the drive letters, the counter instances and the rows
 // of WMI, and cannot be opened. A late or sleeping disk is kept from spoiling the others in this way: the collectors meet a machine
-// that does not have it. Safe to use from several threads at once.
+// that does not have it. Safe to use from several threads at once; a collection that is under way when a disk is hidden or shown
+// may have met it before.
 class ORBIS_INSIGHT_EXPORT HiddenDisks final : public platform::ForwardingPlatform,
                                                private platform::ForwardingDeviceIo,
                                                private platform::ForwardingSetup,
@@ -28,7 +37,13 @@ class ORBIS_INSIGHT_EXPORT HiddenDisks final : public platform::ForwardingPlatfo
                                                private platform::ForwardingPdh {
 public:
     // `inner` is not owned and must outlive this object.
-    HiddenDisks(platform::Platform& inner, std::vector<HiddenDisk> hidden);
+    explicit HiddenDisks(platform::Platform& inner);
+
+    void Hide(HiddenDisk disk);
+    // Shows the disk with this number, letter or path again.
+    void Show(const HiddenDisk& disk);
+    // What is hidden, with the names that were learnt.
+    [[nodiscard]] std::vector<HiddenDisk> Hidden() const;
 
     [[nodiscard]] platform::DeviceIo& DeviceIoPort() noexcept override { return *this; }
     [[nodiscard]] platform::Setup& SetupPort() noexcept override { return *this; }
@@ -36,7 +51,7 @@ public:
     [[nodiscard]] platform::Pdh& PdhPort() noexcept override { return *this; }
 
 private:
-    enum class RowKind { Drive, MediaType, Letter, CounterName };
+    enum class RowKind { Drive, MediaType, Letter, CounterName, SmartRow };
 
     platform::NativeHandle Open(const char16_t* path, std::uint32_t access, std::uint32_t share, void* security,
                                 std::uint32_t disposition, std::uint32_t flags, platform::NativeHandle templateFile) override;
@@ -54,19 +69,25 @@ private:
     void Release(platform::ComObject* object) noexcept override;
 
     platform::PdhStatus EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters) override;
+    platform::PdhStatus CounterInstances(platform::PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters) override;
 
-    [[nodiscard]] bool IsHiddenNumber(std::uint64_t number) const;
-    [[nodiscard]] bool IsHiddenLetter(char16_t letter) const;
-    [[nodiscard]] bool IsHiddenPath(std::u16string_view path) const;
-    // "1 D: E:" of a hidden drive 1.
-    [[nodiscard]] bool IsHiddenInstance(std::u16string_view name) const;
+    // A hidden disk that has one of these names, or null. Under the lock.
+    [[nodiscard]] HiddenDisk* Find(const HiddenDisk& names);
+    [[nodiscard]] bool IsHidden(const HiddenDisk& names);
+    // Adds these names to the hidden disk that has one of them, and says whether there is one.
+    bool Learn(const HiddenDisk& names);
+    [[nodiscard]] bool IsAnyHidden() const noexcept { return m_Count.load(std::memory_order_acquire) != 0; }
     [[nodiscard]] bool IsHiddenRow(platform::ComObject* row, RowKind kind);
     [[nodiscard]] std::u16string PathOf(platform::DeviceInfoSetHandle set, const platform::DeviceInterfaceData& data);
     // The position in the whole walk of the disk that stands at `index` of the visible ones.
     [[nodiscard]] std::uint32_t WholeIndex(platform::DeviceInfoSetHandle set, std::uint32_t index);
+    // Filters a list of instances that `list` gives, as EnumInstances does.
+    template <class List>
+    platform::PdhStatus VisibleInstances(const List& list, char16_t* buffer, std::uint32_t* characters);
 
-    const std::vector<HiddenDisk> m_Hidden;
-    std::mutex m_Lock;
+    mutable std::mutex m_Lock;
+    std::vector<HiddenDisk> m_Hidden;
+    std::atomic<std::size_t> m_Count{0};                                            // of the hidden ones
     std::map<platform::DeviceInfoSetHandle, std::vector<std::uint32_t>> m_Visible;  // whole indices, as far as they were looked at
     std::map<platform::ComObject*, RowKind> m_Filtered;                             // enumerators whose rows name disks
 };

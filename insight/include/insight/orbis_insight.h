@@ -22,6 +22,8 @@ extern "C" {
 
 /* Version of the table that this header describes. */
 #define ORBIS_INSIGHT_VERSION 1u
+/* This header has hideDisk and waits. */
+#define ORBIS_INSIGHT_HAS_WAITS 1
 
 /* What a function answers; freed with OrbisInsight.free. */
 typedef struct OrbisInsightResult {
@@ -51,6 +53,14 @@ typedef struct OrbisInsight {
     const OrbisInsightResult*(ORBIS_CALL* messageJson)(const OrbisText* datatype, const OrbisText* message);
     /* Frees a result; null is ignored. */
     void(ORBIS_CALL* free)(const OrbisInsightResult* result);
+
+    /* The table of release 0.1 ends here: look at structSize before using what follows. */
+
+    /* Leaves the disk with this drive number out of every collection from now on (`isHidden` not 0), or takes it in again: the
+     * collectors meet a machine without it and send it nothing. For a disk that is late or asleep. */
+    const OrbisInsightResult*(ORBIS_CALL* hideDisk)(uint32_t number, int32_t isHidden);
+    /* A WaitsReport: what the collections wait for at this moment, and for how long. To be called on another thread than theirs. */
+    const OrbisInsightResult*(ORBIS_CALL* waits)(void);
 } OrbisInsight;
 
 /* The one function that the library exports, under this name. Never fails and never returns null. */

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -23,6 +25,8 @@ struct Library {
 
     // The machine of a file; null, with the reason, when none can be made of it.
     std::unique_ptr<platform::Platform> (*load)(const std::string& path, std::string& reason);
+    // Machine::OnDelay of such a machine.
+    void (*onDelay)(platform::Platform& machine, std::function<void(std::chrono::nanoseconds)> wait);
     // What is wrong or odd with a file.
     std::vector<Finding> (*validate)(const std::string& path);
     // What a file describes, for people; false, with the reason in its place, when no machine can be made of it.

@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <string>
@@ -87,6 +88,13 @@ public:
 
     // Moves the machine's clock, as Sleep does.
     void AdvanceClock(std::chrono::nanoseconds time);
+
+    // The time that an answer which never comes takes.
+    static constexpr std::chrono::nanoseconds kNever = std::chrono::nanoseconds::max();
+    // Called, on the thread that asks, before an answer that the description delays, instead of what happens otherwise: the
+    // machine's clock moves at once, and for an answer that never comes the thread waits for good. What it throws leaves the
+    // platform call.
+    void OnDelay(std::function<void(std::chrono::nanoseconds)> wait);
 
 private:
     friend std::unique_ptr<Machine> ParseMachine(std::string_view text, const std::string& name);

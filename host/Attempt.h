@@ -1,0 +1,104 @@
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ChildProcess.h"
+#include "insight/Waits.h"
+#include "orbis/host/supervision.pb.h"
+
+namespace orbis::host {
+
+// The supervisor's clock. A simulated machine's delays pass at once: nobody sleeps for them.
+class SupervisionClock {
+public:
+    using TimePoint = std::chrono::steady_clock::time_point;
+
+    [[nodiscard]] TimePoint Now() const { return std::chrono::steady_clock::now() + m_Ahead; }
+    // A moment of this clock as one of the steady clock.
+    [[nodiscard]] TimePoint Real(TimePoint time) const { return time - m_Ahead; }
+    void JumpTo(TimePoint time) { m_Ahead += std::max(TimePoint::duration{}, time - Now()); }
+
+private:
+    TimePoint::duration m_Ahead{};
+};
+
+// The last answer of each datatype and item id, and when it came.
+using LastAnswers = std::map<std::pair<std::string, std::string>, std::pair<LastAnswer, SupervisionClock::TimePoint>>;
+
+// One process that collects, as its supervisor sees it.
+class Attempt {
+public:
+    using TimePoint = SupervisionClock::TimePoint;
+    enum class State {
+        Collecting,
+        Asleep,   // a simulated machine's answer is delayed
+        Ready,    // waits until it may write
+        Writing,  // may write
+        Between,  // two passes of a watch
+        Ended,
+    };
+
+    // Starts a process that leaves out what `task` says.
+    Attempt(const std::vector<std::string>& arguments, const Assignment& task, TimePoint now);
+
+    // Takes in what the process has sent; answers of its disks go to `last`.
+    void Read(const SupervisionClock& clock, LastAnswers& last);
+
+    [[nodiscard]] State GetState() const noexcept { return m_State; }
+    [[nodiscard]] bool IsLive() const noexcept { return m_State != State::Ended; }
+    // Whether a new pass began since this was asked last.
+    [[nodiscard]] bool TakePassBegan() { return std::exchange(m_PassBegan, false); }
+    [[nodiscard]] const std::vector<LateSource>& Late() const noexcept { return m_Late; }
+    [[nodiscard]] TimePoint Started() const noexcept { return m_Started; }
+    [[nodiscard]] TimePoint WakesAt() const noexcept { return m_WakesAt; }
+    [[nodiscard]] std::uint32_t Passes() const noexcept { return m_Passes; }
+    [[nodiscard]] int Status() const noexcept { return m_Status; }
+    // How it ended, when it has; nothing while nobody knows.
+    [[nodiscard]] const std::optional<ChildEnd>& End() const noexcept { return m_End; }
+    // What this pass has waited for longest.
+    [[nodiscard]] std::optional<WaitedFor> Culprit(TimePoint now) const;
+    // What it waits for now.
+    [[nodiscard]] const std::optional<WaitedFor>& Waiting() const noexcept { return m_Waiting; }
+    [[nodiscard]] TimePoint WaitingSince() const noexcept { return m_WaitingSince; }
+
+    // It may write, or is to begin its pass anew; `passes` were shown before.
+    void Go(std::uint32_t passes);
+    void Discard(std::uint32_t passes);
+    void Wake();
+    [[nodiscard]] ChildProcess& Process() noexcept { return m_Process; }
+
+    bool isCommitted = false;  // it has written
+    bool isShadow = false;     // its pass was given up; it goes on beside the others until it answers
+    bool isStale = false;      // what it brings back is of that pass
+
+private:
+    void Take(const ChildReport& report, const SupervisionClock& clock, LastAnswers& last);
+    void EndWait(TimePoint now);
+    void Send(char command, std::uint32_t passes);
+
+    ChildProcess m_Process;
+    std::vector<LateSource> m_Late;
+    TimePoint m_Started;
+    State m_State = State::Collecting;
+    std::string m_Incoming;
+    std::optional<WaitedFor> m_Waiting;
+    TimePoint m_WaitingSince;
+    TimePoint m_WakesAt;
+    struct Spent {
+        TimePoint::duration time{};
+        WaitedFor last;
+    };
+    std::map<std::string, Spent> m_Spent;  // by disk or source
+    bool m_PassBegan = false;
+    std::uint32_t m_Passes = 0;
+    int m_Status = 0;
+    std::optional<ChildEnd> m_End;
+};
+
+}  // namespace orbis::host

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "ChildProcess.h"
+#include "insight/Waits.h"
+#include "orbis/host/supervision.pb.h"
+
+namespace orbis::host {
+
+// The collecting process's side of --deadline. It tells its supervisor what it waits for, and writes nothing, on any stream or
+// file, before the supervisor has chosen it: there may be another one that collects without a late disk.
+class Supervised final : public insight::WaitListener {
+public:
+    // The supervised process that this is; null in one that collects by itself.
+    [[nodiscard]] static Supervised* Get() noexcept;
+    // Makes this process a supervised one and reads what it is to do; `pipe` is what ChildPipe takes.
+    static void Begin(const std::string& pipe);
+
+    [[nodiscard]] const Assignment& Task() const noexcept { return m_Task; }
+    [[nodiscard]] double SecondsSinceStart() const;
+    // Until the deadline of the pass that goes on.
+    [[nodiscard]] double SecondsLeft() const;
+
+    // Waits until this process may write. False: the supervisor wants none of this pass.
+    [[nodiscard]] bool MayWrite();
+    // Text for standard error: written when this process may write.
+    void Hold(std::string text);
+
+    // A later pass of a watch begins; a pass ends, with what the exit status would be now. Answers are those to be shown while
+    // their disk is late.
+    void BeginPass();
+    void EndPass(int status, const std::vector<LastAnswer>& answers);
+
+    // Whether the supervisor wants none of this pass.
+    [[nodiscard]] bool IsUnwanted() const noexcept { return m_IsUnwanted; }
+
+    // Adds to what is waited for the disk behind the path, as far as it is known.
+    void IdentifyWith(std::function<void(WaitedFor&)> identify) { m_Identify = std::move(identify); }
+
+    // Waits as long as a simulated machine delays an answer.
+    void Delay(std::chrono::nanoseconds time);
+
+    void Began(const insight::Source& source, std::string_view what) noexcept override;
+    void Ended() noexcept override;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    explicit Supervised(const std::string& pipe);
+    void Send(const ChildReport& report);
+    [[nodiscard]] char Receive();
+    void WriteHeld();
+
+    ChildPipe m_Pipe;
+    Assignment m_Task;
+    std::mutex m_Lock;
+    const Clock::time_point m_Started = Clock::now();
+    Clock::time_point m_Deadline;
+    std::function<void(WaitedFor&)> m_Identify;
+    std::string m_Held;
+    bool m_MayWrite = false;
+    bool m_IsUnwanted = false;  // this pass
+};
+
+// Writes what a supervised process still holds back, once it may; to be called before the process ends.
+void EndSupervised();
+
+}  // namespace orbis::host

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace orbis::host {
+
+struct Supervision {
+    double seconds = 0;                  // the deadline of a pass
+    bool isWatch = false;                // collect until interrupted
+    std::vector<std::string> arguments;  // of this program, in UTF-8, without its name
+};
+
+// Runs this command in a process of its own that may be late: what it does not answer within the deadline is left out, and
+// collected without. Returns the exit status.
+[[nodiscard]] int Supervise(const Supervision& supervision);
+
+}  // namespace orbis::host
