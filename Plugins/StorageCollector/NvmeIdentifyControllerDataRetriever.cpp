@@ -24,9 +24,9 @@ namespace {
 using Item = Common::CollectionDatatypeItem<datatypes::NvmeIdentifyControllerData>;
 using orbis::platform::ValidUtf8;
 
-constexpr std::string_view kFile = "Plugins\\StorageCollector\\NvmeIdentifyControllerDataRetriever";
-constexpr std::string_view kGetData = "Veyra::Orbis::Plugins::NvmeDataGetter::GetIdentifyControllerData";
-constexpr std::string_view kCollectData = "Veyra::Orbis::Plugins::NvmeIdentifyControllerDataRetriever::CollectData";
+constexpr std::string_view kIdentifyFile = "Plugins\\StorageCollector\\NvmeIdentifyControllerDataRetriever";
+constexpr std::string_view kGetIdentifyData = "Veyra::Orbis::Plugins::NvmeDataGetter::GetIdentifyControllerData";
+constexpr std::string_view kCollectIdentifyData = "Veyra::Orbis::Plugins::NvmeIdentifyControllerDataRetriever::CollectData";
 
 // Intentional: the bytes stand in the text as they are, read as UTF-8 and not as hexadecimal digits, whatever the "0x" says.
 std::string ByteStringObjects(const std::string& key, const datatypes::NvmeIdentifyControllerData& data)
@@ -40,7 +40,7 @@ std::string ByteStringObjects(const std::string& key, const datatypes::NvmeIdent
 
 NvmeDataGetter::MessageMap<datatypes::NvmeIdentifyControllerData> NvmeDataGetter::GetIdentifyControllerData(Common::IZelLog& log)
 {
-    const LogSite site{log, kFile, kGetData};
+    const LogSite site{log, kIdentifyFile, kGetIdentifyData};
     const auto debug = [&site](std::string_view text) { site.Debug(text, __LINE__); };
     MessageMap<datatypes::NvmeIdentifyControllerData> collected;
     const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
@@ -70,7 +70,7 @@ NvmeIdentifyControllerDataRetriever::NvmeIdentifyControllerDataRetriever(std::sh
 Common::CollectionList<datatypes::NvmeIdentifyControllerData> NvmeIdentifyControllerDataRetriever::CollectData(
     const Sdk::Common::Identifiers::ItemId& itemId)
 {
-    const LogSite log{*m_Log, kFile, kCollectData};
+    const LogSite log{*m_Log, kIdentifyFile, kCollectIdentifyData};
     log.Debug(fmt::format("datatypeId: 'NvmeIdentifyControllerData', itemId: '{0}'", itemId.ToString()), __LINE__);
     const Common::CollectionTime now = orbis::platform::Time::Current().UtcNow();
     NvmeDataGetter::MessageMap<datatypes::NvmeIdentifyControllerData> collected;

@@ -31,11 +31,11 @@ using Cpp::Common::WmiCommonLib;
 using Cpp::Common::WmiNamespace;
 using Sdk::Common::Identifiers::ItemId;
 
-constexpr std::string_view kFile = R"(Plugins\StorageCollector\PhysicalDiskDynamicInfoRetriever)";
+constexpr std::string_view kDynamicFile = R"(Plugins\StorageCollector\PhysicalDiskDynamicInfoRetriever)";
 constexpr std::string_view kSelect = "Veyra::Orbis::Plugins::SelectItemIdsIfDiskGuidIsEmpty";
 constexpr std::string_view kRefresh = "Veyra::Orbis::Plugins::PhysicalDiskDynamicInfoRetriever::RefreshPdhQuery";
 constexpr std::string_view kQueryNames = "Veyra::Orbis::Plugins::PhysicalDiskDynamicInfoRetriever::QueryPhysicalDiskNameByWMI";
-constexpr std::string_view kGetData = "Veyra::Orbis::Plugins::PhysicalDiskDynamicInfoRetriever::GetDynamicDiskData";
+constexpr std::string_view kGetDynamicData = "Veyra::Orbis::Plugins::PhysicalDiskDynamicInfoRetriever::GetDynamicDiskData";
 constexpr std::string_view kCollect = "Veyra::Orbis::Plugins::PhysicalDiskDynamicInfoRetriever::CollectData";
 
 constexpr const char* kObject = "PhysicalDisk";
@@ -102,7 +102,7 @@ struct PhysicalDiskDynamicInfoRetriever::Inventory {
 std::vector<std::string> SelectItemIdsIfDiskGuidIsEmpty(Common::IZelLog& log)
 {
     std::vector<std::string> itemIds;
-    const auto debug = [site = LogSite{log, kFile, kSelect}](std::string_view text) { site.Debug(text, __LINE__); };
+    const auto debug = [site = LogSite{log, kDynamicFile, kSelect}](std::string_view text) { site.Debug(text, __LINE__); };
     WalkPhysicalDisks("SelectItemIdsIfDiskGuidIsEmpty", debug, [&](const WalkedDisk& disk) {
         if (disk.isInvalid) {
             itemIds.push_back(disk.itemId.ToString());
@@ -123,7 +123,7 @@ PhysicalDiskDynamicInfoRetriever::PhysicalDiskDynamicInfoRetriever(std::shared_p
 
 void PhysicalDiskDynamicInfoRetriever::RefreshPdhQuery()
 {
-    const LogSite log{*m_Log, kFile, kRefresh};
+    const LogSite log{*m_Log, kDynamicFile, kRefresh};
     m_PdhCountersMap.clear();
     try {
         m_Query = PdhQuery::OpenQuery(std::nullopt, 0);
@@ -177,7 +177,7 @@ void PhysicalDiskDynamicInfoRetriever::RefreshPdhQuery()
 
 void PhysicalDiskDynamicInfoRetriever::QueryPhysicalDiskNameByWMI()
 {
-    const LogSite log{*m_Log, kFile, kQueryNames};
+    const LogSite log{*m_Log, kDynamicFile, kQueryNames};
     try {
         std::vector<std::string> names;
         for (WmiCommonLib rows(u"SELECT * FROM Win32_PerfFormattedData_PerfDisk_PhysicalDisk", WmiNamespace::CimV2); !rows.IsEnd();
@@ -194,7 +194,7 @@ void PhysicalDiskDynamicInfoRetriever::QueryPhysicalDiskNameByWMI()
 
 PhysicalDiskDynamicInfoRetriever::Map PhysicalDiskDynamicInfoRetriever::GetDynamicDiskData()
 {
-    const LogSite log{*m_Log, kFile, kGetData};
+    const LogSite log{*m_Log, kDynamicFile, kGetDynamicData};
     Map map;
     try {
         Inventory inventory;
@@ -291,7 +291,7 @@ void PhysicalDiskDynamicInfoRetriever::CollectInstance(const std::string& name, 
     std::int64_t megaBytesRead = 0;
     std::int64_t megaBytesWritten = 0;
     Cpp::Common::PhysicalDiskInfoProvider().GetMegaBytesTransferred(driveLetter, megaBytesRead, megaBytesWritten);
-    const LogSite log{*m_Log, kFile, kGetData};
+    const LogSite log{*m_Log, kDynamicFile, kGetDynamicData};
     log.Trace(fmt::format("name: {0}, mega_bytes_read: {1}, bytes_write: {2}", orbis::platform::ValidUtf8(driveLetter),
                           megaBytesRead, megaBytesWritten),
               __LINE__);
@@ -312,7 +312,7 @@ void PhysicalDiskDynamicInfoRetriever::CollectInstance(const std::string& name, 
 Common::CollectionList<PhysicalDiskDynamicInfoRetriever::Message> PhysicalDiskDynamicInfoRetriever::CollectData(
     const ItemId& itemId)
 {
-    const LogSite log{*m_Log, kFile, kCollect};
+    const LogSite log{*m_Log, kDynamicFile, kCollect};
     const auto collectionTime = orbis::platform::Time::Current().UtcNow();
     const Map map = GetDynamicDiskData();
     if (!itemId.IsAll()) {

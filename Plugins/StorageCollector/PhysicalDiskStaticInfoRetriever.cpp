@@ -27,9 +27,9 @@ using Sdk::Common::Identifiers::ItemId;
 
 namespace {
 
-constexpr std::string_view kFile = "Plugins\\StorageCollector\\PhysicalDiskStaticInfoRetriever";
+constexpr std::string_view kStaticFile = "Plugins\\StorageCollector\\PhysicalDiskStaticInfoRetriever";
 constexpr std::string_view kGetStaticDiskData = "Veyra::Orbis::Plugins::PhysicalDiskStaticInfoRetriever::GetStaticDiskData";
-constexpr std::string_view kCollectData = "Veyra::Orbis::Plugins::PhysicalDiskStaticInfoRetriever::CollectData";
+constexpr std::string_view kCollectStaticData = "Veyra::Orbis::Plugins::PhysicalDiskStaticInfoRetriever::CollectData";
 
 void SetMedia(datatypes::PhysicalDiskStaticInfo& message, datatypes::DiskType type, std::initializer_list<const char*> capability)
 {
@@ -107,7 +107,7 @@ PhysicalDiskStaticInfoRetriever::PhysicalDiskStaticInfoRetriever(std::shared_ptr
 Common::CollectionList<datatypes::PhysicalDiskStaticInfo> PhysicalDiskStaticInfoRetriever::CollectData(const ItemId& itemId)
 {
     const std::scoped_lock lock(m_lockObject);
-    const LogSite log{*m_Log, kFile, kCollectData};
+    const LogSite log{*m_Log, kStaticFile, kCollectStaticData};
     const Common::CollectionTime now = orbis::platform::Time::Current().UtcNow();
     const MessageMap disks = GetStaticDiskData();
     if (disks.IsEmpty()) {
@@ -125,7 +125,7 @@ Common::CollectionList<datatypes::PhysicalDiskStaticInfo> PhysicalDiskStaticInfo
 PhysicalDiskStaticInfoRetriever::MessageMap PhysicalDiskStaticInfoRetriever::GetStaticDiskData()
 {
     MessageMap disks;
-    const LogSite log{*m_Log, kFile, kGetStaticDiskData};
+    const LogSite log{*m_Log, kStaticFile, kGetStaticDiskData};
     const auto debug = [&log](std::string_view text) { log.Debug(text, __LINE__); };
     WalkPhysicalDisks("GetStaticDiskData", debug, [&](WalkedDisk& disk) {
         if (disk.isInvalid) {

@@ -21,15 +21,15 @@ namespace {
 using Cpp::Common::SmartDataProvider;
 using Cpp::Common::HardwareAccessLib::BasicDiskInfo;
 
-constexpr std::string_view kFile = "Plugins\\StorageCollector\\SmartDynamicInfoRetriever";
-constexpr std::string_view kGetData = "Veyra::Orbis::Plugins::SmartDataGetter::GetDynamicDiskData";
-constexpr std::string_view kCollectData = "Veyra::Orbis::Plugins::SmartDynamicInfoRetriever::CollectData";
+constexpr std::string_view kSmartDynamicFile = "Plugins\\StorageCollector\\SmartDynamicInfoRetriever";
+constexpr std::string_view kGetSmartDynamicData = "Veyra::Orbis::Plugins::SmartDataGetter::GetDynamicDiskData";
+constexpr std::string_view kCollectSmartDynamicData = "Veyra::Orbis::Plugins::SmartDynamicInfoRetriever::CollectData";
 
 }  // namespace
 
 SmartDataGetter::MessageMap<datatypes::SmartDynamicInfo> SmartDataGetter::GetDynamicDiskData(Common::IZelLog& log)
 {
-    const LogSite site{log, kFile, kGetData};
+    const LogSite site{log, kSmartDynamicFile, kGetSmartDynamicData};
     const SmartDataProvider provider;
     const std::vector<BasicDiskInfo> disks = provider.GetAllBasicDiskInfo({});
     const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
@@ -52,7 +52,7 @@ SmartDynamicInfoRetriever::SmartDynamicInfoRetriever(std::shared_ptr<Common::IZe
 Common::CollectionList<datatypes::SmartDynamicInfo> SmartDynamicInfoRetriever::CollectData(
     const Sdk::Common::Identifiers::ItemId& itemId)
 try {
-    const LogSite log{*m_Log, kFile, kCollectData};
+    const LogSite log{*m_Log, kSmartDynamicFile, kCollectSmartDynamicData};
     const Common::CollectionTime now = orbis::platform::Time::Current().UtcNow();
     const auto collected = SmartDataGetter::GetDynamicDiskData(*m_Log);
     if (collected.IsEmpty()) {
@@ -66,7 +66,7 @@ try {
     log.Trace(fmt::format("Got total info for SmartDynamicInfoCollector: {0}", items.size()), __LINE__);
     return items;
 } catch (const Sdk::Exceptions::NotSupportedException& exception) {
-    LogSite{*m_Log, kFile, kCollectData}.Error(exception, __LINE__);
+    LogSite{*m_Log, kSmartDynamicFile, kCollectSmartDynamicData}.Error(exception, __LINE__);
     return std::vector<Common::CollectionDatatypeItem<datatypes::SmartDynamicInfo>>{};
 }
 

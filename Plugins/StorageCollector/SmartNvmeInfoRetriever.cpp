@@ -22,15 +22,15 @@ namespace {
 
 using Item = Common::CollectionDatatypeItem<datatypes::SmartNvmeInfo>;
 
-constexpr std::string_view kFile = "Plugins\\StorageCollector\\SmartNvmeInfoRetriever";
-constexpr std::string_view kGetData = "Veyra::Orbis::Plugins::NvmeDataGetter::GetNvmeHealthData";
-constexpr std::string_view kCollectData = "Veyra::Orbis::Plugins::SmartNvmeInfoRetriever::CollectData";
+constexpr std::string_view kHealthFile = "Plugins\\StorageCollector\\SmartNvmeInfoRetriever";
+constexpr std::string_view kGetHealthData = "Veyra::Orbis::Plugins::NvmeDataGetter::GetNvmeHealthData";
+constexpr std::string_view kCollectHealthData = "Veyra::Orbis::Plugins::SmartNvmeInfoRetriever::CollectData";
 
 }  // namespace
 
 NvmeDataGetter::MessageMap<datatypes::SmartNvmeInfo> NvmeDataGetter::GetNvmeHealthData(Common::IZelLog& log)
 {
-    const LogSite site{log, kFile, kGetData};
+    const LogSite site{log, kHealthFile, kGetHealthData};
     const auto debug = [&site](std::string_view text) { site.Debug(text, __LINE__); };
     MessageMap<datatypes::SmartNvmeInfo> collected;
     const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
@@ -59,7 +59,7 @@ SmartNvmeInfoRetriever::SmartNvmeInfoRetriever(std::shared_ptr<Common::IZelLog> 
 
 Common::CollectionList<datatypes::SmartNvmeInfo> SmartNvmeInfoRetriever::CollectData(const Sdk::Common::Identifiers::ItemId& itemId)
 {
-    const LogSite log{*m_Log, kFile, kCollectData};
+    const LogSite log{*m_Log, kHealthFile, kCollectHealthData};
     const Common::CollectionTime now = orbis::platform::Time::Current().UtcNow();
     NvmeDataGetter::MessageMap<datatypes::SmartNvmeInfo> collected;
     try {

@@ -20,15 +20,15 @@ namespace {
 using Cpp::Common::SmartDataProvider;
 using Cpp::Common::HardwareAccessLib::BasicDiskInfo;
 
-constexpr std::string_view kFile = "Plugins\\StorageCollector\\SmartStaticInfoRetriever";
-constexpr std::string_view kGetData = "Veyra::Orbis::Plugins::SmartDataGetter::GetStaticDiskData";
-constexpr std::string_view kCollectData = "Veyra::Orbis::Plugins::SmartStaticInfoRetriever::CollectData";
+constexpr std::string_view kSmartStaticFile = "Plugins\\StorageCollector\\SmartStaticInfoRetriever";
+constexpr std::string_view kGetSmartStaticData = "Veyra::Orbis::Plugins::SmartDataGetter::GetStaticDiskData";
+constexpr std::string_view kCollectSmartStaticData = "Veyra::Orbis::Plugins::SmartStaticInfoRetriever::CollectData";
 
 }  // namespace
 
 SmartDataGetter::MessageMap<datatypes::SmartStaticInfo> SmartDataGetter::GetStaticDiskData(Common::IZelLog& log)
 {
-    const LogSite site{log, kFile, kGetData};
+    const LogSite site{log, kSmartStaticFile, kGetSmartStaticData};
     const SmartDataProvider provider;
     const std::vector<BasicDiskInfo> disks = provider.GetAllBasicDiskInfo({});
     const std::vector<DiskDeviceInfo> devices = StorageHelper::getDeviceInfo();
@@ -52,7 +52,7 @@ SmartStaticInfoRetriever::SmartStaticInfoRetriever(std::shared_ptr<Common::IZelL
 Common::CollectionList<datatypes::SmartStaticInfo> SmartStaticInfoRetriever::CollectData(
     const Sdk::Common::Identifiers::ItemId& itemId)
 {
-    const LogSite log{*m_Log, kFile, kCollectData};
+    const LogSite log{*m_Log, kSmartStaticFile, kCollectSmartStaticData};
     const Common::CollectionTime now = orbis::platform::Time::Current().UtcNow();
     const auto collected = SmartDataGetter::GetStaticDiskData(*m_Log);
     if (collected.IsEmpty()) {

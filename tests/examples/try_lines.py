@@ -43,8 +43,8 @@ def main():
     parser.add_argument("languages", nargs="*")
     arguments = parser.parse_args()
 
-    # The system's Python before others: the lines speak of its packages.
-    environment = {**os.environ, "PATH": "/usr/bin:" + os.environ["PATH"], "PYTHONDONTWRITEBYTECODE": "1"}
+    # The system's Python before others: the lines speak of its packages. Compilers through ccache where Debian's package of it has put them.
+    environment = {**os.environ, "PATH": "/usr/lib/ccache:/usr/bin:" + os.environ["PATH"], "PYTHONDONTWRITEBYTECODE": "1"}
     environment.pop("PYTHONPATH", None)
     if arguments.prefix:
         environment["PKG_CONFIG_PATH"] = str(arguments.prefix / "lib/pkgconfig")

@@ -47,7 +47,8 @@ TEST(TableTest, CutsTextInTheMiddleNumbersNeverAndBecomesBlocksBelowThat)
 TEST(TextTest, ShowsWhatWouldDriveTheTerminalAndKnowsItsWidth)
 {
     using namespace std::string_literals;
-    EXPECT_EQ(Printable("a\x1B[2J\0b\x7F\n\xC2\x9B"s + "1m\u00E4\xFF\u202Ex\u2028"),
+    EXPECT_EQ(Printable("a\x1B[2J\0b\x7F\n\xC2\x9B"
+                        "1m\u00E4\xFF\u202Ex\u2028"s),
               "a\\x1B[2J\\x00b\\x7F\\x0A\\x9B1m\u00E4\\xFF\\u202Ex\\u2028");
     EXPECT_EQ(Ascii("45 \u00B0C \u2026 \u2588 \u00E4 \U0001F4BE"), "45 C ~ # \\xE4 \\U0001F4BE");
     EXPECT_EQ(DisplayWidth("a\u0308\u0340\u036F\u2026\u6570"), 4U) << "a combining mark takes no column, a Chinese character two";

@@ -19,7 +19,7 @@ namespace scsi = orbis::protocol::scsi;
 
 // Failures carry lines that are fixed, because support quotes them; they are not lines of this file. All lines of
 // this unit are documented.
-constexpr std::string_view kUnit = R"(cpp\Common\src\HardwareAccess)";
+constexpr std::string_view kHardwareUnit = R"(cpp\Common\src\HardwareAccess)";
 constexpr std::uint32_t kTimeOutSeconds = 60;
 constexpr std::uint8_t kMakerLogAddress = 0x9A;
 constexpr std::uint32_t kReadWrite = kGenericRead | kGenericWrite;
@@ -49,7 +49,7 @@ std::u16string HardwareAccess::GetDeviceInstanceId(const DeviceInfoSet& deviceIn
     Setup& setup = Setup::Current();
     DeviceInfoData device;
     if (!setup.EnumDeviceInfo(deviceInfoSet.Get(), index, &device)) {
-        ThrowWin32(setup.LastError(), kUnit, 35);
+        ThrowWin32(setup.LastError(), kHardwareUnit, 35);
     }
     // Intentional: the size given is 255 bytes, not characters, so ids of more than 126 characters fail and read as empty.
     std::array<char16_t, 255> buffer{};
@@ -67,20 +67,20 @@ std::u16string HardwareAccess::GetDevicePath(const DeviceInfoSet& deviceInfoSet,
     Setup& setup = Setup::Current();
     DeviceInterfaceData interfaceData;
     if (!setup.EnumDeviceInterfaces(deviceInfoSet.Get(), kDiskInterfaceGuid, index, &interfaceData)) {
-        ThrowWin32(setup.LastError(), kUnit, 61);
+        ThrowWin32(setup.LastError(), kHardwareUnit, 61);
     }
     std::uint32_t required = 0;
     if (setup.DeviceInterfaceDetail(deviceInfoSet.Get(), interfaceData, nullptr, 0, &required)) {
-        throw ResultException(hresult::kUnexpected, kUnit, 63);
+        throw ResultException(hresult::kUnexpected, kHardwareUnit, 63);
     }
     if (required == 0) {
-        throw ResultException(hresult::kUnexpected, kUnit, 64);
+        throw ResultException(hresult::kUnexpected, kHardwareUnit, 64);
     }
     // Never less than the fixed header, whatever size the call returned.
     std::vector<std::uint8_t> detail(std::max(required, kDeviceInterfaceDetailHeaderSize));
     std::memcpy(detail.data(), &kDeviceInterfaceDetailHeaderSize, sizeof(kDeviceInterfaceDetailHeaderSize));
     if (!setup.DeviceInterfaceDetail(deviceInfoSet.Get(), interfaceData, detail.data(), required, &required)) {
-        ThrowWin32(setup.LastError(), kUnit, 68);
+        ThrowWin32(setup.LastError(), kHardwareUnit, 68);
     }
     std::u16string path((detail.size() - kDeviceInterfaceDetailPathOffset) / sizeof(char16_t), u'\0');
     std::memcpy(path.data(), detail.data() + kDeviceInterfaceDetailPathOffset, path.size() * sizeof(char16_t));
@@ -119,12 +119,12 @@ BasicDiskInfo HardwareAccess::GetBasicDiskInfo(std::uint32_t index, const MediaT
 {
     const DeviceInfoSet set = GetClassDevs(&kDiskInterfaceGuid, nullptr, nullptr, kDigcfPresent | kDigcfDeviceInterface);
     if (!set.IsValid()) {
-        ThrowWin32(Setup::Current().LastError(), kUnit, 116);
+        ThrowWin32(Setup::Current().LastError(), kHardwareUnit, 116);
     }
     BasicDiskInfo disk;
     disk.devicePath = GetDevicePath(set, index);
     if (disk.devicePath.empty()) {
-        throw ResultException(hresult::kUnexpected, kUnit, 121);
+        throw ResultException(hresult::kUnexpected, kHardwareUnit, 121);
     }
     disk.instanceId = GetDeviceInstanceId(set, index);
     disk.physicalDriveNumber = GetDeviceNumber(disk.devicePath);
@@ -139,9 +139,9 @@ BasicDiskInfo HardwareAccess::GetBasicDiskInfo(std::uint32_t index, const MediaT
 std::uint32_t HardwareAccess::GetDeviceNumber(const std::u16string& devicePath)
 {
     StorageDeviceNumber number;
-    const std::uint32_t returned = Ask(devicePath, kGenericRead, kIoctlStorageGetDeviceNumber, number, {kUnit, 48, 51});
+    const std::uint32_t returned = Ask(devicePath, kGenericRead, kIoctlStorageGetDeviceNumber, number, {kHardwareUnit, 48, 51});
     if (returned != sizeof(number)) {
-        throw ResultException(hresult::kUnexpected, kUnit, 52);
+        throw ResultException(hresult::kUnexpected, kHardwareUnit, 52);
     }
     return number.deviceNumber;
 }
@@ -149,7 +149,7 @@ std::uint32_t HardwareAccess::GetDeviceNumber(const std::u16string& devicePath)
 std::uint64_t HardwareAccess::GetDiskSizeInMegaBytes(std::uint32_t physicalDriveNumber)
 {
     DiskGeometry geometry;
-    Ask(MakePhysicalDrivePath(physicalDriveNumber), kReadWrite, kIoctlDiskGetDriveGeometry, geometry, {kUnit, 446, 449});
+    Ask(MakePhysicalDrivePath(physicalDriveNumber), kReadWrite, kIoctlDiskGetDriveGeometry, geometry, {kHardwareUnit, 446, 449});
     const std::uint64_t bytes = static_cast<std::uint64_t>(geometry.cylinders) * geometry.tracksPerCylinder *
                                 geometry.sectorsPerTrack * geometry.bytesPerSector;
     return bytes >> 20U;
@@ -183,7 +183,7 @@ bool HardwareAccess::ProbeScsiInquiry(const std::u16string& path)
 {
     alignas(Sector) std::array<std::uint8_t, 36> data{};
     constexpr std::array<std::uint8_t, 6> kInquiry{scsi::kInquiry, 0, 0, 0, data.size(), 0};
-    return (ReadByScsi(path, kInquiry, data, {kUnit, 237, 251}) & scsi::kCheckCondition) == 0 && HasData(data);
+    return (ReadByScsi(path, kInquiry, data, {kHardwareUnit, 237, 251}) & scsi::kCheckCondition) == 0 && HasData(data);
 }
 
 std::string HardwareAccess::GetModelFromIdentify(const std::u16string& path)
@@ -305,20 +305,20 @@ std::uint8_t HardwareAccess::ReadByAta(const std::u16string& path, std::uint8_t 
 // Intentional: neither way checks the status of IDENTIFY DEVICE, only whether data arrived.
 bool HardwareAccess::IdentifyByAta(const std::u16string& path, Sector& data)
 {
-    static_cast<void>(ReadByAta(path, ata::kIdentifyDevice, 0, 0, data, {kUnit, 161, 173}));
+    static_cast<void>(ReadByAta(path, ata::kIdentifyDevice, 0, 0, data, {kHardwareUnit, 161, 173}));
     return HasData(data);
 }
 
 bool HardwareAccess::IdentifyByScsi(const std::u16string& path, Sector& data)
 {
-    static_cast<void>(ReadByScsi(path, MakeAtaPassThrough16(0, 0, 0, 0, ata::kIdentifyDevice), data, {kUnit, 200, 223}));
+    static_cast<void>(ReadByScsi(path, MakeAtaPassThrough16(0, 0, 0, 0, ata::kIdentifyDevice), data, {kHardwareUnit, 200, 223}));
     return HasData(data);
 }
 
 bool HardwareAccess::LogPage9AByAta(const std::u16string& path, Sector& data)
 {
     return IdentifyByAta(path, data) && SupportsGeneralPurposeLogging(data) &&
-           (ReadByAta(path, ata::kReadLogExt, 1, kMakerLogAddress, data, {kUnit, 286, 299}) & ata::kStatusError) == 0 &&
+           (ReadByAta(path, ata::kReadLogExt, 1, kMakerLogAddress, data, {kHardwareUnit, 286, 299}) & ata::kStatusError) == 0 &&
            HasData(data);
 }
 
@@ -326,7 +326,7 @@ bool HardwareAccess::LogPage9AByScsi(const std::u16string& path, Sector& data)
 {
     const auto readLog = MakeAtaPassThrough16(0, kMakerLogAddress, 0, 0, ata::kReadLogExt);
     return IdentifyByScsi(path, data) && SupportsGeneralPurposeLogging(data) &&
-           (ReadByScsi(path, readLog, data, {kUnit, 347, 365}) & scsi::kCheckCondition) == 0 && HasData(data);
+           (ReadByScsi(path, readLog, data, {kHardwareUnit, 347, 365}) & scsi::kCheckCondition) == 0 && HasData(data);
 }
 
 }  // namespace Veyra::Orbis::Cpp::Common::HardwareAccessLib

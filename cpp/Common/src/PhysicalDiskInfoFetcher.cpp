@@ -24,7 +24,7 @@ using HardwareAccessLib::DiskDriveMediaType;
 
 // Failures carry lines that are fixed, because support quotes them; they are not lines of this file. Plain numbers are documented
 // lines, names are lines that this project added beside them.
-constexpr std::string_view kUnit = R"(cpp\Common\src\PhysicalDiskInfoFetcher)";
+constexpr std::string_view kDiskInfoUnit = R"(cpp\Common\src\PhysicalDiskInfoFetcher)";
 constexpr std::int32_t kOwnLineDriveStrings = 57;
 constexpr std::int32_t kOwnLineLayoutOpen = 203;
 constexpr std::int32_t kOwnLineLayout = 207;
@@ -78,7 +78,7 @@ std::string LogicalDriveLetters()
         const std::uint32_t result = devices.LogicalDriveStrings(characters, buffer);
         // A system without drive letters returns 0 as well, but only in the second call: the first one counts the closing zero.
         if (result == 0 && characters == 0) {
-            ThrowWin32(devices.LastError(), kUnit, kOwnLineDriveStrings);
+            ThrowWin32(devices.LastError(), kDiskInfoUnit, kOwnLineDriveStrings);
         }
         return result;
     });
@@ -229,8 +229,8 @@ PhysicalDiskInfo PhysicalDiskInfoFetcher::GetPhysicalDiskInfo(const BasicDiskInf
 void PhysicalDiskInfoFetcher::GetBytesTransferred(std::string_view driveLetter, std::int64_t& bytesRead, std::int64_t& bytesWritten)
 {
     DiskPerformance performance;
-    if (Ask(VolumePath(driveLetter), kFileReadAttributes, kIoctlDiskPerformance, performance, {kUnit, 409, 412}) == 0) {
-        throw ResultException(hresult::kUnexpected, kUnit, 413);
+    if (Ask(VolumePath(driveLetter), kFileReadAttributes, kIoctlDiskPerformance, performance, {kDiskInfoUnit, 409, 412}) == 0) {
+        throw ResultException(hresult::kUnexpected, kDiskInfoUnit, 413);
     }
     bytesRead = performance.bytesRead;
     bytesWritten = performance.bytesWritten;
@@ -241,11 +241,11 @@ void PhysicalDiskInfoFetcher::ReadDriveLayout(PhysicalDiskInfo& disk)
     const std::vector<std::uint8_t> reply = RequestDriveLayout(disk.diskNumber);
     DriveLayoutHead head;
     if (reply.size() < sizeof(head)) {
-        throw ResultException(hresult::kUnexpected, kUnit, kOwnLineLayoutHead);
+        throw ResultException(hresult::kUnexpected, kDiskInfoUnit, kOwnLineLayoutHead);
     }
     std::memcpy(&head, reply.data(), sizeof(head));
     if (head.partitionCount > (reply.size() - sizeof(head)) / sizeof(PartitionInformationEx)) {
-        throw ResultException(hresult::kUnexpected, kUnit, kOwnLineLayoutEntries);
+        throw ResultException(hresult::kUnexpected, kDiskInfoUnit, kOwnLineLayoutEntries);
     }
     if (head.partitionStyle == PartitionStyle::Gpt && head.gpt.diskId != Guid{}) {
         disk.guid = ToText(head.gpt.diskId);
@@ -266,7 +266,7 @@ void PhysicalDiskInfoFetcher::ReadDriveLayout(PhysicalDiskInfo& disk)
 std::vector<std::uint8_t> PhysicalDiskInfoFetcher::RequestDriveLayout(std::uint32_t diskNumber)
 {
     const DeviceHandle drive =
-        OpenOrRaise(MakePhysicalDrivePath(diskNumber), kGenericRead | kGenericWrite, kUnit, kOwnLineLayoutOpen);
+        OpenOrRaise(MakePhysicalDrivePath(diskNumber), kGenericRead | kGenericWrite, kDiskInfoUnit, kOwnLineLayoutOpen);
     for (std::uint32_t entries = kUsualEntries;; entries *= 2) {
         std::vector<std::uint8_t> reply(sizeof(DriveLayoutHead) + entries * sizeof(PartitionInformationEx));
         std::uint32_t returned = 0;
@@ -278,7 +278,7 @@ std::vector<std::uint8_t> PhysicalDiskInfoFetcher::RequestDriveLayout(std::uint3
         const std::uint32_t error = DeviceIo::Current().LastError();
         const bool isTooSmall = error == win32::kInsufficientBuffer || error == win32::kMoreData;
         if (!isTooSmall || entries == kMostEntries) {
-            ThrowWin32(error, kUnit, kOwnLineLayout);
+            ThrowWin32(error, kDiskInfoUnit, kOwnLineLayout);
         }
     }
 }
@@ -286,7 +286,7 @@ std::vector<std::uint8_t> PhysicalDiskInfoFetcher::RequestDriveLayout(std::uint3
 std::string PhysicalDiskInfoFetcher::ReadPartitionGuid(const std::u16string& volumePath)
 {
     PartitionInformationEx partition;
-    Ask(volumePath, kGenericRead, kIoctlDiskGetPartitionInfoEx, partition, {kUnit, 64, 66});
+    Ask(volumePath, kGenericRead, kIoctlDiskGetPartitionInfoEx, partition, {kDiskInfoUnit, 64, 66});
     return GuidOf(partition);
 }
 

@@ -18,7 +18,7 @@ using HardwareAccessLib::DiskDriveMediaType;
 using HardwareAccessLib::Sector;
 
 // No line of this unit is documented, so its failures carry the line that raised them.
-constexpr std::string_view kUnit = R"(cpp\Common\src\SmartDataFetcher)";
+constexpr std::string_view kSmartUnit = R"(cpp\Common\src\SmartDataFetcher)";
 
 // A block begins with a 2-byte revision; entries of 12 bytes follow.
 constexpr std::size_t kFirstEntry = 2;
@@ -93,7 +93,7 @@ bool SmartDataFetcher::ReadSmartThresholds(const std::u16string& devicePath, Sec
 bool SmartDataFetcher::ReadSmartBlock(const std::u16string& devicePath, std::uint8_t features, Sector& block)
 {
     const auto command = MakeAtaPassThrough16(features, 0, ata::kSmartLbaMid, ata::kSmartLbaHigh, ata::kSmart);
-    const std::uint8_t status = ReadByScsi(devicePath, command, block, {kUnit, __LINE__, __LINE__});
+    const std::uint8_t status = ReadByScsi(devicePath, command, block, {kSmartUnit, __LINE__, __LINE__});
     return (status & orbis::protocol::scsi::kCheckCondition) == 0 && HasData(block);
 }
 
@@ -163,7 +163,7 @@ std::vector<SmartDataCollection> SmartDataFetcher::GetAllSmartInformation()
 {
     const std::vector<BasicDiskInfo> disks = GetAllBasicDiskInfo({});
     if (disks.empty()) {
-        throw ResultException(hresult::kUnexpected, kUnit, __LINE__);
+        throw ResultException(hresult::kUnexpected, kSmartUnit, __LINE__);
     }
     std::vector<SmartDataCollection> collections;
     collections.reserve(disks.size());

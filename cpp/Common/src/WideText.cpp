@@ -10,13 +10,13 @@
 namespace Veyra::Orbis::Cpp::Common {
 namespace {
 
-constexpr std::string_view kUnit = R"(cpp\Common\src\WideText)";
+constexpr std::string_view kWideTextUnit = R"(cpp\Common\src\WideText)";
 constexpr std::uint32_t kArithmeticOverflow = 534;  // ERROR_ARITHMETIC_OVERFLOW
 
 std::int32_t NarrowLength(std::size_t length, std::int32_t line)
 {
     if (length > static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max())) {
-        ThrowWin32(kArithmeticOverflow, kUnit, line);
+        ThrowWin32(kArithmeticOverflow, kWideTextUnit, line);
     }
     return static_cast<std::int32_t>(length);
 }
@@ -24,7 +24,7 @@ std::int32_t NarrowLength(std::size_t length, std::int32_t line)
 std::int32_t ThrowIfNothing(std::int32_t bytes, std::int32_t line)
 {
     if (bytes <= 0) {
-        throw ResultException(orbis::platform::hresult::kUnexpected, kUnit, line);
+        throw ResultException(orbis::platform::hresult::kUnexpected, kWideTextUnit, line);
     }
     return bytes;
 }

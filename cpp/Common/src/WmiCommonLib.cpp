@@ -18,9 +18,9 @@ namespace hresult = orbis::platform::hresult;
 namespace {
 
 // The lines that failures carry are fixed, because logs quote them; they are not lines of this file.
-constexpr std::string_view kUnit = R"(cpp\Common\src\WmiCommonLib)";
+constexpr std::string_view kWmiUnit = R"(cpp\Common\src\WmiCommonLib)";
 
-[[noreturn]] void ThrowUnexpected(std::int32_t line) { throw ResultException(hresult::kUnexpected, kUnit, line); }
+[[noreturn]] void ThrowUnexpected(std::int32_t line) { throw ResultException(hresult::kUnexpected, kWmiUnit, line); }
 
 const char16_t* NamespacePath(WmiNamespace code) noexcept
 {
@@ -46,7 +46,7 @@ class Property {
 public:
     Property(const WmiQuery& row, const char16_t* name, std::int32_t line) : m_Port(row.Port()), m_Value(m_Port)
     {
-        ThrowIfFailed(row.Get(name, m_Value), kUnit, line);
+        ThrowIfFailed(row.Get(name, m_Value), kWmiUnit, line);
     }
 
     [[nodiscard]] Wmi& Port() const noexcept { return m_Port; }
@@ -92,7 +92,7 @@ std::string StringElement(Wmi& port, SafeArray* array, std::int32_t index)
     Bstr element = nullptr;
     const Hresult result = port.ArrayElement(array, index, &element);
     const ComString owned(port, element);
-    ThrowIfFailed(result, kUnit, 123);
+    ThrowIfFailed(result, kWmiUnit, 123);
     if (element == nullptr) {
         ThrowUnexpected(124);
     }
@@ -111,7 +111,7 @@ WmiCommonLib::WmiCommonLib(const std::u16string& query, WmiNamespace namespaceCo
     Next();
 }
 
-void WmiCommonLib::Next() { ThrowIfFailed(m_Query->Next(), kUnit, 65); }
+void WmiCommonLib::Next() { ThrowIfFailed(m_Query->Next(), kWmiUnit, 65); }
 
 std::string WmiCommonLib::GetStringByField(const char16_t* name) const
 {
@@ -131,12 +131,12 @@ std::vector<std::uint8_t> WmiCommonLib::GetUint8ArrayByField(const char16_t* nam
     SafeArray* array = property.AsArray(VariantType::UInt8Array);
     std::int32_t upper = 0;
     // Without an array: what SafeArrayGetUBound answers to a null pointer.
-    ThrowIfFailed(array == nullptr ? hresult::kInvalidArgument : property.Port().ArrayUpperBound(array, 1, &upper), kUnit, 93);
+    ThrowIfFailed(array == nullptr ? hresult::kInvalidArgument : property.Port().ArrayUpperBound(array, 1, &upper), kWmiUnit, 93);
     // The lower bound is taken as 0, not read.
     std::vector<std::uint8_t> bytes;
     for (std::int64_t index = 0; index <= upper; ++index) {
         std::uint8_t byte = 0;
-        ThrowIfFailed(property.Port().ArrayElement(array, static_cast<std::int32_t>(index), &byte), kUnit, 97);
+        ThrowIfFailed(property.Port().ArrayElement(array, static_cast<std::int32_t>(index), &byte), kWmiUnit, 97);
         bytes.push_back(byte);
     }
     return bytes;

@@ -15,7 +15,7 @@ namespace hresult = orbis::platform::hresult;
 namespace {
 
 // The lines that failures carry are fixed, because logs quote them; they are not lines of this file.
-constexpr std::string_view kUnit = R"(cpp\Common\src\WmiQuery)";
+constexpr std::string_view kQueryUnit = R"(cpp\Common\src\WmiQuery)";
 
 constexpr std::uint32_t kAuthenticationWinNt = 10;    // RPC_C_AUTHN_WINNT
 constexpr std::uint32_t kAuthorizationNone = 0;       // RPC_C_AUTHZ_NONE
@@ -30,7 +30,7 @@ orbis::platform::Bstr Allocate(orbis::platform::Wmi& port, const char16_t* text,
 {
     const orbis::platform::Bstr string = port.AllocateString(text);
     if (string == nullptr) {
-        throw ResultException(hresult::kOutOfMemory, kUnit, line);
+        throw ResultException(hresult::kOutOfMemory, kQueryUnit, line);
     }
     return string;
 }
@@ -45,23 +45,23 @@ void WmiQuery::Connect(const char16_t* path)
     ComObject* locator = nullptr;
     const Hresult created = Port().CreateLocator(&locator);
     m_Locator = ComReference(Port(), locator);
-    ThrowIfFailed(created, kUnit, 35);
+    ThrowIfFailed(created, kQueryUnit, 35);
 
     m_Services.Reset();
     ComObject* services = nullptr;
     const Hresult connected = Port().ConnectServer(m_Locator.Get(), pathString.Get(), &services);
     m_Services = ComReference(Port(), services);
-    ThrowIfFailed(connected, kUnit, 36);
+    ThrowIfFailed(connected, kQueryUnit, 36);
 
     ThrowIfFailed(Port().SetProxyBlanket(m_Services.Get(), kAuthenticationWinNt, kAuthorizationNone, kAuthenticationCall,
                                          kImpersonate, kNoCapabilities),
-                  kUnit, 37);
+                  kQueryUnit, 37);
 }
 
 void WmiQuery::Execute(const char16_t* query)
 {
     if (!m_Services) {
-        throw ResultException(hresult::kFail, kUnit, 42);
+        throw ResultException(hresult::kFail, kQueryUnit, 42);
     }
     const ComString queryString(Port(), Allocate(Port(), query, 44));
     const ComString language(Port(), Allocate(Port(), u"WQL", 46));
@@ -71,7 +71,7 @@ void WmiQuery::Execute(const char16_t* query)
     const Hresult executed =
         Port().ExecQuery(m_Services.Get(), language.Get(), queryString.Get(), kForwardOnlyImmediate, &enumerator);
     m_Enumerator = ComReference(Port(), enumerator);
-    ThrowIfFailed(executed, kUnit, 48);
+    ThrowIfFailed(executed, kQueryUnit, 48);
 }
 
 Hresult WmiQuery::Next()
