@@ -304,8 +304,8 @@ private:
         });
         record.footer("The file is a machine file: --machine FILE replays it anywhere. docs/RECORDING.md says what is in it.\n\n" +
                       ExitStatusFooter());
-        record.add_option("FILE", m_Record.file, "The machine file to write (*.txtpb)")->required();
-        record.add_option("--machine", m_Record.source.machine, "Record the simulated machine of this file")->option_text("FILE");
+        AddFile(record, "FILE", m_Record.file, "The machine file to write (*.txtpb)").required();
+        AddFile(record, "--machine", m_Record.source.machine, "Record the simulated machine of this file");
         record.add_option("--seconds", m_Record.seconds, "Let counters run so many seconds (2)")
             ->check(CLI::Range(0.1, 3600.0).description(""))
             ->option_text("N");
