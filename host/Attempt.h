@@ -10,7 +10,7 @@
 
 #include "ChildProcess.h"
 #include "insight/Waits.h"
-#include "orbis/host/supervision.pb.h"
+#include "orbis/host/internal/supervision.pb.h"
 
 namespace orbis::host {
 

@@ -6,7 +6,7 @@
 #include "Collector.h"
 #include "Formats.h"
 #include "MachineInForce.h"
-#include "orbis/host/supervision.pb.h"
+#include "orbis/host/internal/supervision.pb.h"
 
 namespace orbis::host {
 

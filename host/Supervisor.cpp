@@ -31,7 +31,7 @@ constexpr std::chrono::milliseconds kShortestRound(500);
 // Processes that crash one after the other, none of which ends a pass.
 constexpr int kMostCrashes = 3;
 
-Duration Seconds(double seconds) { return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(seconds)); }
+Duration DurationOf(double seconds) { return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(seconds)); }
 double InSeconds(Duration time) { return std::chrono::duration<double>(time).count(); }
 
 std::string NameOf(const WaitedFor& wait)
@@ -95,8 +95,8 @@ private:
     void BeginRound()
     {
         m_RoundBegan = m_Clock.Now();
-        m_Deadline = m_RoundBegan + Seconds(m_Supervision.seconds);
-        m_NextAttempt = m_Deadline - Seconds(std::min(m_Supervision.seconds / 2, kReserve));
+        m_Deadline = m_RoundBegan + DurationOf(m_Supervision.seconds);
+        m_NextAttempt = m_Deadline - DurationOf(std::min(m_Supervision.seconds / 2, kReserve));
     }
 
     void Start(const std::vector<LateSource>& late)
