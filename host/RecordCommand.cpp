@@ -33,11 +33,6 @@ std::string MachineFile(const insight::Recording& recording)
 
 int RecordMachine(const RecordOptions& options)
 {
-    if (!options.withIdentifiers) {
-        Say("a recording holds serial numbers, identifiers and names of this machine, and this version cannot remove them; "
-            "add --with-identifiers to record them as they are");
-        return kExitUsage;
-    }
     Progress progress;
     MachineInForce machine(options.source.machine);
     Collector collector(machine, options.source.plugin, options.source.logLevel);
@@ -49,10 +44,14 @@ int RecordMachine(const RecordOptions& options)
             progress.Show("recording " + ShortName(operation.datatype));
             (void)collector.Collect({operation});
         }
-        progress.Show("writing " + FileName(options.file));
         insight::Recording recording = insight::MakeRecording(machine.TakeCalls());
         machine.Describe(recording);
         recording.set_program(std::string("orbis-host ") + kVersion);
+        if (!options.withIdentifiers) {
+            progress.Show("replacing identifiers");
+            insight::Redact(recording);
+        }
+        progress.Show("writing " + FileName(options.file));
         WriteWholeFile(options.file, MachineFile(recording));
     } catch (const std::runtime_error& error) {
         progress.Clear();

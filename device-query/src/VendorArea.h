@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 
 #include "MakerSignature.h"
@@ -33,11 +35,24 @@ namespace veyra::sondix::maker {
 
 class VendorArea : private Page<1024> {
 public:
+    // Where the area stands in Identify Controller, how much of it the layout takes, and the byte that makes the sum.
+    static constexpr std::size_t kFirst = 3072;
+    static constexpr std::size_t kWhole = 1024;
+    static constexpr std::size_t kLength = 96;
+    static constexpr std::size_t kChecksum = 11;
+    // What tells a drive or its parts from others.
+    struct Identifier {
+        std::size_t first;
+        std::size_t length;
+        bool isText;
+    };
+    static constexpr std::array<Identifier, 3> kIdentifiers{{{16, 32, true}, {48, 16, false}, {64, 8, true}}};
+
     // The area of a whole Identify Controller structure.
     explicit VendorArea(const Page<4096>& identify) noexcept : Page(identify.element<3072, 1024, 1>(0)) {}
 
     // Signature, version, length and checksum are right. Nothing below means anything otherwise.
-    [[nodiscard]] bool IsRecognised() const noexcept { return HasSignature<96>(Bytes(), "VEYRA-ID", 1); }
+    [[nodiscard]] bool IsRecognised() const noexcept { return HasSignature<kLength>(Bytes(), "VEYRA-ID", 1); }
 
     [[nodiscard]] nvme::NominalFormFactor FormFactor() const noexcept
     {

@@ -39,10 +39,11 @@ inline constexpr std::size_t kHealthLogSize = 512;
 class VendorHealthLog : private Page<kHealthLogSize> {
 public:
     using Page::kSize;
+    static constexpr std::size_t kLength = 64;  // of the layout
     using Page::Page;
 
     // Signature, version, length and checksum are right. Nothing below means anything otherwise.
-    [[nodiscard]] bool IsRecognised() const noexcept { return HasSignature<64>(Bytes(), "VEYRA-HL", 1); }
+    [[nodiscard]] bool IsRecognised() const noexcept { return HasSignature<kLength>(Bytes(), "VEYRA-HL", 1); }
 
     [[nodiscard]] std::uint8_t WearLevelingCount() const noexcept { return word<12, std::uint8_t>(); }
     [[nodiscard]] std::uint8_t UsedReservedBlockCountWorstCaseComponent() const noexcept { return word<13, std::uint8_t>(); }

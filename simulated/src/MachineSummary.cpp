@@ -139,8 +139,9 @@ std::string Folded(const std::string& bytes)
 
 void AddRecording(Summary& summary, const insight::Recording& recording)
 {
-    summary.Line(1, "recorded by {} on {}, code page {}, {}", Printable(recording.program()), Printable(recording.system()),
-                 recording.code_page(), recording.elevated() ? "elevated" : "not elevated");
+    summary.Line(1, "recorded by {} on {}, code page {}, {}{}", Printable(recording.program()), Printable(recording.system()),
+                 recording.code_page(), recording.elevated() ? "elevated" : "not elevated",
+                 recording.redacted() ? ", identifiers replaced" : "");
     for (const insight::RecordedCall& call : recording.call()) {
         summary.Line(1, "{} {} {:#x}{}", Printable(call.operation()), Printable(call.subject()), call.code(),
                      call.request().empty() ? "" : ":" + Folded(call.request()));

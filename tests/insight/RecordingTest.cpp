@@ -5,67 +5,13 @@
 #include <optional>
 #include <span>
 
-#include "Collections.h"
+#include "Recorded.h"
 #include "insight/Recording.h"
 #include "orbis/simulated/machine.pb.h"
 #include "simulated/MachineFile.h"
 
 namespace orbis::insight {
 namespace {
-
-using Outcomes = std::vector<proof::Outcome>;
-
-using Description = simulated::description::Machine;
-using simulated::CountedCall;
-using simulated::FaultKind;
-
-struct Fault {
-    std::uint64_t call;
-    FaultKind kind;
-};
-
-// Collections on a machine, in the plug-in's order, with the recording of them and a call that fails on the way.
-struct Observed {
-    Outcomes outcomes;
-    Recording recording;
-    std::vector<std::string> notRecorded;
-    std::vector<CountedCall> calls;
-};
-
-Observed Collect(const Description& description, std::span<const proof::Datatype> datatypes, std::optional<Fault> fault = {})
-{
-    Observed run;
-    const auto machine = std::make_shared<simulated::Machine>(description);
-    proof::PluginOnMachine plugin(machine);
-    Journal journal(plugin.Faults());
-    platform::Platform::Replace(&journal);
-    if (fault) {
-        plugin.Faults().FailAt(fault->call, fault->kind);
-    }
-    plugin.Construct();
-    for (const proof::Datatype datatype : datatypes) {
-        run.outcomes.push_back(plugin.CollectNext(datatype));
-    }
-    run.calls = plugin.Faults().Calls();
-    EXPECT_EQ(plugin.Finish(), proof::PluginOnMachine::kNothingOpen);
-    run.recording = MakeRecording(journal.Take());
-    run.notRecorded = machine->NotRecorded();
-    return run;
-}
-
-Description Replayed(const Recording& recording)
-{
-    Description machine;
-    *machine.mutable_recording() = recording;
-    return machine;
-}
-
-Description Parsed(const std::string& text)
-{
-    Description machine;
-    EXPECT_TRUE(google::protobuf::TextFormat::ParseFromString(text, &machine));
-    return machine;
-}
 
 class RecordingTest : public testing::TestWithParam<std::string> {};
 

@@ -23,4 +23,8 @@ inline constexpr std::uint32_t kRecordingFormatVersion = 1;
 // would replay another machine.
 [[nodiscard]] ORBIS_INSIGHT_EXPORT Recording MakeRecording(const Extract& extract);
 
+// Replaces what identifies the machine, its disks and people: by field, consistently, by a random key that is thrown away. What no
+// standard defines becomes zero. Throws std::runtime_error when a replaced value is still found in some form.
+ORBIS_INSIGHT_EXPORT void Redact(Recording& recording);
+
 }  // namespace orbis::insight

@@ -8,29 +8,10 @@
 #include <utility>
 
 #include "platform/Text.h"
+#include "record/Utf16.h"
 
 namespace orbis::insight {
 namespace {
-
-std::string Utf16Bytes(std::u16string_view text)
-{
-    std::string bytes;
-    bytes.reserve(text.size() * 2);
-    for (const char16_t unit : text) {
-        bytes += static_cast<char>(unit & 0xFFU);
-        bytes += static_cast<char>(unit >> 8U);
-    }
-    return bytes;
-}
-
-std::u16string Utf16Text(std::string_view bytes)
-{
-    std::u16string text;
-    for (std::size_t at = 0; at + 1 < bytes.size(); at += 2) {
-        text += static_cast<char16_t>(static_cast<unsigned char>(bytes[at]) | static_cast<unsigned char>(bytes[at + 1]) << 8U);
-    }
-    return text;
-}
 
 std::string ToString(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
 

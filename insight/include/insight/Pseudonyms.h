@@ -1,0 +1,64 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <set>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "insight/Export.h"
+
+namespace orbis::insight {
+
+// Replaces values that identify. Each letter and digit becomes another one of its kind (0-9, a-f, g-z, each in its case), by a
+// random key that ends with the object and by the letters and digits before it in the value. So the same value gets the same
+// replacement, of the same length and alphabet, whatever its case and separators ("\", "#", "-", "_"), and what a value begins with
+// is what its replacement begins with. Zeros at the beginning stay. Empty values and those of zeros, blanks or one repeated
+// character stay.
+class ORBIS_INSIGHT_EXPORT Pseudonyms {
+public:
+    Pseudonyms();
+
+    // Words that are no identifiers: a value that occurs in them is replaced where it stands and not looked for elsewhere.
+    void Keep(std::string_view words);
+
+    // The replacement of a value, which is learnt: In finds it elsewhere.
+    [[nodiscard]] std::string Text(std::string_view utf8);
+    [[nodiscard]] std::u16string Text(std::u16string_view text);
+    // In place; the hexadecimal text of the bytes, in their order, is the same value. A GUID's text has its first three numbers the
+    // other way round.
+    void Bytes(std::span<std::uint8_t> bytes);
+    void Guid(std::span<std::uint8_t> bytes);
+
+    // A text or bytes with every value in it replaced that was learnt and has at least six letters and digits: in any case, as
+    // UTF-16, with its bytes swapped in pairs or all of them reversed, as hexadecimal text, and cut short after at least eight.
+    [[nodiscard]] std::string In(std::string_view content) const;
+    // Whether such a value, or its base64, is in there.
+    [[nodiscard]] bool IsFoundIn(std::string_view content) const;
+
+private:
+    struct Pattern {
+        std::string from;
+        std::string to;
+        bool isText;           // letters match in either case, and keep theirs
+        std::size_t shortest;  // so much of its beginning is a match
+        bool isOnlySought = false;
+    };
+
+    [[nodiscard]] std::string Replaced(std::string_view utf8) const;
+    [[nodiscard]] std::uint64_t Hash(std::string_view text) const;
+    void Learn(std::string_view from, std::string_view to);
+    void LearnBytes(const std::string& from, const std::string& to);
+    void Add(std::string from, std::string to, bool isText, std::size_t shortest = 0);
+    // How much of `text` the pattern matches.
+    [[nodiscard]] static std::size_t Match(const Pattern& pattern, std::string_view text);
+
+    std::array<std::uint64_t, 2> m_Key;
+    std::string m_Words;
+    std::set<std::string> m_Learnt;                    // in lower case
+    std::array<std::vector<Pattern>, 256> m_Patterns;  // by their first byte, in lower case
+};
+
+}  // namespace orbis::insight
