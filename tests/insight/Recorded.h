@@ -28,16 +28,17 @@ struct Fault {
 };
 
 // Collections on a machine, in the plug-in's order, with the recording of them and a call that fails on the way.
-struct Observed {
+struct RecordedRun {
     Outcomes outcomes;
     Recording recording;
     std::vector<std::string> notRecorded;
     std::vector<CountedCall> calls;
 };
 
-inline Observed Collect(const Description& description, std::span<const proof::Datatype> datatypes, std::optional<Fault> fault = {})
+inline RecordedRun Collect(const Description& description, std::span<const proof::Datatype> datatypes,
+                           std::optional<Fault> fault = {})
 {
-    Observed run;
+    RecordedRun run;
     const auto machine = std::make_shared<simulated::Machine>(description);
     proof::PluginOnMachine plugin(machine);
     Journal journal(plugin.Faults());

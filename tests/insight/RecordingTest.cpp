@@ -17,16 +17,16 @@ class RecordingTest : public testing::TestWithParam<std::string> {};
 
 TEST_P(RecordingTest, ReplayGivesTheSameMessagesAndLogLines)
 {
-    const Observed recorded = Collect(Parsed(proof::MachineText(GetParam())), proof::kDatatypes);
+    const RecordedRun recorded = Collect(Parsed(proof::MachineText(GetParam())), proof::kDatatypes);
     std::string text;
     ASSERT_TRUE(google::protobuf::TextFormat::PrintToString(Replayed(recorded.recording), &text));
     EXPECT_TRUE(simulated::ValidateMachine(text).empty()) << simulated::ValidateMachine(text).front().Text();
 
-    const Observed replayed = Collect(Parsed(text), proof::kDatatypes);
+    const RecordedRun replayed = Collect(Parsed(text), proof::kDatatypes);
     EXPECT_EQ(replayed.notRecorded, std::vector<std::string>{});
     for (std::size_t one = 0; one < proof::kDatatypes.size(); ++one) {
         EXPECT_TRUE(recorded.outcomes[one] == replayed.outcomes[one]) << proof::NameOf(proof::kDatatypes[one]);
-        Observed alone = Collect(Parsed(text), {&proof::kDatatypes[one], 1});
+        RecordedRun alone = Collect(Parsed(text), {&proof::kDatatypes[one], 1});
         EXPECT_EQ(alone.notRecorded, std::vector<std::string>{});
         // The first collection's log begins with that of making the plug-in.
         auto& log = alone.outcomes[0].log;
@@ -64,8 +64,8 @@ TEST_P(RecordingFaultsTest, ReplayGivesTheSameOutcome)
                 continue;
             }
             ++faults;
-            const Observed recorded = Collect(laptop, datatype, Fault{call, kind});
-            const Observed replayed = Collect(Replayed(recorded.recording), datatype);
+            const RecordedRun recorded = Collect(laptop, datatype, Fault{call, kind});
+            const RecordedRun replayed = Collect(Replayed(recorded.recording), datatype);
             const auto where = [&] { return operation + ' ' + calls[call].subject + " #" + std::to_string(call); };
             ASSERT_EQ(replayed.notRecorded, std::vector<std::string>{}) << where();
             ASSERT_TRUE(recorded.outcomes == replayed.outcomes) << where();

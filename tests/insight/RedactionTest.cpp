@@ -144,7 +144,7 @@ class RedactionTest : public testing::TestWithParam<const char*> {};
 TEST_P(RedactionTest, NothingThatIdentifiesIsLeftAndTheRestReplaysAlike)
 {
     const Description machine = Parsed(proof::MachineText(GetParam()));
-    const Observed recorded = Collect(machine, proof::kDatatypes);
+    const RecordedRun recorded = Collect(machine, proof::kDatatypes);
     Recording redacted = recorded.recording;
     Redact(redacted);
 
@@ -160,7 +160,7 @@ TEST_P(RedactionTest, NothingThatIdentifiesIsLeftAndTheRestReplaysAlike)
         }
     }
 
-    const Observed replayed = Collect(Replayed(redacted), proof::kDatatypes);
+    const RecordedRun replayed = Collect(Replayed(redacted), proof::kDatatypes);
     EXPECT_EQ(replayed.notRecorded, std::vector<std::string>{});
     for (std::size_t one = 0; one < proof::kDatatypes.size(); ++one) {
         const proof::Outcome& before = recorded.outcomes[one];
