@@ -13,16 +13,16 @@ export SOURCE_DATE_EPOCH
 rm -rf out && mkdir out
 
 linux() {
-    mkdir -p build/run
-    [ -f build/run/build.ninja ] || cmake --preset run >build/run/configure.log 2>&1 || { cat build/run/configure.log >&2; return 1; }
-    cmake --build --preset run >&2
+    mkdir -p build/package
+    [ -f build/package/build.ninja ] || cmake --preset package >build/package/configure.log 2>&1 || { cat build/package/configure.log >&2; return 1; }
+    cmake --build --preset package >&2
     say "Debian packages"
-    rm -rf build/run/packages
-    (cd build/run && cpack >packages.log 2>&1) || { cat build/run/packages.log >&2; return 1; }
-    cp build/run/packages/*.deb out/
+    rm -rf build/package/packages
+    (cd build/package && cpack >packages.log 2>&1) || { cat build/package/packages.log >&2; return 1; }
+    cp build/package/packages/*.deb out/
     say "Python wheel"
     # From a copy: building leaves files beside the sources.
-    local copy=build/run/python
+    local copy=build/package/python
     rm -rf "$copy" && mkdir -p "$copy/host-sdk"
     cp VERSION "$copy/" && cp -r host-sdk/python host-sdk/proto "$copy/host-sdk/"
     /usr/bin/python3 -m pip wheel -q --no-index --no-build-isolation --no-deps --wheel-dir out "$copy/host-sdk/python"
