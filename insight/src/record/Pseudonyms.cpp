@@ -133,7 +133,8 @@ std::string Base64(std::string_view bytes, std::size_t shift)
     const std::string padded = std::string(shift, '\0') + std::string(bytes);
     std::string text;
     for (std::size_t bit = 0; bit + 6 <= padded.size() * 8; bit += 6) {
-        const std::uint32_t pair = (Byte(padded[bit / 8]) << 8U) | (bit / 8 + 1 < padded.size() ? Byte(padded[bit / 8 + 1]) : 0U);
+        const std::uint32_t next = bit / 8 + 1 < padded.size() ? Byte(padded[bit / 8 + 1]) : 0U;
+        const std::uint32_t pair = (std::uint32_t{Byte(padded[bit / 8])} << 8U) | next;
         text += bit < shift * 8 ? std::string() : std::string(1, kDigits[pair >> (10U - bit % 8) & 63U]);
     }
     return text;
