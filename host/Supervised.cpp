@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <sstream>
 #include <utility>
 
 #include "Framing.h"
@@ -15,6 +16,17 @@ std::unique_ptr<Supervised> g_Supervised;  // set once, before any thread
 std::chrono::steady_clock::duration Seconds(double seconds)
 {
     return std::chrono::duration_cast<std::chrono::steady_clock::duration>(std::chrono::duration<double>(seconds));
+}
+
+// The lines that are not log lines (Say).
+std::string Findings(const std::string& held)
+{
+    std::string findings;
+    std::istringstream lines(held);
+    for (std::string line; std::getline(lines, line);) {
+        findings += line.starts_with("orbis-host: ") ? line + "\n" : "";
+    }
+    return findings;
 }
 
 }  // namespace
@@ -65,7 +77,8 @@ bool Supervised::MayWrite()
         m_Task.set_passes(passes);
     }
     if (m_IsUnwanted) {
-        m_Held.clear();
+        // A finding is reported once, so it must not go with a pass that is not wanted; log lines do.
+        m_Held = Findings(m_Held);
         return false;
     }
     WriteHeld();
@@ -84,6 +97,7 @@ void Supervised::WriteHeld()
 {
     const std::string text = std::exchange(m_Held, {});
     std::fwrite(text.data(), 1, text.size(), stderr);
+    std::fflush(stderr);  // the supervisor may end this process at any time
 }
 
 void Supervised::BeginPass()
