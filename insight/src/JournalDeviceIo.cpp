@@ -65,7 +65,7 @@ public:
         const NativeHandle handle = ForwardingDeviceIo::Open(path, access, share, security, disposition, flags, templateFile);
         const bool isOpen = handle != platform::kInvalidHandle && handle != 0;
         m_Store.Keep(start, [&]() -> Call {
-            auto device = std::make_shared<const Device>(TextOf(path), access);
+            auto device = std::make_shared<const Device>(Device{TextOf(path), access});
             const Serial serial = isOpen ? m_Store.NewSerial() : 0;
             if (isOpen) {
                 m_Open[handle] = {serial, device};

@@ -78,7 +78,7 @@ public:
         const Hresult result = ForwardingWmi::ConnectServer(locator, path, services);
         m_Store.Keep(start, [&]() -> Call {
             std::u16string text = Content(path);
-            const Serial opened = Opened(*services, std::make_shared<const Query>(text, u""), nullptr);
+            const Serial opened = Opened(*services, std::make_shared<const Query>(Query{text, u""}), nullptr);
             return call::ConnectServer{Find(locator).serial, std::move(text), opened, result};
         });
         return result;
@@ -98,7 +98,7 @@ public:
         const Hresult result = ForwardingWmi::ExecQuery(services, language, query, flags, enumerator);
         m_Store.Keep(start, [&]() -> Call {
             const Object asked = Find(services);
-            auto kept = std::make_shared<const Query>(asked.query->space, Content(query));
+            auto kept = std::make_shared<const Query>(Query{asked.query->space, Content(query)});
             return call::ExecQuery{asked.serial, kept, Content(language), flags, Opened(*enumerator, kept, nullptr), result};
         });
         return result;
