@@ -12,13 +12,13 @@
 namespace orbis::host {
 namespace {
 
-// One key for a disk, by whatever path it is asked.
+// One key for a disk, whichever of its paths a request uses.
 std::string KeyOf(const WaitedFor& wait)
 {
     return wait.has_number() ? fmt::format("{}", wait.number()) : fmt::format("{} {}", wait.kind(), wait.name());
 }
 
-// A moment that never comes.
+// The end of a wait without a limit.
 constexpr auto kNever = Attempt::TimePoint::max();
 
 }  // namespace

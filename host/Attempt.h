@@ -14,13 +14,13 @@
 
 namespace orbis::host {
 
-// The supervisor's clock. A simulated machine's delays pass at once: nobody sleeps for them.
+// The supervisor's clock. It jumps over the delays of a simulated machine, so that no process sleeps for them.
 class SupervisionClock {
 public:
     using TimePoint = std::chrono::steady_clock::time_point;
 
     [[nodiscard]] TimePoint Now() const { return std::chrono::steady_clock::now() + m_Ahead; }
-    // A moment of this clock as one of the steady clock.
+    // Converts a time of this clock to one of the steady clock.
     [[nodiscard]] TimePoint Real(TimePoint time) const { return time - m_Ahead; }
     void JumpTo(TimePoint time) { m_Ahead += std::max(TimePoint::duration{}, time - Now()); }
 
@@ -31,7 +31,7 @@ private:
 // The last answer of each datatype and item id, and when it came.
 using LastAnswers = std::map<std::pair<std::string, std::string>, std::pair<LastAnswer, SupervisionClock::TimePoint>>;
 
-// One process that collects, as its supervisor sees it.
+// The supervisor's side of one collecting process.
 class Attempt {
 public:
     using TimePoint = SupervisionClock::TimePoint;
@@ -47,7 +47,7 @@ public:
     // Starts a process that leaves out what `task` says.
     Attempt(const std::vector<std::string>& arguments, const Assignment& task, TimePoint now);
 
-    // Takes in what the process has sent; answers of its disks go to `last`.
+    // Reads what the process has sent; the answers of its disks go to `last`.
     void Read(const SupervisionClock& clock, LastAnswers& last);
 
     [[nodiscard]] State GetState() const noexcept { return m_State; }
@@ -59,15 +59,15 @@ public:
     [[nodiscard]] TimePoint WakesAt() const noexcept { return m_WakesAt; }
     [[nodiscard]] std::uint32_t Passes() const noexcept { return m_Passes; }
     [[nodiscard]] int Status() const noexcept { return m_Status; }
-    // How it ended, when it has; nothing while nobody knows.
+    // How the process ended; empty while it runs or its end is not known.
     [[nodiscard]] const std::optional<ChildEnd>& End() const noexcept { return m_End; }
-    // What this pass has waited for longest.
+    // The source that this pass has waited for longest.
     [[nodiscard]] std::optional<WaitedFor> Culprit(TimePoint now) const;
-    // What it waits for now.
+    // The source that it waits for now.
     [[nodiscard]] const std::optional<WaitedFor>& Waiting() const noexcept { return m_Waiting; }
     [[nodiscard]] TimePoint WaitingSince() const noexcept { return m_WaitingSince; }
 
-    // It may write, or is to begin its pass anew; `passes` were shown before.
+    // Lets it write, or lets it begin its pass again; `passes` were shown before.
     void Go(std::uint32_t passes);
     void Discard(std::uint32_t passes);
     void Wake();
@@ -75,7 +75,7 @@ public:
 
     bool isCommitted = false;  // it has written
     bool isShadow = false;     // its pass was given up; it goes on beside the others until it answers
-    bool isStale = false;      // what it brings back is of that pass
+    bool isStale = false;      // its next answer belongs to that pass
 
 private:
     void Take(const ChildReport& report, const SupervisionClock& clock, LastAnswers& last);

@@ -50,7 +50,7 @@ public:
     // Sends bytes to the child's standard input; those for a child that has ended are lost.
     void Write(std::string_view bytes) noexcept;
 
-    // Ends the child at once. A child inside a request that the kernel cannot break off lives until the request ends; nobody waits.
+    // Ends the child at once, without waiting. A child inside a request that the kernel cannot cancel lives until the request ends.
     void Kill() noexcept;
 
     // How the child ended; waits up to `patience`. Nothing when it still runs.

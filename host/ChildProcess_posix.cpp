@@ -103,7 +103,7 @@ ChildProcess::~ChildProcess()
 {
     if (!WaitForEnd(std::chrono::milliseconds(0))) {
         Kill();
-        // A killed process is gone within moments, unless the kernel holds it; then init takes it over.
+        // A killed process ends soon, unless it is in an uninterruptible request; then init reaps it later.
         static_cast<void>(WaitForEnd(std::chrono::milliseconds(200)));
     }
     ::close(m_System->output);
@@ -168,7 +168,7 @@ std::optional<ChildEnd> ChildProcess::WaitForEnd(std::chrono::milliseconds patie
         if (ended == m_System->process) {
             m_System->end = EndOf(status);
         } else if (ended < 0 && errno != EINTR) {
-            m_System->end = ChildEnd{};  // reaped by somebody else
+            m_System->end = ChildEnd{};  // already reaped elsewhere
         } else if (std::chrono::steady_clock::now() >= until) {
             break;
         } else {

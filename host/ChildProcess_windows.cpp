@@ -132,7 +132,7 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, std::vector<std
 {
     static const bool isWatched = ::SetConsoleCtrlHandler(OnConsoleEvent, TRUE) != 0;
     static_cast<void>(isWatched);
-    // Anonymous pipes know no overlapped reads, so a named one; its name is of this process and a number, and it takes one client.
+    // Overlapped reads need a named pipe. Its name has this process's id and a number, and it accepts one client.
     static std::atomic<unsigned> number{0};
     const std::wstring name =
         L"\\\\.\\pipe\\orbis-host-" + std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(number.fetch_add(1));
@@ -172,7 +172,7 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, std::vector<std
     startup.hStdOutput = output.Get();
     startup.hStdError = error.Get();
     PROCESS_INFORMATION started{};
-    // A group of its own: the console's Ctrl-C is the parent's, which ends the child in its own way.
+    // In a process group of its own the child does not receive Ctrl-C; the parent does, and ends the child.
     if (::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, CREATE_NEW_PROCESS_GROUP, nullptr, nullptr, &startup,
                          &started) == 0) {
         Throw("the collecting process could not be started", ::GetLastError());

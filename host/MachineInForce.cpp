@@ -31,7 +31,7 @@ extern "C" void OnInterrupt(int signal)
     std::signal(signal, SIG_DFL);
 }
 
-// With the remedies that this program knows better, because it knows how it was started.
+// Replaces remedies by those that fit how this program was started.
 std::vector<insight::Finding> Advised(std::vector<insight::Finding> findings)
 {
     for (insight::Finding& finding : findings) {
@@ -52,7 +52,7 @@ void InterruptWaits()
 
 bool IsInterrupted() { return g_Interrupted; }
 
-// Tells what is waited for, sends requests with no longer a time-out than what is left, and leaves out what is late.
+// Reports what is waited for, limits time-outs of requests to the time that is left, and leaves out late sources.
 struct MachineInForce::Guard {
     Guard(platform::Platform& machine, Supervised& supervised)
         : waits(machine, supervised),

@@ -52,7 +52,7 @@ public:
     void LetRatesBuildUp(double seconds);
 
 private:
-    // What stands between this machine and a process that must not wait for ever; null in one that may.
+    // The decorators of a supervised process; null in a process that may wait without limit.
     struct Guard;
 
     void Advance(double seconds);

@@ -236,7 +236,7 @@ public:
         for (const Disk& disk : m_Disks.All()) {
             labels = disk.number == health.number() ? Of(disk.itemId) : labels;
         }
-        // A notice leaves a disk OK.
+        // A notice does not change the verdict OK.
         const auto verdict = health.verdict() == insight::NOTICE ? insight::OK : health.verdict();
         for (const auto one : {insight::OK, insight::UNKNOWN, insight::WARN, insight::FAIL}) {
             Labels with = labels;

@@ -4,11 +4,11 @@
 
 namespace orbis::host {
 
-// Takes away the line, if there is one: messages and log lines stand alone.
+// Removes the progress line, if there is one, before a message or a log line.
 void ClearProgress();
 
-// What is being waited for, in one line on standard error that is written over; nothing where that is no terminal. What else is
-// written to a terminal needs Clear or ClearProgress first.
+// One line on standard error that says what is being waited for and is overwritten; nothing when standard error is not a terminal.
+// Call Clear or ClearProgress before writing anything else to a terminal.
 class Progress {
 public:
     Progress();

@@ -113,7 +113,7 @@ void Supervised::BeginPass()
 void Supervised::EndPass(int status, const std::vector<LastAnswer>& answers)
 {
     if (!MayWrite()) {
-        return;  // the supervisor has its answer to this pass
+        return;  // the supervisor already has an answer to this pass
     }
     ChildReport all;
     all.mutable_answers()->mutable_answer()->Add(answers.begin(), answers.end());
@@ -143,7 +143,7 @@ void Supervised::Began(const insight::Source& source, std::string_view what) noe
             m_Identify(wait);
         }
         Send(report);
-    } catch (...) {  // without memory the supervisor knows less
+    } catch (...) {  // out of memory: the supervisor is not told of this wait
     }
 }
 

@@ -17,21 +17,21 @@
 
 namespace orbis::host {
 
-// The collecting process's side of --deadline. It tells its supervisor what it waits for, and writes nothing, on any stream or
-// file, before the supervisor has chosen it: there may be another one that collects without a late disk.
+// The collecting process's side of --deadline. It reports to its supervisor what it waits for, and writes nothing to any stream or
+// file until the supervisor has chosen it, because another process may collect without a late disk.
 class Supervised final : public insight::WaitListener {
 public:
     // The supervised process that this is; null in one that collects by itself.
     [[nodiscard]] static Supervised* Get() noexcept;
-    // Makes this process a supervised one and reads what it is to do; `pipe` is what ChildPipe takes.
+    // Makes this process a supervised one and reads its assignment; `pipe` is the argument of ChildPipe.
     static void Begin(const std::string& pipe);
 
     [[nodiscard]] const Assignment& Task() const noexcept { return m_Task; }
     [[nodiscard]] double SecondsSinceStart() const;
-    // Until the deadline of the pass that goes on.
+    // Seconds until the deadline of the current pass.
     [[nodiscard]] double SecondsLeft() const;
 
-    // Waits until this process may write. False: the supervisor wants none of this pass.
+    // Waits until this process may write. False when the supervisor does not want this pass.
     [[nodiscard]] bool MayWrite();
     // Text for standard error: written when this process may write.
     void Hold(std::string text);
@@ -41,7 +41,7 @@ public:
     void BeginPass();
     void EndPass(int status, const std::vector<LastAnswer>& answers);
 
-    // Whether the supervisor wants none of this pass.
+    // Whether the supervisor has refused this pass.
     [[nodiscard]] bool IsUnwanted() const noexcept { return m_IsUnwanted; }
 
     // Adds to what is waited for the disk behind the path, as far as it is known.

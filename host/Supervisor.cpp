@@ -28,7 +28,7 @@ using State = Attempt::State;
 constexpr double kReserve = 5;
 constexpr std::chrono::seconds kGrace(2);
 constexpr std::chrono::milliseconds kShortestRound(500);
-// Processes that crash one after the other, none of which ends a pass.
+// Limit of consecutive crashes without a complete pass.
 constexpr int kMostCrashes = 3;
 
 Duration DurationOf(double seconds) { return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(seconds)); }
@@ -75,7 +75,7 @@ public:
                 processes.push_back(&attempt->Process());
             }
             const auto timer = NextTimer();
-            // Progress is told every second, and Ctrl-C just before the wait is met after one.
+            // Wakes every second for the progress line, and for a Ctrl-C that came just before the wait.
             const TimePoint soon = Clock::now() + std::chrono::seconds(1);
             const auto outcome = ChildProcess::Wait(processes, timer ? std::min(soon, m_Clock.Real(*timer)) : soon);
             if (IsInterrupted() && outcome != ChildProcess::Outcome::Readable) {
@@ -115,7 +115,7 @@ private:
         m_Attempts.push_back(std::make_unique<Attempt>(m_Supervision.arguments, task, now));
     }
 
-    // Another attempt that also leaves out what the newest one waits for.
+    // Starts an attempt that also leaves out the source that the newest one waits for.
     void StartWithout(const Attempt& attempt, const WaitedFor& culprit, const std::string& crash)
     {
         std::vector<LateSource> late = attempt.Late();
@@ -171,7 +171,7 @@ private:
         }
     }
 
-    // Where everybody waits for a simulated machine, its time passes at once.
+    // When every process waits for a simulated machine, the clock jumps to the next event.
     bool PassSimulatedTime()
     {
         const auto is = [](const auto& attempt, State state) { return attempt->GetState() == state; };
@@ -213,7 +213,7 @@ private:
             return;
         }
         m_Progress.Clear();
-        // Those that leave out more are not needed. One that waits goes on in a watch: its disk may come back.
+        // Attempts that leave out more are not needed. In a watch a waiting one continues, because its disk may answer later.
         std::vector<std::unique_ptr<Attempt>> kept;
         for (auto& attempt : m_Attempts) {
             const bool isChosen = attempt.get() == &chosen;

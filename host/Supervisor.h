@@ -11,8 +11,8 @@ struct Supervision {
     std::vector<std::string> arguments;  // of this program, in UTF-8, without its name
 };
 
-// Runs this command in a process of its own that may be late: what it does not answer within the deadline is left out, and
-// collected without. Returns the exit status.
+// Runs this command in a child process. A source that does not answer within the deadline is left out, and the rest is collected in
+// another child. Returns the exit status.
 [[nodiscard]] int Supervise(const Supervision& supervision);
 
 }  // namespace orbis::host

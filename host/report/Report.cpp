@@ -138,8 +138,8 @@ private:
     std::map<std::uint32_t, datatypes::DiskType> m_Media;
 };
 
-// Disk numbers by item id, as the static descriptions have them: "DISK0". The inventory may name a disk otherwise: its id may hold
-// what the system's code page cannot spell, and a row without an id is that of every disk without a row.
+// Disk names by item id, as the static descriptions have them: "DISK0". The inventory can differ: an id may hold characters that
+// the system's code page does not have, and all disks without a row share one id.
 std::map<std::string, std::uint32_t> NumbersOf(const std::vector<Pass>& passes)
 {
     std::map<std::string, std::uint32_t> numbers;

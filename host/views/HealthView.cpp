@@ -121,7 +121,7 @@ std::string Letters(const DiskHealth& disk)
     return text;
 }
 
-// A line for each disk in columns, with its state; where that is too wide for the terminal the state follows beneath.
+// A line for each disk in columns, with its state. Where that is too wide for the terminal, the state is on the next line.
 std::vector<std::string> Heads(const HealthReport& report, const Style& style)
 {
     const auto table = [&](bool hasState) {
@@ -229,7 +229,7 @@ std::string Render(const insight::ExplanationReport& report, const Style& style)
             table.AddRow({field.field(), value, origin});
             blocks += RenderText(Trimmed(field.field() + "  " + value), style, 2) + RenderText(origin, style, 6);
         }
-        // An explanation with its middle left out would explain nothing.
+        // An explanation must not be cut in the middle.
         text += style.width == 0 || table.NaturalWidth(2) <= style.width ? table.Render(2) : blocks;
         if (message.request_size() > 0) {
             Table requests(style);

@@ -395,7 +395,7 @@ TEST_P(SourcesTruth, FieldsChangeWithWhatTheTableNamesAndWithNothingElse)
     for (const Machine& machine : Machines()) {
         Subject subject(machine);
         for (const auto& [answer, bytes] : subject.Answers()) {
-            // A page of zeros is no answer: whatever it does not say, any other byte would say it.
+            // A page of zeros is not an answer; any other byte in it makes it one.
             const bool isNone =
                 bytes.size() > 1 && std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0; });
             for (const bool second : {false, true}) {

@@ -15,8 +15,8 @@
 
 namespace orbis::insight {
 
-// A disk that is left out, by the names that it goes by. One of them is enough: the others are learnt from what passes by, from the
-// rows of Win32_DiskDrive and the names of the counter instances ("3 F: G:").
+// A disk that is left out, by its names. One name is enough: the others are learnt from the answers that are forwarded, such as
+// rows of Win32_DiskDrive and names of counter instances ("3 F: G:").
 struct HiddenDisk {
     std::optional<std::uint32_t> number{};  // physical drive number
     std::u16string interfacePath{};         // device interface path of the walk, in any case
@@ -42,7 +42,7 @@ public:
     void Hide(HiddenDisk disk);
     // Shows the disk with this number, letter or path again.
     void Show(const HiddenDisk& disk);
-    // What is hidden, with the names that were learnt.
+    // The hidden disks, with the names learnt so far.
     [[nodiscard]] std::vector<HiddenDisk> Hidden() const;
 
     [[nodiscard]] platform::DeviceIo& DeviceIoPort() noexcept override { return *this; }
@@ -71,7 +71,7 @@ private:
     platform::PdhStatus EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters) override;
     platform::PdhStatus CounterInstances(platform::PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters) override;
 
-    // A hidden disk that has one of these names, or null. Under the lock.
+    // The hidden disk that has one of these names, or null. Called with the lock held.
     [[nodiscard]] HiddenDisk* Find(const HiddenDisk& names);
     [[nodiscard]] bool IsHidden(const HiddenDisk& names);
     // Adds these names to the hidden disk that has one of them, and says whether there is one.

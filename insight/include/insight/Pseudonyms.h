@@ -24,7 +24,7 @@ public:
     // Words that are no identifiers: a value that occurs in them is replaced where it stands and not looked for elsewhere.
     void Keep(std::string_view words);
 
-    // The replacement of a value, which is learnt: In finds it elsewhere.
+    // The replacement of a value. The value is remembered, so that In replaces it elsewhere too.
     [[nodiscard]] std::string Text(std::string_view utf8);
     [[nodiscard]] std::u16string Text(std::u16string_view text);
     // In place; the hexadecimal text of the bytes, in their order, is the same value. A GUID's text has its first three numbers the
@@ -32,10 +32,10 @@ public:
     void Bytes(std::span<std::uint8_t> bytes);
     void Guid(std::span<std::uint8_t> bytes);
 
-    // A text or bytes with every value in it replaced that was learnt and has at least six letters and digits: in any case, as
+    // Text or bytes with every remembered value of at least six letters and digits replaced: in any case, as
     // UTF-16, with its bytes swapped in pairs or all of them reversed, as hexadecimal text, and cut short after at least eight.
     [[nodiscard]] std::string In(std::string_view content) const;
-    // Whether such a value, or its base64, is in there.
+    // Whether such a value, or its base64, occurs in the bytes.
     [[nodiscard]] bool IsFoundIn(std::string_view content) const;
 
 private:
@@ -43,7 +43,7 @@ private:
         std::string from;
         std::string to;
         bool isText;           // letters match in either case, and keep theirs
-        std::size_t shortest;  // so much of its beginning is a match
+        std::size_t shortest;  // a prefix of this length is a match
         bool isOnlySought = false;
     };
 

@@ -6,7 +6,7 @@
 #include "insight/Journal.h"
 #include "orbis/insight/recording.pb.h"
 
-// A journal as a recording: a machine file that holds one replays what the collections were answered.
+// A journal as a recording: a machine file that holds one replays the answers that the collections got.
 namespace orbis::insight {
 
 inline constexpr std::uint32_t kRecordingFormatVersion = 1;

@@ -12,7 +12,7 @@
 
 namespace orbis::insight {
 
-// What a collection may have to wait for.
+// Something that a collection may have to wait for.
 struct Source {
     enum class Kind : std::uint8_t {
         Device,        // `name` is its path: "\\.\PhysicalDrive3", "\\.\F:" or a device interface path
@@ -30,19 +30,19 @@ struct Source {
     friend std::strong_ordering operator<=>(const Source&, const Source&) = default;
 };
 
-// The source as a person calls it, where nothing more is known of a device than its path: "DISK3", "F:", "Win32_DiskDrive".
+// The name of the source for people, made from a device's path alone: "DISK3", "F:", "Win32_DiskDrive".
 [[nodiscard]] ORBIS_INSIGHT_EXPORT std::string NameOf(const Source& source);
 
-// Is told of each operation that may block, on the thread that calls it. Must be safe for several threads and must not throw.
+// Called for each operation that may block, on the thread that calls it. Must be safe for several threads and must not throw.
 class WaitListener {
 public:
     virtual ~WaitListener() = default;
-    // `what` is what the source is asked, for people: "IDENTIFY DEVICE".
+    // `what` names the request: "IDENTIFY DEVICE".
     virtual void Began(const Source& source, std::string_view what) noexcept = 0;
     virtual void Ended() noexcept = 0;
 };
 
-// A decorator that tells what is being waited for: operations that reach a device, another process or the firmware.
+// A decorator that reports what is being waited for: operations that reach a device, another process or the firmware.
 class ORBIS_INSIGHT_EXPORT WaitWatch final : public platform::ForwardingPlatform,
                                              private platform::ForwardingDeviceIo,
                                              private platform::ForwardingSetup,
@@ -100,7 +100,7 @@ private:
     std::map<ComObject*, std::string> m_Classes;  // by enumerator
 };
 
-// What a request asks a device, for people: "SMART READ DATA", "the device number".
+// The name of a device request for people: "SMART READ DATA", "the device number".
 [[nodiscard]] ORBIS_INSIGHT_EXPORT std::string NameOfRequest(std::uint32_t code, const void* request, std::size_t size);
 
 }  // namespace orbis::insight

@@ -54,10 +54,10 @@ typedef struct OrbisInsight {
     /* Frees a result; null is ignored. */
     void(ORBIS_CALL* free)(const OrbisInsightResult* result);
 
-    /* The table of release 0.1 ends here: look at structSize before using what follows. */
+    /* The table of release 0.1 ends here: check structSize before using what follows. */
 
-    /* Leaves the disk with this drive number out of every collection from now on (`isHidden` not 0), or takes it in again: the
-     * collectors meet a machine without it and send it nothing. For a disk that is late or asleep. */
+    /* Leaves the disk with this drive number out of every collection from now on (`isHidden` not 0), or shows it again: the
+     * collectors see a machine without it and send it no request. For a disk that is late or asleep. */
     const OrbisInsightResult*(ORBIS_CALL* hideDisk)(uint32_t number, int32_t isHidden);
     /* A WaitsReport: what the collections wait for at this moment, and for how long. To be called on another thread than theirs. */
     const OrbisInsightResult*(ORBIS_CALL* waits)(void);

@@ -42,7 +42,7 @@ std::string Core(std::string_view text)
     return core;
 }
 
-// A value that tells nothing: no content, or one character throughout.
+// A value that identifies nothing: empty, or one character repeated.
 bool IsBlank(std::string_view text)
 {
     const std::string core = Core(text);

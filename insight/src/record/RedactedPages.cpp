@@ -42,7 +42,8 @@ std::uint8_t Sum(std::span<const std::uint8_t> bytes)
     return sum;
 }
 
-// Changes bytes and then the one that makes their sum what it was: a valid checksum stays valid, an invalid one invalid.
+// Changes bytes and adjusts the checksum byte so that their sum does not change: a valid checksum stays valid, an invalid one
+// invalid.
 template <class Change>
 void KeepingSum(Span bytes, std::size_t checksum, const Change& change)
 {
