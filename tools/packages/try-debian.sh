@@ -17,7 +17,9 @@ tools="gcc g++ cmake make pkgconf libprotobuf-dev python3 python3-venv python3-p
 if [ ! -f "$base" ]; then
     say "a clean Debian (once)"
     mkdir -p "$cache"
-    debootstrap --variant=minbase bookworm "$root" http://deb.debian.org/debian >"$cache/debootstrap.log" 2>&1 ||
+    # From where this machine has its own packages.
+    mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' 'Codename: bookworm' 'Component: main' | head -1)
+    debootstrap --variant=minbase bookworm "$root" ${mirror:+"$mirror"} >"$cache/debootstrap.log" 2>&1 ||
         { tail "$cache/debootstrap.log" >&2; exit 1; }
     # shellcheck disable=SC2086
     chroot "$root" env DEBIAN_FRONTEND=noninteractive apt-get -q -y install --no-install-recommends $tools >"$cache/tools.log" 2>&1 ||
