@@ -7,6 +7,7 @@
 #include <type_traits>
 
 #include "DiskModel.h"
+#include "emulated/Control.h"
 #include "platform/Errors.h"
 #include "platform/Requests.h"
 #include "platform/protocol/Ata.h"
@@ -93,10 +94,8 @@ struct AtaCommand {
 [[nodiscard]] AtaCommand RegistersOf(const std::array<std::uint8_t, 16>& cdb);
 [[nodiscard]] AtaResult ExecuteAta(const DiskModel& disk, const AtaCommand& command);
 
-// A pass-through request as it travels: what the journal keeps of it and what exchanges compare.
+// What exchanges compare of a pass-through request.
 struct PassThroughSummary {
-    ByteVector command;  // CDB, current task file or NVMe command
-    bool dataToDevice = false;
     std::uint32_t dataTransferLength = 0;
     std::optional<AtaCommand> ata;             // however it travels
     std::optional<std::uint8_t> scsiOpcode;    // SCSI pass-through

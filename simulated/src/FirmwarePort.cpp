@@ -30,12 +30,7 @@ std::unique_ptr<platform::Firmware> MakeFirmwarePort(MachineState& machine)
     if (machine.description.has_smbios()) {
         tables.try_emplace({platform::kFirmwareProviderSmbios, 0}, FirmwareTable{BuildSmbios(machine.description.smbios())});
     }
-    return std::make_unique<platform::emulated::Firmware>([tables, &machine](std::uint32_t provider, std::uint32_t table) {
-        if (machine.KeepsJournal()) {
-            JournalEntry entry;
-            entry.operation = "Firmware::SystemFirmwareTable";
-            machine.Record(std::move(entry));
-        }
+    return std::make_unique<platform::emulated::Firmware>([tables](std::uint32_t provider, std::uint32_t table) {
         const auto found = tables.find({provider, table});
         return found != tables.end() ? found->second : FirmwareTable{{}, platform::win32::kInvalidFunction};
     });

@@ -5,8 +5,8 @@
 #include <map>
 #include <utility>
 
-#include "DeviceRequests.h"
-#include "platform/Text.h"
+#include "platform/Errors.h"
+#include "platform/Forwarding.h"
 
 namespace orbis::simulated {
 namespace {
@@ -17,6 +17,7 @@ using platform::PdhCounterObject;
 using platform::PdhQueryObject;
 using platform::PdhStatus;
 
+// Not on the forwarding base: these are the machine itself, whose last error is that of its very last call.
 class DeviceIoLedger final : public platform::DeviceIo {
 public:
     DeviceIoLedger(MachineState& machine, std::unique_ptr<platform::DeviceIo> port) : m_Machine(machine), m_Port(std::move(port)) {}
@@ -25,47 +26,21 @@ public:
                       std::uint32_t flags, NativeHandle templateFile) override
     {
         const NativeHandle handle = m_Port->Open(path, access, share, security, disposition, flags, templateFile);
-        const bool isOpen = handle != platform::kInvalidHandle && handle != 0;
-        m_Machine.open.deviceHandles += isOpen ? 1 : 0;
-        if (m_Machine.KeepsJournal() && path != nullptr) {
-            JournalEntry entry;
-            entry.operation = "DeviceIo::Open";
-            entry.subject = platform::Utf16ToUtf8(path);
-            entry.access = access;
-            entry.error = isOpen ? 0 : LastError();
-            const std::lock_guard lock(m_Mutex);
-            m_Opened.insert_or_assign(handle, entry);
-            m_Machine.Record(std::move(entry));
-        }
+        m_Machine.open.deviceHandles += handle != platform::kInvalidHandle && handle != 0 ? 1 : 0;
         return handle;
     }
-
     bool Control(NativeHandle device, std::uint32_t code, void* in, std::uint32_t inSize, void* out, std::uint32_t outSize,
                  std::uint32_t* returned, void* overlapped) override
     {
-        // The input may be the output too, so it is copied first.
-        JournalEntry entry;
-        if (m_Machine.KeepsJournal()) {
-            entry = Request(device, code, {static_cast<const std::uint8_t*>(in), in != nullptr ? inSize : 0});
-            entry.outputSize = out != nullptr ? outSize : 0;
-        }
-        const bool done = m_Port->Control(device, code, in, inSize, out, outSize, returned, overlapped);
-        Check(done, [code] { return fmt::format("Control {:#010x} on", code); });
-        if (m_Machine.KeepsJournal()) {
-            entry.error = done ? 0 : LastError();
-            m_Machine.Record(std::move(entry));
-        }
-        return done;
+        return Check(m_Port->Control(device, code, in, inSize, out, outSize, returned, overlapped),
+                     [code] { return fmt::format("Control {:#010x} on", code); });
     }
-
     bool Close(NativeHandle device) noexcept override
     {
-        const bool closed = m_Port->Close(device);
+        const bool closed = Check(m_Port->Close(device), [] { return "Close of"; });
         m_Machine.open.deviceHandles -= closed ? 1 : 0;
-        Check(closed, [] { return std::string("Close of"); });
         return closed;
     }
-
     std::uint32_t LogicalDriveStrings(std::uint32_t characters, char16_t* buffer) override
     {
         return m_Port->LogicalDriveStrings(characters, buffer);
@@ -74,38 +49,16 @@ public:
 
 private:
     template <typename What>
-    void Check(bool done, What what) const
+    bool Check(bool done, What what) const
     {
         if (!done && LastError() == platform::win32::kInvalidHandle) {
-            m_Machine.ReportMisuse("DeviceIo::" + what() + " a handle that is not open");
+            m_Machine.ReportMisuse(fmt::format("DeviceIo::{} a handle that is not open", what()));
         }
-    }
-
-    JournalEntry Request(NativeHandle device, std::uint32_t code, ByteSpan input)
-    {
-        const simulated::Request request{code, {input.begin(), input.end()}};
-        PassThroughSummary summary = Summarise(request);
-        JournalEntry entry;
-        {
-            const std::lock_guard lock(m_Mutex);
-            entry = m_Opened[device];
-        }
-        entry.operation = "DeviceIo::Control";
-        entry.controlCode = code;
-        entry.input = request.input;
-        if (IsDirect(code) && entry.input.size() >= kDataPointerOffset + sizeof(void*)) {
-            std::fill_n(entry.input.begin() + kDataPointerOffset, sizeof(void*), std::uint8_t{0});
-        }
-        entry.command = std::move(summary.command);
-        entry.dataToDevice = summary.dataToDevice;
-        entry.dataTransferLength = summary.dataTransferLength;
-        return entry;
+        return done;
     }
 
     MachineState& m_Machine;
     const std::unique_ptr<platform::DeviceIo> m_Port;
-    std::mutex m_Mutex;
-    std::map<NativeHandle, JournalEntry> m_Opened;  // while the journal is on
 };
 
 class SetupLedger final : public platform::Setup {
@@ -145,7 +98,6 @@ public:
         m_Machine.open.deviceSets -= destroyed ? 1 : 0;
         return destroyed;
     }
-
     std::uint32_t LastError() const noexcept override { return m_Port->LastError(); }
 
 private:
@@ -161,24 +113,22 @@ private:
     const std::unique_ptr<platform::Setup> m_Port;
 };
 
-class PdhLedger final : public platform::Pdh {
+class PdhLedger final : public platform::ForwardingPdh {
 public:
-    PdhLedger(MachineState& machine, std::unique_ptr<platform::Pdh> port) : m_Machine(machine), m_Port(std::move(port)) {}
+    PdhLedger(MachineState& machine, std::unique_ptr<platform::Pdh> port)
+        : ForwardingPdh(*port), m_Machine(machine), m_Port(std::move(port))
+    {}
 
     PdhStatus OpenQuery(const char16_t* dataSource, std::uintptr_t userData, PdhQueryObject** query) override
     {
-        const PdhStatus status = m_Port->OpenQuery(dataSource, userData, query);
+        const PdhStatus status = ForwardingPdh::OpenQuery(dataSource, userData, query);
         m_Machine.open.counterQueries += status == pdh::kOk ? 1 : 0;
         return status;
-    }
-    PdhStatus EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters) override
-    {
-        return m_Port->EnumInstances(object, buffer, characters);
     }
     PdhStatus AddEnglishCounter(PdhQueryObject* query, const char16_t* path, std::uintptr_t userData,
                                 PdhCounterObject** counter) override
     {
-        const PdhStatus status = m_Port->AddEnglishCounter(query, path, userData, counter);
+        const PdhStatus status = ForwardingPdh::AddEnglishCounter(query, path, userData, counter);
         if (status == pdh::kOk) {
             ++m_Machine.open.counters;
             const std::lock_guard lock(m_Mutex);
@@ -188,19 +138,20 @@ public:
     }
     PdhStatus CollectQueryData(PdhQueryObject* query) override
     {
-        return Check(m_Port->CollectQueryData(query), "CollectQueryData on a query that is not open");
+        return Check(ForwardingPdh::CollectQueryData(query), "CollectQueryData on a query that is not open");
     }
     PdhStatus FormattedValue(PdhCounterObject* counter, std::uint32_t format, platform::PdhCounterValue* value) override
     {
-        return Check(m_Port->FormattedValue(counter, format, value), "FormattedValue of a counter that does not exist");
+        return Check(ForwardingPdh::FormattedValue(counter, format, value), "FormattedValue of a counter that does not exist");
     }
     PdhStatus CounterInstances(PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters) override
     {
-        return Check(m_Port->CounterInstances(counter, buffer, characters), "CounterInstances of a counter that does not exist");
+        return Check(ForwardingPdh::CounterInstances(counter, buffer, characters),
+                     "CounterInstances of a counter that does not exist");
     }
     PdhStatus CloseQuery(PdhQueryObject* query) noexcept override
     {
-        const PdhStatus status = Check(m_Port->CloseQuery(query), "CloseQuery of a query that is not open");
+        const PdhStatus status = Check(ForwardingPdh::CloseQuery(query), "CloseQuery of a query that is not open");
         if (status == pdh::kOk) {
             --m_Machine.open.counterQueries;
             const std::lock_guard lock(m_Mutex);

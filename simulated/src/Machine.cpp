@@ -61,8 +61,6 @@ std::vector<std::string> Machine::NotRecorded() const
 {
     return m_State->tape != nullptr ? m_State->tape->Missing() : std::vector<std::string>();
 }
-void Machine::KeepJournal(bool keep) { m_State->KeepJournal(keep); }
-std::vector<JournalEntry> Machine::TakeJournal() { return m_State->TakeJournal(); }
 void Machine::AdvanceClock(std::chrono::nanoseconds time) { m_State->clock.Advance(time); }
 void Machine::OnDelay(std::function<void(std::chrono::nanoseconds)> wait) { m_State->wait = std::move(wait); }
 

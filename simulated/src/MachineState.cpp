@@ -140,16 +140,4 @@ std::vector<std::string> MachineState::Misuses() const
     return m_Misuses;
 }
 
-void MachineState::Record(JournalEntry entry)
-{
-    const std::lock_guard lock(m_Mutex);
-    m_Journal.push_back(std::move(entry));
-}
-
-std::vector<JournalEntry> MachineState::TakeJournal()
-{
-    const std::lock_guard lock(m_Mutex);
-    return std::exchange(m_Journal, {});
-}
-
 }  // namespace orbis::simulated

@@ -85,11 +85,6 @@ public:
     void ReportMisuse(std::string what);
     [[nodiscard]] std::vector<std::string> Misuses() const;
 
-    void KeepJournal(bool keep) { m_KeepJournal = keep; }
-    [[nodiscard]] bool KeepsJournal() const { return m_KeepJournal; }
-    void Record(JournalEntry entry);
-    [[nodiscard]] std::vector<JournalEntry> TakeJournal();
-
     std::unique_ptr<Tape> tape;  // of a machine that is a recording
     std::unique_ptr<platform::DeviceIo> deviceIo;
     std::unique_ptr<platform::Setup> setup;
@@ -106,9 +101,7 @@ public:
 private:
     void PlayRecording();
 
-    std::atomic<bool> m_KeepJournal{false};
     mutable std::mutex m_Mutex;
-    std::vector<JournalEntry> m_Journal;
     std::vector<std::string> m_Misuses;
 };
 

@@ -5,45 +5,12 @@
 namespace orbis::simulated {
 namespace {
 
-PassThroughSummary SummariseAta(const platform::AtaPassThroughDirect& pass)
+// The log identifier of an NVMe command: command word 10, bits 7:0. Nothing when it is another command.
+std::optional<std::uint32_t> LogPageOf(std::span<const std::uint8_t> command)
 {
-    const auto& task = pass.currentTaskFile;
-    PassThroughSummary summary;
-    summary.command.assign(task.begin(), task.end());
-    summary.dataToDevice = (pass.ataFlags & platform::kAtaFlagsDataOut) != 0;
-    summary.dataTransferLength = pass.dataTransferLength;
-    summary.ata = RegistersOf(task);
-    return summary;
-}
-
-PassThroughSummary SummariseScsi(const platform::ScsiPassThroughDirect& pass)
-{
-    const auto& cdb = pass.cdb;
-    PassThroughSummary summary;
-    summary.command.assign(cdb.begin(), cdb.begin() + std::min<std::ptrdiff_t>(pass.cdbLength, std::ssize(cdb)));
-    summary.dataToDevice = pass.dataIn == platform::kScsiIoctlDataOut && pass.dataTransferLength != 0;
-    summary.dataTransferLength = pass.dataTransferLength;
-    summary.scsiOpcode = cdb[0];
-    if (cdb[0] == protocol::scsi::kAtaPassThrough16) {
-        summary.ata = RegistersOf(cdb);
-    }
-    return summary;
-}
-
-PassThroughSummary SummariseProtocolCommand(const Request& request, const platform::StorageProtocolCommandHead& head)
-{
-    PassThroughSummary summary;
-    summary.command.assign(request.input.begin() + sizeof(head), request.input.end());
-    summary.dataToDevice = head.dataToDeviceTransferLength != 0;
-    summary.dataTransferLength =
-        head.dataToDeviceTransferLength != 0 ? head.dataToDeviceTransferLength : head.dataFromDeviceTransferLength;
-    if (summary.command.size() > platform::kProtocolCommandLengthNvme) {
-        summary.command.resize(platform::kProtocolCommandLengthNvme);
-    }
-    if (summary.command.size() > 40 && summary.command[0] == protocol::nvme::kGetLogPage) {
-        summary.nvmeLogPage = summary.command[40];  // log identifier: command word 10, bits 7:0
-    }
-    return summary;
+    constexpr std::size_t kWord10 = 40;
+    return command.size() > kWord10 && command[0] == protocol::nvme::kGetLogPage ? std::optional<std::uint32_t>(command[kWord10])
+                                                                                 : std::nullopt;
 }
 
 }  // namespace
@@ -67,23 +34,26 @@ bool IsDirect(std::uint32_t code)
 
 PassThroughSummary Summarise(const Request& request)
 {
+    PassThroughSummary summary;
     if (const auto pass = request.As<platform::AtaPassThroughDirect>();
         pass && request.code == platform::kIoctlAtaPassThroughDirect) {
-        return SummariseAta(*pass);
+        summary.dataTransferLength = pass->dataTransferLength;
+        summary.ata = RegistersOf(pass->currentTaskFile);
     }
     if (const auto pass = request.As<platform::ScsiPassThroughDirect>();
         pass && request.code == platform::kIoctlScsiPassThroughDirect) {
-        return SummariseScsi(*pass);
+        summary.dataTransferLength = pass->dataTransferLength;
+        summary.scsiOpcode = pass->cdb[0];
+        if (pass->cdb[0] == protocol::scsi::kAtaPassThrough16) {
+            summary.ata = RegistersOf(pass->cdb);
+        }
     }
-    if (const auto head = request.As<platform::StorageProtocolCommandHead>();
-        head && request.code == platform::kIoctlStorageProtocolCommand) {
-        return SummariseProtocolCommand(request, *head);
+    constexpr std::size_t kCommandAt = sizeof(platform::StorageProtocolCommandHead);
+    if (request.code == platform::kIoctlStorageProtocolCommand && request.input.size() > kCommandAt) {
+        summary.nvmeLogPage = LogPageOf(ByteSpan(request.input).subspan(kCommandAt));
     }
-    PassThroughSummary summary;
     const auto query = request.As<platform::StorageProtocolQuery>();
-    if (query && request.code == platform::kIoctlStorageQueryProperty &&
-        query->query.propertyId >= platform::kStorageAdapterProtocolSpecificProperty &&
-        query->query.propertyId <= platform::kStorageDeviceProtocolSpecificProperty &&
+    if (query && request.code == platform::kIoctlStorageQueryProperty && platform::emulated::IsProtocolProperty(query->query) &&
         query->protocol.dataType == platform::kNvmeDataTypeLogPage) {
         summary.nvmeLogPage = query->protocol.requestValue;
     }

@@ -10,6 +10,7 @@
 
 #include "Common/PhysicalDiskInfoFetcher.h"
 #include "Common/ResultException.h"
+#include "JournalInForce.h"
 #include "MachineInForce.h"
 #include "platform/Requests.h"
 
@@ -134,12 +135,12 @@ TEST(PhysicalDiskInfo, TheLayoutBufferGrowsUpToABound)
         EXPECT_THAT(Fetch().partitions, IsEmpty()) << "ERROR_MORE_DATA asks for more room too";
     }
     const MachineInForce machine(Gpt("", "exchange { control_code: 0x70050 error: 122 }"));
-    machine->KeepJournal(true);
+    orbis::fakes::JournalInForce journal;
     EXPECT_THROW(static_cast<void>(Fetch()), ResultException);
-    std::vector<std::uint32_t> entries;
-    for (const auto& call : machine->TakeJournal()) {
-        if (call.controlCode == kIoctlDiskGetDriveLayoutEx) {
-            entries.push_back((call.outputSize - 0x30) / 0x90);
+    std::vector<std::size_t> entries;
+    for (const auto& call : journal.Take<orbis::insight::call::Control>()) {
+        if (call.code == kIoctlDiskGetDriveLayoutEx) {
+            entries.push_back((call.output.size() - 0x30) / 0x90);
         }
     }
     EXPECT_THAT(entries, ElementsAre(128, 256, 512, 1024));

@@ -15,6 +15,7 @@
 
 #include "Difference.h"
 #include "FaultTable.h"
+#include "JournalInForce.h"
 #include "Places.h"
 #include "orbis/datatypes/physical_disk.pb.h"
 #include "orbis/simulated/machine.pb.h"
@@ -112,12 +113,12 @@ public:
     explicit Sweep(const Swept& swept) : m_Datatype(swept.datatype), m_Swept(swept), m_Description(DescriptionOf(swept))
     {
         PluginOnMachine plugin(std::make_unique<simulated::Machine>(m_Description));
-        plugin.Machine().KeepJournal(true);
+        fakes::JournalInForce journal;
         plugin.Construct();
         m_Constructed = plugin.Faults().Calls().size();
         m_First = plugin.CollectNext(m_Datatype);
         m_Calls = plugin.Faults().Calls();
-        m_Places = PlacesOf(m_Datatype, m_Calls, m_Constructed, plugin.Machine().TakeJournal());
+        m_Places = PlacesOf(m_Datatype, m_Calls, m_Constructed, journal.Take<insight::call::Control>());
         m_Second = WithoutNumbers(plugin.CollectNext(m_Datatype));
         EXPECT_EQ(plugin.Finish(), PluginOnMachine::kNothingOpen);
     }

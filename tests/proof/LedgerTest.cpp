@@ -1,5 +1,6 @@
 // Every request that any collection sends to any device of the example machines, against a short list of read-only ones.
 #include <algorithm>
+#include <cstring>
 #include <iostream>
 #include <set>
 #include <string>
@@ -10,6 +11,8 @@
 #include <gtest/gtest.h>
 
 #include "Collections.h"
+#include "JournalInForce.h"
+#include "Places.h"
 #include "platform/DeviceIo.h"
 #include "platform/Requests.h"
 #include "simulated/MachineFile.h"
@@ -17,7 +20,7 @@
 namespace orbis::proof {
 namespace {
 
-using simulated::JournalEntry;
+using insight::call::Control;
 
 // A request as the ledger names it: the operation that the device is asked for, how it was opened, and which way the data goes.
 std::string Access(std::uint32_t access)
@@ -36,12 +39,12 @@ std::string Access(std::uint32_t access)
     }
 }
 
-std::string Command(const JournalEntry& request)
+std::string Command(const Control& request)
 {
-    const auto& bytes = request.command;
+    const insight::Bytes bytes = CommandOf(request);
     const auto byte = [&](std::size_t at) { return at < bytes.size() ? bytes[at] : 0xFFU; };
-    const auto input = [&](std::size_t at) { return at < request.input.size() ? request.input[at] : 0xFFU; };
-    switch (request.controlCode) {
+    const auto input = [&](std::size_t at) { return at < request.request.size() ? request.request[at] : 0xFFU; };
+    switch (request.code) {
         case platform::kIoctlAtaPassThroughDirect:
             return fmt::format(" ATA {:02x} features {:02x} log {:02x}", byte(6), byte(0), byte(2));
         case platform::kIoctlScsiPassThroughDirect:
@@ -59,13 +62,38 @@ std::string Command(const JournalEntry& request)
     }
 }
 
-std::string LedgerLine(const JournalEntry& request)
+template <class Kind>
+Kind HeadOf(const insight::Bytes& request)
 {
-    if (request.operation == "DeviceIo::Open") {
-        return "open, " + Access(request.access);
+    Kind head{};
+    std::memcpy(static_cast<void*>(&head), request.data(), std::min(request.size(), sizeof(head)));
+    return head;
+}
+
+bool IsDataToDevice(const Control& request)
+{
+    switch (request.code) {
+        case platform::kIoctlAtaPassThroughDirect:
+            return (HeadOf<platform::AtaPassThroughDirect>(request.request).ataFlags & platform::kAtaFlagsDataOut) != 0;
+        case platform::kIoctlScsiPassThroughDirect:
+            return HeadOf<platform::ScsiPassThroughDirect>(request.request).dataIn == platform::kScsiIoctlDataOut;
+        case platform::kIoctlStorageProtocolCommand:
+            return HeadOf<platform::StorageProtocolCommandHead>(request.request).dataToDeviceTransferLength != 0;
+        default:
+            return false;
     }
-    return fmt::format("{:#010x}{}, {}{}", request.controlCode, Command(request), Access(request.access),
-                       request.dataToDevice ? ", DATA TO THE DEVICE" : "");
+}
+
+// Empty for a call that is no request to a device.
+std::string LedgerLine(const insight::Record& record)
+{
+    if (const auto* open = record.As<insight::call::Open>()) {
+        return "open, " + Access(open->device->access);
+    }
+    const auto* request = record.As<Control>();
+    return request == nullptr ? std::string{}
+                              : fmt::format("{:#010x}{}, {}{}", request->code, Command(*request), Access(request->device->access),
+                                            IsDataToDevice(*request) ? ", DATA TO THE DEVICE" : "");
 }
 
 // Windows demands read and write access for pass-through, whatever the command; the commands are those that only read.
@@ -99,14 +127,13 @@ TEST(Ledger, CollectionsOnlyRead)
     std::size_t requests = 0;
     for (const std::string& name : ExampleMachines()) {
         PluginOnMachine plugin(simulated::ParseMachine(MachineText(name)));
-        plugin.Machine().KeepJournal(true);
+        fakes::JournalInForce journal;
         plugin.Construct();
         for (const Datatype datatype : kDatatypes) {
             static_cast<void>(plugin.CollectNext(datatype));
             EXPECT_EQ(plugin.Machine().OpenObjects().deviceHandles, 0) << name << ", " << NameOf(datatype);
-            for (const JournalEntry& entry : plugin.Machine().TakeJournal()) {
-                if (entry.operation == "DeviceIo::Open" || entry.operation == "DeviceIo::Control") {
-                    const std::string line = LedgerLine(entry);
+            for (const insight::Record& record : journal.Take()) {
+                if (const std::string line = LedgerLine(record); !line.empty()) {
                     EXPECT_TRUE(kReadOnly.contains(line)) << name << ", " << NameOf(datatype) << ": " << line;
                     seen.insert(line);
                     ++requests;

@@ -9,8 +9,8 @@
 namespace orbis::proof {
 namespace {
 
+using insight::call::Control;
 using simulated::CountedCall;
-using simulated::JournalEntry;
 
 constexpr std::string_view kSelect = "SELECT * FROM ";
 constexpr std::string_view kInterfacePath = R"(\\?\)";
@@ -18,12 +18,9 @@ constexpr std::string_view kInterfacePath = R"(\\?\)";
 // Walks along the calls and knows what was said so far.
 class Guide {
 public:
-    Guide(Datatype datatype, const std::vector<CountedCall>& calls, const std::vector<JournalEntry>& journal)
-        : m_Datatype(datatype), m_Calls(calls)
-    {
-        std::copy_if(journal.begin(), journal.end(), std::back_inserter(m_Controls),
-                     [](const JournalEntry& entry) { return entry.operation == "DeviceIo::Control"; });
-    }
+    Guide(Datatype datatype, const std::vector<CountedCall>& calls, const std::vector<Control>& controls)
+        : m_Datatype(datatype), m_Calls(calls), m_Controls(controls)
+    {}
 
     std::string PlaceOf(std::size_t at)
     {
@@ -83,12 +80,12 @@ private:
 
     [[nodiscard]] std::string PlaceOfControl(std::size_t at, bool isTaken)
     {
-        const JournalEntry& request = m_Controls.at(m_Taken);
+        const Control& request = m_Controls.at(m_Taken);
         m_Taken += isTaken ? 1 : 0;
         if (m_Calls[at].subject.find(kInterfacePath) != std::string::npos) {
             return "walk";
         }
-        switch (request.controlCode) {
+        switch (request.code) {
             case platform::kIoctlDiskGetDriveGeometry:
                 m_Identified = 0;
                 return "geometry";
@@ -109,32 +106,33 @@ private:
         }
     }
 
-    [[nodiscard]] std::string PlaceOfProperty(const JournalEntry& request) const
+    [[nodiscard]] std::string PlaceOfProperty(const Control& request) const
     {
-        if (request.input.at(0) == platform::kStorageDeviceProperty) {
+        if (request.request.at(0) == platform::kStorageDeviceProperty) {
             return "bus type";
         }
-        if (request.input.at(12) == platform::kNvmeDataTypeIdentify) {
+        if (request.request.at(12) == platform::kNvmeDataTypeIdentify) {
             return m_Datatype == Datatype::Identify ? "identify" : "maker's identify";
         }
-        return request.input.at(16) == 0x02 ? "health log" : "maker's log";
+        return request.request.at(16) == 0x02 ? "health log" : "maker's log";
     }
 
     // IDENTIFY DEVICE is asked for in several places, each of which begins with the ATA way and may go on with the SCSI way.
-    [[nodiscard]] std::string PlaceOfPassThrough(const JournalEntry& request, bool isTaken)
+    [[nodiscard]] std::string PlaceOfPassThrough(const Control& request, bool isTaken)
     {
         static const std::vector<std::string> kSmart{"log 9A", "model", "solid state"};
         static const std::vector<std::string> kInfo{"model", "log 9A"};
         const bool isSmart = m_Datatype == Datatype::SmartStatic || m_Datatype == Datatype::SmartDynamic;
-        const bool isAta = request.controlCode == platform::kIoctlAtaPassThroughDirect;
-        if (!isAta && request.command.at(0) == 0x12) {
+        const bool isAta = request.code == platform::kIoctlAtaPassThroughDirect;
+        const insight::Bytes command = CommandOf(request);
+        if (!isAta && command.at(0) == 0x12) {
             m_Identified = 0;
             return "inquiry";
         }
-        if (!isAta && request.command.at(14) == 0xB0) {
-            return request.command.at(4) == 0xD0 ? "SMART data" : "SMART thresholds";
+        if (!isAta && command.at(14) == 0xB0) {
+            return command.at(4) == 0xD0 ? "SMART data" : "SMART thresholds";
         }
-        const bool isNext = isAta && request.command.at(6) == 0xEC;
+        const bool isNext = isAta && command.at(6) == 0xEC;
         const std::size_t place = m_Identified + (isNext ? 1 : 0);
         m_Identified = isTaken ? place : m_Identified;
         return (isSmart ? kSmart : kInfo).at(place - 1);
@@ -142,7 +140,7 @@ private:
 
     Datatype m_Datatype;
     const std::vector<CountedCall>& m_Calls;
-    std::vector<JournalEntry> m_Controls;
+    const std::vector<Control>& m_Controls;
     std::size_t m_Taken = 0;       // of m_Controls
     std::size_t m_Identified = 0;  // places of the disk that asked for IDENTIFY DEVICE so far
     std::map<std::string, int> m_Queries;
@@ -153,14 +151,31 @@ private:
 }  // namespace
 
 std::vector<std::string> PlacesOf(Datatype datatype, const std::vector<CountedCall>& calls, std::size_t constructed,
-                                  const std::vector<JournalEntry>& journal)
+                                  const std::vector<Control>& controls)
 {
-    Guide guide(datatype, calls, journal);
+    Guide guide(datatype, calls, controls);
     std::vector<std::string> places;
     for (std::size_t at = 0; at < calls.size(); ++at) {
         places.push_back((at < constructed ? "construction: " : "") + guide.PlaceOf(at));
     }
     return places;
+}
+
+insight::Bytes CommandOf(const Control& control)
+{
+    const auto from = [&](std::size_t offset) {
+        return insight::Bytes(control.request.begin() + static_cast<std::ptrdiff_t>(offset), control.request.end());
+    };
+    switch (control.code) {
+        case platform::kIoctlAtaPassThroughDirect:
+            return from(offsetof(platform::AtaPassThroughDirect, currentTaskFile));
+        case platform::kIoctlScsiPassThroughDirect:
+            return from(offsetof(platform::ScsiPassThroughDirect, cdb));
+        case platform::kIoctlStorageProtocolCommand:
+            return from(sizeof(platform::StorageProtocolCommandHead));
+        default:
+            return {};
+    }
 }
 
 }  // namespace orbis::proof

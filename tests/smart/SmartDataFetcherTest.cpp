@@ -16,6 +16,7 @@
 #include "Common/ResultException.h"
 #include "Common/SmartDataFetcher.h"
 #include "HexFile.h"
+#include "JournalInForce.h"
 #include "MachineInForce.h"
 
 namespace orbis::tests {
@@ -88,22 +89,21 @@ TEST(SmartRequest, IsTheOneThatDriversPassOn)
         "38 00 00 00 00 00 10 40 01 00 00 00 00 02 00 00 3c 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00 "
         "40 00 00 00 85 08 0e 00 {} 00 01 00 00 00 4f 00 c2 00 b0 00";
     const MachineInForce machine(HardDisk());
-    machine->KeepJournal(true);
+    fakes::JournalInForce journal;
     SmartDataCollection collection;
     Sector thresholds{};
     ASSERT_TRUE(SmartDataFetcher().ReadSmartData(Disk().physicalDrivePath, collection));
     ASSERT_TRUE(SmartDataFetcher().ReadSmartThresholds(Disk().physicalDrivePath, thresholds));
-    const auto journal = machine->TakeJournal();
-    ASSERT_EQ(journal.size(), 6U) << "three opens, each with its request: INQUIRY, data, thresholds";
-    for (const auto& [number, features] : {std::pair<std::size_t, const char*>{3, "d0"}, {5, "d1"}}) {
-        const auto& request = journal[number];
-        EXPECT_EQ(request.controlCode, 0x4D014U);
-        EXPECT_EQ(std::pair(request.input.size(), request.outputSize), std::pair(std::size_t{128}, 128U));
-        EXPECT_EQ(fmt::format("{:02x}", fmt::join(request.input.begin(), request.input.begin() + 52, " ")),
-                  fmt::format(kExpected, features));
-        EXPECT_TRUE(std::all_of(request.input.begin() + 52, request.input.end(), [](std::uint8_t byte) { return byte == 0; }));
-        EXPECT_EQ(journal[number - 1].subject, R"(\\.\PhysicalDrive3)");
-        EXPECT_EQ(journal[number - 1].access, 0xC0000000);
+    const auto controls = journal.Take<insight::call::Control>();
+    ASSERT_EQ(controls.size(), 3U) << "INQUIRY, data, thresholds";
+    for (const auto& [number, features] : {std::pair<std::size_t, const char*>{1, "d0"}, {2, "d1"}}) {
+        const insight::Bytes& request = controls[number].request;
+        EXPECT_EQ(controls[number].code, 0x4D014U);
+        EXPECT_EQ(std::pair(request.size(), controls[number].output.size()), std::pair(std::size_t{128}, std::size_t{128}));
+        EXPECT_EQ(fmt::format("{:02x}", fmt::join(request.begin(), request.begin() + 52, " ")), fmt::format(kExpected, features));
+        EXPECT_TRUE(std::all_of(request.begin() + 52, request.end(), [](std::uint8_t byte) { return byte == 0; }));
+        EXPECT_EQ(controls[number].device->path, uR"(\\.\PhysicalDrive3)");
+        EXPECT_EQ(controls[number].device->access, 0xC0000000);
     }
 }
 
@@ -320,12 +320,12 @@ TEST(SmartSolidState, IsDecidedByTheFirstRuleThatHolds)
     for (const Medium& medium : cases) {
         SCOPED_TRACE(medium.what);
         const MachineInForce machine("disk { number: 3 kind: SATA_HDD ata { identify {" + medium.identify + "} } }");
-        machine->KeepJournal(true);
+        fakes::JournalInForce journal;
         BasicDiskInfo disk = Disk();
         SmartDataCollection collection;
         medium.change(disk, collection);
         EXPECT_EQ(SmartDataFetcher().IsSolidState(disk, collection), medium.isSolidState);
-        EXPECT_EQ(!machine->TakeJournal().empty(), medium.asksTheDrive);
+        EXPECT_EQ(!journal.Take<insight::call::Open>().empty(), medium.asksTheDrive);
     }
     const MachineInForce none("");
     EXPECT_FALSE(SmartDataFetcher().IsSolidState(Disk(), {})) << "no answer";

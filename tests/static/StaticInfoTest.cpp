@@ -9,6 +9,7 @@
 #include <gmock/gmock.h>
 
 #include "HostSdk/Exceptions.h"
+#include "JournalInForce.h"
 #include "MachineInForce.h"
 #include "PhysicalDiskStaticInfoRetriever.h"
 #include "RecordingLog.h"
@@ -69,17 +70,13 @@ TEST(StaticInfo, ReadsTheFirmwareOncePerPartition)
 {
     for (const int partitions : {0, 1, 3}) {
         const MachineInForce machine(Gpt(partitions, kMillionUnits) + kOem);
-        machine->KeepJournal(true);
+        orbis::fakes::JournalInForce journal;
         const auto messages = CollectAll();
         ASSERT_EQ(messages.size(), 1U);
         EXPECT_EQ(messages[0].has_firmware_revision(), partitions > 0);
         EXPECT_EQ(messages[0].has_namespace_marketed_size_in_gb(), partitions > 0);
         EXPECT_EQ(messages[0].has_oem_type208_system_id(), partitions > 0);
-        int reads = 0;
-        for (const auto& call : machine->TakeJournal()) {
-            reads += call.operation == "Firmware::SystemFirmwareTable" ? 1 : 0;
-        }
-        EXPECT_EQ(reads, 2 * partitions) << "the size, and the table";
+        EXPECT_EQ(journal.Take<orbis::insight::call::SystemFirmwareTable>().size(), 2U * partitions) << "the size, and the table";
     }
 }
 

@@ -39,20 +39,6 @@ struct OpenCounts {
 // Prints what is not zero, for test failures.
 ORBIS_SIMULATED_EXPORT std::ostream& operator<<(std::ostream& out, const OpenCounts& open);
 
-// A device that was opened, one request to it, or a firmware table that was asked for, kept while the journal is on.
-struct JournalEntry {
-    std::string operation;                 // such as "DeviceIo::Control"
-    std::string subject;                   // UTF-8: the path that was opened
-    std::uint32_t access = 0;              // Open: the access asked for; Control: the access of the handle
-    std::uint32_t controlCode = 0;         // Control
-    std::vector<std::uint8_t> input;       // Control: the input buffer (the data pointer of a direct pass-through is zeroed)
-    std::uint32_t outputSize = 0;          // bytes of the output buffer
-    std::vector<std::uint8_t> command;     // pass-through: CDB, current task file (8 bytes) or NVMe command (64 bytes)
-    bool dataToDevice = false;             // pass-through: data travels to the device
-    std::uint32_t dataTransferLength = 0;  // pass-through: bytes of data
-    std::uint32_t error = 0;               // Win32 error; 0 is success
-};
-
 // A whole simulated machine: every port, answered from one description. Safe to use from several threads at once.
 class ORBIS_SIMULATED_EXPORT Machine final : public platform::Platform {
 public:
@@ -80,11 +66,6 @@ public:
     [[nodiscard]] const description::Machine& Description() const noexcept;
     // Of a machine that is a recording: requests that it lacks, which therefore failed. Each once, for people.
     [[nodiscard]] std::vector<std::string> NotRecorded() const;
-
-    // Starts or stops the journal.
-    void KeepJournal(bool keep);
-    // The requests since the journal began or was last taken, in order.
-    [[nodiscard]] std::vector<JournalEntry> TakeJournal();
 
     // Moves the machine's clock, as Sleep does.
     void AdvanceClock(std::chrono::nanoseconds time);
