@@ -169,6 +169,15 @@ NativeHandle HiddenDisks::Open(const char16_t* path, std::uint32_t access, std::
     return ForwardingDeviceIo::Open(path, access, share, security, disposition, flags, templateFile);
 }
 
+PowerState HiddenDisks::DiskPowerState(const char16_t* path)
+{
+    if (path != nullptr && IsAnyHidden() && IsHidden(HiddenDiskOf(path))) {
+        SaveLastError(win32::kFileNotFound);
+        return PowerState::Unknown;
+    }
+    return ForwardingDeviceIo::DiskPowerState(path);
+}
+
 std::uint32_t HiddenDisks::LogicalDriveStrings(std::uint32_t characters, char16_t* buffer)
 {
     if (!IsAnyHidden()) {

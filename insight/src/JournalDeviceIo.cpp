@@ -113,6 +113,16 @@ public:
         return done;
     }
 
+    platform::PowerState DiskPowerState(const char16_t* path) override
+    {
+        const auto start = Clock::now();
+        const platform::PowerState result = ForwardingDeviceIo::DiskPowerState(path);
+        m_Store.Keep(start, [&]() -> Call {
+            return call::DiskPowerState{TextOf(path), result, result == platform::PowerState::Unknown ? LastError() : 0};
+        });
+        return result;
+    }
+
     std::uint32_t LogicalDriveStrings(std::uint32_t characters, char16_t* buffer) override
     {
         const auto start = Clock::now();

@@ -110,6 +110,11 @@ bool WaitWatch::Close(NativeHandle device) noexcept
     return Tell({Kind::Device, std::move(path)}, "the close request", [&] { return ForwardingDeviceIo::Close(device); });
 }
 
+PowerState WaitWatch::DiskPowerState(const char16_t* path)
+{
+    return Tell({Kind::Device, Utf8(path)}, "the power state", [&] { return ForwardingDeviceIo::DiskPowerState(path); });
+}
+
 std::uint32_t WaitWatch::LogicalDriveStrings(std::uint32_t characters, char16_t* buffer)
 {
     return Tell({Kind::DriveLetters}, "the drive letters",

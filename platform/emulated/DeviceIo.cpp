@@ -61,6 +61,20 @@ bool DeviceIo::Close(NativeHandle device) noexcept
     return m_Handles.Remove(device) != nullptr || FailWith(win32::kInvalidHandle, false);
 }
 
+PowerState DeviceIo::DiskPowerState(const char16_t* path)
+{
+    if (path == nullptr) {
+        return FailWith(win32::kInvalidParameter, PowerState::Unknown);
+    }
+    try {
+        const std::optional<PowerState> state = PowerOfPath(Utf16ToUtf8(path));
+        SetLastError(state ? win32::kSuccess : win32::kFileNotFound);
+        return state.value_or(PowerState::Unknown);
+    } catch (const std::bad_alloc&) {
+        return FailWith(win32::kNotEnoughMemory, PowerState::Unknown);
+    }
+}
+
 std::uint32_t DeviceIo::LogicalDriveStrings(std::uint32_t characters, char16_t* buffer)
 {
     std::u16string strings;

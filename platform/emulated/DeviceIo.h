@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "emulated/Control.h"
@@ -26,6 +27,7 @@ public:
     bool Control(NativeHandle device, std::uint32_t code, void* in, std::uint32_t inSize, void* out, std::uint32_t outSize,
                  std::uint32_t* returned, void* overlapped) final;
     bool Close(NativeHandle device) noexcept final;
+    PowerState DiskPowerState(const char16_t* path) final;
     std::uint32_t LogicalDriveStrings(std::uint32_t characters, char16_t* buffer) final;
     std::uint32_t LastError() const noexcept final { return emulated::LastError(); }
 
@@ -36,6 +38,8 @@ protected:
     };
     // The device of that path (UTF-8), opened.
     [[nodiscard]] virtual Opened OpenPath(const std::string& path, std::uint32_t access) = 0;
+    // The power state of the disk behind that path (UTF-8), which this must not wake; nothing when there is none.
+    [[nodiscard]] virtual std::optional<PowerState> PowerOfPath(const std::string& path) = 0;
     // Drive letters in use now, in upper case and ascending.
     [[nodiscard]] virtual std::string DriveLetters() = 0;
 

@@ -23,6 +23,17 @@ bool WindowsDeviceIo::Control(NativeHandle device, std::uint32_t code, void* in,
 
 bool WindowsDeviceIo::Close(NativeHandle device) noexcept { return ::CloseHandle(AsHandle(device)) != FALSE; }
 
+PowerState WindowsDeviceIo::DiskPowerState(const char16_t* path)
+{
+    // Neither an open without access nor the question reaches the device.
+    const DeviceHandle device(*this, Open(path, 0, kFileShareRead | kFileShareWrite, nullptr, kOpenExisting, 0, 0));
+    BOOL isOn = TRUE;
+    if (!device.IsValid() || ::GetDevicePowerState(AsHandle(device.Get()), &isOn) == FALSE) {
+        return PowerState::Unknown;
+    }
+    return isOn != FALSE ? PowerState::Awake : PowerState::Asleep;
+}
+
 std::uint32_t WindowsDeviceIo::LogicalDriveStrings(std::uint32_t characters, char16_t* buffer)
 {
     return ::GetLogicalDriveStringsW(characters, AsWide(buffer));

@@ -12,6 +12,7 @@ public:
     bool Control(NativeHandle device, std::uint32_t code, void* in, std::uint32_t inSize, void* out, std::uint32_t outSize,
                  std::uint32_t* returned, void* overlapped) override;
     bool Close(NativeHandle device) noexcept override;
+    PowerState DiskPowerState(const char16_t* path) override;
     std::uint32_t LogicalDriveStrings(std::uint32_t characters, char16_t* buffer) override;
     std::uint32_t LastError() const noexcept override;
 };

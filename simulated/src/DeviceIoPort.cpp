@@ -128,7 +128,7 @@ void* DataPointer(const platform::emulated::ControlBuffers& buffers)
 // A device that is open.
 class OpenTarget final : public platform::emulated::Device {
 public:
-    OpenTarget(const MachineState& machine, Target target) : m_Machine(machine), m_Target(target) {}
+    OpenTarget(MachineState& machine, Target target) : m_Machine(machine), m_Target(target) {}
 
     std::uint32_t Control(std::uint32_t code, platform::emulated::ControlBuffers& buffers) override
     {
@@ -138,6 +138,7 @@ public:
         if (m_Target.disk != nullptr && !m_Target.disk->PresentAt(request.now)) {
             return win32::kDeviceNotConnected;
         }
+        m_Machine.Reach(m_Target.disk, "a request");
         const PassThroughSummary summary = Summarise(request);
         void* data = IsDirect(code) && summary.dataTransferLength > 0 ? DataPointer(buffers) : nullptr;
         if (IsDirect(code) && summary.dataTransferLength > 0 && data == nullptr) {
@@ -160,7 +161,7 @@ public:
     }
 
 private:
-    const MachineState& m_Machine;
+    MachineState& m_Machine;
     const Target m_Target;
 };
 
@@ -196,7 +197,22 @@ protected:
         Target target;
         target.access = access;
         const std::uint32_t error = Find(path, target);
+        m_Machine.Reach(target.disk, "an open");
         return {error, std::make_shared<OpenTarget>(m_Machine, target)};
+    }
+
+    std::optional<platform::PowerState> PowerOfPath(const std::string& path) override
+    {
+        using platform::PowerState;
+        Target target;
+        if (Find(path, target) == win32::kFileNotFound) {
+            return std::nullopt;
+        }
+        if (target.disk == nullptr) {
+            return PowerState::Unknown;
+        }
+        target.disk->isKnownAsleep = target.disk->AsleepAt(m_Machine.clock.Seconds());
+        return target.disk->isKnownAsleep ? PowerState::Asleep : PowerState::Awake;
     }
 
     std::string DriveLetters() override

@@ -64,6 +64,10 @@ bool IsPart(double value) { return value >= 0 && value <= 1; }
 
 void CheckActivities(const Place& place, const description::Disk& disk, Findings& findings)
 {
+    if (disk.has_wakes_at() && disk.wakes_at() <= disk.sleeps_at()) {
+        findings.Warning(place, "wakes_at", "the disk wakes up before it falls asleep",
+                         "it never sleeps: correct one of the times");
+    }
     if (disk.has_arrives_at() && disk.has_leaves_at() && disk.leaves_at() <= disk.arrives_at()) {
         findings.Warning(place, "leaves_at", "the disk leaves before it arrives", "it is never there: correct one of the times");
     }

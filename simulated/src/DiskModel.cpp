@@ -128,6 +128,12 @@ ExchangeList BuildExchanges(const google::protobuf::RepeatedPtrField<description
     return list;
 }
 
+bool DiskModel::AsleepAt(double seconds) const
+{
+    return description->has_sleeps_at() && seconds >= description->sleeps_at() &&
+           (!description->has_wakes_at() || seconds < description->wakes_at()) && !isWoken;
+}
+
 bool DiskModel::PresentAt(double seconds) const
 {
     return (!description->has_arrives_at() || seconds >= description->arrives_at()) &&

@@ -100,6 +100,11 @@ struct DiskModel {
     std::uint32_t partitions = 0;
     ExchangeList exchanges;
 
+    // Of a disk that spins down: whether a request has spun it up since, and whether its last power state was asleep.
+    mutable std::atomic<bool> isWoken{false};
+    mutable std::atomic<bool> isKnownAsleep{false};
+
+    [[nodiscard]] bool AsleepAt(double seconds) const;
     // Whether the disk is plugged in at a time after the start.
     [[nodiscard]] bool PresentAt(double seconds) const;
 };

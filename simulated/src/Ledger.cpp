@@ -41,6 +41,7 @@ public:
         m_Machine.open.deviceHandles -= closed ? 1 : 0;
         return closed;
     }
+    platform::PowerState DiskPowerState(const char16_t* path) override { return m_Port->DiskPowerState(path); }
     std::uint32_t LogicalDriveStrings(std::uint32_t characters, char16_t* buffer) override
     {
         return m_Port->LogicalDriveStrings(characters, buffer);

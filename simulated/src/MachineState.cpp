@@ -6,6 +6,8 @@
 #include <numeric>
 #include <string_view>
 
+#include <fmt/format.h>
+
 #include "Ledger.h"
 #include "RecordedPorts.h"
 
@@ -125,6 +127,17 @@ void MachineState::Delay(double seconds, bool never) const
         clock.Advance(std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(seconds)));
     } else {
         std::promise<void>().get_future().wait();  // nothing ever sets it
+    }
+}
+
+void MachineState::Reach(const DiskModel* disk, std::string_view what)
+{
+    if (disk == nullptr || !disk->AsleepAt(clock.Seconds())) {
+        return;
+    }
+    disk->isWoken = true;
+    if (disk->isKnownAsleep) {
+        ReportMisuse(fmt::format("{} wakes DISK{}, which is asleep", what, disk->number));
     }
 }
 

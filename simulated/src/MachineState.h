@@ -82,6 +82,9 @@ public:
     void Delay(double seconds, bool never) const;
     std::function<void(std::chrono::nanoseconds)> wait;  // Machine::OnDelay
 
+    // A request reaches the disk, which may be null.
+    void Reach(const DiskModel* disk, std::string_view what);
+
     void ReportMisuse(std::string what);
     [[nodiscard]] std::vector<std::string> Misuses() const;
 

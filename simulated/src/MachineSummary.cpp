@@ -91,6 +91,12 @@ void AddDisk(Summary& summary, const description::Disk& description, std::uint32
     if (description.has_arrives_at()) {
         summary.Line(2, "arrives after {} s", description.arrives_at());
     }
+    if (description.has_sleeps_at()) {
+        summary.Line(2, "falls asleep after {} s", description.sleeps_at());
+    }
+    if (description.has_wakes_at()) {
+        summary.Line(2, "wakes up after {} s", description.wakes_at());
+    }
     if (description.has_leaves_at()) {
         summary.Line(2, "leaves after {} s", description.leaves_at());
     }

@@ -73,6 +73,13 @@ public:
         return m_Open.Remove(handle) != nullptr || FailWith(platform::win32::kInvalidHandle, false);
     }
 
+    // Power states are not recorded: a disk that was asleep was left out of the recording, and the others answered.
+    platform::PowerState DiskPowerState(const char16_t*) override
+    {
+        platform::emulated::SetLastError(platform::win32::kNotSupported);
+        return platform::PowerState::Unknown;
+    }
+
     std::uint32_t LogicalDriveStrings(std::uint32_t characters, char16_t* buffer) override
     {
         const RecordedAnswer* answer =

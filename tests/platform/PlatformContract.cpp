@@ -30,6 +30,8 @@ TEST_P(PlatformContract, OpeningWhatIsNotThereFailsAsAbsent)
     for (const char16_t* path : {u"\\\\.\\PhysicalDrive4711", u"\\\\.\\NoSuchDevice", u"\\\\.\\1:", u""}) {
         EXPECT_FALSE(OpenDevice(io, path).IsValid());
         EXPECT_TRUE(IsOneOf(io.LastError(), std::array{win32::kFileNotFound, win32::kPathNotFound})) << io.LastError();
+        EXPECT_EQ(io.DiskPowerState(path), PowerState::Unknown);
+        EXPECT_TRUE(IsOneOf(io.LastError(), std::array{win32::kFileNotFound, win32::kPathNotFound})) << io.LastError();
     }
 }
 
@@ -50,6 +52,7 @@ TEST_P(PlatformContract, EveryDiskOfTheWalkIsTheOneOfItsDriveNumber)
         const DeviceHandle byNumber = OpenDevice(io, DrivePath(number.deviceNumber), 0);
         ASSERT_TRUE(byNumber.IsValid());
         EXPECT_EQ(NumberOf(io, byNumber), number.deviceNumber);
+        EXPECT_EQ(io.DiskPowerState(disk.path.c_str()), io.DiskPowerState(DrivePath(number.deviceNumber).c_str()));
     }
 }
 

@@ -439,6 +439,32 @@ TEST_F(SimulatedMachineTest, MisuseIsSeenAndSurvived)
     machine.reset();
 }
 
+TEST_F(SimulatedMachineTest, ASleepingDiskIsWokenByAnyRequestButOne)
+{
+    Make(
+        "disk { number: 2 kind: SATA_HDD size: 1000000000 sleeps_at: 5 wakes_at: 60 gpt { partition { volume { letter: 'D' } } } "
+        "}");
+    const std::u16string disk = tests::DrivePath(2);
+    const auto state = [&] { return Io().DiskPowerState(disk.c_str()); };
+    EXPECT_EQ(state(), PowerState::Awake);
+    DeviceHandle early = OpenDevice(Io(), disk, 0);
+    machine->AdvanceClock(std::chrono::seconds(5));
+    EXPECT_EQ(Io().DiskPowerState(u"\\\\.\\d:"), PowerState::Asleep);
+    EXPECT_EQ(state(), PowerState::Asleep) << "still";
+    EXPECT_EQ(machine->Misuses(), std::vector<std::string>{});
+    EXPECT_EQ(Ask(Io(), early, kIoctlStorageGetDeviceNumber, {}, 12).error, 0U);
+    early.Reset();
+    EXPECT_EQ(machine->Misuses(), std::vector<std::string>{"a request wakes DISK2, which is asleep"});
+    EXPECT_EQ(state(), PowerState::Awake);
+
+    Make(
+        "disk { number: 2 kind: SATA_HDD size: 1000000000 sleeps_at: 0 wakes_at: 60 gpt { partition { volume { letter: 'D' } } } "
+        "}");
+    static_cast<void>(OpenDevice(Io(), u"\\\\.\\D:", 0));
+    EXPECT_EQ(machine->Misuses(), std::vector<std::string>{}) << "nobody has asked";
+    EXPECT_EQ(state(), PowerState::Awake) << "it was woken";
+}
+
 TEST_F(SimulatedMachineTest, NarrowTextIsDecodedByTheCodePageOfTheFile)
 {
     struct Case {

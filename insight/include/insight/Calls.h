@@ -70,6 +70,11 @@ struct Close {
     bool succeeded = false;
     std::uint32_t error = 0;
 };
+struct DiskPowerState {
+    std::u16string text;  // the path
+    platform::PowerState result = platform::PowerState::Unknown;
+    std::uint32_t error = 0;  // of an unknown one
+};
 struct LogicalDriveStrings {
     std::uint32_t characters = 0;
     std::u16string text;  // the whole buffer, zeros included
@@ -279,14 +284,15 @@ struct DefaultToWide {
 
 }  // namespace call
 
-using Call = std::variant<call::Open, call::Control, call::Close, call::LogicalDriveStrings, call::ClassDevices,
-                          call::EnumDeviceInterfaces, call::DeviceInterfaceDetail, call::EnumDeviceInfo, call::DeviceProperty,
-                          call::DestroyDeviceInfoList, call::SystemFirmwareTable, call::InitializeCom, call::InitializeSecurity,
-                          call::UninitializeCom, call::AllocateString, call::FreeString, call::StringLength, call::CreateLocator,
-                          call::ConnectServer, call::SetProxyBlanket, call::ExecQuery, call::Next, call::Get, call::Release,
-                          call::ClearVariant, call::ArrayUpperBound, call::ArrayElements, call::ArrayBounds, call::OpenQuery,
-                          call::EnumInstances, call::CounterInstances, call::AddEnglishCounter, call::CollectQueryData,
-                          call::FormattedValue, call::CloseQuery, call::UtcNow, call::Sleep, call::WideToUtf8, call::DefaultToWide>;
+using Call =
+    std::variant<call::Open, call::Control, call::Close, call::DiskPowerState, call::LogicalDriveStrings, call::ClassDevices,
+                 call::EnumDeviceInterfaces, call::DeviceInterfaceDetail, call::EnumDeviceInfo, call::DeviceProperty,
+                 call::DestroyDeviceInfoList, call::SystemFirmwareTable, call::InitializeCom, call::InitializeSecurity,
+                 call::UninitializeCom, call::AllocateString, call::FreeString, call::StringLength, call::CreateLocator,
+                 call::ConnectServer, call::SetProxyBlanket, call::ExecQuery, call::Next, call::Get, call::Release,
+                 call::ClearVariant, call::ArrayUpperBound, call::ArrayElements, call::ArrayBounds, call::OpenQuery,
+                 call::EnumInstances, call::CounterInstances, call::AddEnglishCounter, call::CollectQueryData, call::FormattedValue,
+                 call::CloseQuery, call::UtcNow, call::Sleep, call::WideToUtf8, call::DefaultToWide>;
 
 // One call, kept when it has returned. A call that threw is not kept.
 struct Record {

@@ -55,6 +55,7 @@ private:
 
     platform::NativeHandle Open(const char16_t* path, std::uint32_t access, std::uint32_t share, void* security,
                                 std::uint32_t disposition, std::uint32_t flags, platform::NativeHandle templateFile) override;
+    platform::PowerState DiskPowerState(const char16_t* path) override;
     std::uint32_t LogicalDriveStrings(std::uint32_t characters, char16_t* buffer) override;
 
     bool EnumDeviceInterfaces(platform::DeviceInfoSetHandle set, const platform::Guid& interfaceClass, std::uint32_t index,

@@ -69,6 +69,7 @@ private:
     bool Control(platform::NativeHandle device, std::uint32_t code, void* in, std::uint32_t inSize, void* out,
                  std::uint32_t outSize, std::uint32_t* returned, void* overlapped) override;
     bool Close(platform::NativeHandle device) noexcept override;
+    platform::PowerState DiskPowerState(const char16_t* path) override;
     std::uint32_t LogicalDriveStrings(std::uint32_t characters, char16_t* buffer) override;
     platform::DeviceInfoSetHandle ClassDevices(const platform::Guid* classGuid, const char16_t* enumerator, void* parentWindow,
                                                std::uint32_t flags) override;

@@ -362,7 +362,7 @@ private:
                (call.room() == 0 || call.answer(0).output() == expected);
     }
 
-    // Answered by the replay itself: closing, releasing, strings, sleep.
+    // Answered by the replay itself: closing, releasing, strings, sleep, power states.
     template <class Other>
     void On(const Other& /*call*/)
     {}

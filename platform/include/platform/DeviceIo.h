@@ -18,6 +18,13 @@ inline constexpr std::uint32_t kFileShareRead = 1;
 inline constexpr std::uint32_t kFileShareWrite = 2;
 inline constexpr std::uint32_t kOpenExisting = 3;
 
+// Whether a disk's medium is ready, as far as it can be told without waking it.
+enum class PowerState : std::uint8_t {
+    Unknown,  // there is no such disk, or nothing on the way to it passes the question on; callers take it for awake
+    Awake,
+    Asleep,  // any other request may wake it
+};
+
 // Kernel32's device calls. Every operation that fails leaves its Win32 error in LastError() of the calling thread.
 // All operations block for as long as the device takes; requests that carry a time-out end after it.
 // Safe to call from several threads at once.
@@ -38,6 +45,11 @@ public:
 
     // CloseHandle.
     virtual bool Close(NativeHandle device) noexcept = 0;
+
+    // GetDevicePowerState of a device that is opened without any access, and its like elsewhere. The only operation here that never
+    // wakes the disk behind `path`, which is one that Open takes. The disk may fall asleep or wake up at any time after the answer.
+    // Unknown with kFileNotFound or kPathNotFound: there is none.
+    [[nodiscard]] virtual PowerState DiskPowerState(const char16_t* path) = 0;
 
     // GetLogicalDriveStringsW: "C:\", zero, "D:\", zero, zero. Returns the number of characters written without the last zero, the
     // number needed with it when `characters` is too small, and 0 on failure.

@@ -41,6 +41,7 @@ public:
         return WithLastError(m_Inner, m_Inner.Control(device, code, in, inSize, out, outSize, returned, overlapped));
     }
     bool Close(NativeHandle device) noexcept override { return WithLastError(m_Inner, m_Inner.Close(device)); }
+    PowerState DiskPowerState(const char16_t* path) override { return WithLastError(m_Inner, m_Inner.DiskPowerState(path)); }
     std::uint32_t LogicalDriveStrings(std::uint32_t characters, char16_t* buffer) override
     {
         return WithLastError(m_Inner, m_Inner.LogicalDriveStrings(characters, buffer));

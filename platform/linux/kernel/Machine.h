@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstdint>
+#include <mutex>
+#include <set>
 #include <utility>
 
 #include "linux/disks/Inventory.h"
@@ -17,6 +20,30 @@ namespace orbis::platform::linux_system {
     return roots;
 }
 
+// Numbers of the disks that were asleep when they were asked last. What this system reads from a disk unasked, such as the serial
+// number of a volume, is left out for these.
+class Sleepers {
+public:
+    void Set(std::uint32_t number, bool isAsleep)
+    {
+        const std::scoped_lock lock(m_Lock);
+        if (isAsleep) {
+            m_Numbers.insert(number);
+        } else {
+            m_Numbers.erase(number);
+        }
+    }
+    [[nodiscard]] bool Has(std::uint32_t number) const
+    {
+        const std::scoped_lock lock(m_Lock);
+        return m_Numbers.contains(number);
+    }
+
+private:
+    mutable std::mutex m_Lock;
+    std::set<std::uint32_t> m_Numbers;
+};
+
 // What all ports of one Linux machine share.
 struct Machine {
     Machine(Roots machineRoots, KernelCalls kernelCalls)
@@ -27,6 +54,7 @@ struct Machine {
     const KernelCalls calls;
     Inventory inventory;
     Volumes volumes;
+    Sleepers sleepers;
 };
 
 }  // namespace orbis::platform::linux_system

@@ -15,6 +15,7 @@
 #include "linux/requests/Control.h"
 #include "linux/requests/DiskRequests.h"
 #include "linux/requests/Nvme.h"
+#include "linux/requests/Power.h"
 #include "linux/requests/Scsi.h"
 #include "platform/Errors.h"
 #include "platform/Requests.h"
@@ -178,6 +179,23 @@ DeviceIo::Opened DeviceIo::OpenPath(const std::string& path, std::uint32_t /*acc
     auto device = std::make_shared<BlockDevice>(m_Machine, std::move(*target));
     const Win32Error refusal = device->Refusal();
     return {refusal == win32::kAccessDenied ? win32::kSuccess : refusal, std::move(device)};
+}
+
+std::optional<PowerState> DeviceIo::PowerOfPath(const std::string& path)
+{
+    const std::optional<Target> target = Resolve(m_Machine, path);
+    if (!target) {
+        return std::nullopt;
+    }
+    const Disk& disk = target->disk;
+    PowerState state = IsSuspended(m_Machine.roots, disk) ? PowerState::Asleep : PowerState::Awake;
+    if (state == PowerState::Awake && MaySleepByItself(disk)) {
+        Win32Error refusal = win32::kSuccess;
+        const UniqueFd node = OpenNode(m_Machine, disk.name, refusal);
+        state = node.IsValid() ? CheckPowerMode({m_Machine.calls, node.Get()}, disk.busType) : PowerState::Unknown;
+    }
+    m_Machine.sleepers.Set(disk.number, state == PowerState::Asleep);
+    return state;
 }
 
 std::string DeviceIo::DriveLetters()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "emulated/DeviceIo.h"
@@ -18,6 +19,8 @@ public:
 
 protected:
     Opened OpenPath(const std::string& path, std::uint32_t access) override;
+    // What the kernel has suspended is not opened. Without the rights to open it a disk's state is unknown.
+    std::optional<PowerState> PowerOfPath(const std::string& path) override;
     std::string DriveLetters() override;
 
 private:

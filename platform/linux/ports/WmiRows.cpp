@@ -73,7 +73,7 @@ WmiRows LogicalDisks(Machine& machine)
 {
     return RowsOf(machine.volumes.Current().volumes, [&](WmiRow& row, const Volume& volume) {
         row.Text("Caption", Drive(volume)).Text("DeviceID", Drive(volume)).Text("Name", Drive(volume));
-        row.Text("VolumeSerialNumber", ReadVolumeSerial(machine.roots, volume.blockName));
+        row.Text("VolumeSerialNumber", ReadVolumeSerial(machine.roots, volume.blockName, !machine.sleepers.Has(volume.diskNumber)));
     });
 }
 

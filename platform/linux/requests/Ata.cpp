@@ -128,8 +128,10 @@ Win32Error RunAtaPassThrough(const KernelDevice& device, BusType busType, Contro
     }
 
     // With data, the registers say no more than the outcome does, and some controllers leave the data request bit in the status,
-    // which the kernel then takes for a failure. USB bridges stumble over the request for registers.
-    const bool wantsRegisters = transfer == Transfer::None && busType != BusType::Usb;
+    // which the kernel then takes for a failure. USB bridges stumble over the request for registers, but CHECK POWER MODE has no
+    // other answer.
+    const bool isPowerCheck = request->currentTaskFile[kCommand] == kCheckPowerMode;
+    const bool wantsRegisters = transfer == Transfer::None && (busType != BusType::Usb || isPowerCheck);
     const std::array<std::uint8_t, 16> cdb = PassThrough16(*request, *count, wantsRegisters);
     const ScsiOutcome outcome = SendScsi(device, {cdb, request->dataTransferLength, request->timeOutValue});
     if (outcome.error != win32::kSuccess) {
@@ -140,6 +142,7 @@ Win32Error RunAtaPassThrough(const KernelDevice& device, BusType busType, Contro
         registers = *returned;
     } else if (outcome.status == scsi::kGood) {
         registers.current[kError] = 0;
+        registers.current[kCount] = isPowerCheck ? kPowerActive : registers.current[kCount];
         registers.current[kStatus] = kStatusReady;
     } else if (SenseKey(outcome.sense) == scsi::kSenseAbortedCommand) {
         registers.current[kError] = kErrorAborted;

@@ -30,9 +30,9 @@ std::string_view Value(const Probe& probe, const char* name)
 
 }  // namespace
 
-std::string ReadVolumeSerial(const Roots& roots, const std::string& blockName)
+std::string ReadVolumeSerial(const Roots& roots, const std::string& blockName, bool mayOpen)
 {
-    const UniqueFd device = OpenForReading(roots.dev + "/" + blockName);
+    const UniqueFd device = mayOpen ? OpenForReading(roots.dev + "/" + blockName) : UniqueFd();
     if (const Probe probe = device.IsValid() ? MakeProbe(device.Get()) : Probe()) {
         blkid_probe_enable_superblocks(probe.get(), 1);
         blkid_probe_set_superblocks_flags(probe.get(), BLKID_SUBLKS_TYPE | BLKID_SUBLKS_UUID);

@@ -53,6 +53,7 @@ private:
     bool Control(platform::NativeHandle device, std::uint32_t code, void* in, std::uint32_t inSize, void* out,
                  std::uint32_t outSize, std::uint32_t* returned, void* overlapped) override;
     bool Close(platform::NativeHandle device) noexcept override;
+    platform::PowerState DiskPowerState(const char16_t*) override { return platform::PowerState::Unknown; }
     std::uint32_t LogicalDriveStrings(std::uint32_t, char16_t*) override { return 0; }
     std::uint32_t LastError() const noexcept override;
 };

@@ -202,6 +202,78 @@ TEST_F(LinuxPassThrough, AtaCommandsThatMayChangeADriveNeverLeave)
     EXPECT_TRUE(cdb.empty());
 }
 
+// The state is in the count register. A drive or bridge that refuses is no sleeper, nor is one that returns no registers.
+TEST_F(LinuxPassThrough, ThePowerStateIsAskedForByCheckPowerMode)
+{
+    const auto stateOf = [&](std::uint32_t number) { return io.DiskPowerState(DrivePath(number).c_str()); };
+    status = 2;
+    for (const std::uint32_t number : {kSata, kUsb}) {
+        for (const auto& [count, expected] : std::vector<std::pair<std::uint8_t, PowerState>>{{0x00, PowerState::Asleep},
+                                                                                              {0x01, PowerState::Asleep},
+                                                                                              {0x40, PowerState::Asleep},
+                                                                                              {0x41, PowerState::Awake},
+                                                                                              {0x80, PowerState::Awake},
+                                                                                              {0xFF, PowerState::Awake}}) {
+            sense = AtaSense(1, 0, 0x50);
+            sense[13] = count;
+            EXPECT_EQ(stateOf(number), expected) << int{count};
+            EXPECT_EQ(cdb, (Bytes{0x85, 0x06, 0x20, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xE5, 0}));
+            EXPECT_LE(timeout, 5000U);
+        }
+        for (const Bytes& refused : {AtaSense(0x0B, 0x04, 0x51), Bytes{0x72, 0x05, 0x20, 0, 0, 0, 0, 0}, Bytes{}}) {
+            sense = refused;
+            EXPECT_EQ(stateOf(number), PowerState::Unknown);
+        }
+    }
+    status = 0;
+    EXPECT_EQ(stateOf(kUsb), PowerState::Awake) << "registers that do not come back";
+    failure = EIO;
+    EXPECT_EQ(stateOf(kSata), PowerState::Unknown);
+    failure = 0;
+    drives.denied = {"sdb"};
+    EXPECT_EQ(stateOf(kSata), PowerState::Unknown) << "no rights";
+    cdb.clear();
+    for (const std::uint32_t number : {0U, 4U, 7U, 10U}) {
+        EXPECT_EQ(stateOf(number), PowerState::Awake) << "NVMe, a solid-state disk, no ATA, behind RAID: " << number;
+    }
+    EXPECT_TRUE(cdb.empty());
+}
+
+// Opening the node of a suspended disk resumes it, so it is not opened, by its volumes neither, nor for their serial numbers.
+TEST_F(LinuxPassThrough, WhatTheKernelHasSuspendedIsNotOpened)
+{
+    tree.Add("sys/dev/block/8:17 -> ../../class/block/sdb1\ndev/disk/by-uuid/1111-2222 -> ../../sdb1\n");
+    tree.Append("proc/self/mountinfo", "21 1 8:17 / / rw - ext4 /dev/sdb1 rw");
+    std::string ext(8192, '\0');
+    ext.replace(1024 + 56, 2, "\x53\xEF");
+    ext.replace(1024 + 104, 4, "\xAA\xBB\xCC\xDD");
+    tree.Write("dev/sdb1", ext);
+    const auto serial = [&]() -> std::u16string {
+        for (const auto& row :
+             Query(machine.WmiPort(), u"root\\cimv2", u"SELECT * FROM Win32_LogicalDisk", {u"Caption", u"VolumeSerialNumber"})
+                 .rows) {
+            if (row[0].text == u"C:") {
+                return row[1].text.value_or(u"");
+            }
+        }
+        return u"no volume";
+    };
+    EXPECT_EQ(serial(), u"AABBCCDD");
+    const std::string power = "sys/devices/pci0000:00/0000:00:1f.2/ata3/host2/target2:0:0/2:0:0:0/power/runtime_status";
+    for (const auto& [runtime, expected] : std::vector<std::pair<const char*, PowerState>>{{"active\n", PowerState::Awake},
+                                                                                           {"suspending\n", PowerState::Asleep},
+                                                                                           {"suspended\n", PowerState::Asleep},
+                                                                                           {"resuming\n", PowerState::Awake}}) {
+        tree.Write(power, runtime);
+        for (const std::u16string& path : {DrivePath(kSata), std::u16string(u"\\\\.\\C:")}) {
+            drives.openFlags = 0;
+            EXPECT_EQ(io.DiskPowerState(path.c_str()), expected) << runtime;
+            EXPECT_EQ(drives.openFlags != 0, expected == PowerState::Awake) << runtime;
+        }
+        EXPECT_EQ(serial(), expected == PowerState::Awake ? u"AABBCCDD" : u"11112222") << runtime;
+    }
+}
+
 TEST_F(LinuxPassThrough, ScsiStatusAndSenseStandWhereWindowsPutsThem)
 {
     residual = 4;

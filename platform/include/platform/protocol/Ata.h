@@ -24,6 +24,13 @@ inline constexpr std::uint8_t kSmartReturnStatus = 0xDA;
 inline constexpr std::uint8_t kSmartLbaMid = 0x4F;
 inline constexpr std::uint8_t kSmartLbaHigh = 0xC2;
 
+// Answers of CHECK POWER MODE, in the count register, of a drive whose medium does not turn; every other answer is of one that is
+// active or idle
+inline constexpr std::uint8_t kPowerStandby = 0x00;
+inline constexpr std::uint8_t kPowerStandbyY = 0x01;
+inline constexpr std::uint8_t kPowerSpunDown = 0x40;  // active, from its non-volatile cache
+inline constexpr std::uint8_t kPowerActive = 0xFF;
+
 // Registers by their position in the task files of ATA_PASS_THROUGH_DIRECT; two of them mean something else in an answer.
 namespace task_file {
 inline constexpr std::size_t kFeatures = 0;
