@@ -22,12 +22,12 @@ constexpr std::string_view kActivity = "PhysicalDiskDynamicInfo";
 bool IsActivity(const border::Operation& operation) { return ShortName(operation.datatype) == kActivity; }
 
 // One pass of a watch of the activity: a live view with its history.
-std::string RenderLive(const std::vector<Pass>& passes, LiveView& live, const Disks& disks, const Style& style)
+std::string RenderLive(const std::vector<CollectedDatatype>& results, LiveView& live, const Disks& disks, const Style& style)
 {
     std::string out;
-    for (const Pass& pass : passes) {
+    for (const CollectedDatatype& result : results) {
         ViewItems<datatypes::PhysicalDiskDynamicInfo> items;
-        for (const Collected& item : pass.items) {
+        for (const Collected& item : result.items) {
             items.push_back({item.itemId, static_cast<const datatypes::PhysicalDiskDynamicInfo*>(item.message.get())});
         }
         live.Add(items);
@@ -79,20 +79,20 @@ int Collect(const CollectOptions& options, Output& output)
         if (supervised != nullptr && pass > 1) {
             supervised->BeginPass();
         }
-        std::vector<Pass> passes = collector.Collect(operations);
+        std::vector<CollectedDatatype> results = collector.Collect(operations);
         const std::vector<LastAnswer> answers =
-            supervised != nullptr ? AnswersOf(passes, collector.KnownDisks()) : std::vector<LastAnswer>{};
-        const std::string late = isWatch && options.format == Format::Table ? AddLastAnswers(passes, collector, machine) : "";
+            supervised != nullptr ? AnswersOf(results, collector.KnownDisks()) : std::vector<LastAnswer>{};
+        const std::string late = isWatch && options.format == Format::Table ? AddLastAnswers(results, collector, machine) : "";
         if (!options.source.disk.empty()) {
             if (pass == 1) {
                 selected = collector.Select(options.source.disk);
             }
-            Keep(passes, selected);
+            Keep(results, selected);
         }
         Style style = output.GetStyle();
         style.width = style.width == 0 ? 0 : TerminalColumns();  // it may have changed
         if (options.format == Format::JsonLines) {
-            collector.LearnIdentities(passes);
+            collector.LearnIdentities(results);
         }
         const auto now = platform::Time::Current().UtcNow();
         std::string text;
@@ -103,8 +103,8 @@ int Collect(const CollectOptions& options, Output& output)
             status = Graver(status, kExitIncomplete);
         }
         const std::vector<Finding> findings = collector.CurrentFindings();
-        text += isLive ? RenderLive(passes, live, collector.KnownDisks(), style)
-                       : Render(passes, options.format, {collector.KnownDisks(), style, machine.Name(), now, findings});
+        text += isLive ? RenderLive(results, live, collector.KnownDisks(), style)
+                       : Render(results, options.format, {collector.KnownDisks(), style, machine.Name(), now, findings});
         text += late;
         const std::string first = isRedrawn && supervised != nullptr ? kHideCursor + (shown == 0 ? kClearScreen : "") : "";
         output.Write(first + (isRedrawn ? Redrawn(text) : text));

@@ -79,16 +79,16 @@ void Collector::LetRatesBuildUp(const std::vector<Operation>& operations)
     }
 }
 
-std::vector<Pass> Collector::Collect(const std::vector<Operation>& operations)
+std::vector<CollectedDatatype> Collector::Collect(const std::vector<Operation>& operations)
 {
-    std::vector<Pass> passes;
+    std::vector<CollectedDatatype> results;
     for (const Operation& operation : operations) {
         (void)m_Machine.Disks().TakeLastFailure();
         Collection& collection = m_Collections[ShortName(operation.datatype)];
         collection = {false, {}, platform::Time::Current().UtcNow()};
         const auto begin = std::chrono::steady_clock::now();
         try {
-            passes.push_back(CollectOne(operation));
+            results.push_back(CollectOne(operation));
             collection.isSuccess = true;
             m_Log->Flush();
         } catch (const HostException& exception) {
@@ -102,24 +102,24 @@ std::vector<Pass> Collector::Collect(const std::vector<Operation>& operations)
         }
         collection.duration = std::chrono::steady_clock::now() - begin;
     }
-    Learn(passes);
-    return passes;
+    Learn(results);
+    return results;
 }
 
-Pass Collector::CollectOne(const Operation& operation)
+CollectedDatatype Collector::CollectOne(const Operation& operation)
 {
-    Pass pass;
-    pass.datatype = ShortName(operation.datatype);
+    CollectedDatatype result;
+    result.datatype = ShortName(operation.datatype);
     auto items = m_Object.Collect(operation.index, border::ItemId::All());
     for (border::SerializedItem& item : items ? *items : std::vector<border::SerializedItem>{}) {
         auto message = item.message ? NewMessage(operation.datatype) : nullptr;
         if (item.message && (message == nullptr || !message->ParseFromString(*item.message))) {
-            throw std::runtime_error(pass.datatype +
+            throw std::runtime_error(result.datatype +
                                      ": this program cannot decode it; it and the plug-in are of different versions");
         }
-        pass.items.push_back({item.itemId.ToString(), item.collectionTime, std::move(message)});
+        result.items.push_back({item.itemId.ToString(), item.collectionTime, std::move(message)});
     }
-    return pass;
+    return result;
 }
 
 void Collector::ReportFailure(const std::string& datatype, const HostException& exception)
@@ -200,11 +200,11 @@ std::vector<std::string> Collector::Select(const std::string& given)
     return selected;
 }
 
-void Collector::LearnIdentities(const std::vector<Pass>& passes)
+void Collector::LearnIdentities(const std::vector<CollectedDatatype>& results)
 {
     bool isNew = false;
-    for (const Pass& pass : passes) {
-        for (const Collected& item : pass.items) {
+    for (const CollectedDatatype& result : results) {
+        for (const Collected& item : result.items) {
             isNew = m_Identified.insert(item.itemId).second || isNew;
         }
     }
@@ -229,19 +229,19 @@ void Collector::LearnIdentities()
     m_HasFailed = hasFailed;
 }
 
-void Collector::Learn(const std::vector<Pass>& passes)
+void Collector::Learn(const std::vector<CollectedDatatype>& results)
 {
     for (const Disk& disk : m_Machine.Disks().Seen()) {
         m_Disks.Learn(disk);
     }
-    for (const Pass& pass : passes) {
-        for (const Collected& item : pass.items) {
+    for (const CollectedDatatype& result : results) {
+        for (const Collected& item : result.items) {
             if (item.message == nullptr || item.itemId == "Disk_") {
                 continue;
             }
-            if (pass.datatype == datatypes::PhysicalDiskStaticInfo::descriptor()->name()) {
+            if (result.datatype == datatypes::PhysicalDiskStaticInfo::descriptor()->name()) {
                 m_Disks.Learn(ToDisk(item.itemId, static_cast<const datatypes::PhysicalDiskStaticInfo&>(*item.message)));
-            } else if (pass.datatype == datatypes::NvmeIdentifyControllerData::descriptor()->name()) {
+            } else if (result.datatype == datatypes::NvmeIdentifyControllerData::descriptor()->name()) {
                 const auto& message = static_cast<const datatypes::NvmeIdentifyControllerData&>(*item.message);
                 Disk disk;
                 disk.itemId = item.itemId;

@@ -35,7 +35,7 @@ public:
     // Lets enough time pass for the rates among these; the plug-in took its first sample when it was created.
     void LetRatesBuildUp(const std::vector<border::Operation>& operations);
     // Collects each of them once, all disks. A failure is reported on standard error and sets HasFailed.
-    [[nodiscard]] std::vector<Pass> Collect(const std::vector<border::Operation>& operations);
+    [[nodiscard]] std::vector<CollectedDatatype> Collect(const std::vector<border::Operation>& operations);
     // Reports what was left out of the collections since the last call, and returns it together with the failures.
     [[nodiscard]] std::vector<Finding> ReportFindings();
     // All findings of the pass that ReportFindings ended, those of earlier passes that still hold included.
@@ -44,8 +44,9 @@ public:
     // The item ids that a selector names. Collects what tells disks apart when that is not known yet. Throws std::invalid_argument,
     // with a list of the disks, when it names none.
     [[nodiscard]] std::vector<std::string> Select(const std::string& given);
-    // Collects what tells disks apart, models, serial numbers and drive letters, unless these passes did or nothing is new in them.
-    void LearnIdentities(const std::vector<Pass>& passes);
+    // Collects what tells disks apart, models, serial numbers and drive letters, unless these results have them or nothing is new
+    // in them.
+    void LearnIdentities(const std::vector<CollectedDatatype>& results);
 
     // Learns of a disk that is not collected now.
     void Learn(const Disk& disk) { m_Disks.Learn(disk); }
@@ -56,10 +57,10 @@ public:
     [[nodiscard]] bool HasFailed() const noexcept { return m_HasFailed; }
 
 private:
-    [[nodiscard]] Pass CollectOne(const border::Operation& operation);
+    [[nodiscard]] CollectedDatatype CollectOne(const border::Operation& operation);
     void ReportFailure(const std::string& datatype, const border::HostException& exception);
     void LearnIdentities();
-    void Learn(const std::vector<Pass>& passes);
+    void Learn(const std::vector<CollectedDatatype>& results);
 
     MachineInForce& m_Machine;
     border::PluginHost m_Plugin;

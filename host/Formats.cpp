@@ -45,14 +45,14 @@ std::string JsonText(const std::string& utf8)
     return Json(value);
 }
 
-std::string RenderJson(const std::vector<Pass>& passes)
+std::string RenderJson(const std::vector<CollectedDatatype>& results)
 {
     std::string out = "[";
     const char* separator = "\n";
-    for (const Pass& pass : passes) {
-        for (const Collected& item : pass.items) {
+    for (const CollectedDatatype& result : results) {
+        for (const Collected& item : result.items) {
             out += fmt::format(R"({}{{"datatype":{},"itemId":{},"collectionTime":{},"data":{}}})", separator,
-                               JsonText(pass.datatype), JsonText(item.itemId), Json(ToTimestamp(item.time)),
+                               JsonText(result.datatype), JsonText(item.itemId), Json(ToTimestamp(item.time)),
                                item.message == nullptr ? "null" : Json(*item.message));
             separator = ",\n";
         }
@@ -90,15 +90,15 @@ JsonLine BeginLine(const Context& context, std::chrono::system_clock::time_point
 }
 
 // One line for each item, and one for what was found about none of them.
-std::string RenderJsonLines(const std::vector<Pass>& passes, const Context& context)
+std::string RenderJsonLines(const std::vector<CollectedDatatype>& results, const Context& context)
 {
     std::string out;
     std::vector<const Finding*> left;
     for (const Finding& finding : context.findings) {
         left.push_back(&finding);
     }
-    for (const Pass& pass : passes) {
-        for (const Collected& item : pass.items) {
+    for (const CollectedDatatype& result : results) {
+        for (const Collected& item : result.items) {
             JsonLine line = BeginLine(context, item.time);
             const Disk* disk = context.disks.Find(item.itemId);
             if (disk != nullptr) {
@@ -116,10 +116,10 @@ std::string RenderJsonLines(const std::vector<Pass>& passes, const Context& cont
                     known.add_letters(letter);
                 }
             }
-            line.set_datatype(pass.datatype);
+            line.set_datatype(result.datatype);
             line.set_item_id(item.itemId);
             for (const Finding& finding : context.findings) {
-                if (Concerns(finding, disk, pass.datatype)) {
+                if (Concerns(finding, disk, result.datatype)) {
                     Add(finding, line);
                     std::erase(left, &finding);
                 }
@@ -139,15 +139,16 @@ std::string RenderJsonLines(const std::vector<Pass>& passes, const Context& cont
     return out;
 }
 
-std::string RenderText(const std::vector<Pass>& passes)
+std::string RenderText(const std::vector<CollectedDatatype>& results)
 {
     pb::TextFormat::Printer printer;
     printer.SetUseUtf8StringEscaping(true);
     std::string out;
-    for (const Pass& pass : passes) {
-        for (const Collected& item : pass.items) {
+    for (const CollectedDatatype& result : results) {
+        for (const Collected& item : result.items) {
             // Item ids are device text: quoted and escaped as JSON does, they stay on their line.
-            out += fmt::format("{}# {} {} {}\n", out.empty() ? "" : "\n", pass.datatype, JsonText(item.itemId), Rfc3339(item.time));
+            out +=
+                fmt::format("{}# {} {} {}\n", out.empty() ? "" : "\n", result.datatype, JsonText(item.itemId), Rfc3339(item.time));
             if (item.message == nullptr) {
                 out += "# no data\n";
                 continue;
@@ -160,14 +161,14 @@ std::string RenderText(const std::vector<Pass>& passes)
     return out;
 }
 
-std::string RenderBinary(const std::vector<Pass>& passes)
+std::string RenderBinary(const std::vector<CollectedDatatype>& results)
 {
     std::string out;
     pb::io::StringOutputStream stream(&out);
-    for (const Pass& pass : passes) {
-        for (const Collected& item : pass.items) {
+    for (const CollectedDatatype& result : results) {
+        for (const Collected& item : result.items) {
             CollectedItem record;
-            record.set_datatype(pass.datatype);
+            record.set_datatype(result.datatype);
             record.set_item_id(item.itemId);
             *record.mutable_collection_time() = ToTimestamp(item.time);
             if (item.message != nullptr) {
@@ -180,13 +181,13 @@ std::string RenderBinary(const std::vector<Pass>& passes)
 }
 
 template <class T>
-bool RenderAs(const Pass& pass, const Disks& disks, const Style& style, std::string& out)
+bool RenderAs(const CollectedDatatype& result, const Disks& disks, const Style& style, std::string& out)
 {
-    if (pass.datatype != T::descriptor()->name()) {
+    if (result.datatype != T::descriptor()->name()) {
         return false;
     }
     ViewItems<T> items;
-    for (const Collected& item : pass.items) {
+    for (const Collected& item : result.items) {
         items.push_back({item.itemId, static_cast<const T*>(item.message.get())});
     }
     out += Render(items, disks, style);
@@ -194,11 +195,11 @@ bool RenderAs(const Pass& pass, const Disks& disks, const Style& style, std::str
 }
 
 // The item ids of the disks that were named, where no table has them.
-std::string RenderLegend(const std::vector<Pass>& passes, const Disks& disks, const Style& style)
+std::string RenderLegend(const std::vector<CollectedDatatype>& results, const Disks& disks, const Style& style)
 {
     std::vector<std::string> shown;
-    for (const Pass& pass : passes) {
-        for (const Collected& item : pass.items) {
+    for (const CollectedDatatype& result : results) {
+        for (const Collected& item : result.items) {
             if (disks.Find(item.itemId) != nullptr && std::find(shown.begin(), shown.end(), item.itemId) == shown.end()) {
                 shown.push_back(item.itemId);
             }
@@ -213,32 +214,32 @@ std::string RenderLegend(const std::vector<Pass>& passes, const Disks& disks, co
     return table.IsEmpty() ? std::string() : '\n' + table.Render(2);
 }
 
-std::string RenderTables(const std::vector<Pass>& passes, const Disks& disks, const Style& style)
+std::string RenderTables(const std::vector<CollectedDatatype>& results, const Disks& disks, const Style& style)
 {
     std::string out;
     bool hasIds = false;
-    for (const Pass& pass : passes) {
-        hasIds = hasIds || pass.datatype == datatypes::PhysicalDiskStaticInfo::descriptor()->name();
-        out += fmt::format("{}{}: {} {}\n", out.empty() ? "" : "\n", pass.datatype, pass.items.size(),
-                           pass.items.size() == 1 ? "disk" : "disks");
-        if (!pass.items.empty()) {
-            RenderAs<datatypes::PhysicalDiskStaticInfo>(pass, disks, style, out) ||
-                RenderAs<datatypes::PhysicalDiskDynamicInfo>(pass, disks, style, out) ||
-                RenderAs<datatypes::SmartStaticInfo>(pass, disks, style, out) ||
-                RenderAs<datatypes::SmartDynamicInfo>(pass, disks, style, out) ||
-                RenderAs<datatypes::SmartNvmeInfo>(pass, disks, style, out) ||
-                RenderAs<datatypes::NvmeIdentifyControllerData>(pass, disks, style, out);
+    for (const CollectedDatatype& result : results) {
+        hasIds = hasIds || result.datatype == datatypes::PhysicalDiskStaticInfo::descriptor()->name();
+        out += fmt::format("{}{}: {} {}\n", out.empty() ? "" : "\n", result.datatype, result.items.size(),
+                           result.items.size() == 1 ? "disk" : "disks");
+        if (!result.items.empty()) {
+            RenderAs<datatypes::PhysicalDiskStaticInfo>(result, disks, style, out) ||
+                RenderAs<datatypes::PhysicalDiskDynamicInfo>(result, disks, style, out) ||
+                RenderAs<datatypes::SmartStaticInfo>(result, disks, style, out) ||
+                RenderAs<datatypes::SmartDynamicInfo>(result, disks, style, out) ||
+                RenderAs<datatypes::SmartNvmeInfo>(result, disks, style, out) ||
+                RenderAs<datatypes::NvmeIdentifyControllerData>(result, disks, style, out);
         }
     }
-    return hasIds ? out : out + RenderLegend(passes, disks, style);
+    return hasIds ? out : out + RenderLegend(results, disks, style);
 }
 
 }  // namespace
 
-void Keep(std::vector<Pass>& passes, const std::vector<std::string>& itemIds)
+void Keep(std::vector<CollectedDatatype>& results, const std::vector<std::string>& itemIds)
 {
-    for (Pass& pass : passes) {
-        std::erase_if(pass.items, [&](const Collected& item) {
+    for (CollectedDatatype& result : results) {
+        std::erase_if(result.items, [&](const Collected& item) {
             return std::find(itemIds.begin(), itemIds.end(), item.itemId) == itemIds.end();
         });
     }
@@ -266,21 +267,21 @@ std::unique_ptr<pb::Message> NewMessage(const std::string& fullName)
     return std::unique_ptr<pb::Message>(prototype == nullptr ? nullptr : prototype->New());
 }
 
-std::string Render(const std::vector<Pass>& passes, Format format, const Context& context)
+std::string Render(const std::vector<CollectedDatatype>& results, Format format, const Context& context)
 {
     switch (format) {
         case Format::Json:
-            return RenderJson(passes);
+            return RenderJson(results);
         case Format::JsonLines:
-            return RenderJsonLines(passes, context);
+            return RenderJsonLines(results, context);
         case Format::Text:
-            return RenderText(passes);
+            return RenderText(results);
         case Format::Binary:
-            return RenderBinary(passes);
+            return RenderBinary(results);
         case Format::Table:
             break;
     }
-    return RenderTables(passes, context.disks, context.style);
+    return RenderTables(results, context.disks, context.style);
 }
 
 std::string Rfc3339(std::chrono::system_clock::time_point time)

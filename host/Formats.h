@@ -24,7 +24,7 @@ struct Collected {
 };
 
 // One collection operation's answer.
-struct Pass {
+struct CollectedDatatype {
     std::string datatype;  // without its package
     std::vector<Collected> items;
 };
@@ -42,15 +42,15 @@ struct Context {
 };
 
 // Keeps the items with these ids alone.
-void Keep(std::vector<Pass>& passes, const std::vector<std::string>& itemIds);
+void Keep(std::vector<CollectedDatatype>& results, const std::vector<std::string>& itemIds);
 // Keeps the disks with these item ids; a report knows them by number.
 void Keep(insight::HealthReport& report, const std::vector<std::string>& itemIds, const Disks& disks);
 
 // An empty message of a datatype by its full name, or null when this program does not know it.
 [[nodiscard]] std::unique_ptr<google::protobuf::Message> NewMessage(const std::string& fullName);
 
-// All passes in one piece of output.
-[[nodiscard]] std::string Render(const std::vector<Pass>& passes, Format format, const Context& context);
+// All results in one piece of output.
+[[nodiscard]] std::string Render(const std::vector<CollectedDatatype>& results, Format format, const Context& context);
 
 // "2026-11-21T09:05:18.123Z"
 [[nodiscard]] std::string Rfc3339(std::chrono::system_clock::time_point time);

@@ -196,7 +196,8 @@ int Explain(const ExplainOptions& options, Output& output)
         machine.LetRatesBuildUp(kFirstInterval);
     }
     Progress progress;
-    std::vector<std::pair<std::string, std::vector<Pass>>> collected;  // by datatype; none for a collection that failed
+    std::vector<std::pair<std::string, std::vector<CollectedDatatype>>>
+        collected;  // by datatype; none for a collection that failed
     for (const border::Operation& operation : operations) {
         const std::string datatype = operation.datatype.substr(operation.datatype.rfind('.') + 1);
         progress.Show("reading " + datatype);
@@ -214,10 +215,10 @@ int Explain(const ExplainOptions& options, Output& output)
     const auto isWanted = [&](const std::string& itemId) {
         return options.source.disk.empty() || std::find(selected.begin(), selected.end(), itemId) != selected.end();
     };
-    for (const auto& [datatype, passes] : collected) {
+    for (const auto& [datatype, results] : collected) {
         std::set<std::string> sent;
-        for (const Pass& pass : passes) {
-            for (const Collected& item : pass.items) {
+        for (const CollectedDatatype& result : results) {
+            for (const Collected& item : result.items) {
                 if (item.message != nullptr) {
                     sent.insert(item.itemId);
                     if (isWanted(item.itemId)) {
@@ -228,7 +229,7 @@ int Explain(const ExplainOptions& options, Output& output)
         }
         for (insight::MessageExplanation& unsent : explainer.ExplainUnsent(datatype, sent)) {
             if (isWanted(unsent.item_id())) {
-                if (passes.empty()) {
+                if (results.empty()) {
                     unsent.set_reason("the whole collection failed; its messages tell why");
                 }
                 *report.add_message() = std::move(unsent);

@@ -11,17 +11,17 @@
 
 namespace orbis::host {
 
-std::vector<LastAnswer> AnswersOf(const std::vector<Pass>& passes, const Disks& disks)
+std::vector<LastAnswer> AnswersOf(const std::vector<CollectedDatatype>& results, const Disks& disks)
 {
     std::vector<LastAnswer> answers;
-    for (const Pass& pass : passes) {
-        for (const Collected& item : pass.items) {
+    for (const CollectedDatatype& result : results) {
+        for (const Collected& item : result.items) {
             const Disk* const disk = disks.Find(item.itemId);
             if (item.message == nullptr || disk == nullptr || !disk->number) {
                 continue;
             }
             LastAnswer& answer = answers.emplace_back();
-            answer.mutable_item()->set_datatype(pass.datatype);
+            answer.mutable_item()->set_datatype(result.datatype);
             answer.mutable_item()->set_item_id(item.itemId);
             answer.mutable_item()->mutable_data()->PackFrom(*item.message);
             answer.set_time(std::chrono::duration_cast<std::chrono::nanoseconds>(item.time.time_since_epoch()).count());
@@ -32,17 +32,18 @@ std::vector<LastAnswer> AnswersOf(const std::vector<Pass>& passes, const Disks& 
     return answers;
 }
 
-std::string AddLastAnswers(std::vector<Pass>& passes, Collector& collector, const MachineInForce& machine)
+std::string AddLastAnswers(std::vector<CollectedDatatype>& results, Collector& collector, const MachineInForce& machine)
 {
     const Supervised* const supervised = Supervised::Get();
     std::map<std::uint32_t, double> ages;
     for (const insight::HiddenDisk& disk : supervised != nullptr ? machine.Hidden() : std::vector<insight::HiddenDisk>{}) {
         for (const LastAnswer& answer : supervised->Task().last()) {
-            const auto pass = std::find_if(passes.begin(), passes.end(),
-                                           [&](const Pass& one) { return one.datatype == answer.item().datatype(); });
+            const auto result = std::find_if(results.begin(), results.end(), [&](const CollectedDatatype& one) {
+                return one.datatype == answer.item().datatype();
+            });
             const std::string& type = answer.item().data().type_url();
             auto message = NewMessage(type.substr(type.rfind('/') + 1));
-            if (!disk.number || answer.number() != *disk.number || pass == passes.end() || message == nullptr ||
+            if (!disk.number || answer.number() != *disk.number || result == results.end() || message == nullptr ||
                 !answer.item().data().UnpackTo(message.get())) {
                 continue;
             }
@@ -52,7 +53,7 @@ std::string AddLastAnswers(std::vector<Pass>& passes, Collector& collector, cons
             known.model = answer.model();
             collector.Learn(known);
             const std::chrono::nanoseconds sinceEpoch(answer.time());
-            pass->items.push_back(
+            result->items.push_back(
                 {known.itemId,
                  std::chrono::system_clock::time_point(std::chrono::duration_cast<std::chrono::system_clock::duration>(sinceEpoch)),
                  std::move(message)});

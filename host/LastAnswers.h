@@ -11,10 +11,11 @@
 namespace orbis::host {
 
 // The answers of a pass, for the supervisor to keep while their disk is late.
-[[nodiscard]] std::vector<LastAnswer> AnswersOf(const std::vector<Pass>& passes, const Disks& disks);
+[[nodiscard]] std::vector<LastAnswer> AnswersOf(const std::vector<CollectedDatatype>& results, const Disks& disks);
 
-// Adds to the passes of a watch the last answers of the disks that are late, and returns a line for each of these disks, with the
+// Adds to the results of a watch the last answers of the disks that are late, and returns a line for each of these disks, with the
 // answers' age. Nothing in a process that is not supervised.
-[[nodiscard]] std::string AddLastAnswers(std::vector<Pass>& passes, Collector& collector, const MachineInForce& machine);
+[[nodiscard]] std::string AddLastAnswers(std::vector<CollectedDatatype>& results, Collector& collector,
+                                         const MachineInForce& machine);
 
 }  // namespace orbis::host

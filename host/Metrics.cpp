@@ -286,12 +286,12 @@ private:
 };
 
 template <class T>
-bool AddPass(const Pass& pass, Document& document)
+bool AddResult(const CollectedDatatype& result, Document& document)
 {
-    if (pass.datatype != T::descriptor()->name()) {
+    if (result.datatype != T::descriptor()->name()) {
         return false;
     }
-    for (const Collected& item : pass.items) {
+    for (const Collected& item : result.items) {
         if (item.message != nullptr) {
             document.AddItem(item.itemId, static_cast<const T&>(*item.message));
         }
@@ -305,12 +305,13 @@ std::string RenderMetrics(const MetricsSource& source)
 {
     Document document(source);
     std::map<std::string, const datatypes::PhysicalDiskStaticInfo*> items;
-    for (const Pass& pass : source.passes) {
-        AddPass<datatypes::PhysicalDiskStaticInfo>(pass, document) || AddPass<datatypes::PhysicalDiskDynamicInfo>(pass, document) ||
-            AddPass<datatypes::SmartDynamicInfo>(pass, document) || AddPass<datatypes::SmartNvmeInfo>(pass, document) ||
-            AddPass<datatypes::NvmeIdentifyControllerData>(pass, document);
-        const bool isStatic = pass.datatype == datatypes::PhysicalDiskStaticInfo::descriptor()->name();
-        for (const Collected& item : pass.items) {
+    for (const CollectedDatatype& result : source.results) {
+        AddResult<datatypes::PhysicalDiskStaticInfo>(result, document) ||
+            AddResult<datatypes::PhysicalDiskDynamicInfo>(result, document) ||
+            AddResult<datatypes::SmartDynamicInfo>(result, document) || AddResult<datatypes::SmartNvmeInfo>(result, document) ||
+            AddResult<datatypes::NvmeIdentifyControllerData>(result, document);
+        const bool isStatic = result.datatype == datatypes::PhysicalDiskStaticInfo::descriptor()->name();
+        for (const Collected& item : result.items) {
             auto& known = items[item.itemId];
             known = isStatic ? static_cast<const datatypes::PhysicalDiskStaticInfo*>(item.message.get()) : known;
         }

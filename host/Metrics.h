@@ -41,7 +41,7 @@ private:
 
 // What the metrics are made from.
 struct MetricsSource {
-    const std::vector<Pass>& passes;
+    const std::vector<CollectedDatatype>& results;
     const Disks& disks;
     const std::map<std::string, Collection>& collections;
     const std::vector<Finding>& findings;

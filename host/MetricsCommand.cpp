@@ -17,11 +17,11 @@ int Metrics(const MetricsOptions& options, Output& output)
     Collector collector(machine, options.source.plugin, options.source.logLevel);
     const std::vector<border::Operation> operations = collector.Choose({});
     collector.LetRatesBuildUp(operations);
-    std::vector<Pass> passes = collector.Collect(operations);
+    std::vector<CollectedDatatype> results = collector.Collect(operations);
     std::vector<std::string> selected;
     if (!options.source.disk.empty()) {
         selected = collector.Select(options.source.disk);
-        Keep(passes, selected);
+        Keep(results, selected);
     }
     const std::vector<insight::DiskEvidence> evidence = insight::EvidenceOf(machine.TakeCalls().records);
     insight::HealthReport health = insight::MakeReport(evidence, machine.Name(), platform::Time::Current().UtcNow());
@@ -29,7 +29,7 @@ int Metrics(const MetricsOptions& options, Output& output)
         Keep(health, selected, collector.KnownDisks());
     }
     const std::vector<Finding> findings = collector.ReportFindings();
-    const std::string text = RenderMetrics({passes, collector.KnownDisks(), collector.Collections(), findings, evidence, health});
+    const std::string text = RenderMetrics({results, collector.KnownDisks(), collector.Collections(), findings, evidence, health});
     int status = findings.empty() ? kExitOk : kExitIncomplete;
     if (collector.HasFailed()) {
         status = Graver(status, kExitCollectionFailed);

@@ -30,11 +30,11 @@ int Report(const ReportOptions& options)
     Progress progress;
     progress.Show("waiting for the rates");
     collector.LetRatesBuildUp(operations);
-    std::vector<Pass> passes;
+    std::vector<CollectedDatatype> results;
     for (const border::Operation& operation : operations) {
         progress.Show("reading " + operation.datatype.substr(operation.datatype.rfind('.') + 1));
-        std::vector<Pass> one = collector.Collect({operation});
-        std::move(one.begin(), one.end(), std::back_inserter(passes));
+        std::vector<CollectedDatatype> one = collector.Collect({operation});
+        std::move(one.begin(), one.end(), std::back_inserter(results));
     }
     progress.Clear();
 
@@ -46,7 +46,7 @@ int Report(const ReportOptions& options)
     }
     const std::vector<Finding> findings = collector.ReportFindings();
     progress.Show("writing the page");
-    insight::Report report = MakeReportOf(passes, calls, health, findings);
+    insight::Report report = MakeReportOf(results, calls, health, findings);
     report.set_system(options.source.machine.empty() ? SystemName() : "simulated machine");
     if (!options.baseline.empty()) {
         AddBaseline(report, baseline);

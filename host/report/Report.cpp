@@ -140,11 +140,11 @@ private:
 
 // Disk names by item id, as the static descriptions have them: "DISK0". The inventory can differ: an id may hold characters that
 // the system's code page does not have, and all disks without a row share one id.
-std::map<std::string, std::uint32_t> NumbersOf(const std::vector<Pass>& passes)
+std::map<std::string, std::uint32_t> NumbersOf(const std::vector<CollectedDatatype>& results)
 {
     std::map<std::string, std::uint32_t> numbers;
-    for (const Pass& pass : passes) {
-        for (const Collected& item : pass.items) {
+    for (const CollectedDatatype& result : results) {
+        for (const Collected& item : result.items) {
             const auto* info = dynamic_cast<const datatypes::PhysicalDiskStaticInfo*>(item.message.get());
             if (const auto number = info == nullptr ? std::nullopt : NumberIn(info->name())) {
                 numbers.emplace(item.itemId, *number);
@@ -156,8 +156,8 @@ std::map<std::string, std::uint32_t> NumbersOf(const std::vector<Pass>& passes)
 
 }  // namespace
 
-insight::Report MakeReportOf(const std::vector<Pass>& passes, const insight::Extract& calls, const insight::HealthReport& health,
-                             const std::vector<Finding>& findings)
+insight::Report MakeReportOf(const std::vector<CollectedDatatype>& results, const insight::Extract& calls,
+                             const insight::HealthReport& health, const std::vector<Finding>& findings)
 {
     insight::Report report;
     report.set_format_version(kReportFormatVersion);
@@ -168,12 +168,12 @@ insight::Report MakeReportOf(const std::vector<Pass>& passes, const insight::Ext
     AddFindings(findings, health, report);
 
     DiskSections disks(calls);
-    const std::map<std::string, std::uint32_t> numbers = NumbersOf(passes);
+    const std::map<std::string, std::uint32_t> numbers = NumbersOf(results);
     const insight::Explainer explainer(calls.records);
-    for (const Pass& pass : passes) {
-        for (const Collected& collected : pass.items) {
+    for (const CollectedDatatype& result : results) {
+        for (const Collected& collected : result.items) {
             insight::ReportItem& item = *report.add_item();
-            item.set_datatype(pass.datatype);
+            item.set_datatype(result.datatype);
             item.set_item_id(collected.itemId);
             const auto sinceEpoch = std::chrono::duration_cast<std::chrono::nanoseconds>(collected.time.time_since_epoch());
             *item.mutable_collection_time() = google::protobuf::util::TimeUtil::NanosecondsToTimestamp(sinceEpoch.count());
@@ -195,15 +195,15 @@ insight::Report MakeReportOf(const std::vector<Pass>& passes, const insight::Ext
             }
         }
     }
-    for (const Pass& pass : passes) {
+    for (const CollectedDatatype& result : results) {
         std::set<std::string> sent;
-        for (const Collected& collected : pass.items) {
+        for (const Collected& collected : result.items) {
             sent.insert(collected.itemId);
         }
-        for (insight::MessageExplanation& unsent : explainer.ExplainUnsent(pass.datatype, sent)) {
+        for (insight::MessageExplanation& unsent : explainer.ExplainUnsent(result.datatype, sent)) {
             const auto& told = report.explanation();
             const bool isSent = std::any_of(told.begin(), told.end(), [&](const insight::MessageExplanation& one) {
-                return one.datatype() == pass.datatype && one.has_disk() && one.disk() == unsent.disk();
+                return one.datatype() == result.datatype && one.has_disk() && one.disk() == unsent.disk();
             });
             if (!isSent) {
                 *report.add_explanation() = std::move(unsent);

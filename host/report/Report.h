@@ -9,9 +9,9 @@
 
 namespace orbis::host {
 
-// The document of a report, from one pass of the collections: `passes` with the calls that they made, the verdicts on them, and
+// The document of a report, from one pass of the collections: `results` with the calls that they made, the verdicts on them, and
 // what was left out. It is not redacted.
-[[nodiscard]] insight::Report MakeReportOf(const std::vector<Pass>& passes, const insight::Extract& calls,
+[[nodiscard]] insight::Report MakeReportOf(const std::vector<CollectedDatatype>& results, const insight::Extract& calls,
                                            const insight::HealthReport& health, const std::vector<Finding>& findings);
 // Adds what the disks counted at the baseline that the verdicts of the report were compared with.
 void AddBaseline(insight::Report& report, const insight::HealthReport& baseline);

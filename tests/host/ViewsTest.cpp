@@ -186,21 +186,21 @@ TEST(ExplanationViewTest, LeavesNothingOutHoweverNarrow)
 
 TEST(FormatsTest, AnItemWithoutAMessageIsNoEmptyMessage)
 {
-    std::vector<Pass> passes(1);
-    passes[0].datatype = "PhysicalDiskStaticInfo";
-    passes[0].items.push_back({"Disk_\"1\"\n", std::chrono::system_clock::time_point(std::chrono::milliseconds(1500)), nullptr});
-    passes[0].items.push_back({"Disk_2", {}, NewMessage("veyra.orbis.datatypes.PhysicalDiskStaticInfo")});
+    std::vector<CollectedDatatype> results(1);
+    results[0].datatype = "PhysicalDiskStaticInfo";
+    results[0].items.push_back({"Disk_\"1\"\n", std::chrono::system_clock::time_point(std::chrono::milliseconds(1500)), nullptr});
+    results[0].items.push_back({"Disk_2", {}, NewMessage("veyra.orbis.datatypes.PhysicalDiskStaticInfo")});
     const Disks disks;
     const std::vector<Finding> findings;
     const Context context{.disks = disks, .findings = findings};
     EXPECT_EQ(
-        Render(passes, Format::Json, context),
+        Render(results, Format::Json, context),
         "[\n"
         R"({"datatype":"PhysicalDiskStaticInfo","itemId":"Disk_\"1\"\n","collectionTime":"1970-01-01T00:00:01.500Z","data":null})"
         ",\n"
         R"({"datatype":"PhysicalDiskStaticInfo","itemId":"Disk_2","collectionTime":"1970-01-01T00:00:00Z","data":{}})"
         "\n]\n");
-    EXPECT_NE(Render(passes, Format::Table, context).find("(no data)"), std::string::npos);
+    EXPECT_NE(Render(results, Format::Table, context).find("(no data)"), std::string::npos);
     EXPECT_EQ(NewMessage("veyra.orbis.datatypes.None"), nullptr);
 }
 
