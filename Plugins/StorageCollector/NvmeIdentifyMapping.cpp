@@ -126,7 +126,7 @@ std::string Eppid(const ICustomizedControllerData& from)
     return orbis::platform::Utf16ToUtf8(orbis::platform::Utf8ToUtf16(text).substr(0, kEppidCharacters));
 }
 
-void MapVendorArea(datatypes::NvmeIdentifyControllerData& to, const IIdentifyControllerData* from, google::protobuf::Arena& arena)
+void MapMakerArea(datatypes::NvmeIdentifyControllerData& to, const IIdentifyControllerData* from, google::protobuf::Arena& arena)
 {
     const auto vendor = TakeOwnership(from->VendorSpecific());
     // A view of the vendor object, which stays the one that is released.
@@ -163,7 +163,7 @@ datatypes::NvmeIdentifyControllerData* NvmeDataGetter::toIdentifyControllerData(
     MapOwnFields(*message, *data);
     MapCapabilities(*message, data, arena);
     MapPowerStates(*message, data, arena);
-    MapVendorArea(*message, data, arena);
+    MapMakerArea(*message, data, arena);
     return message;
 }
 

@@ -2,8 +2,8 @@
 
 #include <cstdint>
 
+#include "MakerArea.h"
 #include "Object.h"
-#include "VendorArea.h"
 #include "sondix/ICustomizedControllerData.h"
 #include "sondix/IIdentifyControllerData.h"
 
@@ -11,21 +11,21 @@ namespace veyra::sondix::nvme {
 
 class DeviceCategory final : public Destroyable<DeviceCategory, ICustomizedControllerData::IDeviceCategory> {
 public:
-    explicit DeviceCategory(const maker::VendorArea& area) noexcept : m_Area(area) {}
+    explicit DeviceCategory(const maker::MakerArea& area) noexcept : m_Area(area) {}
     std::uint16_t Class0() const noexcept override { return m_Area.Class0(); }
     std::uint16_t Class1() const noexcept override { return m_Area.Class1(); }
     std::uint16_t Class2() const noexcept override { return m_Area.Class2(); }
     std::uint16_t Class11() const noexcept override { return m_Area.Class11(); }
 
 private:
-    maker::VendorArea m_Area;
+    maker::MakerArea m_Area;
 };
 
 // A vendor area in the maker's layout: freed through its first interface, read through its second.
 class CustomizedControllerData final : public Destroyable<CustomizedControllerData, IIdentifyControllerData::IVendorSpecificInfo>,
                                        public ICustomizedControllerData {
 public:
-    explicit CustomizedControllerData(const maker::VendorArea& area) noexcept : m_Area(area) {}
+    explicit CustomizedControllerData(const maker::MakerArea& area) noexcept : m_Area(area) {}
     const Carray<32>& EPPID() const noexcept override { return m_Area.Eppid(); }
     NominalFormFactor FormFactor() const noexcept override { return m_Area.FormFactor(); }
     IDeviceCategory* DeviceCategory() const noexcept override { return New<nvme::DeviceCategory>(m_Area); }
@@ -35,7 +35,7 @@ public:
     const Carray<8>& ComponentId() const noexcept override { return m_Area.ComponentId(); }
 
 private:
-    maker::VendorArea m_Area;
+    maker::MakerArea m_Area;
 };
 
 // A vendor area in no layout known here: nothing to read.

@@ -2,15 +2,15 @@
 
 #include <cstdint>
 
+#include "MakerHealthLog.h"
 #include "Object.h"
-#include "VendorHealthLog.h"
 #include "sondix/ICustomizedHealthInfo.h"
 
 namespace veyra::sondix::nvme {
 
 class CustomizedHealthInfo final : public Destroyable<CustomizedHealthInfo, ICustomizedHealthInfo> {
 public:
-    explicit CustomizedHealthInfo(const maker::VendorHealthLog& log) noexcept : m_Log(log) {}
+    explicit CustomizedHealthInfo(const maker::MakerHealthLog& log) noexcept : m_Log(log) {}
     std::uint8_t WearLevelingCount() const noexcept override { return m_Log.WearLevelingCount(); }
     std::uint8_t UsedReservedBlockCountWorstCaseComponent() const noexcept override
     {
@@ -29,7 +29,7 @@ public:
     std::uint8_t AbnormalInputVccVoltageCounter() const noexcept override { return m_Log.AbnormalInputVccVoltageCounter(); }
 
 private:
-    maker::VendorHealthLog m_Log;
+    maker::MakerHealthLog m_Log;
 };
 
 }  // namespace veyra::sondix::nvme

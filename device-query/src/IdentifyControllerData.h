@@ -103,7 +103,7 @@ public:
     }
     IVendorSpecificInfo* VendorSpecific() const noexcept override
     {
-        const maker::VendorArea area(Whole());
+        const maker::MakerArea area(Whole());
         if (area.IsRecognised()) {
             return New<CustomizedControllerData>(area);
         }

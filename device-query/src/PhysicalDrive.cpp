@@ -214,7 +214,7 @@ bool ReadLogPage(std::int32_t drive, std::uint8_t identifier, std::span<std::uin
     return device.IsValid() && QueryControllerProperty(device, kNvmeDataTypeLogPage, identifier, page) == win32::kSuccess;
 }
 
-bool ReadVendorLogPage(std::int32_t drive, std::uint8_t identifier, std::span<std::uint8_t, 512> page)
+bool ReadMakerLogPage(std::int32_t drive, std::uint8_t identifier, std::span<std::uint8_t, 512> page)
 {
     auto device = Open(drive, kNoAccess);
     if (!device.IsValid()) {

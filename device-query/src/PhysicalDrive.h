@@ -26,6 +26,6 @@ namespace veyra::sondix {
 
 // The same for a log of the vendor's. Windows serves those as a property only where the driver knows them; a driver that does not
 // refuses the function, and the log is then asked for with the admin command itself.
-[[nodiscard]] bool ReadVendorLogPage(std::int32_t drive, std::uint8_t identifier, std::span<std::uint8_t, 512> page);
+[[nodiscard]] bool ReadMakerLogPage(std::int32_t drive, std::uint8_t identifier, std::span<std::uint8_t, 512> page);
 
 }  // namespace veyra::sondix

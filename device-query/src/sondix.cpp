@@ -7,9 +7,9 @@
 #include "CustomizedHealthInfo.h"
 #include "HealthInfo.h"
 #include "IdentifyControllerData.h"
+#include "MakerArea.h"
+#include "MakerHealthLog.h"
 #include "PhysicalDrive.h"
-#include "VendorArea.h"
-#include "VendorHealthLog.h"
 #include "platform/protocol/Nvme.h"
 
 using namespace veyra::sondix;
@@ -64,14 +64,14 @@ nvme::ICustomizedHealthInfo* SX_CALL SXNvmNewCustomizedHealthInfo(std::int32_t d
     return NullWhenMemoryIsShort([drive]() -> nvme::ICustomizedHealthInfo* {
         // Another maker's drive would count the request among its errors, every time.
         std::array<std::uint8_t, 4096> identify{};
-        if (!ReadIdentifyController(drive, identify) || !maker::VendorArea(Page<4096>(identify)).IsRecognised()) {
+        if (!ReadIdentifyController(drive, identify) || !maker::MakerArea(Page<4096>(identify)).IsRecognised()) {
             return nullptr;
         }
         std::array<std::uint8_t, maker::kHealthLogSize> page{};
-        if (!ReadVendorLogPage(drive, maker::kHealthLogIdentifier, page)) {
+        if (!ReadMakerLogPage(drive, maker::kHealthLogIdentifier, page)) {
             return nullptr;
         }
-        const maker::VendorHealthLog log{std::span<const std::uint8_t, maker::kHealthLogSize>(page)};
+        const maker::MakerHealthLog log{std::span<const std::uint8_t, maker::kHealthLogSize>(page)};
         return log.IsRecognised() ? New<nvme::CustomizedHealthInfo>(log) : nullptr;
     });
 }

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <span>
 
-#include "VendorHealthLog.h"
+#include "MakerHealthLog.h"
 #include "platform/Errors.h"
 #include "platform/Requests.h"
 #include "platform/protocol/Ata.h"

@@ -179,7 +179,7 @@ TEST_F(NvmeMappingTest, AsksForOneMorePowerStateThanNpssSays)
     ExpectEverythingReleasedOnce();
 }
 
-TEST_F(NvmeMappingTest, VendorAreaOddities)
+TEST_F(NvmeMappingTest, MakerAreaOddities)
 {
     auto& bytes = m_Drive.bytes;
     auto& numbers = m_Drive.numbers;

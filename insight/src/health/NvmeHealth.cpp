@@ -1,7 +1,7 @@
 #include <array>
 #include <cstddef>
 
-#include "VendorHealthLog.h"
+#include "MakerHealthLog.h"
 #include "health/DiskJudge.h"
 #include "insight/ErrorText.h"
 
@@ -144,7 +144,7 @@ void JudgeCounters(std::span<const std::uint8_t> log, DiskJudge& judge)
 // Used and all reserved blocks of the maker's log.
 void JudgeReservedBlocks(std::span<const std::uint8_t, kLogSize> bytes, DiskJudge& judge)
 {
-    const veyra::sondix::maker::VendorHealthLog log(bytes);
+    const veyra::sondix::maker::MakerHealthLog log(bytes);
     if (!log.IsRecognised() || log.ReservedBlockCountSsdTotal() == 0) {
         return;
     }

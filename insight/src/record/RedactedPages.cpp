@@ -5,8 +5,8 @@
 #include <cstddef>
 #include <vector>
 
-#include "VendorArea.h"
-#include "VendorHealthLog.h"
+#include "MakerArea.h"
+#include "MakerHealthLog.h"
 #include "platform/Requests.h"
 #include "platform/protocol/Ata.h"
 #include "platform/protocol/Nvme.h"
@@ -20,8 +20,8 @@ namespace nvme = protocol::nvme;
 namespace scsi = protocol::scsi;
 namespace registers = protocol::scsi::ata_pass_through;
 namespace maker = veyra::sondix::maker;
-using maker::VendorArea;
-using maker::VendorHealthLog;
+using maker::MakerArea;
+using maker::MakerHealthLog;
 using Span = WritableBytes;
 
 std::uint32_t Number(std::span<const std::uint8_t> bytes, std::size_t at, std::size_t size = 4)
@@ -94,15 +94,15 @@ void PageRedaction::NvmeIdentify(Span page)
     constexpr std::string_view kAuthority = "nqn.2014.08.org.nvmexpress:";
     const std::string_view text(reinterpret_cast<const char*>(name.data()), name.size());
     TextIn(From(name, text.starts_with(kAuthority) ? kAuthority.size() : 0));
-    const Span area = Part(page, VendorArea::kFirst, VendorArea::kWhole);
+    const Span area = Part(page, MakerArea::kFirst, MakerArea::kWhole);
     if (page.size() != nvme::kIdentifySize ||
-        !VendorArea(veyra::sondix::Page<nvme::kIdentifySize>(page.first<nvme::kIdentifySize>())).IsRecognised()) {
+        !MakerArea(veyra::sondix::Page<nvme::kIdentifySize>(page.first<nvme::kIdentifySize>())).IsRecognised()) {
         Clear(area);
         return;
     }
-    Clear(From(area, VendorArea::kLength));
-    KeepingSum(area.first(VendorArea::kLength), VendorArea::kChecksum, [&] {
-        for (const auto& identifier : VendorArea::kIdentifiers) {
+    Clear(From(area, MakerArea::kLength));
+    KeepingSum(area.first(MakerArea::kLength), MakerArea::kChecksum, [&] {
+        for (const auto& identifier : MakerArea::kIdentifiers) {
             const Span field = Part(area, identifier.first, identifier.length);
             if (identifier.isText) {
                 TextIn(field);
@@ -116,9 +116,9 @@ void PageRedaction::NvmeIdentify(Span page)
 void PageRedaction::NvmeLog(Span page, std::uint32_t identifier)
 {
     constexpr std::size_t kHealth = 232;  // what NVMe 1.4 defines of log 02h
-    const bool isMakers = identifier == maker::kHealthLogIdentifier && page.size() >= VendorHealthLog::kSize &&
-                          VendorHealthLog(page.first<VendorHealthLog::kSize>()).IsRecognised();
-    Clear(From(page, identifier == nvme::kLogSmartHealth ? kHealth : isMakers ? VendorHealthLog::kLength : 0));
+    const bool isMakers = identifier == maker::kHealthLogIdentifier && page.size() >= MakerHealthLog::kSize &&
+                          MakerHealthLog(page.first<MakerHealthLog::kSize>()).IsRecognised();
+    Clear(From(page, identifier == nvme::kLogSmartHealth ? kHealth : isMakers ? MakerHealthLog::kLength : 0));
 }
 
 void PageRedaction::AtaIdentify(Span page)

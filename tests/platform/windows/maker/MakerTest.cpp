@@ -13,7 +13,7 @@ using Veyra::Orbis::Plugins::CustomizedControllerDataOf;
 auto* ObjectOf(const char* function)
 {
     const auto create =
-        reinterpret_cast<VendorFunction*>(reinterpret_cast<void*>(GetProcAddress(LoadLibraryW(L"maker.dll"), function)));
+        reinterpret_cast<MakerFunction*>(reinterpret_cast<void*>(GetProcAddress(LoadLibraryW(L"maker.dll"), function)));
     return create != nullptr ? create() : nullptr;
 }
 

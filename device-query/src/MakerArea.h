@@ -30,10 +30,10 @@
 //     81      15  reserved, zero
 //     96     928  free
 //
-// A drive in this layout is the maker's, and only the maker's drives are asked for the log of VendorHealthLog.h.
+// A drive in this layout is the maker's, and only the maker's drives are asked for the log of MakerHealthLog.h.
 namespace veyra::sondix::maker {
 
-class VendorArea : private Page<1024> {
+class MakerArea : private Page<1024> {
 public:
     // Where the area stands in Identify Controller, how much of it the layout takes, and the byte that makes the sum.
     static constexpr std::size_t kFirst = 3072;
@@ -49,7 +49,7 @@ public:
     static constexpr std::array<Identifier, 3> kIdentifiers{{{16, 32, true}, {48, 16, false}, {64, 8, true}}};
 
     // The area of a whole Identify Controller structure.
-    explicit VendorArea(const Page<4096>& identify) noexcept : Page(identify.element<3072, 1024, 1>(0)) {}
+    explicit MakerArea(const Page<4096>& identify) noexcept : Page(identify.element<3072, 1024, 1>(0)) {}
 
     // Signature, version, length and checksum are right. Nothing below means anything otherwise.
     [[nodiscard]] bool IsRecognised() const noexcept { return HasSignature<kLength>(Bytes(), "VEYRA-ID", 1); }

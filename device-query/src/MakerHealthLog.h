@@ -9,7 +9,7 @@
 // file has an offset of it or its identifier.
 //
 // Log identifier D1h (vendor specific range C0h to FFh), 512 bytes, of the controller. Only drives whose Identify vendor area is in
-// the maker's layout (VendorArea.h) are asked for it: to another maker's drive the identifier means something else, or nothing, and
+// the maker's layout (MakerArea.h) are asked for it: to another maker's drive the identifier means something else, or nothing, and
 // then every collection would leave an entry in that drive's Error Information log.
 //
 // Layout, version 1. Numbers are little-endian.
@@ -36,7 +36,7 @@ namespace veyra::sondix::maker {
 inline constexpr std::uint8_t kHealthLogIdentifier = 0xD1;
 inline constexpr std::size_t kHealthLogSize = 512;
 
-class VendorHealthLog : private Page<kHealthLogSize> {
+class MakerHealthLog : private Page<kHealthLogSize> {
 public:
     using Page::kSize;
     static constexpr std::size_t kLength = 64;  // of the layout
