@@ -106,7 +106,7 @@ std::unique_ptr<Parsed> Parse(std::string_view text, const std::string& name)
         parsed->findings.push_back({Finding::Severity::Error, name, place.line > 0 ? place.line : error.line,
                                     place.line > 0 ? place.column : error.column, place.path,
                                     what.back() == '.' ? what.substr(0, what.size() - 1) : what,
-                                    "correct the field; machine.proto names every field and its values"});
+                                    "correct the field; the example machines show the fields and their values"});
         return parsed;
     }
     parsed->findings = CheckDescription(parsed->machine, &parsed->locations, name);
