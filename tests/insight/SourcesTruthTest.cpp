@@ -1,156 +1,17 @@
 #include <google/protobuf/text_format.h>
 #include <gtest/gtest.h>
 #include <algorithm>
-#include <chrono>
-#include <memory>
 #include <set>
 #include <tuple>
 
-#include "BitTable.h"
-#include "ChangingMachine.h"
-#include "Collections.h"
+#include "Subject.h"
 #include "insight/Explanation.h"
-#include "orbis/datatypes/nvme_health.pb.h"
-#include "orbis/datatypes/nvme_identify.pb.h"
-#include "orbis/simulated/machine.pb.h"
-#include "simulated/Machine.h"
 
 // Holds the table of sources against what the collections do: each byte of each answer, each property and each sample is changed,
 // one at a time and in two ways, and the fields that change with it must be those that the table names, no more and no fewer. The
-// pages of NVMe are not among them: their rows are compared with the tables that were transcribed from the standard.
+// pages of NVMe are not among them: tools/nvme-bits.py writes their rows from the tables of bits, which WalkingBitTest checks.
 namespace orbis::insight {
 namespace {
-
-using google::protobuf::Descriptor;
-using google::protobuf::FieldDescriptor;
-using google::protobuf::Message;
-using simulated::description::Machine;
-namespace datatypes = veyra::orbis::datatypes;
-
-// ---- What the collections send ----
-
-struct Value {
-    std::string field;   // "Message.field"
-    std::string within;  // the field that holds the message, if any
-    std::string text;
-    bool operator==(const Value&) const = default;
-};
-using Values = std::map<std::string, Value>;  // by path
-constexpr const char* kEmptyText = "\"\"";
-
-void Flatten(const Message& message, const std::string& prefix, const std::string& within, Values& values)
-{
-    const auto& reflection = *message.GetReflection();
-    std::vector<const FieldDescriptor*> fields;
-    reflection.ListFields(message, &fields);
-    for (const FieldDescriptor* field : fields) {
-        const std::string name = field->containing_type()->name() + "." + field->name();
-        const std::string path = prefix + "." + field->name();
-        const bool isOwn = field->type() == FieldDescriptor::TYPE_MESSAGE &&
-                           field->message_type()->file()->package() == message.GetDescriptor()->file()->package();
-        const int count = field->is_repeated() ? reflection.FieldSize(message, field) : 1;
-        for (int at = 0; at < count; ++at) {
-            const std::string one = path + "[" + std::to_string(at) + "]";
-            if (isOwn) {
-                Flatten(field->is_repeated() ? reflection.GetRepeatedMessage(message, field, at)
-                                             : reflection.GetMessage(message, field),
-                        one, name, values);
-                continue;
-            }
-            Value& value = values[one];
-            value = {name, within, {}};
-            google::protobuf::TextFormat::Printer().PrintFieldValueToString(message, field, field->is_repeated() ? at : -1,
-                                                                            &value.text);
-        }
-    }
-}
-
-struct Changed {
-    Value value;
-    bool isGone = false;
-};
-
-// One disk of a machine, with everything that is there beside disks.
-class Subject {
-public:
-    explicit Subject(const Machine& description) : m_Machine(description), m_Changing(m_Machine)
-    {
-        platform::Platform::Replace(&m_Changing);
-        m_Plugin = std::make_unique<Veyra::Orbis::Plugins::StorageCollectorPlugin>(nullptr);
-        // A rate has no value before its second sample.
-        static_cast<void>(proof::Collect(*m_Plugin, proof::Datatype::Dynamic));
-        m_Machine.AdvanceClock(std::chrono::seconds(1));
-        m_Changing.Forget();
-        for (const proof::Datatype datatype : proof::kDatatypes) {
-            m_Changing.asked.clear();
-            m_Plain[datatype] = proof::Collect(*m_Plugin, datatype);
-            for (const Answer& answer : m_Changing.asked) {
-                m_Users[answer].push_back(datatype);
-            }
-        }
-    }
-    ~Subject()
-    {
-        m_Plugin.reset();
-        platform::Platform::Replace(nullptr);
-    }
-    Subject(const Subject&) = delete;
-    Subject& operator=(const Subject&) = delete;
-
-    [[nodiscard]] std::map<Answer, Bytes> Answers() const { return m_Changing.answers; }
-
-    // The datatypes that read an answer.
-    [[nodiscard]] std::vector<proof::Datatype> UsersOf(const Answer& answer) const { return m_Users.at(answer); }
-
-    // The fields that differ under a change. Datatypes that do not differ at all are taken out of `datatypes`.
-    std::vector<Changed> Differences(const Change& change, std::vector<proof::Datatype>& datatypes)
-    {
-        std::vector<Changed> differences;
-        m_Changing.Set(change);
-        std::erase_if(datatypes, [&](proof::Datatype datatype) {
-            const proof::Outcome outcome = proof::Collect(*m_Plugin, datatype);
-            if (outcome == m_Plain[datatype]) {
-                return true;
-            }
-            const Values before = ValuesOf(m_Plain[datatype]);
-            const Values now = ValuesOf(outcome);
-            for (const auto& [path, value] : before) {
-                const auto same = now.find(path);
-                if (same == now.end() || same->second != value) {
-                    differences.push_back({value, same == now.end() || same->second.text == kEmptyText});
-                }
-            }
-            for (const auto& [path, value] : now) {
-                if (!before.contains(path)) {
-                    differences.push_back({value, false});
-                }
-            }
-            return false;
-        });
-        m_Changing.Set({});
-        return differences;
-    }
-
-private:
-    static Values ValuesOf(const proof::Outcome& outcome)
-    {
-        Values values;
-        for (std::size_t at = 0; at < outcome.items.size(); ++at) {
-            if (outcome.items[at].message != nullptr) {
-                Flatten(*outcome.items[at].message, std::to_string(at), {}, values);
-            }
-        }
-        return values;
-    }
-
-    simulated::Machine m_Machine;
-    ChangingMachine m_Changing;
-    std::unique_ptr<Veyra::Orbis::Plugins::StorageCollectorPlugin> m_Plugin;
-    std::map<proof::Datatype, proof::Outcome> m_Plain;
-    std::map<Answer, std::vector<proof::Datatype>> m_Users;
-};
-
-// ---- What the table says ----
 
 std::string Narrow(std::u16string_view text) { return {text.begin(), text.end()}; }
 
@@ -406,67 +267,6 @@ TEST_P(SourcesTruth, FieldsChangeWithWhatTheTableNamesAndWithNothingElse)
         }
     }
     ExpectAllSeen(request);
-}
-
-// ---- The pages of NVMe ----
-
-struct Bits {
-    std::size_t low = 0;
-    std::size_t high = 0;
-    bool isWhole = false;  // of a value, not of a message with values
-};
-
-// Gives a bit to the rows along a path.
-void AddBit(const Descriptor& message, const std::string& path, std::size_t bit, std::map<std::string, Bits>& rows)
-{
-    const std::size_t end = path.find('.');
-    const FieldDescriptor* field = message.FindFieldByName(path.substr(0, std::min(path.find('['), end)));
-    ASSERT_NE(field, nullptr) << message.name() << " has no " << path;
-    rows.try_emplace(message.name() + "." + field->name(), Bits{bit, bit, end == std::string::npos}).first->second.high = bit;
-    if (end != std::string::npos) {
-        AddBit(*field->message_type(), path.substr(end + 1), bit, rows);
-    }
-}
-
-// The rows of a page against the table that was transcribed from the standard.
-void ExpectTranscribed(Request page, const char* file, std::size_t size, const Descriptor& message)
-{
-    constexpr std::size_t kMakerArea = 3072;  // whose layout is the maker's
-    const tests::BitTable table(file, size);
-    std::map<std::string, Bits> transcribed;
-    for (std::size_t bit = 0; bit < size * 8; ++bit) {
-        const tests::BitField* field = table.At(bit);
-        if (field != nullptr && (field->name.find('[') == std::string::npos || field->name.find("[0]") != std::string::npos)) {
-            AddBit(message, field->name, bit, transcribed);
-        }
-    }
-    std::set<std::string> missing;
-    for (const auto& [name, bits] : transcribed) {
-        missing.insert(name);
-    }
-    for (const FieldSource& row : Sources().field()) {
-        const Place& place = row.from(0);
-        if (place.request() != page || !place.has_first()) {
-            continue;
-        }
-        const std::string name = row.name().substr(0, row.name().find("_approximate"));
-        ASSERT_TRUE(transcribed.contains(name)) << row.name() << " is not in " << file;
-        missing.erase(name);
-        const std::size_t start = ElementOf(name) == nullptr ? 0 : ElementOf(name)->first();
-        const Bits stated{(start + place.first()) * 8 + place.low(),
-                          place.has_high() ? (start + place.first()) * 8 + place.high() : (start + place.last()) * 8 + 7, true};
-        const Bits& right = transcribed[name];
-        EXPECT_TRUE(right.isWhole && place.first() < kMakerArea ? right.low == stated.low && right.high == stated.high
-                                                                : right.low >= stated.low && right.high <= stated.high)
-            << row.name() << " is bits " << right.low << " to " << right.high << " in " << file << ", and " << PlaceText(row);
-    }
-    EXPECT_EQ(missing, std::set<std::string>()) << "have no bytes in the table of sources";
-}
-
-TEST(Sources, NvmeRowsAreThoseOfTheTranscribedTables)
-{
-    ExpectTranscribed(NVME_IDENTIFY, "testdata/identify_bits.txt", 4096, *datatypes::NvmeIdentifyControllerData::descriptor());
-    ExpectTranscribed(NVME_HEALTH_LOG, "testdata/health_bits.txt", 512, *datatypes::NvmeHealthInfo::descriptor());
 }
 
 INSTANTIATE_TEST_SUITE_P(Requests, SourcesTruth,

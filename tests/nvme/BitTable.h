@@ -7,7 +7,7 @@
 
 namespace orbis::tests {
 
-// The meaning of a page's bits, read from one of the tables beside this file.
+// The meaning of a page's bits, read from a table of insight/sources.
 struct BitField {
     std::string name;          // path of the message field, "[n]" after a repeated one
     std::string form;          // the word after the name in the table, or ""

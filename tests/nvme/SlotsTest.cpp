@@ -1,5 +1,5 @@
 // Calls the virtual tables by slot number, as a caller built by another compiler does. This file must not include the library's
-// header: all it knows of an interface is the slot numbers and bits in the tables beside this file.
+// header: the slot numbers and bits come from the tables of bits in insight/sources alone.
 #include <gtest/gtest.h>
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// Each single bit of the drive's pages changes exactly the message fields that the tables beside this file say: from the page
+// Each single bit of the drive's pages changes exactly the message fields that the tables in insight/sources name: from the page
 // through the device-query library and the mapping, on pages of zeros and on pages on which every field is in use.
 #include <algorithm>
 #include <cstddef>
