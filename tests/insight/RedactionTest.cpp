@@ -2,13 +2,20 @@
 
 #include <google/protobuf/text_format.h>
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
+#include <bitset>
 #include <cctype>
+#include <fstream>
+#include <map>
+#include <sstream>
 #include <string_view>
 
 #include "Recorded.h"
 #include "insight/Pseudonyms.h"
+#include "platform/Requests.h"
 #include "platform/Text.h"
 #include "record/Utf16.h"
 
@@ -77,29 +84,92 @@ TEST(PseudonymsTest, ValueIsReplacedAlikeInEveryForm)
     EXPECT_NE(Pseudonyms().Text(serial), other) << "another key";
 }
 
-// What the description of a machine says that identifies.
-void CollectPlanted(const pb::Message& message, std::vector<std::string>& planted)
+constexpr std::string_view kPlantedText = "LEAK7QZX";
+constexpr std::string_view kPlantedBytes = "\xC0\xFF\xEE\x15\xF0\x0D\x5E\xED";
+
+std::string Hex(std::string_view bytes)
 {
-    const auto& reflection = *message.GetReflection();
-    std::vector<const pb::FieldDescriptor*> fields;
-    reflection.ListFields(message, &fields);
-    for (const auto* field : fields) {
-        const int count = field->is_repeated() ? reflection.FieldSize(message, field) : 1;
-        for (int at = 0; at < count && field->cpp_type() == pb::FieldDescriptor::CPPTYPE_MESSAGE; ++at) {
-            CollectPlanted(
-                field->is_repeated() ? reflection.GetRepeatedMessage(message, field, at) : reflection.GetMessage(message, field),
-                planted);
-        }
-        constexpr std::array<std::string_view, 6> kIdentifying{"serial", "disk_id", "id", "guid", "eppid", "component_id"};
-        if (!field->is_repeated() && field->cpp_type() == pb::FieldDescriptor::CPPTYPE_STRING &&
-            std::ranges::find(kIdentifying, field->name()) != kIdentifying.end()) {
-            planted.push_back(reflection.GetString(message, field));
-        }
+    std::string hex;
+    for (const char byte : bytes) {
+        hex += fmt::format("{:02x}", static_cast<unsigned char>(byte));
     }
+    return hex;
 }
 
-// All but texts and bytes is equal, and those are as long.
-void ExpectAlike(const pb::Message& one, const pb::Message& other)
+// The digits of base64 that these bytes alone make, behind so many others.
+std::string Base64(std::string_view bytes, std::size_t before)
+{
+    constexpr std::string_view kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::string bits;
+    for (const char byte : bytes) {
+        bits += std::bitset<8>(static_cast<unsigned char>(byte)).to_string();
+    }
+    std::string text;
+    for (std::size_t at = (before * 4) % 6; at + 6 <= bits.size(); at += 6) {
+        text += kDigits[std::stoul(bits.substr(at, 6), nullptr, 2)];
+    }
+    return text;
+}
+
+// The forms in which a planted value would give the machine away, in lower case but for base64.
+std::vector<std::string> FormsOf(std::string_view value)
+{
+    const std::string text(value);
+    const std::string reversed(text.rbegin(), text.rend());
+    const std::string guid = std::string(reversed.substr(4)) + text[5] + text[4] + text[7] + text[6];
+    std::vector<std::string> forms{text, reversed, guid, Swapped(text), Swapped(text.substr(1, 6))};
+    for (std::size_t one = 0, count = forms.size(); one < count; ++one) {
+        forms.push_back(Hex(forms[one]));
+    }
+    const std::string hex = Hex(guid);
+    forms.push_back(hex.substr(0, 8) + "-" + hex.substr(8, 4) + "-" + hex.substr(12));
+    for (std::size_t one = 0, count = forms.size(); one < count; ++one) {
+        std::string wide;
+        for (const char byte : forms[one]) {
+            wide += {byte, '\0'};
+        }
+        forms.push_back(wide);
+    }
+    return forms;
+}
+
+// The first form of a planted value in a recording; empty when there is none.
+std::string PlantedIn(const Recording& recording)
+{
+    const std::string exact = recording.SerializeAsString();
+    const std::string lower = Lower(exact);
+    for (const std::string_view value : {kPlantedText, kPlantedBytes}) {
+        for (const std::string& form : FormsOf(value)) {
+            if (lower.find(Lower(form)) != lower.npos) {
+                return form;
+            }
+        }
+        for (const std::size_t before : {0U, 1U, 2U}) {
+            if (exact.find(Base64(value, before)) != exact.npos) {
+                return Base64(value, before);
+            }
+        }
+    }
+    return {};
+}
+
+// Replaced texts with their replacements, in lower case: one for each, and none for two.
+class Replacements {
+public:
+    void Add(const std::string& from, const std::string& to)
+    {
+        EXPECT_EQ(from.size(), to.size()) << Hex(from) << " " << Hex(to);
+        EXPECT_EQ(m_To.try_emplace(Lower(from), Lower(to)).first->second, Lower(to)) << from;
+        EXPECT_EQ(m_From.try_emplace(Lower(to), Lower(from)).first->second, Lower(from)) << from;
+    }
+
+private:
+    std::map<std::string, std::string> m_To;
+    std::map<std::string, std::string> m_From;
+};
+
+// All but texts and bytes is equal, and those are replaced.
+void ExpectAlike(const pb::Message& one, const pb::Message& other, Replacements& replacements)
 {
     const auto& reflection = *one.GetReflection();
     std::vector<const pb::FieldDescriptor*> fields;
@@ -114,8 +184,9 @@ void ExpectAlike(const pb::Message& one, const pb::Message& other)
             const int index = field->is_repeated() ? at : -1;
             if (field->cpp_type() == pb::FieldDescriptor::CPPTYPE_MESSAGE) {
                 field->is_repeated()
-                    ? ExpectAlike(reflection.GetRepeatedMessage(one, field, at), reflection.GetRepeatedMessage(other, field, at))
-                    : ExpectAlike(reflection.GetMessage(one, field), reflection.GetMessage(other, field));
+                    ? ExpectAlike(reflection.GetRepeatedMessage(one, field, at), reflection.GetRepeatedMessage(other, field, at),
+                                  replacements)
+                    : ExpectAlike(reflection.GetMessage(one, field), reflection.GetMessage(other, field), replacements);
                 continue;
             }
             std::string left;
@@ -133,35 +204,37 @@ void ExpectAlike(const pb::Message& one, const pb::Message& other)
             if (!isText || isKept()) {
                 EXPECT_EQ(left, right) << field->full_name();
             } else {
-                EXPECT_EQ(reflection.GetString(one, field).size(), reflection.GetString(other, field).size()) << field->full_name();
+                replacements.Add(reflection.GetString(one, field), reflection.GetString(other, field));
             }
         }
     }
+}
+
+// An example machine, or the one with planted values.
+std::string MachineText(const std::string& name)
+{
+    if (name != "planted") {
+        return proof::MachineText(name);
+    }
+    std::ostringstream text;
+    text << std::ifstream("testdata/planted.txtpb").rdbuf();
+    return text.str();
 }
 
 class RedactionTest : public testing::TestWithParam<const char*> {};
 
 TEST_P(RedactionTest, NothingThatIdentifiesIsLeftAndTheRestReplaysAlike)
 {
-    const Description machine = Parsed(proof::MachineText(GetParam()));
+    const Description machine = Parsed(MachineText(GetParam()));
     const RecordedRun recorded = Collect(machine, proof::kDatatypes);
     Recording redacted = recorded.recording;
     Redact(redacted);
-
-    std::vector<std::string> planted;
-    CollectPlanted(machine, planted);
-    EXPECT_GT(planted.size(), 2U);
-    const std::string content = Lower(redacted.SerializeAsString());
-    for (const std::string& value : planted) {
-        if (value.size() >= 6) {
-            for (const std::string& form : {value, Swapped(value), Utf16(value)}) {
-                EXPECT_EQ(content.find(Lower(form)), content.npos) << value;
-            }
-        }
-    }
+    EXPECT_EQ(PlantedIn(recorded.recording).empty(), GetParam() != std::string_view("planted"));
+    EXPECT_EQ(PlantedIn(redacted), "");
 
     const RecordedRun replayed = Collect(Replayed(redacted), proof::kDatatypes);
     EXPECT_EQ(replayed.notRecorded, std::vector<std::string>{});
+    Replacements replacements;
     for (std::size_t one = 0; one < proof::kDatatypes.size(); ++one) {
         const proof::Outcome& before = recorded.outcomes[one];
         const proof::Outcome& after = replayed.outcomes[one];
@@ -170,17 +243,65 @@ TEST_P(RedactionTest, NothingThatIdentifiesIsLeftAndTheRestReplaysAlike)
         EXPECT_EQ(before.log.size(), after.log.size());
         ASSERT_EQ(before.items.size(), after.items.size());
         for (std::size_t item = 0; item < before.items.size(); ++item) {
-            EXPECT_EQ(before.items[item].id.size(), after.items[item].id.size());
+            replacements.Add(before.items[item].id, after.items[item].id);
             ASSERT_EQ(before.items[item].message == nullptr, after.items[item].message == nullptr);
             if (before.items[item].message != nullptr) {
-                ExpectAlike(*before.items[item].message, *after.items[item].message);
+                ExpectAlike(*before.items[item].message, *after.items[item].message, replacements);
             }
         }
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Machines, RedactionTest, testing::Values("laptop-arm64", "workstation"),
+INSTANTIATE_TEST_SUITE_P(Machines, RedactionTest, testing::Values("laptop-arm64", "workstation", "planted"),
                          [](const auto& machine) { return std::string(machine.param).substr(0, 6); });
+
+// Requests that the collectors do not send: their answers are unknown, or known to identify.
+TEST(RedactionTest, AnswerWithoutARuleIsZero)
+{
+    const auto property = [](std::uint32_t id) { return std::string({static_cast<char>(id), 0, 0, 0, 0, 0, 0, 0}); };
+    const auto scsi = [](std::string_view cdb) {
+        std::string request(sizeof(platform::ScsiPassThroughDirect), '\0');
+        return request.replace(offsetof(platform::ScsiPassThroughDirect, cdb), cdb.size(), cdb);
+    };
+    const struct {
+        std::uint32_t code;
+        std::string request;
+    } kRequests[] = {
+        {platform::kIoctlStorageQueryProperty, property(2)},                        // StorageDeviceIdProperty: VPD page 83h
+        {platform::kIoctlStorageQueryProperty, property(3)},                        // StorageDeviceUniqueIdProperty
+        {platform::kIoctlStorageQueryProperty, property(50) + "\3" + property(1)},  // Identify Namespace: EUI-64 and NGUID
+        {platform::kIoctlScsiPassThroughDirect, scsi({"\x12\1\x80\0\xFF\0", 6})},   // INQUIRY, unit serial number
+        {platform::kIoctlScsiPassThroughDirect, scsi({"\x4D\0\x7F\0\0\0", 6})},     // LOG SENSE
+        {platform::kIoctlAtaPassThroughDirect, std::string(48, '\0')},
+        {0x2D0C14, {}},  // IOCTL_STORAGE_GET_MEDIA_SERIAL_NUMBER
+    };
+    const std::string planted = std::string(kPlantedText) + std::string(kPlantedBytes);
+    for (const auto& [code, request] : kRequests) {
+        Recording recording;
+        RecordedCall& call = *recording.add_call();
+        call.set_operation("DeviceIo::Control");
+        call.set_code(code);
+        call.set_request(request);
+        call.set_room(512);
+        call.add_answer()->set_output(std::string(80, '\0') + planted);
+        call.mutable_answer(0)->set_data(planted);
+        Redact(recording);
+        EXPECT_EQ(PlantedIn(recording), "") << std::hex << code;
+    }
+}
+
+// What no rule finds, the last search does.
+TEST(RedactionTest, RecordingWithAReplacedValueIsRefused)
+{
+    const RecordedRun recorded = Collect(Parsed(MachineText("planted")), proof::kDatatypes);
+    const std::string serial = "LEAK7QZXA001";
+    for (const std::string& form : {serial, Lower(serial), Swapped(serial), Utf16(serial), Hex(serial), Hex(Swapped(serial)),
+                                    Hex(Utf16(serial)), Base64(serial, 0), Base64(serial, 1), Base64(Utf16(serial), 2)}) {
+        Recording recording = recorded.recording;
+        recording.set_system("Linux of " + form);
+        EXPECT_THROW(Redact(recording), std::runtime_error) << form;
+    }
+}
 
 }  // namespace
 }  // namespace orbis::insight

@@ -21,12 +21,16 @@ class ORBIS_INSIGHT_EXPORT Pseudonyms {
 public:
     Pseudonyms();
 
-    // Words that are no identifiers: a value that occurs in them is replaced where it stands and not looked for elsewhere.
-    void Keep(std::string_view words);
+    // Words that are no identifiers: a value that occurs in them is replaced where it stands and not looked for elsewhere. In names
+    // of models a serial number is looked for all the same.
+    void KeepWords(std::string_view words);
+    void KeepName(std::string_view name);
 
-    // The replacement of a value. The value is remembered, so that In replaces it elsewhere too.
+    // The replacement of a value; what is known of it already keeps its replacement. The value is remembered, so that In replaces
+    // it elsewhere too.
     [[nodiscard]] std::string Text(std::string_view utf8);
     [[nodiscard]] std::u16string Text(std::u16string_view text);
+    [[nodiscard]] std::string Serial(std::string_view text);
     // In place; the hexadecimal text of the bytes, in their order, is the same value. A GUID's text has its first three numbers the
     // other way round.
     void Bytes(std::span<std::uint8_t> bytes);
@@ -47,16 +51,21 @@ private:
         bool isOnlySought = false;
     };
 
+    [[nodiscard]] std::string Text(std::string_view utf8, std::string_view words);
     [[nodiscard]] std::string Replaced(std::string_view utf8) const;
     [[nodiscard]] std::uint64_t Hash(std::string_view text) const;
-    void Learn(std::string_view from, std::string_view to);
+    // What In does; `isKnown` has a mark for each character that it replaced.
+    [[nodiscard]] std::string Substituted(std::string_view content, std::vector<bool>& isKnown) const;
+    void Learn(std::string_view from, std::string_view to, std::string_view words);
     void LearnBytes(const std::string& from, const std::string& to);
-    void Add(std::string from, std::string to, bool isText, std::size_t shortest = 0);
+    void Add(const Pattern& pattern);
+    void AddText(const std::string& from, const std::string& to, std::size_t shortest = 0);
     // How much of `text` the pattern matches.
     [[nodiscard]] static std::size_t Match(const Pattern& pattern, std::string_view text);
 
     std::array<std::uint64_t, 2> m_Key;
-    std::string m_Words;
+    std::string m_Words;  // in lower case, as are the names
+    std::string m_Names;
     std::set<std::string> m_Learnt;                    // in lower case
     std::array<std::vector<Pattern>, 256> m_Patterns;  // by their first byte, in lower case
 };

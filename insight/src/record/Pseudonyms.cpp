@@ -17,6 +17,7 @@ constexpr std::size_t kShortestBeginning = 8;
 char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 bool IsUpper(char c) { return c >= 'A' && c <= 'Z'; }
 char Upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
+bool IsPrintable(char c) { return c >= ' ' && c <= '~'; }
 bool IsAlnum(char c) { return (c >= '0' && c <= '9') || (Lower(c) >= 'a' && Lower(c) <= 'z'); }
 unsigned char Byte(char c) { return static_cast<unsigned char>(c); }
 
@@ -42,12 +43,16 @@ std::string Core(std::string_view text)
     return core;
 }
 
+// Control characters are no text, but those that fields are padded with.
+bool IsControl(char c) { return Byte(c) < 0x20 && c != 0 && (c < '\b' || c > '\r'); }
+
 // A value that identifies nothing: empty, or one character repeated.
 bool IsBlank(std::string_view text)
 {
-    const std::string core = Core(text);
-    return std::ranges::all_of(text, [](char c) { return Byte(c) < 0x80; }) &&
-           std::ranges::all_of(core, [&](char c) { return c == core.front(); });
+    std::string marks;
+    std::ranges::copy_if(Lower(text), std::back_inserter(marks),
+                         [](char c) { return IsAlnum(c) || IsControl(c) || Byte(c) >= 0x80; });
+    return std::ranges::all_of(marks, [&](char c) { return c == marks.front(); });
 }
 
 std::string Hex(std::string_view bytes)
@@ -187,6 +192,9 @@ std::string Pseudonyms::Replaced(std::string_view utf8) const
 {
     std::string result;
     std::string before;  // letters and digits so far
+    std::vector<bool> isKnown;
+    const std::string known = Substituted(utf8, isKnown);
+    const bool isUtf8 = platform::Utf16ToUtf8(platform::Utf8ToUtf16(utf8)) == utf8;
     const auto isContinuation = [&](std::size_t at) { return at < utf8.size() && (Byte(utf8[at]) & 0xC0U) == 0x80; };
     for (std::size_t at = 0; at < utf8.size(); ++at) {
         const char c = utf8[at];
@@ -206,29 +214,42 @@ std::string Pseudonyms::Replaced(std::string_view utf8) const
             other = turned('a', 6);
         } else if (lower >= 'g' && lower <= 'z') {
             other = turned('g', 20);
+        } else if (IsControl(c)) {
+            other = c < '\b' ? turned('\1', 7) : turned('\16', 18);
+        } else if (!isUtf8 && Byte(c) >= 0x80) {
+            other = static_cast<char>((Byte(c) + 1 + Hash(before) % 7) | 0xF8U);  // never part of UTF-8
         } else if (isContinuation(at) && !isContinuation(at + 1)) {
             // The last bits of a character beyond ASCII; its script stays.
             other = static_cast<char>((Byte(c) & 0xE0U) | ((Byte(c) + 1 + Hash(before) % 31) & 0x1FU));
         } else {
-            result += c;
+            result += known[at];
             continue;
         }
         before += lower;
-        result += IsUpper(c) ? Upper(other) : other;
+        result += isKnown[at] ? known[at] : IsUpper(c) ? Upper(other) : other;
     }
     return result;
 }
 
-void Pseudonyms::Keep(std::string_view words) { m_Words += Lower(words) + '\n'; }
+void Pseudonyms::KeepWords(std::string_view words) { m_Words += Lower(words) + '\n'; }
+void Pseudonyms::KeepName(std::string_view name) { m_Names += Lower(name) + '\n'; }
 
-std::string Pseudonyms::Text(std::string_view utf8)
+std::string Pseudonyms::Text(std::string_view utf8) { return Text(utf8, m_Words + m_Names); }
+std::string Pseudonyms::Serial(std::string_view text) { return Text(text, m_Words); }
+
+std::string Pseudonyms::Text(std::string_view utf8, std::string_view words)
 {
     if (IsBlank(utf8)) {
         return std::string(utf8);
     }
-    std::string replaced = Replaced(utf8);
     const std::string_view value = Trim(utf8);
-    Learn(value, std::string_view(replaced).substr(static_cast<std::size_t>(value.data() - utf8.data()), value.size()));
+    // Drivers give a serial number as hexadecimal text, too: it is the same value.
+    if (const auto decoded = FromHex(Lower(value));
+        decoded && IsBlank(*decoded) == false && std::ranges::all_of(*decoded, IsPrintable)) {
+        static_cast<void>(Text(*decoded, words));
+    }
+    std::string replaced = Replaced(utf8);
+    Learn(value, std::string_view(replaced).substr(static_cast<std::size_t>(value.data() - utf8.data()), value.size()), words);
     return replaced;
 }
 
@@ -254,51 +275,55 @@ void Pseudonyms::Guid(std::span<std::uint8_t> bytes)
     std::ranges::copy(GuidOrder(FromHex(Text(Hex(GuidOrder(raw)))).value_or(raw)), bytes.begin());
 }
 
-void Pseudonyms::Add(std::string from, std::string to, bool isText, std::size_t shortest)
+// A text stands in the recording in UTF-16 too.
+void Pseudonyms::AddText(const std::string& from, const std::string& to, std::size_t shortest)
 {
-    auto& patterns = m_Patterns[Byte(isText ? Lower(from.front()) : from.front())];
-    patterns.push_back({std::move(from), std::move(to), isText, shortest});
-    const char first = patterns.back().from.front();
-    if (isText && Upper(Lower(first)) != Lower(first)) {
-        m_Patterns[Byte(Upper(Lower(first)))].push_back(patterns.back());
+    const bool isAscii = std::ranges::all_of(from, [](char c) { return Byte(c) < 0x80; });
+    Add({from, to, true, shortest});
+    Add({Utf16(from), Utf16(to), isAscii, shortest * 2});
+}
+
+void Pseudonyms::Add(const Pattern& pattern)
+{
+    const char first = pattern.from.front();
+    m_Patterns[Byte(pattern.isText ? Lower(first) : first)].push_back(pattern);
+    if (pattern.isText && Upper(Lower(first)) != Lower(first)) {
+        m_Patterns[Byte(Upper(Lower(first)))].push_back(pattern);
     }
 }
 
 void Pseudonyms::LearnBytes(const std::string& from, const std::string& to)
 {
-    Add(from, to, false);
-    Add(Reversed(from), Reversed(to), false);
-    Add(Hex(Reversed(from)), Hex(Reversed(to)), true);
+    Add({from, to, false, 0});
+    Add({Reversed(from), Reversed(to), false, 0});
+    AddText(Hex(Reversed(from)), Hex(Reversed(to)));
     constexpr std::array<std::pair<std::size_t, char>, 5> kGroups{{{2, '-'}, {2, ':'}, {2, ' '}, {4, '_'}, {4, '-'}}};
     for (const auto& [digits, separator] : kGroups) {
-        Add(Grouped(Hex(from), digits, separator), Grouped(Hex(to), digits, separator), true);
-        Add(Utf16(Grouped(Hex(from), digits, separator)), Utf16(Grouped(Hex(to), digits, separator)), true);
+        AddText(Grouped(Hex(from), digits, separator), Grouped(Hex(to), digits, separator));
     }
     constexpr std::size_t kGuid = 16;
     if (from.size() == kGuid) {
-        Add(GuidOrder(from), GuidOrder(to), false);
-        Add(GuidText(Hex(from)), GuidText(Hex(to)), true);
-        Add(Utf16(GuidText(Hex(from))), Utf16(GuidText(Hex(to))), true);
+        Add({GuidOrder(from), GuidOrder(to), false, 0});
+        AddText(GuidText(Hex(from)), GuidText(Hex(to)));
     }
 }
 
-void Pseudonyms::Learn(std::string_view from, std::string_view to)
+void Pseudonyms::Learn(std::string_view from, std::string_view to, std::string_view words)
 {
     const std::string core = Core(from);
     const std::string lower = Lower(from);
-    if (core.size() < kShortest || m_Words.find(lower) != m_Words.npos || !m_Learnt.insert(lower).second) {
+    if (core.size() < kShortest || words.find(lower) != words.npos || !m_Learnt.insert(lower).second) {
         return;
     }
     // A beginning that is a word, or hardly anything but zeros, is no sign of the value.
     const std::string beginning = lower.substr(0, kShortestBeginning);
     const bool hasDigit = std::ranges::any_of(beginning, [](char c) { return c >= '0' && c <= '9'; });
     const std::size_t shortest = hasDigit && std::set(beginning.begin(), beginning.end()).size() >= 4 ? kShortestBeginning : 0;
-    Add(std::string(from), std::string(to), true, shortest);
-    const bool isAscii = std::ranges::all_of(from, [](char c) { return Byte(c) < 0x80; });
-    Add(Utf16(from), Utf16(to), isAscii, shortest * 2);
-    Add(SwappedPairs(std::string(from)), SwappedPairs(std::string(to)), true);
-    Add(Hex(from), Hex(to), true);
-    Add(Hex(SwappedPairs(std::string(from))), Hex(SwappedPairs(std::string(to))), true);
+    AddText(std::string(from), std::string(to), shortest);
+    AddText(SwappedPairs(std::string(from)), SwappedPairs(std::string(to)));
+    AddText(Hex(from), Hex(to));
+    AddText(Hex(Utf16(from)), Hex(Utf16(to)));
+    AddText(Hex(SwappedPairs(std::string(from))), Hex(SwappedPairs(std::string(to))));
     const std::string coreTo = Core(to);
     const auto bytes = FromHex(core);
     constexpr std::size_t kLongestBytes = 32;
@@ -306,14 +331,14 @@ void Pseudonyms::Learn(std::string_view from, std::string_view to)
     if (bytes && bytes->size() <= kLongestBytes &&
         static_cast<std::ptrdiff_t>(bytes->size()) - std::ranges::count_if(*bytes, isZero) >= 3) {
         if (core != lower) {
-            Add(core, coreTo, true);
-            Add(Utf16(core), Utf16(coreTo), true);
+            AddText(core, coreTo);
         }
         LearnBytes(*bytes, FromHex(coreTo).value_or(*bytes));
     }
     for (const std::size_t shift : {0U, 1U, 2U}) {
-        const std::string digits = Base64(from, shift);
-        m_Patterns[Byte(digits.front())].push_back({digits, {}, false, 0, true});
+        Add({Base64(from, shift), {}, false, 0, true});
+        Add({Utf16(Base64(from, shift)), {}, false, 0, true});
+        Add({Base64(Utf16(from), shift), {}, false, 0, true});
     }
 }
 
@@ -330,7 +355,14 @@ std::size_t Pseudonyms::Match(const Pattern& pattern, std::string_view text)
 
 std::string Pseudonyms::In(std::string_view content) const
 {
+    std::vector<bool> isKnown;
+    return Substituted(content, isKnown);
+}
+
+std::string Pseudonyms::Substituted(std::string_view content, std::vector<bool>& isKnown) const
+{
     std::string result(content);
+    isKnown.assign(content.size(), false);
     for (std::size_t at = 0; at < content.size();) {
         const Pattern* best = nullptr;
         std::size_t length = 0;
@@ -343,6 +375,7 @@ std::string Pseudonyms::In(std::string_view content) const
         }
         for (std::size_t one = 0; one < length; ++one) {
             const char to = best->to[one];
+            isKnown[at + one] = true;
             result[at + one] = best->isText && IsUpper(content[at + one]) ? Upper(to) : best->isText ? Lower(to) : to;
         }
         at += std::max<std::size_t>(length, 1);

@@ -72,28 +72,43 @@ Span Whole(Span bytes, std::size_t at, std::size_t size)
     return part;
 }
 
+struct Range {
+    std::size_t first;
+    std::size_t length;
+};
+void ClearRanges(Span bytes, std::span<const Range> ranges)
+{
+    for (const Range& range : ranges) {
+        Clear(Part(bytes, range.first, range.length));
+    }
+}
+
+std::string_view TextOf(std::span<const std::uint8_t> bytes) { return {reinterpret_cast<const char*>(bytes.data()), bytes.size()}; }
+
 }  // namespace
 
-void PageRedaction::TextIn(Span bytes)
-{
-    const std::string replaced = m_Pseudonyms.Text(std::string_view(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
-    std::ranges::copy(replaced, bytes.begin());
-}
-void PageRedaction::SwappedTextIn(Span bytes)
+void PageRedaction::TextIn(Span bytes) { std::ranges::copy(m_Pseudonyms.Text(TextOf(bytes)), bytes.begin()); }
+void PageRedaction::SerialIn(Span bytes) { std::ranges::copy(m_Pseudonyms.Serial(TextOf(bytes)), bytes.begin()); }
+void PageRedaction::SwappedSerialIn(Span bytes)
 {
     SwapPairs(bytes);
-    TextIn(bytes);
+    SerialIn(bytes);
     SwapPairs(bytes);
 }
 
 void PageRedaction::NvmeIdentify(Span page)
 {
-    TextIn(Part(page, 4, 20));                // serial number
+    // Reserved in NVMe 2.0.
+    constexpr std::array<Range, 7> kReserved{{{104, 7}, {134, 119}, {358, 10}, {385, 127}, {564, 204}, {1024, 768}, {1806, 242}}};
+    ClearRanges(page, kReserved);
+    for (std::size_t state = 2048; state < MakerArea::kFirst; state += 32) {
+        Clear(Part(page, state + 23, 9));  // reserved in a power state descriptor
+    }
+    SerialIn(Part(page, 4, 20));
     m_Pseudonyms.Bytes(Part(page, 112, 16));  // FRU GUID
     const Span name = Part(page, 768, 256);   // NVM subsystem name
     constexpr std::string_view kAuthority = "nqn.2014.08.org.nvmexpress:";
-    const std::string_view text(reinterpret_cast<const char*>(name.data()), name.size());
-    TextIn(From(name, text.starts_with(kAuthority) ? kAuthority.size() : 0));
+    TextIn(From(name, TextOf(name).starts_with(kAuthority) ? kAuthority.size() : 0));
     const Span area = Part(page, MakerArea::kFirst, MakerArea::kWhole);
     if (page.size() != nvme::kIdentifySize ||
         !MakerArea(veyra::sondix::Page<nvme::kIdentifySize>(page.first<nvme::kIdentifySize>())).IsRecognised()) {
@@ -116,6 +131,9 @@ void PageRedaction::NvmeIdentify(Span page)
 void PageRedaction::NvmeLog(Span page, std::uint32_t identifier)
 {
     constexpr std::size_t kHealth = 232;  // what NVMe 1.4 defines of log 02h
+    if (identifier == nvme::kLogSmartHealth) {
+        Clear(Part(page, 7, 25));  // reserved
+    }
     const bool isMakers = identifier == maker::kHealthLogIdentifier && page.size() >= MakerHealthLog::kSize &&
                           MakerHealthLog(page.first<MakerHealthLog::kSize>()).IsRecognised();
     Clear(From(page, identifier == nvme::kLogSmartHealth ? kHealth : isMakers ? MakerHealthLog::kLength : 0));
@@ -125,20 +143,34 @@ void PageRedaction::AtaIdentify(Span page)
 {
     constexpr std::size_t kChecksum = 511;
     KeepingSum(page, page.size() == 512 && page[510] == 0xA5 ? kChecksum : page.size(), [&] {
-        SwappedTextIn(Part(page, 20, 20));     // serial number
-        Clear(Part(page, 40, 6));              // retired
+        // Retired, reserved and vendor specific words of ACS-4.
+        constexpr std::array<Range, 11> kUnknown{
+            {{8, 4}, {14, 6}, {40, 6}, {102, 4}, {140, 10}, {232, 2}, {242, 14}, {258, 62}, {324, 12}, {348, 4}, {448, 12}}};
+        ClearRanges(page, kUnknown);
+        Clear(Part(page, 472, 38));
+        SwappedSerialIn(Part(page, 20, 20));
         const Span name = Part(page, 216, 8);  // four words, the first the most significant
         SwapPairs(name);
         m_Pseudonyms.Bytes(name);
         SwapPairs(name);
         m_Pseudonyms.Bytes(Part(page, 224, 8));  // its extension
-        Clear(Part(page, 258, 62));              // vendor specific
-        SwappedTextIn(Part(page, 352, 60));      // serial number of the medium
+        SwappedSerialIn(Part(page, 352, 60));    // of the medium
     });
 }
-void PageRedaction::SmartPage(Span page)
+// SMART data and thresholds: entries of 12 bytes, an unused one has the id 0.
+void PageRedaction::SmartPage(Span page, bool isThresholds)
 {
-    KeepingSum(page, 511, [&] { Clear(Part(page, 386, 125)); });  // vendor specific
+    constexpr std::size_t kFirst = 2;
+    constexpr std::size_t kEntry = 12;
+    constexpr std::size_t kEnd = kFirst + 30 * kEntry;
+    KeepingSum(page, 511, [&] {
+        for (std::size_t at = kFirst; at < kEnd; at += kEntry) {
+            const Span entry = Part(page, at, kEntry);
+            Clear(From(entry, entry.empty() || entry[0] == 0 ? 0 : isThresholds ? 2 : kEntry));
+        }
+        const std::size_t vendor = isThresholds ? kEnd : 386;
+        Clear(Part(page, vendor, 511 - vendor));
+    });
 }
 // The data of an ATA command, by its registers.
 void PageRedaction::AtaData(Span data, std::uint8_t command, std::uint8_t feature, std::uint8_t lbaLow)
@@ -147,9 +179,9 @@ void PageRedaction::AtaData(Span data, std::uint8_t command, std::uint8_t featur
     if (command == ata::kIdentifyDevice || command == ata::kIdentifyPacketDevice) {
         AtaIdentify(data);
     } else if (command == ata::kSmart && (feature == ata::kSmartReadData || feature == ata::kSmartReadThresholds)) {
-        SmartPage(data);
+        SmartPage(data, feature == ata::kSmartReadThresholds);
     } else if (command == ata::kReadLogExt && lbaLow == kPartIdentifierLog) {
-        SwappedTextIn(Part(data, 0, 20));  // EPPID
+        SwappedSerialIn(Part(data, 0, 20));  // EPPID
         Clear(From(data, 20));
     } else {
         Clear(data);
@@ -159,22 +191,32 @@ void PageRedaction::AtaData(Span data, std::uint8_t command, std::uint8_t featur
 void PageRedaction::Control(std::uint32_t code, const std::string& text, Span output, Span data)
 {
     const std::span<const std::uint8_t> request(reinterpret_cast<const std::uint8_t*>(text.data()), text.size());
+    if (code != platform::kIoctlAtaPassThroughDirect && code != platform::kIoctlScsiPassThroughDirect) {
+        Clear(data);
+    }
     switch (code) {
         case platform::kIoctlStorageGetDeviceNumber:
+            return Clear(From(output, sizeof(platform::StorageDeviceNumber)));
         case platform::kIoctlDiskGetDriveGeometry:
+            return Clear(From(output, sizeof(platform::DiskGeometry)));
         case platform::kIoctlDiskPerformance:
-            return Clear(data);
+            return Clear(From(output, offsetof(platform::DiskPerformance, storageManagerName)));
         case platform::kIoctlStorageQueryProperty:
             return Property(request, output);
         case platform::kIoctlStorageProtocolCommand: {
-            constexpr std::size_t kCommand = sizeof(platform::StorageProtocolCommandHead);
-            const std::size_t at = Number(request, offsetof(platform::StorageProtocolCommandHead, dataFromDeviceBufferOffset));
+            using Head = platform::StorageProtocolCommandHead;
+            constexpr std::size_t kCommand = sizeof(Head);
+            constexpr std::size_t kEnd = kCommand + platform::kProtocolCommandLengthNvme;
+            const std::size_t at = std::max<std::size_t>(Number(request, offsetof(Head, dataFromDeviceBufferOffset)), kEnd);
+            Clear(Part(output, offsetof(Head, reserved1), sizeof(Head::reserved1)));
+            Clear(Part(output, kEnd, at - kEnd));  // error information
             const bool isLog = Number(request, kCommand, 1) == nvme::kGetLogPage;
             const std::uint32_t page = Number(request, kCommand + 40, 1);  // command dword 10
-            return NvmeLog(From(output, std::max(at, kCommand + 64)), isLog ? page : 0);
+            return NvmeLog(From(output, at), isLog ? page : 0);
         }
         case platform::kIoctlAtaPassThroughDirect: {
             constexpr std::size_t kTaskFile = offsetof(platform::AtaPassThroughDirect, currentTaskFile);
+            Clear(From(output, sizeof(platform::AtaPassThroughDirect)));
             const auto byte = [&](std::size_t at) { return static_cast<std::uint8_t>(Number(request, kTaskFile + at, 1)); };
             return AtaData(data, byte(ata::task_file::kCommand), byte(ata::task_file::kFeatures), byte(ata::task_file::kLbaLow));
         }
@@ -182,6 +224,8 @@ void PageRedaction::Control(std::uint32_t code, const std::string& text, Span ou
             constexpr std::size_t kCdb = offsetof(platform::ScsiPassThroughDirect, cdb);
             const auto byte = [&](std::size_t at) { return static_cast<std::uint8_t>(Number(request, kCdb + at, 1)); };
             constexpr std::size_t kInquiryData = 36;  // serial numbers may stand behind it
+            const std::size_t sense = Number(request, offsetof(platform::ScsiPassThroughDirect, senseInfoOffset));
+            Sense(From(output, std::max(sense, sizeof(platform::ScsiPassThroughDirect))));
             if (byte(0) == scsi::kAtaPassThrough16) {
                 AtaData(data, byte(registers::kCommand16), byte(registers::kFeatures16), byte(registers::kLbaLow16));
             } else {
@@ -198,21 +242,27 @@ void PageRedaction::Control(std::uint32_t code, const std::string& text, Span ou
             Clear(data);
     }
 }
+// Sense data (SPC-4): what is defined of both formats, of descriptors the ATA status return.
+void PageRedaction::Sense(Span sense)
+{
+    const auto byte = [&](std::size_t at) { return Number(sense, at, 1); };
+    const bool isFixed = (byte(0) & 0x7EU) == scsi::kSenseFixed;
+    const bool isDescriptor = (byte(0) & 0x7EU) == scsi::kSenseDescriptor;
+    constexpr std::size_t kFixed = 18;
+    constexpr std::size_t kHead = 8;
+    const std::size_t descriptor = byte(kHead) == scsi::kAtaStatusReturn ? scsi::kAtaStatusReturnSize : 0;
+    Clear(From(sense, isFixed ? kFixed : isDescriptor ? kHead + descriptor : 0));
+}
 void PageRedaction::Property(std::span<const std::uint8_t> request, Span output)
 {
-    constexpr std::uint32_t kDeviceProperty = 0;  // StorageDeviceProperty
     const std::uint32_t property = Number(request, 0);
     const std::uint32_t kind = Number(request, 4);
     constexpr std::size_t kHead = sizeof(platform::StorageProtocolDataDescriptor);
     constexpr std::size_t kSpecific = 8;
     if (kind == 0 && property != platform::kStorageAdapterProtocolSpecificProperty &&
         property != platform::kStorageDeviceProtocolSpecificProperty) {
-        if (property == kDeviceProperty) {
-            Descriptor(output);
-        } else {
-            Clear(From(output, sizeof(platform::StorageDeviceDescriptorHead)));
-        }
-        return;
+        constexpr std::size_t kVersionAndSize = 8;
+        return property == platform::kStorageDeviceProperty ? Descriptor(output) : Clear(From(output, kVersionAndSize));
     }
     const std::size_t at = kSpecific + Number(output, kSpecific + 16);
     const Span data = at >= kHead ? From(output, at) : Span{};
@@ -241,7 +291,7 @@ void PageRedaction::Descriptor(Span output)
         const auto size = static_cast<std::size_t>(end - kept.begin()) - at;
         std::copy_n(kept.begin() + static_cast<std::ptrdiff_t>(at), size, output.begin() + static_cast<std::ptrdiff_t>(at));
         if (field == 24U) {
-            TextIn(Part(output, at, size));
+            SerialIn(Part(output, at, size));
         }
     }
 }
@@ -250,6 +300,7 @@ void PageRedaction::Partition(Span entry)
     constexpr std::size_t kUnion = 32;
     switch (Number(entry, 0)) {
         case 0:  // MBR
+            Clear(From(entry, kUnion + sizeof(platform::PartitionInformationMbr)));
             return m_Pseudonyms.Guid(Whole(entry, kUnion + 8, 16));
         case 1:  // GPT
             m_Pseudonyms.Guid(Whole(entry, kUnion + 16, 16));
@@ -271,7 +322,7 @@ void PageRedaction::Layout(Span output)
         m_Pseudonyms.Guid(Whole(output, 8, 16));
     } else {
         m_Pseudonyms.Bytes(Part(output, 8, 4));  // signature
-        Clear(Part(output, 12, 4));              // checksum of the sector
+        Clear(Part(output, 12, kHead - 12));     // checksum of the sector, and nothing
     }
     const std::size_t count = std::min<std::size_t>(Number(output, 4), (From(output, kHead).size() + kEntry - 1) / kEntry);
     for (std::size_t one = 0; one < count; ++one) {
@@ -279,44 +330,56 @@ void PageRedaction::Layout(Span output)
     }
     Clear(From(output, kHead + count * kEntry));
 }
-// 8 bytes, then structures with their strings.
+// RawSMBIOSData: 8 bytes, then structures, each with its strings.
 void PageRedaction::Smbios(Span table)
 {
+    struct Kept {
+        std::uint8_t type;
+        std::size_t length;  // of the formatted area in SMBIOS 3.6, as far as it is no vendor's
+    };
+    constexpr std::uint8_t kBios = 0;
+    constexpr std::uint8_t kSystem = 1;
+    constexpr std::uint8_t kEnd = 127;
+    constexpr std::size_t kHead = 4;
+    constexpr std::array<Kept, 10> kKept{
+        {{kBios, 26}, {kSystem, 27}, {2, 15}, {4, 50}, {7, 27}, {9, 17}, {11, 5}, {16, 23}, {17, 84}, {19, 31}}};
     std::size_t at = 8;
-    while (at + 4 <= table.size()) {
+    const std::size_t size = std::min<std::size_t>(at + Number(table, 4), table.size());
+    while (at + kHead <= size && table[at + 1] >= kHead) {
         const std::uint8_t type = table[at];
-        const std::size_t length = table[at + 1];
-        const std::size_t strings = at + length;
-        if (length < 4 || strings >= table.size()) {
-            break;
+        const Span formatted = Part(table.first(size), at, table[at + 1]);
+        const auto kept = std::ranges::find(kKept, type, &Kept::type);
+        Clear(From(formatted, kept != kKept.end() ? kept->length : kHead));
+        if (type == kSystem) {
+            m_Pseudonyms.Guid(Whole(formatted, 8, 16));
         }
-        constexpr std::uint8_t kSystem = 1;
-        constexpr std::array<std::uint8_t, 12> kKept{0, 1, 2, 3, 4, 7, 9, 11, 16, 17, 19, 127};
-        if (type == kSystem && length >= 24) {
-            m_Pseudonyms.Guid(table.subspan(at + 8, 16));
-        }
-        if (std::ranges::find(kKept, type) == kKept.end()) {
-            Clear(table.subspan(at + 4, length - 4));
-        }
-        std::size_t end = strings;
-        while (end + 1 < table.size() && (table[end] != 0 || table[end + 1] != 0)) {
-            const auto stop = std::find(table.begin() + static_cast<std::ptrdiff_t>(end), table.end(), std::uint8_t{0});
-            const auto size = static_cast<std::size_t>(stop - table.begin()) - end;
-            if (type != 0) {  // the names of the BIOS, its version and date stay
-                SmbiosString(table.subspan(end, size));
+        at += formatted.size();
+        bool isInStrings = true;
+        while (isInStrings && at < size) {
+            const auto stop = std::find(table.begin() + static_cast<std::ptrdiff_t>(at),
+                                        table.begin() + static_cast<std::ptrdiff_t>(size), std::uint8_t{0});
+            const auto end = static_cast<std::size_t>(stop - table.begin());
+            if (type != kBios) {  // the names of the BIOS, its version and date stay
+                SmbiosString(table.subspan(at, end - at));
             }
-            end += std::max<std::size_t>(size, 1);
-            end += end < table.size() && table[end] == 0 && end + 1 < table.size() && table[end + 1] != 0 ? 1 : 0;
+            at = end + 1;
+            isInStrings = at >= size || table[at] != 0;
+            at += isInStrings ? 0 : 1;
         }
-        at = end + 2;
+        if (type == kEnd) {
+            return Clear(From(table, at));
+        }
     }
-    Clear(From(table, at));
+    // A structure that breaks the table off breaks it off in the replay.
+    const bool isBroken = at + kHead <= size && table[at + 1] < kHead;
+    Clear(From(table, std::min(at, table.size()) + (isBroken ? kHead : 0)));
 }
 // "1[08B7]" keeps its frame.
 void PageRedaction::SmbiosString(Span text)
 {
-    const auto open = std::ranges::find(text, std::uint8_t{'['});
-    TextIn(open != text.end() ? From(text, static_cast<std::size_t>(open - text.begin())) : text);
+    constexpr std::size_t kNumber = 2;
+    const auto open = static_cast<std::size_t>(std::ranges::find(text, std::uint8_t{'['}) - text.begin());
+    TextIn(From(text, open < text.size() && open <= kNumber ? open : 0));
 }
 
 }  // namespace orbis::insight

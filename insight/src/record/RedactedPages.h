@@ -42,18 +42,20 @@ public:
     // A device request's answer: the output buffer, and the data buffer of a direct pass-through (whole pages).
     void Control(std::uint32_t code, const std::string& request, WritableBytes output, WritableBytes data);
     // SMART data or thresholds.
-    static void SmartPage(WritableBytes page);
+    static void SmartPage(WritableBytes page, bool isThresholds);
     // RawSMBIOSData.
     void Smbios(WritableBytes table);
 
 private:
     void TextIn(WritableBytes bytes);
-    void SwappedTextIn(WritableBytes bytes);
+    void SerialIn(WritableBytes bytes);
+    void SwappedSerialIn(WritableBytes bytes);
     void NvmeIdentify(WritableBytes page);
     static void NvmeLog(WritableBytes page, std::uint32_t identifier);
     void AtaIdentify(WritableBytes page);
     void AtaData(WritableBytes data, std::uint8_t command, std::uint8_t feature, std::uint8_t lbaLow);
     void Property(std::span<const std::uint8_t> request, WritableBytes output);
+    static void Sense(WritableBytes sense);
     void Descriptor(WritableBytes output);
     void Partition(WritableBytes entry);
     void Layout(WritableBytes output);

@@ -1,9 +1,11 @@
 // What a recording shows of one machine, by the fields that the standards define: what identifies is replaced, what stays is a
 // list, and the rest becomes zero.
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/message.h>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <functional>
 #include <optional>
 #include <span>
 #include <stdexcept>
@@ -30,8 +32,13 @@ public:
 
     void Run()
     {
+        m_Recording.set_title("Recording of a machine");
         CollectWords();
         LearnCharacters();
+        // What a device says of itself comes first: other forms of it are then known.
+        for (RecordedCall& call : *m_Recording.mutable_call()) {
+            ReplacePages(call);
+        }
         for (RecordedCall& call : *m_Recording.mutable_call()) {
             ReplaceFields(call);
         }
@@ -44,9 +51,8 @@ public:
                 }
             }
         }
-        ForEachContent([this](std::string& content) { content = m_Pseudonyms.In(content); });
-        ConvertAgain();
-        ForEachContent([this](std::string& content) {
+        ReplaceEverywhere();
+        ForEachText(m_Recording, [this](const google::protobuf::FieldDescriptor&, const std::string& content) {
             if (m_Pseudonyms.IsFoundIn(content)) {
                 throw std::runtime_error("an identifier of this machine is still in the recording; nothing was written");
             }
@@ -58,75 +64,128 @@ private:
     void CollectWords()
     {
         for (const RecordedQuery& query : m_Recording.query()) {
-            m_Pseudonyms.Keep(query.text());
-            m_Pseudonyms.Keep(query.wmi_namespace());
+            m_Pseudonyms.KeepWords(query.text());
+            m_Pseudonyms.KeepWords(query.wmi_namespace());
             for (const RecordedExecution& execution : query.execution()) {
                 for (const RecordedRow& row : execution.row()) {
                     for (const RecordedProperty& property : row.property()) {
-                        m_Pseudonyms.Keep(property.name());
+                        m_Pseudonyms.KeepWords(property.name());
                         if (property.name() == "Model" || property.name() == "FirmwareRevision") {
-                            m_Pseudonyms.Keep(platform::Utf16ToUtf8(Utf16Text(property.utf16())));
+                            m_Pseudonyms.KeepName(platform::Utf16ToUtf8(Utf16Text(property.utf16())));
                         }
                     }
                 }
             }
         }
-        for (const RecordedCall& call : m_Recording.call()) {
+        for (RecordedCall& call : *m_Recording.mutable_call()) {
+            m_Pseudonyms.KeepWords(call.operation());
             if (call.operation().starts_with("Pdh::")) {
-                m_Pseudonyms.Keep(call.subject());
+                m_Pseudonyms.KeepWords(call.subject().substr(0, call.subject().find('(')));
+                m_Pseudonyms.KeepWords(call.subject().substr(call.subject().rfind('\\') + 1));
             }
         }
     }
 
     // ---- texts ----
-    // The last part of an instance id or an interface path tells devices apart: "SCSI\DISK&VEN_X\5&1A2B&0",
-    // "\\?\scsi#disk#5&1a2b&0#{..}".
+    std::u16string Text(std::u16string_view text) { return m_Pseudonyms.Text(text); }
+    std::u16string TextFrom(const std::u16string& text, std::size_t at)
+    {
+        return text.substr(0, at) + Text(std::u16string_view(text).substr(std::min(at, text.size())));
+    }
+    // "SCSI\DISK&VEN_X\5&1A2B&0", "\\?\scsi#disk&ven_x#5&1a2b&0#{..}": what stands behind the enumerator and the device's id tells
+    // devices apart. "\\?\Volume{..}\" tells volumes apart; "\\.\PhysicalDrive0" and "\\.\C:" do not.
     std::u16string DevicePath(const std::u16string& path)
     {
+        constexpr std::size_t kPrefix = 4;
         const bool isInterface = path.starts_with(u"\\\\?\\") || path.starts_with(u"\\\\.\\");
-        const std::size_t end = isInterface ? path.rfind(u"#{") : path.size();
-        const std::size_t before =
-            end == path.npos || end == 0 ? path.npos : path.find_last_of(isInterface ? u"#" : u"\\", end - 1);
-        if (before == path.npos) {
-            return path.find(u"Volume{") != path.npos ? VolumePath(path) : isInterface ? path : m_Pseudonyms.Text(path);
+        const std::u16string rest = isInterface ? path.substr(kPrefix) : path;
+        constexpr std::u16string_view kVolume = u"Volume{";
+        if (isInterface && rest.starts_with(kVolume)) {
+            return TextFrom(path, kPrefix + kVolume.size());
         }
-        return path.substr(0, before + 1) + m_Pseudonyms.Text(std::u16string_view(path).substr(before + 1, end - before - 1)) +
-               path.substr(end);
+        const char16_t separator = isInterface ? u'#' : u'\\';
+        const std::size_t enumerator = rest.find(separator);
+        if (enumerator == rest.npos) {
+            return isInterface && IsUsualDevice(rest) ? path : TextFrom(path, path.size() - rest.size());
+        }
+        const std::size_t device = rest.find(separator, enumerator + 1);
+        const std::size_t instance = (device != rest.npos ? device : enumerator) + 1;
+        constexpr std::size_t kClass = 39;  // "#{53f56307-b6bf-11d0-94f2-00a0c91efb8b}"
+        const std::size_t end = isInterface ? std::min(rest.rfind(u"#{"), rest.size()) : rest.size();
+        if (end <= instance) {
+            return TextFrom(path, path.size() - rest.size() + instance);
+        }
+        const std::u16string front = path.substr(0, path.size() - rest.size() + instance);
+        return front + Text(std::u16string_view(rest).substr(instance, end - instance)) + TextFrom(rest.substr(end), kClass);
     }
-    std::u16string VolumePath(const std::u16string& path)
+    // "PhysicalDrive0", "C:", "Scsi1:".
+    static bool IsUsualDevice(const std::u16string& name)
     {
-        const std::size_t open = path.find(u'{');
-        const std::size_t close = path.find(u'}', open);
-        if (open == path.npos || close == path.npos) {
-            return m_Pseudonyms.Text(path);
+        constexpr std::array<std::string_view, 5> kUsual{"physicaldrive", "scsi", "cdrom", "harddisk", "tape"};
+        std::string word;
+        std::size_t at = 0;
+        for (; at < name.size() && ((name[at] | 0x20U) >= 'a' && (name[at] | 0x20U) <= 'z'); ++at) {
+            word += static_cast<char>(name[at] | 0x20U);
         }
-        return path.substr(0, open + 1) + m_Pseudonyms.Text(std::u16string_view(path).substr(open + 1, close - open - 1)) +
-               path.substr(close);
+        const bool isLetter = word.size() == 1;
+        while (at < name.size() && name[at] >= u'0' && name[at] <= u'9' && !isLetter) {
+            ++at;
+        }
+        const std::u16string end = name.substr(at);
+        return isLetter ? end == u":" || end == u":\\"
+                        : (end.empty() || end == u":") && std::ranges::find(kUsual, word) != kUsual.end();
+    }
+    // A counter's instance, "0 C: D:" or "_Total": other words in it are names.
+    std::u16string Instance(const std::u16string& instance)
+    {
+        std::u16string replaced;
+        for (std::size_t at = 0; at <= instance.size();) {
+            const std::size_t end = std::min(instance.find(u' ', at), instance.size());
+            const std::u16string word = instance.substr(at, end - at);
+            const bool isNumber = word.find_first_not_of(u"0123456789") == word.npos;
+            replaced += (at == 0 ? u"" : u" ") + (isNumber || word == u"_Total" || IsUsualDevice(word) ? word : Text(word));
+            at = end + 1;
+        }
+        return replaced;
     }
     // A folder keeps its drive; the one that Windows makes stays whole.
     std::u16string Folder(const std::u16string& path)
     {
-        constexpr std::size_t kDrive = 3;
-        constexpr std::array<std::u16string_view, 2> kUsual{u"Windows\\Minidump", u"\\Windows\\Minidump"};
-        const std::u16string rest = path.size() > kDrive ? path.substr(kDrive) : std::u16string();
-        const bool isUsual = std::ranges::find(kUsual, rest) != kUsual.end() || path.starts_with(u"%SystemRoot%");
-        return isUsual || rest.empty() ? path : path.substr(0, kDrive) + m_Pseudonyms.Text(rest);
+        constexpr std::array<std::u16string_view, 4> kUsual{u"\\", u"\\Windows\\Minidump", u"%SystemRoot%\\Minidump",
+                                                            u"%SystemRoot%\\MEMORY.DMP"};
+        const std::size_t drive = path.size() >= 2 && IsUsualDevice(path.substr(0, 2)) ? 2 : 0;
+        return std::ranges::find(kUsual, path.substr(drive)) != kUsual.end() ? path : TextFrom(path, drive);
     }
 
     // ---- calls ----
+    void ReplacePages(RecordedCall& call)
+    {
+        constexpr std::size_t kPage = 512;
+        for (RecordedAnswer& answer : *call.mutable_answer()) {
+            if (call.operation() == "DeviceIo::Control") {
+                InBuffers(answer, call.room(), std::max(kPage, answer.data().size()),
+                          [&](Span output, Span data) { m_Pages.Control(call.code(), call.request(), output, data); });
+            }
+        }
+    }
     void ReplaceFields(RecordedCall& call)
     {
         const std::string& operation = call.operation();
         if (operation.starts_with("DeviceIo::") && !call.subject().empty()) {
             call.set_subject(platform::Utf16ToUtf8(DevicePath(platform::Utf8ToUtf16(call.subject()))));
         }
+        const std::size_t open = call.subject().find('(');
+        const std::size_t close = call.subject().rfind(')');
+        if (operation.starts_with("Pdh::") && open < close && close != std::string::npos) {
+            const std::string instance = call.subject().substr(open + 1, close - open - 1);
+            if (instance != "*") {
+                call.set_subject(call.subject().substr(0, open + 1) +
+                                 platform::Utf16ToUtf8(Instance(platform::Utf8ToUtf16(instance))) + call.subject().substr(close));
+            }
+        }
         for (RecordedAnswer& answer : *call.mutable_answer()) {
             const std::size_t room = call.room();
-            if (operation == "DeviceIo::Control") {
-                constexpr std::size_t kPage = 512;
-                InBuffers(answer, room, std::max(kPage, answer.data().size()),
-                          [&](Span output, Span data) { m_Pages.Control(call.code(), call.request(), output, data); });
-            } else if (operation == "Setup::DeviceInterfaceDetail") {
+            if (operation == "Setup::DeviceInterfaceDetail") {
                 InBuffers(answer, room, 0, [&](Span output, Span) {
                     ReplaceUtf16(From(output, platform::kDeviceInterfaceDetailPathOffset),
                                  [this](const std::u16string& path) { return DevicePath(path); });
@@ -135,6 +194,15 @@ private:
                 InBuffers(answer, room, 0, [&](Span output, Span) {
                     ReplaceUtf16(output, [this](const std::u16string& path) { return DevicePath(path); });
                 });
+            } else if (operation == "Pdh::EnumInstances" || operation == "Pdh::CounterInstances") {
+                std::u16string replaced;
+                const std::u16string names = Utf16Text(answer.output());
+                for (std::size_t at = 0; at < names.size();) {
+                    const std::size_t end = std::min(names.find(u'\0', at), names.size());
+                    replaced += Instance(names.substr(at, end - at)) + names.substr(end, 1);
+                    at = end + 1;
+                }
+                answer.set_output(Utf16Bytes(replaced));
             } else if (operation == "Firmware::SystemFirmwareTable") {
                 InBuffers(answer, room, 0, [&](Span output, Span) {
                     call.code() == platform::kFirmwareProviderSmbios ? m_Pages.Smbios(output) : Clear(output);
@@ -166,13 +234,12 @@ private:
     // ---- WMI ----
     void ReplaceFields(RecordedProperty& property)
     {
-        constexpr std::array<std::string_view, 12> kKept{"Index",       "SCSIPort",        "Model",         "FirmwareRevision",
-                                                         "DeviceId",    "MediaType",       "Caption",       "BootVolume",
-                                                         "DriveLetter", "PageFilePresent", "InterfaceType", "Name"};
+        constexpr std::array<std::string_view, 8> kKept{"Index",     "SCSIPort",   "Model",           "FirmwareRevision",
+                                                        "MediaType", "BootVolume", "PageFilePresent", "InterfaceType"};
         const std::string& name = property.name();
         if (name == "VendorSpecific") {
             Buffer page(property.array().content().begin(), property.array().content().end());
-            PageRedaction::SmartPage(Span(page));
+            PageRedaction::SmartPage(Span(page), false);
             if (property.has_array()) {
                 property.mutable_array()->set_content(std::string(page.begin(), page.end()));
             }
@@ -183,53 +250,69 @@ private:
         }
         const std::u16string text = Utf16Text(property.utf16());
         const bool isPath = name == "PNPDeviceID" || name == "InstanceName" || name == "DeviceID";
+        const bool isInstance = name == "Name" || name == "Caption" || name == "DriveLetter" || name == "DeviceId";
+        property.set_payload(0);
         property.set_utf16(Utf16Bytes(isPath                                ? DevicePath(text)
+                                      : isInstance                          ? Instance(text)
                                       : name == "ExpandedMiniDumpDirectory" ? Folder(text)
-                                                                            : m_Pseudonyms.Text(text)));
+                                                                            : Text(text)));
         if (property.has_array()) {
             RecordedArray& array = *property.mutable_array();
             array.set_content(std::string(array.content().size(), '\0'));
             for (std::string& element : *array.mutable_element()) {
-                element = Utf16Bytes(m_Pseudonyms.Text(Utf16Text(element)));
+                element = Utf16Bytes(Text(Utf16Text(element)));
             }
         }
     }
 
     // ---- everything ----
-    void ForEachContent(const std::function<void(std::string&)>& change)
+    // Every text and every string of bytes in a message.
+    template <class Change>
+    static void ForEachText(google::protobuf::Message& message, const Change& change)
     {
-        for (RecordedCall& call : *m_Recording.mutable_call()) {
-            const bool isConversion = call.operation().starts_with("Text::");
-            change(*call.mutable_subject());
-            if (isConversion) {
-                change(*call.mutable_request());
-            }
-            for (RecordedAnswer& answer : *call.mutable_answer()) {
-                change(*answer.mutable_output());
-                change(*answer.mutable_data());
-            }
-        }
-        for (RecordedQuery& query : *m_Recording.mutable_query()) {
-            for (RecordedExecution& execution : *query.mutable_execution()) {
-                for (RecordedRow& row : *execution.mutable_row()) {
-                    for (RecordedProperty& property : *row.mutable_property()) {
-                        change(*property.mutable_utf16());
-                        if (property.has_array()) {
-                            change(*property.mutable_array()->mutable_content());
-                            std::ranges::for_each(*property.mutable_array()->mutable_element(), change);
-                        }
-                    }
+        const auto& reflection = *message.GetReflection();
+        std::vector<const google::protobuf::FieldDescriptor*> fields;
+        reflection.ListFields(message, &fields);
+        for (const auto* field : fields) {
+            const bool isText = field->cpp_type() == google::protobuf::FieldDescriptor::CPPTYPE_STRING;
+            const bool isMessage = field->cpp_type() == google::protobuf::FieldDescriptor::CPPTYPE_MESSAGE;
+            for (int at = 0; at < (field->is_repeated() ? reflection.FieldSize(message, field) : 1); ++at) {
+                if (isMessage) {
+                    ForEachText(field->is_repeated() ? *reflection.MutableRepeatedMessage(&message, field, at)
+                                                     : *reflection.MutableMessage(&message, field),
+                                change);
+                } else if (isText && field->is_repeated()) {
+                    std::string content = reflection.GetRepeatedString(message, field, at);
+                    change(*field, content);
+                    reflection.SetRepeatedString(&message, field, at, content);
+                } else if (isText) {
+                    std::string content = reflection.GetString(message, field);
+                    change(*field, content);
+                    reflection.SetString(&message, field, content);
                 }
             }
         }
+    }
+    void ReplaceEverywhere()
+    {
+        ForEachText(m_Recording, [this](const google::protobuf::FieldDescriptor& field, std::string& content) {
+            constexpr std::array<std::string_view, 6> kAnswers{"subject", "output", "data", "utf16", "content", "element"};
+            if (std::ranges::find(kAnswers, field.name()) != kAnswers.end()) {
+                content = m_Pseudonyms.In(content);
+            }
+        });
+        auto& calls = *m_Recording.mutable_call();
+        calls.erase(std::remove_if(calls.begin(), calls.end(), [this](RecordedCall& call) { return !ConvertAgain(call); }),
+                    calls.end());
     }
 
     // ---- texts in another code page than UTF-8 ----
     // One byte for each character: such a conversion can be made of another text.
     static bool IsSingle(const RecordedCall& call)
     {
-        return call.operation() == "Text::DefaultToWide" && call.answer_size() == 1 && !call.answer(0).output().empty() &&
-               call.answer(0).output().size() == call.request().size() * 2;
+        const std::size_t size = call.request().size();
+        return call.operation() == "Text::DefaultToWide" && call.answer_size() == 1 &&
+               (call.room() == 0 ? call.answer(0).returned() == size : call.answer(0).output().size() == size * 2);
     }
     void LearnCharacters()
     {
@@ -240,18 +323,22 @@ private:
             }
         }
     }
-    void ConvertAgain()
+    // False for a conversion that cannot be: the replay then converts by itself.
+    bool ConvertAgain(RecordedCall& call)
     {
-        for (RecordedCall& call : *m_Recording.mutable_call()) {
-            std::u16string wide;
-            for (const char byte : IsSingle(call) ? call.request() : std::string()) {
-                const auto code = static_cast<unsigned char>(byte);
-                wide += m_Characters[code].value_or(code < 0x80 ? static_cast<char16_t>(code) : u'?');
-            }
-            if (!wide.empty()) {
-                call.mutable_answer(0)->set_output(Utf16Bytes(wide));
-            }
+        const std::string replaced = call.operation().starts_with("Text::") ? m_Pseudonyms.In(call.request()) : call.request();
+        if (replaced == call.request()) {
+            return true;
         }
+        const bool isSingle = IsSingle(call);
+        call.set_request(replaced);
+        std::u16string wide;
+        for (const char byte : call.room() != 0 ? replaced : std::string()) {
+            const auto code = static_cast<unsigned char>(byte);
+            wide += m_Characters[code].value_or(static_cast<char16_t>(code));
+        }
+        call.mutable_answer(0)->set_output(Utf16Bytes(wide));
+        return isSingle;
     }
 
     Recording& m_Recording;
