@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "emulated/CaseFolding.h"
+#include "emulated/Handles.h"
 #include "platform/Text.h"
 
 namespace orbis::platform::emulated {
@@ -25,16 +26,11 @@ struct Interval {
     [[nodiscard]] static double Average(double sum, double count) { return count > 0 ? sum / count : 0.0; }
 };
 
-}  // namespace
-
 struct CounterKind {
     std::string_view name;  // lower case
     bool isPercent;
     double (*compute)(const Interval& interval);
 };
-
-namespace {
-
 constexpr std::array<CounterKind, 7> kKinds{{
     {"% idle time", true, [](const Interval& i) { return std::max(0.0, 100 - i.Percent(i.growth.busyTime)); }},
     {"% disk read time", true, [](const Interval& i) { return i.Percent(i.growth.readTime); }},
@@ -92,9 +88,7 @@ PdhStatus GiveNames(const InstanceList& list, char16_t* buffer, std::uint32_t* c
 
 std::intptr_t Handle(const void* object) { return reinterpret_cast<std::intptr_t>(object); }
 
-}  // namespace
-
-struct Pdh::Query {
+struct Query {
     std::atomic<std::size_t> values{0};  // counters of one instance
     std::atomic<std::size_t> lists{0};   // counters of every instance
     std::size_t samples = 0;
@@ -103,7 +97,7 @@ struct Pdh::Query {
     std::optional<InstanceList> instances;  // at the last sample
 };
 
-struct Pdh::Counter {
+struct Counter {
     std::shared_ptr<Query> query;
     std::string instance;
     const CounterKind* kind = nullptr;
@@ -113,7 +107,7 @@ struct Pdh::Counter {
     [[nodiscard]] PdhCounterValue Value(std::uint32_t format) const;
 };
 
-PdhCounterValue Pdh::Counter::Value(std::uint32_t format) const
+PdhCounterValue Counter::Value(std::uint32_t format) const
 {
     const DiskSample& before = query->before;
     const DiskSample& after = query->after;
@@ -143,6 +137,129 @@ PdhCounterValue Pdh::Counter::Value(std::uint32_t format) const
     return {pdh::kValidData, isCapped ? std::min(value, 100.0) : value};
 }
 
+class EmulatedPdh final : public Pdh {
+public:
+    explicit EmulatedPdh(PdhFacts& facts) : m_Facts(facts) {}
+
+    PdhStatus OpenQuery(const char16_t* dataSource, std::uintptr_t /*userData*/, PdhQueryObject** query) override
+    {
+        if (query == nullptr || dataSource != nullptr) {
+            return pdh::kInvalidArgument;  // live counters only
+        }
+        *query = reinterpret_cast<PdhQueryObject*>(m_Queries.Add(std::make_shared<Query>()));
+        return pdh::kOk;
+    }
+
+    PdhStatus EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters) override
+    {
+        if (object == nullptr || characters == nullptr || (buffer == nullptr && *characters != 0)) {
+            return pdh::kInvalidArgument;
+        }
+        const std::optional<InstanceList> list = Instances(LowerAscii(Utf16ToUtf8(object)));
+        return list ? GiveNames(*list, buffer, characters) : pdh::kNoObject;
+    }
+
+    PdhStatus CounterInstances(PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters) override
+    {
+        if (characters == nullptr || (buffer == nullptr && *characters != 0)) {
+            return pdh::kInvalidArgument;
+        }
+        const std::shared_ptr<Counter> found = m_Counters.Find(Handle(counter));
+        if (found == nullptr || !found->query->instances) {
+            return found == nullptr ? pdh::kInvalidHandle : pdh::kInvalidData;
+        }
+        return GiveNames(*found->query->instances, buffer, characters);
+    }
+
+    // An instance that does not exist is accepted, since it may appear later; an unknown object or counter is not.
+    PdhStatus AddEnglishCounter(PdhQueryObject* query, const char16_t* path, std::uintptr_t /*userData*/,
+                                PdhCounterObject** counter) override
+    {
+        const std::shared_ptr<Query> opened = m_Queries.Find(Handle(query));
+        if (opened == nullptr || path == nullptr || counter == nullptr) {
+            return opened == nullptr ? pdh::kInvalidHandle : pdh::kInvalidArgument;
+        }
+        const std::optional<CounterPath> parsed = ParseCounterPath(Utf16ToUtf8(path));
+        if (!parsed) {
+            return pdh::kBadCounterName;
+        }
+        auto added = std::make_shared<Counter>();
+        added->query = opened;
+        added->instance = parsed->instance;
+        added->sinceSample = opened->samples;
+        added->recorded = m_Facts.FindRecorded(*parsed);
+        if (!added->recorded) {
+            if (parsed->object != kPhysicalDisk) {
+                return m_Facts.RecordedInstances(parsed->object) ? pdh::kNoCounter : pdh::kNoObject;
+            }
+            const auto kind = std::ranges::find(kKinds, parsed->counter, &CounterKind::name);
+            if (kind == kKinds.end()) {
+                return pdh::kNoCounter;
+            }
+            added->kind = &*kind;
+        }
+        ++(added->instance == kEveryInstance ? opened->lists : opened->values);
+        *counter = reinterpret_cast<PdhCounterObject*>(m_Counters.Add(std::move(added)));
+        return pdh::kOk;
+    }
+
+    PdhStatus CollectQueryData(PdhQueryObject* query) override
+    {
+        const std::shared_ptr<Query> opened = m_Queries.Find(Handle(query));
+        if (opened == nullptr || opened->values + opened->lists == 0) {
+            return opened == nullptr ? pdh::kInvalidHandle : pdh::kNoData;
+        }
+        if (opened->values != 0) {
+            opened->before = std::exchange(opened->after, m_Facts.SampleDisks());
+        }
+        if (opened->lists != 0) {
+            opened->instances = Instances(std::string(kPhysicalDisk));
+        }
+        ++opened->samples;
+        return pdh::kOk;
+    }
+
+    PdhStatus FormattedValue(PdhCounterObject* counter, std::uint32_t format, PdhCounterValue* value) override
+    {
+        if (value == nullptr || (format & pdh::kFormatDouble) == 0) {
+            return pdh::kInvalidArgument;
+        }
+        const std::shared_ptr<Counter> found = m_Counters.Find(Handle(counter));
+        if (found == nullptr) {
+            return pdh::kInvalidHandle;
+        }
+        *value = found->Value(format);
+        return value->status == pdh::kValidData || value->status == pdh::kNewData ? pdh::kOk : pdh::kNotValidYet;
+    }
+
+    PdhStatus CloseQuery(PdhQueryObject* query) noexcept override
+    {
+        const std::shared_ptr<Query> closed = m_Queries.Remove(Handle(query));
+        m_Counters.RemoveIf([&](const Counter& counter) { return counter.query == closed; });
+        return closed != nullptr ? pdh::kOk : pdh::kInvalidHandle;
+    }
+
+private:
+    // Nothing for an object that does not exist.
+    std::optional<InstanceList> Instances(const std::string& object)
+    {
+        std::optional<InstanceList> list = m_Facts.RecordedInstances(object);
+        if (!list && object == kPhysicalDisk) {
+            list = InstanceList{pdh::kOk, m_Facts.DiskInstances()};
+            list->names.emplace_back(kTotal);
+        }
+        return list;
+    }
+
+    PdhFacts& m_Facts;
+    HandleTable<Query> m_Queries;
+    HandleTable<Counter> m_Counters;
+};
+
+}  // namespace
+
+std::unique_ptr<Pdh> MakePdh(PdhFacts& facts) { return std::make_unique<EmulatedPdh>(facts); }
+
 // Instance names may hold parentheses.
 std::optional<CounterPath> ParseCounterPath(const std::string& path)
 {
@@ -168,114 +285,6 @@ std::string DiskInstanceName(std::uint32_t number, const std::string& letters)
         name.append({' ', letter, ':'});
     }
     return name;
-}
-
-PdhStatus Pdh::OpenQuery(const char16_t* dataSource, std::uintptr_t /*userData*/, PdhQueryObject** query)
-{
-    if (query == nullptr || dataSource != nullptr) {
-        return pdh::kInvalidArgument;  // live counters only
-    }
-    *query = reinterpret_cast<PdhQueryObject*>(m_Queries.Add(std::make_shared<Query>()));
-    return pdh::kOk;
-}
-
-PdhStatus Pdh::EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters)
-{
-    if (object == nullptr || characters == nullptr || (buffer == nullptr && *characters != 0)) {
-        return pdh::kInvalidArgument;
-    }
-    const std::optional<InstanceList> list = Instances(LowerAscii(Utf16ToUtf8(object)));
-    return list ? GiveNames(*list, buffer, characters) : pdh::kNoObject;
-}
-
-std::optional<InstanceList> Pdh::Instances(const std::string& object)
-{
-    std::optional<InstanceList> list = m_Facts.RecordedInstances(object);
-    if (!list && object == kPhysicalDisk) {
-        list = InstanceList{pdh::kOk, m_Facts.DiskInstances()};
-        list->names.emplace_back(kTotal);
-    }
-    return list;
-}
-
-PdhStatus Pdh::CounterInstances(PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters)
-{
-    if (characters == nullptr || (buffer == nullptr && *characters != 0)) {
-        return pdh::kInvalidArgument;
-    }
-    const std::shared_ptr<Counter> found = m_Counters.Find(Handle(counter));
-    if (found == nullptr || !found->query->instances) {
-        return found == nullptr ? pdh::kInvalidHandle : pdh::kInvalidData;
-    }
-    return GiveNames(*found->query->instances, buffer, characters);
-}
-
-// An instance that does not exist is accepted, since it may appear later; an unknown object or counter is not.
-PdhStatus Pdh::AddEnglishCounter(PdhQueryObject* query, const char16_t* path, std::uintptr_t /*userData*/,
-                                 PdhCounterObject** counter)
-{
-    const std::shared_ptr<Query> opened = m_Queries.Find(Handle(query));
-    if (opened == nullptr || path == nullptr || counter == nullptr) {
-        return opened == nullptr ? pdh::kInvalidHandle : pdh::kInvalidArgument;
-    }
-    const std::optional<CounterPath> parsed = ParseCounterPath(Utf16ToUtf8(path));
-    if (!parsed) {
-        return pdh::kBadCounterName;
-    }
-    auto added = std::make_shared<Counter>();
-    added->query = opened;
-    added->instance = parsed->instance;
-    added->sinceSample = opened->samples;
-    added->recorded = m_Facts.FindRecorded(*parsed);
-    if (!added->recorded) {
-        if (parsed->object != kPhysicalDisk) {
-            return m_Facts.RecordedInstances(parsed->object) ? pdh::kNoCounter : pdh::kNoObject;
-        }
-        const auto kind = std::ranges::find(kKinds, parsed->counter, &CounterKind::name);
-        if (kind == kKinds.end()) {
-            return pdh::kNoCounter;
-        }
-        added->kind = &*kind;
-    }
-    ++(added->instance == kEveryInstance ? opened->lists : opened->values);
-    *counter = reinterpret_cast<PdhCounterObject*>(m_Counters.Add(std::move(added)));
-    return pdh::kOk;
-}
-
-PdhStatus Pdh::CollectQueryData(PdhQueryObject* query)
-{
-    const std::shared_ptr<Query> opened = m_Queries.Find(Handle(query));
-    if (opened == nullptr || opened->values + opened->lists == 0) {
-        return opened == nullptr ? pdh::kInvalidHandle : pdh::kNoData;
-    }
-    if (opened->values != 0) {
-        opened->before = std::exchange(opened->after, m_Facts.SampleDisks());
-    }
-    if (opened->lists != 0) {
-        opened->instances = Instances(std::string(kPhysicalDisk));
-    }
-    ++opened->samples;
-    return pdh::kOk;
-}
-
-PdhStatus Pdh::FormattedValue(PdhCounterObject* counter, std::uint32_t format, PdhCounterValue* value)
-{
-    if (value == nullptr || (format & pdh::kFormatDouble) == 0) {
-        return pdh::kInvalidArgument;
-    }
-    const std::shared_ptr<Counter> found = m_Counters.Find(Handle(counter));
-    if (found == nullptr) {
-        return pdh::kInvalidHandle;
-    }
-    *value = found->Value(format);
-    return value->status == pdh::kValidData || value->status == pdh::kNewData ? pdh::kOk : pdh::kNotValidYet;
-}
-
-PdhStatus Pdh::CloseQuery(PdhQueryObject* query) noexcept
-{
-    const std::shared_ptr<Query> closed = m_Queries.Remove(Handle(query));
-    m_Counters.RemoveIf([&](const Counter& counter) { return counter.query == closed; });
-    return closed != nullptr ? pdh::kOk : pdh::kInvalidHandle;
 }
 
 }  // namespace orbis::platform::emulated

@@ -8,7 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include "emulated/Handles.h"
 #include "platform/Pdh.h"
 
 namespace orbis::platform::emulated {
@@ -63,30 +62,7 @@ public:
 
 // The seven counters of PhysicalDisk that are read here, computed between two samples. A counter belongs to the instance of its
 // name: it has no value while no instance is called so, and none in the interval in which the disk behind the name was replaced. A
-// query that only lists instances does not sample the disks.
-class Pdh final : public platform::Pdh {
-public:
-    explicit Pdh(PdhFacts& facts) : m_Facts(facts) {}
-
-    PdhStatus OpenQuery(const char16_t* dataSource, std::uintptr_t userData, PdhQueryObject** query) override;
-    PdhStatus EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters) override;
-    PdhStatus AddEnglishCounter(PdhQueryObject* query, const char16_t* path, std::uintptr_t userData,
-                                PdhCounterObject** counter) override;
-    PdhStatus CollectQueryData(PdhQueryObject* query) override;
-    PdhStatus FormattedValue(PdhCounterObject* counter, std::uint32_t format, PdhCounterValue* value) override;
-    PdhStatus CounterInstances(PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters) override;
-    PdhStatus CloseQuery(PdhQueryObject* query) noexcept override;
-
-private:
-    struct Query;
-    struct Counter;
-
-    // Nothing for an object that does not exist.
-    [[nodiscard]] std::optional<InstanceList> Instances(const std::string& object);
-
-    PdhFacts& m_Facts;
-    HandleTable<Query> m_Queries;
-    HandleTable<Counter> m_Counters;
-};
+// query that only lists instances does not sample the disks. `facts` must outlive the result.
+[[nodiscard]] std::unique_ptr<Pdh> MakePdh(PdhFacts& facts);
 
 }  // namespace orbis::platform::emulated

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "emulated/Handles.h"
 #include "emulated/LastError.h"
 #include "platform/Setup.h"
 
@@ -24,25 +22,6 @@ struct DeviceSet {
 };
 
 // SetupAPI's walk over disk interfaces; sets of other classes are empty.
-class Setup final : public platform::Setup {
-public:
-    explicit Setup(std::function<DeviceSet()> disks) : m_Disks(std::move(disks)) {}
-
-    DeviceInfoSetHandle ClassDevices(const Guid* classGuid, const char16_t* enumerator, void* parentWindow,
-                                     std::uint32_t flags) override;
-    bool EnumDeviceInterfaces(DeviceInfoSetHandle set, const Guid& interfaceClass, std::uint32_t index,
-                              DeviceInterfaceData* data) override;
-    bool DeviceInterfaceDetail(DeviceInfoSetHandle set, const DeviceInterfaceData& data, void* detail, std::uint32_t detailSize,
-                               std::uint32_t* required) override;
-    bool EnumDeviceInfo(DeviceInfoSetHandle set, std::uint32_t index, DeviceInfoData* data) override;
-    bool DeviceProperty(DeviceInfoSetHandle set, const DeviceInfoData& data, const DevicePropertyKey& key, std::uint32_t* type,
-                        void* buffer, std::uint32_t bufferSize, std::uint32_t* required, std::uint32_t flags) override;
-    bool DestroyDeviceInfoList(DeviceInfoSetHandle set) noexcept override;
-    std::uint32_t LastError() const noexcept override { return emulated::LastError(); }
-
-private:
-    const std::function<DeviceSet()> m_Disks;
-    HandleTable<const DeviceSet> m_Sets;
-};
+[[nodiscard]] std::unique_ptr<Setup> MakeSetup(std::function<DeviceSet()> disks);
 
 }  // namespace orbis::platform::emulated

@@ -1,43 +1,59 @@
-#include "WindowsDeviceIo.h"
-#include "WindowsFirmware.h"
-#include "WindowsPdh.h"
-#include "WindowsSetup.h"
-#include "WindowsText.h"
-#include "WindowsTime.h"
-#include "WindowsWmi.h"
-#include "platform/Platform.h"
+#include "WindowsHeaders.h"
+#include "WindowsPorts.h"
+#include "platform/OwnedPorts.h"
 #include "platform/SystemPath.h"
 
 namespace orbis::platform {
 namespace {
 
-// The running Windows as a machine. The ports have no state of their own.
-class WindowsPlatform final : public Platform {
+// Kernel32's firmware tables.
+class WindowsFirmware final : public Firmware {
 public:
-    DeviceIo& DeviceIoPort() noexcept override { return m_DeviceIo; }
-    Setup& SetupPort() noexcept override { return m_Setup; }
-    Wmi& WmiPort() noexcept override { return m_Wmi; }
-    Firmware& FirmwarePort() noexcept override { return m_Firmware; }
-    Pdh& PdhPort() noexcept override { return m_Pdh; }
-    Time& TimePort() noexcept override { return m_Time; }
-    Text& TextPort() noexcept override { return m_Text; }
-
-private:
-    WindowsDeviceIo m_DeviceIo;
-    WindowsSetup m_Setup;
-    WindowsWmi m_Wmi;
-    WindowsFirmware m_Firmware;
-    WindowsPdh m_Pdh;
-    WindowsTime m_Time;
-    WindowsText m_Text;
+    std::uint32_t SystemFirmwareTable(std::uint32_t provider, std::uint32_t table, void* buffer, std::uint32_t size) override
+    {
+        return ::GetSystemFirmwareTable(provider, table, buffer, size);
+    }
+    std::uint32_t LastError() const noexcept override { return ::GetLastError(); }
 };
+
+class WindowsTime final : public Time {
+public:
+    std::chrono::system_clock::time_point UtcNow() override { return std::chrono::system_clock::now(); }
+    void Sleep(std::uint32_t milliseconds) override { ::Sleep(milliseconds); }
+};
+
+// Kernel32's conversions; the system default code page is the active ANSI one.
+class WindowsText final : public Text {
+public:
+    std::int32_t WideToUtf8(const char16_t* text, std::int32_t characters, char* out, std::int32_t outBytes) override
+    {
+        return ::WideCharToMultiByte(CP_UTF8, 0, AsWide(text), characters, out, outBytes, nullptr, nullptr);
+    }
+    std::int32_t DefaultToWide(const char* text, std::int32_t bytes, char16_t* out, std::int32_t outCharacters) override
+    {
+        return ::MultiByteToWideChar(CP_ACP, 0, text, bytes, AsWide(out), outCharacters);
+    }
+};
+
+OwnedPorts& MakeMachine()
+{
+    auto& machine = *new OwnedPorts;
+    machine.deviceIo = MakeWindowsDeviceIo();
+    machine.setup = MakeWindowsSetup();
+    machine.wmi = MakeWindowsWmi();
+    machine.firmware = std::make_unique<WindowsFirmware>();
+    machine.pdh = MakeWindowsPdh();
+    machine.time = std::make_unique<WindowsTime>();
+    machine.text = std::make_unique<WindowsText>();
+    return machine;
+}
 
 }  // namespace
 
 // Never destroyed: a host's threads may still be collecting while the process ends.
 Platform& Platform::System() noexcept
 {
-    static WindowsPlatform& machine = *new WindowsPlatform;
+    static OwnedPorts& machine = MakeMachine();
     return machine;
 }
 

@@ -1,4 +1,4 @@
-#include "WindowsSetup.h"
+#include "WindowsPorts.h"
 
 #include "WindowsHeaders.h"
 // After windows.h, which they need.
@@ -22,68 +22,77 @@ static_assert(sizeof(DEVPROPKEY) == sizeof(DevicePropertyKey) && offsetof(DEVPRO
 static_assert(kDigcfPresent == DIGCF_PRESENT && kDigcfDeviceInterface == DIGCF_DEVICEINTERFACE);
 static_assert(kDevicePropertyTypeString == DEVPROP_TYPE_STRING);
 
-DeviceInfoSetHandle WindowsSetup::ClassDevices(const Guid* classGuid, const char16_t* enumerator, void* parentWindow,
-                                               std::uint32_t flags)
-{
-    const GUID guid = classGuid != nullptr ? AsGuid(*classGuid) : GUID{};
-    return FromHandle(
-        ::SetupDiGetClassDevsW(classGuid != nullptr ? &guid : nullptr, AsWide(enumerator), static_cast<HWND>(parentWindow), flags));
-}
+namespace {
 
-bool WindowsSetup::EnumDeviceInterfaces(DeviceInfoSetHandle set, const Guid& interfaceClass, std::uint32_t index,
-                                        DeviceInterfaceData* data)
-{
-    const GUID guid = AsGuid(interfaceClass);
-    auto native = std::bit_cast<SP_DEVICE_INTERFACE_DATA>(*data);
-    const bool found = ::SetupDiEnumDeviceInterfaces(AsHandle(set), nullptr, &guid, index, &native) != FALSE;
-    *data = std::bit_cast<DeviceInterfaceData>(native);
-    return found;
-}
-
-bool WindowsSetup::DeviceInterfaceDetail(DeviceInfoSetHandle set, const DeviceInterfaceData& data, void* detail,
-                                         std::uint32_t detailSize, std::uint32_t* required)
-{
-    auto native = std::bit_cast<SP_DEVICE_INTERFACE_DATA>(data);
-    DWORD needed = 0;
-    const bool done =
-        ::SetupDiGetDeviceInterfaceDetailW(AsHandle(set), &native, static_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(detail),
-                                           detailSize, &needed, nullptr) != FALSE;
-    if (required != nullptr) {
-        *required = needed;
+// SetupAPI's device walk.
+class WindowsSetup final : public Setup {
+public:
+    DeviceInfoSetHandle ClassDevices(const Guid* classGuid, const char16_t* enumerator, void* parentWindow,
+                                     std::uint32_t flags) override
+    {
+        const GUID guid = classGuid != nullptr ? AsGuid(*classGuid) : GUID{};
+        return FromHandle(::SetupDiGetClassDevsW(classGuid != nullptr ? &guid : nullptr, AsWide(enumerator),
+                                                 static_cast<HWND>(parentWindow), flags));
     }
-    return done;
-}
 
-bool WindowsSetup::EnumDeviceInfo(DeviceInfoSetHandle set, std::uint32_t index, DeviceInfoData* data)
-{
-    auto native = std::bit_cast<SP_DEVINFO_DATA>(*data);
-    const bool found = ::SetupDiEnumDeviceInfo(AsHandle(set), index, &native) != FALSE;
-    *data = std::bit_cast<DeviceInfoData>(native);
-    return found;
-}
-
-bool WindowsSetup::DeviceProperty(DeviceInfoSetHandle set, const DeviceInfoData& data, const DevicePropertyKey& key,
-                                  std::uint32_t* type, void* buffer, std::uint32_t bufferSize, std::uint32_t* required,
-                                  std::uint32_t flags)
-{
-    auto native = std::bit_cast<SP_DEVINFO_DATA>(data);
-    const auto nativeKey = std::bit_cast<DEVPROPKEY>(key);
-    DEVPROPTYPE nativeType = 0;
-    DWORD needed = 0;
-    const bool done = ::SetupDiGetDevicePropertyW(AsHandle(set), &native, &nativeKey, &nativeType, static_cast<BYTE*>(buffer),
-                                                  bufferSize, &needed, flags) != FALSE;
-    *type = nativeType;
-    if (required != nullptr) {
-        *required = needed;
+    bool EnumDeviceInterfaces(DeviceInfoSetHandle set, const Guid& interfaceClass, std::uint32_t index,
+                              DeviceInterfaceData* data) override
+    {
+        const GUID guid = AsGuid(interfaceClass);
+        auto native = std::bit_cast<SP_DEVICE_INTERFACE_DATA>(*data);
+        const bool found = ::SetupDiEnumDeviceInterfaces(AsHandle(set), nullptr, &guid, index, &native) != FALSE;
+        *data = std::bit_cast<DeviceInterfaceData>(native);
+        return found;
     }
-    return done;
-}
 
-bool WindowsSetup::DestroyDeviceInfoList(DeviceInfoSetHandle set) noexcept
-{
-    return ::SetupDiDestroyDeviceInfoList(AsHandle(set)) != FALSE;
-}
+    bool DeviceInterfaceDetail(DeviceInfoSetHandle set, const DeviceInterfaceData& data, void* detail, std::uint32_t detailSize,
+                               std::uint32_t* required) override
+    {
+        auto native = std::bit_cast<SP_DEVICE_INTERFACE_DATA>(data);
+        DWORD needed = 0;
+        const bool done =
+            ::SetupDiGetDeviceInterfaceDetailW(AsHandle(set), &native, static_cast<SP_DEVICE_INTERFACE_DETAIL_DATA_W*>(detail),
+                                               detailSize, &needed, nullptr) != FALSE;
+        if (required != nullptr) {
+            *required = needed;
+        }
+        return done;
+    }
 
-std::uint32_t WindowsSetup::LastError() const noexcept { return ::GetLastError(); }
+    bool EnumDeviceInfo(DeviceInfoSetHandle set, std::uint32_t index, DeviceInfoData* data) override
+    {
+        auto native = std::bit_cast<SP_DEVINFO_DATA>(*data);
+        const bool found = ::SetupDiEnumDeviceInfo(AsHandle(set), index, &native) != FALSE;
+        *data = std::bit_cast<DeviceInfoData>(native);
+        return found;
+    }
+
+    bool DeviceProperty(DeviceInfoSetHandle set, const DeviceInfoData& data, const DevicePropertyKey& key, std::uint32_t* type,
+                        void* buffer, std::uint32_t bufferSize, std::uint32_t* required, std::uint32_t flags) override
+    {
+        auto native = std::bit_cast<SP_DEVINFO_DATA>(data);
+        const auto nativeKey = std::bit_cast<DEVPROPKEY>(key);
+        DEVPROPTYPE nativeType = 0;
+        DWORD needed = 0;
+        const bool done = ::SetupDiGetDevicePropertyW(AsHandle(set), &native, &nativeKey, &nativeType, static_cast<BYTE*>(buffer),
+                                                      bufferSize, &needed, flags) != FALSE;
+        *type = nativeType;
+        if (required != nullptr) {
+            *required = needed;
+        }
+        return done;
+    }
+
+    bool DestroyDeviceInfoList(DeviceInfoSetHandle set) noexcept override
+    {
+        return ::SetupDiDestroyDeviceInfoList(AsHandle(set)) != FALSE;
+    }
+
+    std::uint32_t LastError() const noexcept override { return ::GetLastError(); }
+};
+
+}  // namespace
+
+std::unique_ptr<Setup> MakeWindowsSetup() { return std::make_unique<WindowsSetup>(); }
 
 }  // namespace orbis::platform

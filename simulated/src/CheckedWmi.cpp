@@ -129,7 +129,7 @@ private:
     }
     std::atomic<std::int64_t>& CountOf(Kind kind)
     {
-        OpenCounters& open = m_Machine.open;
+        auto& open = m_Machine.open;
         return kind == Kind::String ? open.strings : kind < Kind::String ? open.interfaces : open.arrays;
     }
 

@@ -36,21 +36,15 @@ Machine::Machine(const description::Machine& description)
 
 Machine::Machine(Checked /*checked*/, const description::Machine& description)
     : m_State(std::make_unique<MachineState>(description))
-{}
+{
+    m_State->MakePorts(*this);
+}
 
 Machine::~Machine() = default;
 
-platform::DeviceIo& Machine::DeviceIoPort() noexcept { return *m_State->deviceIo; }
-platform::Setup& Machine::SetupPort() noexcept { return *m_State->setup; }
-platform::Wmi& Machine::WmiPort() noexcept { return *m_State->wmi; }
-platform::Firmware& Machine::FirmwarePort() noexcept { return *m_State->firmware; }
-platform::Pdh& Machine::PdhPort() noexcept { return *m_State->pdh; }
-platform::Time& Machine::TimePort() noexcept { return *m_State->time; }
-platform::Text& Machine::TextPort() noexcept { return *m_State->text; }
-
 OpenCounts Machine::OpenObjects() const
 {
-    const OpenCounters& open = m_State->open;
+    const auto& open = m_State->open;
     return {open.deviceHandles, open.deviceSets, open.comInitialisations, open.interfaces, open.strings,
             open.variants,      open.arrays,     open.counterQueries,     open.counters};
 }
@@ -61,7 +55,7 @@ std::vector<std::string> Machine::NotRecorded() const
 {
     return m_State->tape != nullptr ? m_State->tape->Missing() : std::vector<std::string>();
 }
-void Machine::AdvanceClock(std::chrono::nanoseconds time) { m_State->clock.Advance(time); }
+void Machine::AdvanceClock(std::chrono::nanoseconds interval) { m_State->clock.Advance(interval); }
 void Machine::OnDelay(std::function<void(std::chrono::nanoseconds)> wait) { m_State->wait = std::move(wait); }
 
 }  // namespace orbis::simulated

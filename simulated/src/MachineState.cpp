@@ -54,35 +54,34 @@ MachineState::MachineState(const description::Machine& machine)
     for (const description::Disk& disk : description.disk()) {
         disks.push_back(BuildDisk(disk, position++));
     }
-    if (description.has_recording()) {
-        PlayRecording();
-        return;
-    }
-    deviceIo = WatchDeviceIo(*this, MakeDeviceIoPort(*this));
-    setup = WatchSetup(*this, MakeSetupPort(*this));
-    wmiFacts = MakeWmiFacts(*this);
-    emulatedWmi = platform::emulated::MakeWmi(*wmiFacts);
-    wmi = MakeCheckedWmi(*this, *emulatedWmi);
-    firmware = MakeFirmwarePort(*this);
-    diskCounters = MakeDiskCounters(*this);
-    pdh = WatchPdh(*this, std::make_unique<platform::emulated::Pdh>(*diskCounters));
-    time = MakeTimePort(*this);
-    text = MakeTextPort(*this);
 }
 
-void MachineState::PlayRecording()
+void MachineState::MakePorts(platform::OwnedPorts& ports)
 {
-    tape = std::make_unique<Tape>(description.recording());
-    deviceIo = WatchDeviceIo(*this, MakeRecordedDeviceIo(*tape));
-    setup = WatchSetup(*this, MakeRecordedSetup(*tape));
-    wmiFacts = MakeRecordedWmiFacts(*tape);
+    if (description.has_recording()) {
+        tape = std::make_unique<Tape>(description.recording());
+        ports.deviceIo = WatchDeviceIo(*this, MakeRecordedDeviceIo(*tape));
+        ports.setup = WatchSetup(*this, MakeRecordedSetup(*tape));
+        wmiFacts = MakeRecordedWmiFacts(*tape);
+        emulatedWmi = platform::emulated::MakeWmi(*wmiFacts);
+        recordedWmi = MakeRecordedWmi(*emulatedWmi, *tape);
+        ports.wmi = MakeCheckedWmi(*this, *recordedWmi);
+        ports.firmware = MakeRecordedFirmware(*tape);
+        ports.pdh = WatchPdh(*this, MakeRecordedPdh(*tape));
+        ports.time = MakeRecordedTime(clock, *tape);
+        ports.text = MakeRecordedText(*tape);
+        return;
+    }
+    ports.deviceIo = WatchDeviceIo(*this, MakeDeviceIoPort(*this));
+    ports.setup = WatchSetup(*this, MakeSetupPort(*this));
+    wmiFacts = MakeWmiFacts(*this);
     emulatedWmi = platform::emulated::MakeWmi(*wmiFacts);
-    recordedWmi = MakeRecordedWmi(*emulatedWmi, *tape);
-    wmi = MakeCheckedWmi(*this, *recordedWmi);
-    firmware = MakeRecordedFirmware(*tape);
-    pdh = WatchPdh(*this, MakeRecordedPdh(*tape));
-    time = MakeRecordedTime(clock, *tape);
-    text = MakeRecordedText(*tape);
+    ports.wmi = MakeCheckedWmi(*this, *emulatedWmi);
+    ports.firmware = MakeFirmwarePort(*this);
+    diskCounters = MakeDiskCounters(*this);
+    ports.pdh = WatchPdh(*this, platform::emulated::MakePdh(*diskCounters));
+    ports.time = MakeTimePort(*this);
+    ports.text = MakeTextPort(*this);
 }
 
 std::vector<const DiskModel*> MachineState::PresentDisks() const

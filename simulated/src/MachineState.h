@@ -47,19 +47,6 @@ private:
     std::atomic<std::int64_t> m_Elapsed{0};
 };
 
-// Atomic twins of OpenCounts.
-struct OpenCounters {
-    std::atomic<std::int64_t> deviceHandles{0};
-    std::atomic<std::int64_t> deviceSets{0};
-    std::atomic<std::int64_t> comInitialisations{0};
-    std::atomic<std::int64_t> interfaces{0};
-    std::atomic<std::int64_t> strings{0};
-    std::atomic<std::int64_t> variants{0};
-    std::atomic<std::int64_t> arrays{0};
-    std::atomic<std::int64_t> counterQueries{0};
-    std::atomic<std::int64_t> counters{0};
-};
-
 // Everything that the ports of one machine share. The model never changes after construction.
 class MachineState {
 public:
@@ -69,7 +56,7 @@ public:
     std::vector<std::unique_ptr<DiskModel>> disks;
     std::uint32_t codePage;
     mutable Clock clock;
-    OpenCounters open;
+    OpenCountsOf<std::atomic<std::int64_t>> open;
 
     // Disks that are plugged in now, in the order of the file.
     [[nodiscard]] std::vector<const DiskModel*> PresentDisks() const;
@@ -88,22 +75,15 @@ public:
     void ReportMisuse(std::string what);
     [[nodiscard]] std::vector<std::string> Misuses() const;
 
+    // Makes the machine's ports over this state.
+    void MakePorts(platform::OwnedPorts& ports);
     std::unique_ptr<Tape> tape;  // of a machine that is a recording
-    std::unique_ptr<platform::DeviceIo> deviceIo;
-    std::unique_ptr<platform::Setup> setup;
     std::unique_ptr<platform::emulated::WmiFacts> wmiFacts;
     std::unique_ptr<platform::Wmi> emulatedWmi;
     std::unique_ptr<platform::Wmi> recordedWmi;
-    std::unique_ptr<platform::Wmi> wmi;
-    std::unique_ptr<platform::Firmware> firmware;
     std::unique_ptr<platform::emulated::PdhFacts> diskCounters;
-    std::unique_ptr<platform::Pdh> pdh;
-    std::unique_ptr<platform::Time> time;
-    std::unique_ptr<platform::Text> text;
 
 private:
-    void PlayRecording();
-
     mutable std::mutex m_Mutex;
     std::vector<std::string> m_Misuses;
 };

@@ -30,7 +30,7 @@ platform::emulated::DeviceSet WalkDisks(const MachineState& machine)
 
 std::unique_ptr<platform::Setup> MakeSetupPort(MachineState& machine)
 {
-    return std::make_unique<platform::emulated::Setup>([&machine] { return WalkDisks(machine); });
+    return platform::emulated::MakeSetup([&machine] { return WalkDisks(machine); });
 }
 
 }  // namespace orbis::simulated

@@ -1,4 +1,4 @@
-#include "linux/ports/DeviceIo.h"
+#include "emulated/DeviceIo.h"
 
 #include <cerrno>
 #include <optional>
@@ -11,6 +11,7 @@
 #include "emulated/CaseFolding.h"
 #include "linux/kernel/Errno.h"
 #include "linux/kernel/Files.h"
+#include "linux/ports/Ports.h"
 #include "linux/requests/Ata.h"
 #include "linux/requests/Control.h"
 #include "linux/requests/DiskRequests.h"
@@ -21,7 +22,6 @@
 #include "platform/Requests.h"
 
 namespace orbis::platform::linux_system {
-
 namespace {
 
 // What a path names; nothing when there is no such disk or volume now.
@@ -165,46 +165,58 @@ private:
     Win32Error m_Refusal = win32::kSuccess;
 };
 
+class BlockDevices final : public emulated::DeviceIo {
+public:
+    explicit BlockDevices(Machine& machine) : m_Machine(machine) {}
+
+protected:
+    Opened OpenPath(const std::string& path, std::uint32_t /*access*/) override
+    {
+        std::optional<Target> target = Resolve(m_Machine, path);
+        if (!target) {
+            return {win32::kFileNotFound, nullptr};
+        }
+        if (!target->disk.HasMedium()) {
+            return {win32::kNotReady, nullptr};
+        }
+        auto device = std::make_shared<BlockDevice>(m_Machine, std::move(*target));
+        const Win32Error refusal = device->Refusal();
+        return {refusal == win32::kAccessDenied ? win32::kSuccess : refusal, std::move(device)};
+    }
+
+    // What the kernel has suspended is not opened. Without the rights to open it a disk's state is unknown.
+    std::optional<PowerState> PowerOfPath(const std::string& path) override
+    {
+        const std::optional<Target> target = Resolve(m_Machine, path);
+        if (!target) {
+            return std::nullopt;
+        }
+        const Disk& disk = target->disk;
+        PowerState state = IsSuspended(m_Machine.roots, disk) ? PowerState::Asleep : PowerState::Awake;
+        if (state == PowerState::Awake && MaySleepByItself(disk)) {
+            Win32Error refusal = win32::kSuccess;
+            const UniqueFd node = OpenNode(m_Machine, disk.name, refusal);
+            state = node.IsValid() ? CheckPowerMode({m_Machine.calls, node.Get()}, disk.busType) : PowerState::Unknown;
+        }
+        m_Machine.sleepers.Set(disk.number, state == PowerState::Asleep);
+        return state;
+    }
+
+    std::string DriveLetters() override
+    {
+        std::string letters;
+        for (const Volume& volume : m_Machine.volumes.Current().volumes) {
+            letters += volume.letter;
+        }
+        return letters;
+    }
+
+private:
+    Machine& m_Machine;
+};
+
 }  // namespace
 
-DeviceIo::Opened DeviceIo::OpenPath(const std::string& path, std::uint32_t /*access*/)
-{
-    std::optional<Target> target = Resolve(m_Machine, path);
-    if (!target) {
-        return {win32::kFileNotFound, nullptr};
-    }
-    if (!target->disk.HasMedium()) {
-        return {win32::kNotReady, nullptr};
-    }
-    auto device = std::make_shared<BlockDevice>(m_Machine, std::move(*target));
-    const Win32Error refusal = device->Refusal();
-    return {refusal == win32::kAccessDenied ? win32::kSuccess : refusal, std::move(device)};
-}
-
-std::optional<PowerState> DeviceIo::PowerOfPath(const std::string& path)
-{
-    const std::optional<Target> target = Resolve(m_Machine, path);
-    if (!target) {
-        return std::nullopt;
-    }
-    const Disk& disk = target->disk;
-    PowerState state = IsSuspended(m_Machine.roots, disk) ? PowerState::Asleep : PowerState::Awake;
-    if (state == PowerState::Awake && MaySleepByItself(disk)) {
-        Win32Error refusal = win32::kSuccess;
-        const UniqueFd node = OpenNode(m_Machine, disk.name, refusal);
-        state = node.IsValid() ? CheckPowerMode({m_Machine.calls, node.Get()}, disk.busType) : PowerState::Unknown;
-    }
-    m_Machine.sleepers.Set(disk.number, state == PowerState::Asleep);
-    return state;
-}
-
-std::string DeviceIo::DriveLetters()
-{
-    std::string letters;
-    for (const Volume& volume : m_Machine.volumes.Current().volumes) {
-        letters += volume.letter;
-    }
-    return letters;
-}
+std::unique_ptr<DeviceIo> MakeDeviceIo(Machine& machine) { return std::make_unique<BlockDevices>(machine); }
 
 }  // namespace orbis::platform::linux_system

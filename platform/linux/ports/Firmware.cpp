@@ -1,5 +1,3 @@
-#include "linux/ports/Firmware.h"
-
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -9,6 +7,7 @@
 
 #include "linux/kernel/Errno.h"
 #include "linux/kernel/Files.h"
+#include "linux/ports/Ports.h"
 #include "platform/Errors.h"
 
 namespace orbis::platform::linux_system {

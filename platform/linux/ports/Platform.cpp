@@ -1,23 +1,17 @@
 #include "linux/ports/Platform.h"
 
 #include <algorithm>
+#include <thread>
 #include <utility>
 
-#include "emulated/Firmware.h"
-#include "emulated/Pdh.h"
 #include "emulated/Setup.h"
 #include "emulated/Text.h"
 #include "linux/kernel/Machine.h"
-#include "linux/ports/DeviceIo.h"
-#include "linux/ports/DiskCounters.h"
-#include "linux/ports/Firmware.h"
-#include "linux/ports/Time.h"
-#include "linux/ports/WmiRows.h"
+#include "linux/ports/Ports.h"
 #include "platform/SystemPath.h"
 
 namespace orbis::platform {
 namespace linux_system {
-
 namespace {
 
 // A picture of the moment in which the walk begins.
@@ -31,42 +25,30 @@ emulated::DeviceSet WalkDisks(Machine& machine)
     return set;
 }
 
-}  // namespace
-
-struct Platform::Ports {
-    Ports(Roots roots, KernelCalls calls)
-        : machine(std::move(roots), std::move(calls)),
-          deviceIo(machine),
-          setup([this] { return WalkDisks(machine); }),
-          facts(machine),
-          wmi(emulated::MakeWmi(facts)),
-          firmware([this](std::uint32_t provider, std::uint32_t /*table*/) { return ReadFirmwareTable(machine.roots, provider); }),
-          counters(machine),
-          pdh(counters)
-    {}
-
-    Machine machine;
-    DeviceIo deviceIo;
-    emulated::Setup setup;
-    KernelFacts facts;
-    std::unique_ptr<Wmi> wmi;
-    emulated::Firmware firmware;
-    DiskCounters counters;
-    emulated::Pdh pdh;
-    Time time;
-    emulated::Text text{Utf8ToUtf16};  // the default code page is UTF-8, whatever the locale
+class SystemTime final : public Time {
+public:
+    std::chrono::system_clock::time_point UtcNow() override { return std::chrono::system_clock::now(); }
+    void Sleep(std::uint32_t milliseconds) override { std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds)); }
 };
 
-Platform::Platform(Roots roots, KernelCalls calls) : m_Ports(std::make_unique<Ports>(std::move(roots), std::move(calls))) {}
-Platform::~Platform() = default;
+}  // namespace
 
-platform::DeviceIo& Platform::DeviceIoPort() noexcept { return m_Ports->deviceIo; }
-platform::Setup& Platform::SetupPort() noexcept { return m_Ports->setup; }
-platform::Wmi& Platform::WmiPort() noexcept { return *m_Ports->wmi; }
-platform::Firmware& Platform::FirmwarePort() noexcept { return m_Ports->firmware; }
-platform::Pdh& Platform::PdhPort() noexcept { return m_Ports->pdh; }
-platform::Time& Platform::TimePort() noexcept { return m_Ports->time; }
-platform::Text& Platform::TextPort() noexcept { return m_Ports->text; }
+Platform::Platform(Roots roots, KernelCalls calls)
+    : m_Machine(std::make_unique<Machine>(std::move(roots), std::move(calls))),
+      m_Facts(MakeWmiFacts(*m_Machine)),
+      m_Counters(MakeDiskCounters(*m_Machine))
+{
+    Machine& machine = *m_Machine;
+    deviceIo = MakeDeviceIo(machine);
+    setup = emulated::MakeSetup([&machine] { return WalkDisks(machine); });
+    wmi = emulated::MakeWmi(*m_Facts);
+    firmware = std::make_unique<emulated::Firmware>(
+        [&machine](std::uint32_t provider, std::uint32_t /*table*/) { return ReadFirmwareTable(machine.roots, provider); });
+    pdh = emulated::MakePdh(*m_Counters);
+    time = std::make_unique<SystemTime>();
+    text = std::make_unique<emulated::Text>(Utf8ToUtf16);  // the default code page is UTF-8, whatever the locale
+}
+Platform::~Platform() = default;
 
 std::optional<std::uint32_t> Platform::DriveNumberOf(const std::string& path)
 {
@@ -74,7 +56,7 @@ std::optional<std::uint32_t> Platform::DriveNumberOf(const std::string& path)
     if (name.empty()) {
         return std::nullopt;
     }
-    for (const Disk& disk : m_Ports->machine.inventory.Disks()) {
+    for (const Disk& disk : m_Machine->inventory.Disks()) {
         const bool isPartition = std::any_of(disk.partitions.begin(), disk.partitions.end(),
                                              [&](const Partition& partition) { return partition.name == name; });
         // "nvme0" is the controller of "nvme0n1".
@@ -88,8 +70,8 @@ std::optional<std::uint32_t> Platform::DriveNumberOf(const std::string& path)
 
 std::string Platform::PathOf(std::uint32_t number)
 {
-    const auto disk = m_Ports->machine.inventory.Find(number);
-    return disk ? PathIn(m_Ports->machine.roots.dev, disk->name) : std::string();
+    const auto disk = m_Machine->inventory.Find(number);
+    return disk ? PathIn(m_Machine->roots.dev, disk->name) : std::string();
 }
 
 namespace {

@@ -1,5 +1,3 @@
-#include "linux/ports/WmiRows.h"
-
 #include <algorithm>
 #include <array>
 #include <optional>
@@ -12,6 +10,7 @@
 #include "emulated/Pdh.h"
 #include "emulated/WmiClasses.h"
 #include "linux/kernel/Files.h"
+#include "linux/ports/Ports.h"
 #include "linux/volumes/VolumeSerial.h"
 
 namespace orbis::platform::linux_system {
@@ -147,13 +146,24 @@ constexpr std::array<std::pair<WmiClass, WmiRows (*)(Machine&)>, 7> kClasses{{{k
                                                                               {kPhysicalDisk, PhysicalDisks},
                                                                               {kAtapiSmartData, NoRows}}};
 
+class KernelFacts final : public WmiFacts {
+public:
+    explicit KernelFacts(Machine& machine) : m_Machine(machine) {}
+
+    WmiAnswer Query(const WmiQuery& query) override
+    {
+        const auto found = std::ranges::find_if(kClasses, [&](const auto& entry) { return entry.first.IsAskedFor(query); });
+        return found != kClasses.end() ? WmiAnswer{hresult::kOk, found->second(m_Machine)}
+                                       : WmiClassFails(hresult::kWbemInvalidClass);
+    }
+
+private:
+    Machine& m_Machine;
+};
+
 }  // namespace
 
-WmiAnswer KernelFacts::Query(const WmiQuery& query)
-{
-    const auto found = std::ranges::find_if(kClasses, [&](const auto& entry) { return entry.first.IsAskedFor(query); });
-    return found != kClasses.end() ? WmiAnswer{hresult::kOk, found->second(m_Machine)} : WmiClassFails(hresult::kWbemInvalidClass);
-}
+std::unique_ptr<WmiFacts> MakeWmiFacts(Machine& machine) { return std::make_unique<KernelFacts>(machine); }
 
 std::string PerformanceInstance(const Disk& disk, const VolumeSet& volumes)
 {

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/Platform.h"
+#include "platform/OwnedPorts.h"
 #include "simulated/Export.h"
 
 namespace orbis::simulated {
@@ -23,38 +23,32 @@ class Machine;
 [[nodiscard]] ORBIS_SIMULATED_EXPORT std::unique_ptr<Machine> ParseMachine(std::string_view text, const std::string& name);
 
 // What the users of a machine hold at a moment. All of it is zero on a fresh machine and after every balanced use.
-struct OpenCounts {
-    std::int64_t deviceHandles = 0;
-    std::int64_t deviceSets = 0;
-    std::int64_t comInitialisations = 0;  // negative after more CoUninitialize than successful CoInitializeEx
-    std::int64_t interfaces = 0;          // locators, services, enumerators, rows
-    std::int64_t strings = 0;             // BSTRs, those inside variants included
-    std::int64_t variants = 0;            // variants filled by Get and not cleared
-    std::int64_t arrays = 0;              // safe arrays
-    std::int64_t counterQueries = 0;      // PDH queries
-    std::int64_t counters = 0;            // PDH counters
+template <class Number>
+struct OpenCountsOf {
+    Number deviceHandles{0};
+    Number deviceSets{0};
+    Number comInitialisations{0};  // negative after more CoUninitialize than successful CoInitializeEx
+    Number interfaces{0};          // locators, services, enumerators, rows
+    Number strings{0};             // BSTRs, those inside variants included
+    Number variants{0};            // variants filled by Get and not cleared
+    Number arrays{0};              // safe arrays
+    Number counterQueries{0};      // PDH queries
+    Number counters{0};            // PDH counters
 
-    friend bool operator==(const OpenCounts&, const OpenCounts&) = default;
+    friend bool operator==(const OpenCountsOf&, const OpenCountsOf&) = default;
 };
+using OpenCounts = OpenCountsOf<std::int64_t>;
 // Prints what is not zero, for test failures.
 ORBIS_SIMULATED_EXPORT std::ostream& operator<<(std::ostream& out, const OpenCounts& open);
 
 // A whole simulated machine: every port, answered from one description. Safe to use from several threads at once.
-class ORBIS_SIMULATED_EXPORT Machine final : public platform::Platform {
+class ORBIS_SIMULATED_EXPORT Machine final : public platform::OwnedPorts {
 public:
     // Throws MachineFileError (see MachineFile.h) for a description of which no machine can be made.
     explicit Machine(const description::Machine& description);
     ~Machine() override;
     Machine(const Machine&) = delete;
     Machine& operator=(const Machine&) = delete;
-
-    [[nodiscard]] platform::DeviceIo& DeviceIoPort() noexcept override;
-    [[nodiscard]] platform::Setup& SetupPort() noexcept override;
-    [[nodiscard]] platform::Wmi& WmiPort() noexcept override;
-    [[nodiscard]] platform::Firmware& FirmwarePort() noexcept override;
-    [[nodiscard]] platform::Pdh& PdhPort() noexcept override;
-    [[nodiscard]] platform::Time& TimePort() noexcept override;
-    [[nodiscard]] platform::Text& TextPort() noexcept override;
 
     // What is open now, over all threads.
     [[nodiscard]] OpenCounts OpenObjects() const;
@@ -68,7 +62,7 @@ public:
     [[nodiscard]] std::vector<std::string> NotRecorded() const;
 
     // Moves the machine's clock, as Sleep does.
-    void AdvanceClock(std::chrono::nanoseconds time);
+    void AdvanceClock(std::chrono::nanoseconds interval);
 
     // The time that an answer which never comes takes.
     static constexpr std::chrono::nanoseconds kNever = std::chrono::nanoseconds::max();

@@ -15,7 +15,7 @@
 #include <gmock/gmock.h>
 
 #include "HostSdk/Pdh.h"
-#include "WindowsPdh.h"
+#include "WindowsPorts.h"
 #include "platform/Forwarding.h"
 
 namespace orbis::platform {
@@ -135,7 +135,8 @@ namespace {
 
 TEST(WindowsPdhInstances, AreAskedForTwiceAndSeeADiskThatWasInsertedSince)
 {
-    WindowsPdh pdh;
+    const auto owned = MakeWindowsPdh();
+    Pdh& pdh = *owned;
     g_Pdh.present = L"0 C:\0_Total\0\0"sv;
     std::uint32_t characters = 0;
     ASSERT_EQ(pdh.EnumInstances(u"PhysicalDisk", nullptr, &characters), pdh::kMoreData);
@@ -160,10 +161,10 @@ TEST(WindowsPdhInstances, AreAskedForTwiceAndSeeADiskThatWasInsertedSince)
 class WithThesePdh final : public ForwardingPlatform {
 public:
     WithThesePdh() : ForwardingPlatform(Platform::System()) {}
-    Pdh& PdhPort() noexcept override { return m_Pdh; }
+    Pdh& PdhPort() noexcept override { return *m_Pdh; }
 
 private:
-    WindowsPdh m_Pdh;
+    const std::unique_ptr<Pdh> m_Pdh = MakeWindowsPdh();
 };
 
 TEST(WindowsPdhInstances, AreListedWithoutEnumeratingTheObjectsOfTheMachine)
