@@ -159,10 +159,14 @@ TEST_F(PluginHostTest, ObjectsAreMovedAndKeepTheirOwnLog)
     const auto otherLog = std::make_shared<RecordingLog>();
     PluginObject other = m_Host.Create(otherLog);
     EXPECT_THAT(otherLog->lines, ElementsAre(::testing::Field(&LogLine::message, "System.NotSupportedException: no counters")));
-    other = std::move(m_Plugin);
+    {
+        PluginObject moved = std::move(m_Plugin);
+        other = std::move(moved);
+    }  // with what `other` had before
+    ASSERT_EQ(m_Log.use_count(), 2) << "the log belongs to the object that was moved";
     static_cast<void>(other.Collect<SmartNvmeInfo>(ItemId("log")));
     EXPECT_EQ(m_Log->lines.size(), 5U);
-    EXPECT_EQ(otherLog->lines.size(), 1U);
+    EXPECT_EQ(otherLog.use_count(), 1);
     EXPECT_FALSE(m_Host.Create(nullptr).Collect<SmartNvmeInfo>(ItemId("log")));
 }
 

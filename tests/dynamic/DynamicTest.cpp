@@ -14,6 +14,7 @@
 #include "MachineInForce.h"
 #include "PhysicalDiskDynamicInfoRetriever.h"
 #include "RecordingLog.h"
+#include "platform/Forwarding.h"
 
 namespace {
 
@@ -71,6 +72,23 @@ auto ValueOf(const google::protobuf::Message& message, const std::string& field)
     const auto* descriptor = message.GetDescriptor()->FindFieldByName(field);
     return dynamic_cast<const Wrapper&>(message.GetReflection()->GetMessage(message, descriptor)).value();
 }
+
+// Counters that report success and no value.
+class SuccessWithoutValue final : public orbis::platform::ForwardingPlatform, private orbis::platform::ForwardingPdh {
+public:
+    SuccessWithoutValue() : ForwardingPlatform(Platform::Current()), ForwardingPdh(Inner().PdhPort()) { Replace(this); }
+    ~SuccessWithoutValue() override { Replace(&Inner()); }
+    Pdh& PdhPort() noexcept override { return *this; }
+
+private:
+    orbis::platform::PdhStatus FormattedValue(orbis::platform::PdhCounterObject* counter, std::uint32_t format,
+                                              orbis::platform::PdhCounterValue* value) override
+    {
+        static_cast<void>(ForwardingPdh::FormattedValue(counter, format, value));
+        value->status = pdh::kNoInstance;
+        return pdh::kOk;
+    }
+};
 
 class Dynamic : public testing::Test {
 protected:
@@ -226,6 +244,10 @@ TEST_F(Dynamic, ACounterWithoutAValueCostsItsDiskAlone)
                        "GetDynamicDiskData: failed to collect info via PDH query: PdhGetFormattedCounterValue failed for "
                        "\\PhysicalDisk(0 C: D:)\\Avg. Disk sec/Read: PDH status 0x800007D1",
                        "GetDynamicDiskData"));
+    const SuccessWithoutValue inForce;
+    Construct();
+    EXPECT_TRUE(Collect().empty());
+    retriever.reset();
 }
 
 TEST_F(Dynamic, RefreshesForANewDiskAndNotForOneThatWent)

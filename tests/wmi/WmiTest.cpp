@@ -137,6 +137,15 @@ TEST(WmiTest, AsksInOrderAndReleasesBackwards)
                             "Release locator", "UninitializeCom"));
 }
 
+TEST(WmiTest, ReleasesWhatAFailedConnectionHandsOut)
+{
+    const MachineInForce machine(OneRow("i4: 7"));
+    WmiTrace trace;
+    trace.isConnectionRefused = true;
+    EXPECT_THROW(WmiCommonLib(kQuery, WmiNamespace::CimV2), ResultException);
+    EXPECT_THAT(trace.calls, Contains("Release services"));
+}
+
 TEST(WmiTest, ReleasesWhatWasThereBeforeItAsksAgain)
 {
     const MachineInForce machine(OneRow("i4: 7"));

@@ -18,6 +18,7 @@ public:
     ~WmiTrace() override { Replace(&Inner()); }
 
     std::vector<std::string> calls;
+    bool isConnectionRefused = false;  // although the call hands out an object
 
     platform::Wmi& WmiPort() noexcept override { return *this; }
 
@@ -72,7 +73,8 @@ private:
     Result ConnectServer(Object* locator, platform::Bstr path, Object** services) override
     {
         Note("ConnectServer", Utf8(path));
-        return HandedOut(ForwardingWmi::ConnectServer(locator, path, services), services, "services");
+        const Result result = HandedOut(ForwardingWmi::ConnectServer(locator, path, services), services, "services");
+        return isConnectionRefused ? platform::hresult::kAccessDenied : result;
     }
     Result SetProxyBlanket(Object* services, std::uint32_t authentication, std::uint32_t authorization, std::uint32_t level,
                            std::uint32_t impersonation, std::uint32_t more) override

@@ -119,6 +119,10 @@ TEST_F(LinuxCounters, ValuesAreWhatMovedOverTheInterval)
     // Nothing moves.
     SampleAfter(std::chrono::milliseconds(500));
     ExpectNear(Values(disk), {100, 0, 0, 0, 0, 0, 0});
+    // Busy for longer than the interval: the kernel rounds.
+    SetStats({110, 0, 6096, 900, 54, 0, 2024, 6300, 0, 2700}, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0});
+    SampleAfter(std::chrono::milliseconds(500));
+    EXPECT_EQ(Values(disk)[0], 0);
 }
 
 TEST_F(LinuxCounters, TimesWrapAndReplacedDisksAreInvalid)

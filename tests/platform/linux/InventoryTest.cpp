@@ -214,7 +214,8 @@ TEST(LinuxInventory, OddTextsGiveSoundIds)
 {
     const std::string odd = "A#B\\\\x5cC/D,E\\xff\\x01 " + std::string(60, 'x');
     const CapturedTree tree(ScsiDiskLines("sda", "pci0/ata1/host0/0:0:0:0", odd, "s&1" + std::string(99, 's'), 1 << 30) +
-                            "sys/devices/pci0/ata1/host0/0:0:0:0/vpd_pg89 = \\x00\\x89\\xff\\xffshort\n");
+                            "sys/devices/pci0/ata1/host0/0:0:0:0/vpd_pg89 = \\x00\\x89\\xff\\xffshort\n"
+                            "sys/devices/pci0/ata1/host0/0:0:0:0/block/sda/sda0 | partition = 0\n");
     linux_system::Platform machine(tree.Roots());
     const std::vector<WalkedDisk> walk = WalkDisks(machine.SetupPort());
     ASSERT_EQ(walk.size(), 1U);
@@ -224,6 +225,8 @@ TEST(LinuxInventory, OddTextsGiveSoundIds)
     EXPECT_TRUE(std::ranges::all_of(walk[0].instanceId, [](char16_t c) { return c > 0x20 && c < 0x7F; }));
     EXPECT_TRUE(OpenDevice(machine.DeviceIoPort(), walk[0].path).IsValid());
     EXPECT_NE(Drives(machine)[0].model.find("\xEF\xBF\xBD"), std::string::npos);
+    const WmiResult partitions = Query(machine.WmiPort(), u"root\\cimv2", u"SELECT * FROM Win32_DiskDrive", {u"Partitions"});
+    EXPECT_EQ(partitions.rows.at(0)[0].Number(), 0U) << "partitions count from 1";
 }
 
 }  // namespace orbis::tests

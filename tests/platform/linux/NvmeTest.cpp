@@ -118,6 +118,10 @@ TEST_F(LinuxNvme, IdentifyControllerFillsAWholePage)
     identify.dataLength = 16;
     EXPECT_EQ(AskQuery(identify, 64).bytes.size(), 64U);
     EXPECT_EQ(sent.back().data_len, 4096U);
+    identify.requestValue = 0;  // of a namespace
+    identify.requestSubValue = 7;
+    EXPECT_EQ(AskQuery(identify, 64).error, 0U);
+    EXPECT_EQ(sent.back().nsid, 7U);
 }
 
 TEST_F(LinuxNvme, LogPagesAreControllerWideWithLengthAndOffset)

@@ -194,6 +194,8 @@ TEST_F(LinuxPassThrough, AtaCommandsThatMayChangeADriveNeverLeave)
     EXPECT_EQ(AskAta({0, 1, 0, 0, 0, 0, 0xEC, 0}, 512, 1 | 4).error, win32::kAccessDenied) << "data to the drive";
     EXPECT_EQ(AskAta({0, 1, 0, 0, 0, 0, 0xEC, 0}, 512, 1).error, win32::kInvalidParameter) << "data from nowhere";
     EXPECT_EQ(AskAta({0, 2, 0x9A, 0, 0, 0, 0x2F, 0}, 512).error, win32::kInvalidParameter) << "two sectors into one";
+    EXPECT_EQ(AskAta({0, 0, 0, 0, 0, 0, 0xEC, 0}, 1024).error, win32::kInvalidParameter)
+        << "two sectors of a command that moves one";
     EXPECT_EQ(AskAta({0, 1, 0, 0, 0, 0, 0xEC, 0}, 500).error, win32::kInvalidParameter);
     AtaPassThroughDirect request;
     request.length = 40;

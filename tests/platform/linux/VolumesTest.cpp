@@ -14,7 +14,7 @@ namespace {
 
 using namespace platform;
 
-// A laptop: EFI system partition, an encrypted root with a swap file, /var on a second disk, a stick, a snap on a loop device, and
+// A laptop: EFI system partition, an encrypted root, /var with a swap file on a second disk, a stick, a snap on a loop device, and
 // logical volumes over two partitions.
 constexpr const char* kLaptop = R"(
 sys/devices/pci0/nvme/nvme0 | subsystem -> ../../../../class/nvme | transport = pcie | model = Laptop SSD | serial = L1
@@ -40,18 +40,17 @@ CapturedTree Laptop()
     tree.Add(ScsiDiskLines("sda", "pci0/ata1/host0/0:0:0:0", "DATA", "D1", 1 << 30));
     tree.Add(ScsiDiskLines("sdb", "pci0/usb1/1-1/host9/9:0:0:0", "STICK", "U1", 1 << 28));
     for (const char* line : {
-             "20 1 0:5 / /dev rw - devtmpfs devtmpfs rw",
              "21 1 254:0 / / rw shared:1 - ext4 /dev/mapper/root rw",
              "22 21 259:1 / /boot/efi rw - vfat /dev/nvme0n1p1 rw",
              "23 21 8:1 / /var rw - ext4 /dev/sda1 rw",
-             "24 21 8:1 /log /srv/log rw - ext4 /dev/sda1 rw",
+             "24 21 8:1 /crash /c rw - ext4 /dev/sda1 rw",
              "25 21 7:0 / /snap/core ro - squashfs /dev/loop0 ro",
              "26 21 254:1 / /pool rw - ext4 /dev/dm-1 rw",
              "27 21 0:50 / /net rw - nfs4 server:/export rw",
          }) {
         tree.Append("proc/self/mountinfo", line);
     }
-    tree.Write("proc/swaps", "Filename Type Size Used Priority\n/swap\\040file file 1 0 -2\n/dev/sda2 partition 1 0 -3\n");
+    tree.Write("proc/swaps", "Filename Type Size Used Priority\n/var/swap\\040file file 1 0 -2\n/dev/sda2 partition 1 0 -3\n");
     return tree;
 }
 
@@ -111,7 +110,7 @@ TEST(LinuxVolumes, RowsTellBootPageFileAndCrashDirectory)
         EXPECT_EQ(row[1].text, letter + u"\\");
         EXPECT_EQ(row[2].type, VariantType::Bool);
         EXPECT_EQ(row[2].payload, i == 0 ? kTrue : 0);
-        EXPECT_EQ(row[3].payload, i == 0 ? kTrue : 0) << "a swap file; a swap partition is on no volume";
+        EXPECT_EQ(row[3].payload, i == 2 ? kTrue : 0) << "a swap file; a swap partition is on no volume";
         EXPECT_TRUE(row[4].text->starts_with(u"\\\\?\\Volume{"));
     }
     EXPECT_EQ(CrashDirectory(machine), "E:\\crash");
