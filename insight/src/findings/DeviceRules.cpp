@@ -45,11 +45,7 @@ class AccessRule final : public FindingRule {
         const std::string subject = SubjectOf(path);
         notes.Asked(kAccessDenied, subject);
         if (isDenied) {
-            notes.Raise({kAccessDenied,
-                         subject,
-                         std::string(kNoAccess) + platform::Utf16ToUtf8(path),
-                         "run it as administrator, on Linux as root",
-                         {}});
+            notes.Raise({kAccessDenied, subject, std::string(kNoAccess) + platform::Utf16ToUtf8(path), kMoreRights, {}});
         }
     }
 };
@@ -80,6 +76,7 @@ class DeviceRule final : public FindingRule {
         }
     }
 
+    static constexpr const char* kEndsBoth = "; PhysicalDiskStaticInfo fails and PhysicalDiskDynamicInfo is empty, for every disk";
     static constexpr const char* kLetter = "letter-ended-collection";
     static constexpr const char* kLetterActivity = "letter-without-activity";
     static constexpr const char* kDisk = "disk-ended-collection";
@@ -94,7 +91,8 @@ class DeviceRule final : public FindingRule {
             const bool isForActivity = open.device->access == platform::kFileReadAttributes;
             notes.Asked(isForActivity ? kLetterActivity : kLetter, subject);
             if (open.handle == 0) {
-                isForActivity ? RaiseActivity(subject, problem, notes) : RaiseLetter(subject, problem, notes);
+                isForActivity ? RaiseActivity(subject, problem, open.error, notes)
+                              : RaiseLetter(subject, problem, open.error, notes);
             }
         } else if (DriveNumberOf(open.device->path)) {
             const bool endsCollection = isInDiskRecord && open.device->access == kReadWrite;
@@ -114,12 +112,13 @@ class DeviceRule final : public FindingRule {
         const std::string problem =
             control.succeeded ? "answered with a wrong length" : fmt::format("refused a request: {}", ErrorText(control.error));
         if (control.code == platform::kIoctlDiskPerformance && (!control.succeeded || control.returned == 0)) {
-            RaiseActivity(subject, problem, notes);
+            RaiseActivity(subject, problem, control.error, notes);
         } else if (control.code == platform::kIoctlDiskGetPartitionInfoEx && control.error == win32::kInvalidFunction) {
-            RaiseLetter(subject, "is no partition of a disk, but an optical drive, for instance", notes, "remove the drive letter");
+            RaiseLetter(subject, "is not a partition of a disk; it is an optical drive, for example", 0, notes,
+                        "remove the drive letter");
         } else if ((control.code == platform::kIoctlDiskGetPartitionInfoEx && !control.succeeded) ||
                    (control.code == platform::kIoctlStorageGetDeviceNumber && !DeviceNumberOf(control))) {
-            RaiseLetter(subject, problem, notes);
+            RaiseLetter(subject, problem, control.error, notes);
         }
     }
 
@@ -129,16 +128,16 @@ class DeviceRule final : public FindingRule {
         const std::string error = ErrorText(control.error);
         const bool isTooSmall = control.error == win32::kInsufficientBuffer || control.error == win32::kMoreData;
         if (control.code == platform::kIoctlDiskGetDriveGeometry && !control.succeeded) {
-            RaiseDisk(subject, fmt::format("does not tell its size: {}", error), control.error, notes);
+            RaiseDisk(subject, fmt::format("does not report its size: {}", error), control.error, notes);
         } else if (control.code == platform::kIoctlDiskGetDriveLayoutEx && !control.succeeded && !isTooSmall) {
-            RaiseDisk(subject, fmt::format("does not tell its partitions: {}", error), control.error, notes);
+            RaiseDisk(subject, fmt::format("does not report its partitions: {}", error), control.error, notes);
         } else if (IsThresholds(control)) {
             notes.Asked(kThresholds, subject);
             if (!control.succeeded) {
                 notes.Raise({kThresholds,
                              subject,
-                             fmt::format("{} refuses its SMART thresholds: {}; its name, part identifier and the values that only "
-                                         "WMI has are missing",
+                             fmt::format("{} refuses the request for its SMART thresholds: {}; its name, part identifier and the "
+                                         "values that only WMI has are missing",
                                          subject, error),
                              "update the driver of its controller or bridge",
                              {datatype::kSmartStatic, datatype::kSmartDynamic}});
@@ -156,36 +155,31 @@ class DeviceRule final : public FindingRule {
                request->cdb[protocol::scsi::ata_pass_through::kCommand16] == protocol::ata::kSmart;
     }
 
-    static void RaiseLetter(const std::string& letter, const std::string& problem, Notes& notes,
+    static void RaiseLetter(const std::string& letter, const std::string& problem, std::uint32_t code, Notes& notes,
                             const char* remedy = "insert its medium, connect its drive, or remove the drive letter")
     {
-        notes.Raise(
-            {kLetter,
-             letter,
-             fmt::format("{} {}; PhysicalDiskStaticInfo fails and PhysicalDiskDynamicInfo is empty for it, whatever the disk",
-                         letter, problem),
-             remedy,
-             {datatype::kDiskStatic, datatype::kDiskDynamic}});
+        notes.Raise({kLetter,
+                     letter,
+                     letter + ' ' + problem + kEndsBoth,
+                     RemedyFor(code, remedy),
+                     {datatype::kDiskStatic, datatype::kDiskDynamic}});
     }
-    static void RaiseActivity(const std::string& letter, const std::string& problem, Notes& notes)
+    static void RaiseActivity(const std::string& letter, const std::string& problem, std::uint32_t code, Notes& notes)
     {
         notes.Raise({kLetterActivity,
                      letter,
                      fmt::format("{} {}; its disk is missing from PhysicalDiskDynamicInfo", letter, problem),
-                     "switch the counters of the volume on (diskperf -y), or connect its drive",
+                     RemedyFor(code, "connect its drive, or switch its counters on with diskperf -y"),
                      {datatype::kDiskDynamic}});
     }
     static void RaiseDisk(const std::string& disk, const std::string& problem, std::uint32_t code, Notes& notes)
     {
-        notes.Raise(
-            {kDisk,
-             disk,
-             fmt::format("{} {}; PhysicalDiskStaticInfo fails and PhysicalDiskDynamicInfo is empty for it, whatever the disk", disk,
-                         problem),
-             MeansNoMedium(code)            ? "insert its medium, or remove the drive"
-             : code == win32::kAccessDenied ? "run with more rights"
-                                            : "connect, replace or remove the disk",
-             {datatype::kDiskStatic, datatype::kDiskDynamic}});
+        notes.Raise({kDisk,
+                     disk,
+                     disk + ' ' + problem + kEndsBoth,
+                     MeansNoMedium(code) ? "insert its medium, or remove the drive"
+                                         : RemedyFor(code, "connect, replace or remove the disk"),
+                     {datatype::kDiskStatic, datatype::kDiskDynamic}});
     }
 
     std::map<std::uint32_t, Place> m_Places;  // by thread
@@ -278,11 +272,12 @@ class NvmeRule final : public FindingRule {
                              : isRaid
                                  ? "update the RAID driver, or set the controller to AHCI or NVMe mode in the firmware's set-up"
                                  : "update the drive's driver, or use the one of the system";
-        return {isRefusal ? kRefused : kFailed, disk,
-                fmt::format("{} {}, but {} the NVMe query: {}; its data are missing from {}", disk,
-                            isRaid ? "is behind a RAID driver (bus type 8) and is no ATA drive" : "is an NVMe drive (bus type 17)",
-                            isRefusal ? "its driver refuses" : "does not answer", ErrorText(error), fmt::join(datatypes, " and ")),
-                remedy, datatypes};
+        return {
+            isRefusal ? kRefused : kFailed, disk,
+            fmt::format("{} {}, but {} the NVMe query: {}; its data are missing from {}", disk,
+                        isRaid ? "is behind a RAID driver (bus type 8) and is not an ATA drive" : "is an NVMe drive (bus type 17)",
+                        isRefusal ? "its driver refuses" : "does not answer", ErrorText(error), fmt::join(datatypes, " and ")),
+            remedy, datatypes};
     }
 
     static constexpr const char* kRefused = "nvme-query-refused";

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include "Rules.h"
+#include "platform/Errors.h"
 #include "platform/Requests.h"
 #include "platform/SystemPath.h"
 #include "platform/Text.h"
@@ -93,6 +94,13 @@ std::optional<std::uint32_t> DriveNumberOf(std::u16string_view path)
         return std::nullopt;
     }
     return number;
+}
+
+const char* RemedyFor(std::uint32_t error, const char* otherwise) noexcept
+{
+    return error == platform::win32::kAccessDenied       ? kMoreRights
+           : error == platform::win32::kSharingViolation ? "close the program that uses it"
+                                                         : otherwise;
 }
 
 std::string DiskName(std::uint32_t number) { return fmt::format("DISK{}", number); }

@@ -26,7 +26,7 @@ class WalkRule final : public FindingRule {
         if (const auto* set = record.As<call::ClassDevices>()) {
             notes.Asked(kWalk, {});
             if (set->set == 0) {
-                Raise(fmt::format("the system does not list its disks (error {})", set->error), notes);
+                Raise(fmt::format("the system does not list its disk devices: {}", ErrorText(set->error)), notes, kRestart);
             }
         } else if (const auto* entry = record.As<call::EnumDeviceInterfaces>()) {
             ReadEntry(*entry, notes);
@@ -42,7 +42,7 @@ class WalkRule final : public FindingRule {
             const auto index = m_Indices.find(open->device->path);
             if (index != m_Indices.end() && open->handle == 0) {
                 const std::string text = TextOf(index->second, fmt::format("could not be opened: {}", ErrorText(open->error)));
-                open->error == win32::kAccessDenied ? Raise(text, notes, "run with more rights") : Raise(text, notes);
+                Raise(text, notes, RemedyFor(open->error, kReconnect));
             }
         } else if (const auto* control = record.As<call::Control>()) {
             const auto index = m_Indices.find(control->device->path);
@@ -61,9 +61,10 @@ class WalkRule final : public FindingRule {
         if (entry.index != 0 && !isEnd) {
             EndsAt(entry.index, ErrorText(entry.error), notes);
         } else if (entry.index == 0) {
-            Raise(isEnd ? "the system's list of disk devices is empty"
-                        : fmt::format("the system's list of disk devices cannot be read (error {})", entry.error),
-                  notes);
+            isEnd ? Raise("the system's list of disk devices is empty", notes,
+                          "connect a disk, or update the driver of its controller")
+                  : Raise(fmt::format("the system's list of disk devices cannot be read: {}", ErrorText(entry.error)), notes,
+                          kRestart);
         }
     }
 
@@ -95,20 +96,18 @@ class WalkRule final : public FindingRule {
         if (*number > kLastInMask && isNvme) {
             notes.Raise({kNumber,
                          disk,
-                         fmt::format("{} is an NVMe drive with a number above 31, which the NVMe collections do not reach", disk),
-                         "detach drives with lower numbers, and restart",
+                         fmt::format("{} is an NVMe drive with a number above 31; its NVMe data are not collected", disk),
+                         "remove other drives and restart, so that it gets a lower number",
                          {datatype::kNvmeIdentify, datatype::kNvmeHealth}});
         }
         notes.Asked(kInstanceId, disk);
         if (const std::uint32_t error = m_InstanceIdErrors[index]; error != 0) {
-            notes.Raise(
-                {kInstanceId,
-                 disk,
-                 fmt::format("the instance id of {} cannot be read: {}; the SMART values of WMI that it shows may be those of "
-                             "another disk",
-                             disk, ErrorText(error)),
-                 "compare them with the disk's own tool",
-                 {datatype::kSmartDynamic}});
+            notes.Raise({kInstanceId,
+                         disk,
+                         fmt::format("the instance id of {} cannot be read: {}; its SMART values may be those of another disk",
+                                     disk, ErrorText(error)),
+                         "compare them with the tool of the disk's maker",
+                         {datatype::kSmartDynamic}});
         }
     }
 
@@ -118,7 +117,9 @@ class WalkRule final : public FindingRule {
         return fmt::format("the walk over the disk devices ended at entry {}: {}; this disk and those after it are missing", index,
                            why);
     }
-    static void Raise(std::string text, Notes& notes, const char* remedy = "connect or remove the device, or update its driver")
+    static constexpr const char* kReconnect = "reconnect or remove that device, or update its driver";
+    static constexpr const char* kRestart = "restart the computer, or update the drivers of its disk controllers";
+    static void Raise(std::string text, Notes& notes, const char* remedy = kReconnect)
     {
         notes.Raise({kWalk, {}, std::move(text), remedy, kOfEveryDisk});
     }
@@ -199,26 +200,22 @@ class InventoryRule final : public FindingRule {
             const auto found = m_Ids.find(number);
             notes.Asked(kMissing, DiskName(number));
             drivesOfId[found != m_Ids.end() ? found->second : std::string()].push_back(number);
-            if (found == m_Ids.end() && !m_Unreadable.contains(number)) {
-                notes.Raise({kMissing, DiskName(number),
-                             DiskName(number) + " has no record in Win32_DiskDrive: its item id is \"Disk_\" alone",
-                             "rescan the disks; a driver that hides its disks from WMI needs an update", kOfEveryDisk});
-            }
         }
         for (const auto& [id, drives] : drivesOfId) {
             notes.Asked(kShared, id);
             if (drives.size() > 1) {
-                std::string names;
-                for (const std::uint32_t number : drives) {
-                    names += (names.empty() ? "" : ", ") + DiskName(number);
-                }
-                notes.Raise({kShared,
-                             id,
-                             fmt::format("{} share the item id \"Disk_{}\": PhysicalDiskStaticInfo, SmartStaticInfo and "
-                                         "SmartDynamicInfo fail for it",
-                                         names, id),
-                             "give each disk its record in Win32_DiskDrive (rescan, or update the driver)",
-                             {datatype::kDiskStatic, datatype::kSmartStatic, datatype::kSmartDynamic}});
+                notes.Raise(
+                    {kShared,
+                     id,
+                     fmt::format("{} {} the item id \"Disk_{}\"; PhysicalDiskStaticInfo, SmartStaticInfo and SmartDynamicInfo "
+                                 "fail, for every disk",
+                                 NamesOf(drives), id.empty() ? "have no usable record in Win32_DiskDrive and share" : "share", id),
+                     kRescan,
+                     {datatype::kDiskStatic, datatype::kSmartStatic, datatype::kSmartDynamic}});
+            } else if (id.empty() && !drives.empty() && !m_Unreadable.contains(drives.front())) {
+                const std::string disk = DiskName(drives.front());
+                notes.Raise({kMissing, disk, disk + " has no record in Win32_DiskDrive; its item id is only \"Disk_\"", kRescan,
+                             kOfEveryDisk});
             }
         }
         m_Rows.clear();
@@ -227,6 +224,18 @@ class InventoryRule final : public FindingRule {
         m_Unreadable.clear();
         m_IsListed = false;
     }
+
+    // "DISK1, DISK2 and DISK3"
+    static std::string NamesOf(const std::vector<std::uint32_t>& drives)
+    {
+        std::string names = DiskName(drives.front());
+        for (auto drive = drives.begin() + 1; drive != drives.end(); ++drive) {
+            names += (drive + 1 == drives.end() ? " and " : ", ") + DiskName(*drive);
+        }
+        return names;
+    }
+
+    static constexpr const char* kRescan = "rescan the disks in Device Manager, or update the driver of their controller";
 
     std::map<Serial, Row> m_Rows;                // of this pass, as are those below
     std::map<std::uint32_t, std::string> m_Ids;  // PnP device ids by drive number
@@ -306,10 +315,10 @@ class CounterRule final : public FindingRule {
             notes.Raise(
                 {kKind,
                  instance,
-                 fmt::format("the counters \"{}\" are gone, with their disk or with a drive letter of it; it is missing from "
+                 fmt::format("the counters \"{}\" are gone: the disk was removed, or its drive letters changed; it is missing from "
                              "PhysicalDiskDynamicInfo",
                              instance),
-                 "if the disk is there, begin the collection anew",
+                 "if the disk is still there, restart this program",
                  {datatype::kDiskDynamic}});
         }
     }

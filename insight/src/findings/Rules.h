@@ -48,6 +48,10 @@ public:
 [[nodiscard]] std::unique_ptr<FindingRule> MakeLibraryRule();
 [[nodiscard]] std::unique_ptr<FindingRule> MakeCounterRule();
 
+inline constexpr const char* kMoreRights = "run this program as administrator, on Linux as root";
+// What helps against a Win32 error of an open or a request that says so itself; else `otherwise`.
+[[nodiscard]] const char* RemedyFor(std::uint32_t error, const char* otherwise) noexcept;
+
 // Names of the datatypes.
 namespace datatype {
 inline constexpr const char* kDiskStatic = "PhysicalDiskStaticInfo";
