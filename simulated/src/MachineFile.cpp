@@ -6,14 +6,17 @@
 #include <google/protobuf/text_format.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <map>
 #include <sstream>
+#include <system_error>
 #include <utility>
 #include <vector>
 
 #include "MachineChecks.h"
+#include "platform/Text.h"
 
 namespace orbis::simulated {
 namespace {
@@ -85,6 +88,19 @@ FieldPlace FieldBefore(std::string_view text, int line, int column)
     return field;
 }
 
+// Where a text holds what no machine file does: a control character, or bytes that are not UTF-8.
+std::size_t NoText(std::string_view text)
+{
+    const std::string valid = platform::ValidUtf8(text);
+    const auto wrong = std::ranges::mismatch(text, valid).in1;
+    const auto control = std::find_if(text.begin(), wrong, [](char letter) {
+        return (static_cast<unsigned char>(letter) < ' ' &&
+                std::string_view("\t\n\v\f\r").find(letter) == std::string_view::npos) ||
+               letter == '\x7F';
+    });
+    return control == text.end() ? std::string_view::npos : static_cast<std::size_t>(control - text.begin());
+}
+
 // What the parser makes of a text.
 struct Parsed {
     description::Machine machine;
@@ -100,6 +116,17 @@ std::unique_ptr<Parsed> Parse(std::string_view text, const std::string& name)
     parser.RecordErrorsTo(&error);
     parser.WriteLocationsTo(&parsed->locations);
     parser.SetRecursionLimit(32);
+    if (const std::size_t at = NoText(text); at != std::string_view::npos) {
+        const std::string_view before = text.substr(0, at);
+        parsed->findings.push_back({Finding::Severity::Error,
+                                    name,
+                                    static_cast<int>(std::ranges::count(before, '\n')) + 1,
+                                    static_cast<int>(at - (before.rfind('\n') + 1)) + 1,
+                                    {},
+                                    fmt::format("the byte 0x{:02X} is not UTF-8 text", static_cast<unsigned char>(text[at])),
+                                    "name a machine file, saved as UTF-8"});
+        return parsed;
+    }
     if (!parser.ParseFromString(std::string(text), &parsed->machine)) {
         const FieldPlace place = FieldBefore(text, error.line, error.column);
         const std::string what = error.message.empty() ? "not a machine in protobuf text format" : error.message;
@@ -121,10 +148,14 @@ Finding FileFinding(const std::string& path, std::string message, std::string hi
 std::string ReadFile(const std::string& path)
 {
     const std::filesystem::path file(std::u8string(path.begin(), path.end()));
+    errno = 0;
     std::ifstream stream(file, std::ios::binary);
+    const std::string reason = errno == 0 ? "no reason given" : std::generic_category().message(errno);
     std::error_code ignored;
-    if (!stream || std::filesystem::is_directory(file, ignored)) {
-        throw MachineFileError(FileFinding(path, "the machine file cannot be read", "name a readable *.txtpb file"));
+    const bool isFolder = std::filesystem::is_directory(file, ignored);
+    if (!stream || isFolder) {
+        throw MachineFileError(FileFinding(path, "the machine file cannot be read: " + (isFolder ? "it is a folder" : reason),
+                                           "name a readable *.txtpb file"));
     }
     std::ostringstream content;
     content << stream.rdbuf();
@@ -132,6 +163,11 @@ std::string ReadFile(const std::string& path)
     if (text.size() > kLongestFile) {
         throw MachineFileError(FileFinding(path, "the machine file is longer than 64 MiB", "describe fewer disks or bytes"));
     }
+    if (text.find_first_not_of(" \t\r\n") == std::string::npos) {
+        throw MachineFileError(FileFinding(path, "the machine file is empty", "record one with `orbis-host machine record FILE`"));
+    }
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // some editors begin UTF-8 with it
+    text.erase(0, text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0);
     return text;
 }
 
