@@ -90,10 +90,9 @@ std::vector<CollectedDatatype> Collector::Collect(const std::vector<Operation>& 
         try {
             results.push_back(CollectOne(operation));
             collection.isSuccess = true;
-            m_Log->Flush();
         } catch (const HostException& exception) {
             m_HasFailed = true;
-            m_Log->FlushUnless(exception.Message());
+            m_Log->Drop([&](std::string_view error) { return error.ends_with(exception.Message()); });
             ReportFailure(ShortName(operation.datatype), exception);
         } catch (const std::runtime_error& exception) {
             m_HasFailed = true;
@@ -143,6 +142,9 @@ void Collector::ReportFailure(const std::string& datatype, const HostException& 
 std::vector<Finding> Collector::ReportFindings()
 {
     std::vector<Finding> findings = m_Machine.TakeFindings();
+    const bool isExplained = IsExplained(datatypes::PhysicalDiskDynamicInfo::descriptor()->name());
+    m_Log->Drop([&](std::string_view error) { return isExplained && error.find("HRESULT 0x") != std::string_view::npos; });
+    m_Log->Flush();
     const Finding* lastDenied = nullptr;  // one line for all refusals
     std::string denied;
     for (const Finding& finding : findings) {
@@ -159,18 +161,24 @@ std::vector<Finding> Collector::ReportFindings()
     }
     m_ReportedFailures = std::exchange(m_Failures, {});
     for (const Finding& failure : m_ReportedFailures) {
-        // The letter, disk or id that ended a collection is reported above, with the datatypes that it cost.
-        const bool isExplained = std::any_of(findings.begin(), findings.end(), [&](const Finding& finding) {
-            const auto& names = finding.datatypes;
-            return (finding.kind.ends_with("-ended-collection") || finding.kind == "item-id-shared") &&
-                   std::find(names.begin(), names.end(), failure.datatypes.front()) != names.end();
-        });
-        if (!isExplained) {
+        // The letter, disk or id that ended a collection is reported above or was before, with the datatypes that it cost.
+        if (!IsExplained(failure.datatypes.front())) {
             Say(failure.text);
         }
     }
     findings.insert(findings.end(), m_ReportedFailures.begin(), m_ReportedFailures.end());
     return findings;
+}
+
+bool Collector::IsExplained(const std::string& datatype) const
+{
+    const std::vector<Finding> findings = m_Machine.CurrentFindings();
+    return std::any_of(findings.begin(), findings.end(), [&](const Finding& finding) {
+        const auto& names = finding.datatypes;
+        return (finding.kind.ends_with("-ended-collection") || finding.kind == "letter-without-activity" ||
+                finding.kind == "item-id-shared") &&
+               std::find(names.begin(), names.end(), datatype) != names.end();
+    });
 }
 
 std::vector<Finding> Collector::CurrentFindings() const

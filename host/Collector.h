@@ -59,6 +59,8 @@ public:
 private:
     [[nodiscard]] CollectedDatatype CollectOne(const border::Operation& operation);
     void ReportFailure(const std::string& datatype, const border::HostException& exception);
+    // Whether a finding that holds says what ended the collection of a datatype, or cost it a disk.
+    [[nodiscard]] bool IsExplained(const std::string& datatype) const;
     void LearnIdentities();
     void Learn(const std::vector<CollectedDatatype>& results);
 

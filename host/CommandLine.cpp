@@ -22,7 +22,9 @@
 #include "Supervised.h"
 #include "Supervisor.h"
 #include "Terminal.h"
+#include "Text.h"
 #include "Version.h"
+#include "WholeFile.h"
 
 namespace orbis::host {
 namespace {
@@ -64,6 +66,49 @@ std::string ExitStatusFooter()
     return text + '\n';
 }
 
+// What is wrong with a word that must not be empty; an empty text when nothing is. An empty word is the value of a variable that
+// was never set, and must not choose this machine, or every disk.
+std::string NotEmpty(const std::string& word) { return word.empty() ? "its value is empty" : ""; }
+
+// The same for a number and its range.
+template <class Number>
+std::function<std::string(const std::string&)> Between(Number least, Number most)
+{
+    return [=](const std::string& word) {
+        Number number{};
+        const bool isInRange = CLI::detail::lexical_cast(word, number) && number >= least && number <= most;
+        return isInRange ? std::string() : fmt::format("give a number from {} to {}, not {}", least, most, word);
+    };
+}
+
+// A help text whose lines fit into so many columns; 0: any number of them.
+std::string Fitted(const std::string& help, std::size_t width)
+{
+    constexpr std::size_t kLeastColumns = 30;
+    std::string fitted;
+    std::istringstream lines(help);
+    for (std::string line; std::getline(lines, line);) {
+        if (width == 0 || line.size() <= width) {
+            fitted += line + '\n';
+            continue;
+        }
+        const std::size_t begin = line.find_first_not_of(' ');
+        const std::size_t gap = line.find("  ", begin);
+        std::size_t description = gap == std::string::npos ? begin : line.find_first_not_of(' ', gap);
+        std::string lead = line.substr(0, description);
+        const std::string text = line.substr(description);
+        if (description + kLeastColumns > width) {  // under the name, where there is no room beside it
+            description = std::min(description, begin + 4);
+            fitted += gap == std::string::npos ? "" : line.substr(0, gap) + '\n';
+            lead = std::string(description, ' ');
+        }
+        for (const std::string& part : Wrap(text, width - std::min(width - 1, description))) {
+            fitted += std::exchange(lead, std::string(description, ' ')) + part + '\n';
+        }
+    }
+    return fitted;
+}
+
 // The command line as it is being understood.
 class CommandLine {
 public:
@@ -97,15 +142,18 @@ public:
             std::ostringstream out;
             std::ostringstream err;
             const int status = m_App.exit(error, out, err);
-            m_Output.Write(out.str());
+            m_Output.Write(Fitted(out.str(), m_Output.GetStyle().width));
             if (status != 0) {
-                Say(fmt::format("{}\nRun orbis-host {} for more.", error.what(), HelpOfParsed()));
+                const std::string what = error.what();
+                const bool isWithoutValue = dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr;
+                Say(fmt::format("{}\nRun orbis-host {} for more.",
+                                isWithoutValue ? what.substr(0, what.find(':')) + " needs a value" : what, HelpOfParsed()));
             }
             // Asking for help or the version is no error.
             return status == 0 ? kExitOk : kExitUsage;
         }
         if (m_Run == nullptr) {  // no command, or one that is a family of commands
-            m_Output.Write(HelpOf(Parsed()));
+            m_Output.Write(Fitted(HelpOf(Parsed()), m_Output.GetStyle().width));
             return kExitOk;
         }
         return m_Run();
@@ -124,10 +172,11 @@ private:
     // The words of the command line are UTF-8 everywhere; CLI11 would read a path in the code page on Windows.
     static CLI::Option& AddFile(CLI::App& command, const char* name, std::filesystem::path& file, const char* description)
     {
-        return *command
-                    .add_option_function<std::string>(
-                        name, [&file](const std::string& word) { file = FileOf(word); }, description)
-                    ->option_text("FILE");
+        CLI::Option& option = *command
+                                   .add_option_function<std::string>(
+                                       name, [&file](const std::string& word) { file = FileOf(word); }, description)
+                                   ->check(NotEmpty);
+        return std::string_view(name).starts_with('-') ? *option.option_text("FILE") : *option.type_name("");
     }
 
     static void AddPluginOption(CLI::App& command, std::filesystem::path& plugin)
@@ -139,14 +188,13 @@ private:
     {
         constexpr const char* kText =
             "Leave out a disk that does not answer in time; 0 waits for ever (30 for health, metrics, report and --watch, else 0)";
-        command.add_option("--deadline", source.deadline, kText)
-            ->check(CLI::Range(0.0, 86400.0).description(""))
-            ->option_text("SECONDS");
+        command.add_option("--deadline", source.deadline, kText)->check(Between(0.0, 86400.0))->option_text("SECONDS");
     }
 
     void AddSourceOptions(CLI::App& command, SourceOptions& source)
     {
         command.add_option("--item", source.disk, "Only this disk: an item id, DISK0, a number, a serial number, C: or /dev/nvme0")
+            ->check(NotEmpty)
             ->option_text("DISK");
         AddFile(command, "--machine", source.machine, "Collect from the simulated machine of this file");
         command.add_option("--log-level", m_LogLevel, "trace, debug, info, warning, error or off (warning)")->option_text("LEVEL");
@@ -186,18 +234,18 @@ private:
             "  orbis-host collect all --machine machines/workstation.txtpb\n"
             "  orbis-host collect PhysicalDiskDynamicInfo --watch 1\n\n" +
             ExitStatusFooter());
-        command.add_option("DATATYPE", m_Collect.datatypes, "What to collect (all)");
+        command.add_option("DATATYPE", m_Collect.datatypes, "What to collect (all)")->type_name("");
         command
             .add_option("--format", m_Format,
                         "table, json, jsonl (one object a line), text (protobuf text) or binary (delimited protobuf)")
             ->option_text("FORMAT");
         CLI::Option& watch =
             *command.add_option("--watch", m_Collect.watchSeconds, "Collect again every so many seconds, until Ctrl-C")
-                 ->check(CLI::Range(0.1, 86400.0).description(""))
+                 ->check(Between(0.1, 86400.0))
                  ->option_text("SECONDS");
         command.add_option("--count", m_Collect.count, "End a watch after so many passes")
             ->needs(&watch)
-            ->check(CLI::Range(1U, 1000000000U).description(""))
+            ->check(Between(1U, 1000000000U))
             ->option_text("N");
         AddSourceOptions(command, m_Collect.source);
     }
@@ -268,7 +316,7 @@ private:
             "  orbis-host explain SmartNvmeInfo --item DISK0\n"
             "  orbis-host explain --format json\n\n" +
             ExitStatusFooter());
-        command.add_option("DATATYPE", m_Explain.datatypes, "What to explain (all)");
+        command.add_option("DATATYPE", m_Explain.datatypes, "What to explain (all)")->type_name("");
         command.add_option("--format", m_Format, "table or json")->option_text("FORMAT");
         AddSourceOptions(command, m_Explain.source);
     }
@@ -307,7 +355,7 @@ private:
         AddFile(record, "FILE", m_Record.file, "The machine file to write (*.txtpb)").required();
         AddFile(record, "--machine", m_Record.source.machine, "Record the simulated machine of this file");
         record.add_option("--seconds", m_Record.seconds, "Let counters run so many seconds (2)")
-            ->check(CLI::Range(0.1, 3600.0).description(""))
+            ->check(Between(0.1, 3600.0))
             ->option_text("N");
         record.add_flag("--with-identifiers", m_Record.withIdentifiers, "Keep serial numbers, identifiers and names as they are");
         record.add_option("--log-level", m_LogLevel, "trace, debug, info, warning, error or off (warning)")->option_text("LEVEL");
@@ -322,6 +370,8 @@ private:
                     std::transform(words.begin(), words.end(), std::back_inserter(m_Files), FileOf);
                 },
                 "Machine files (*.txtpb)")
+            ->check(NotEmpty)
+            ->type_name("")
             ->required();
         CLI::App& show =
             AddCommand(machine, "show", "Describe the machine of a file", [this] { return ShowMachineFile(m_File, m_Output); });
@@ -344,7 +394,7 @@ private:
         for (const std::string& word : words) {
             about = about->get_subcommand(FindWord(CommandsOf(*about), word, "command"));
         }
-        m_Output.Write(HelpOf(*about));
+        m_Output.Write(Fitted(HelpOf(*about), m_Output.GetStyle().width));
         return kExitOk;
     }
 
@@ -448,6 +498,9 @@ int RunCommandLine(int argc, const char* const* argv, Output& output)
     } catch (const std::invalid_argument& error) {
         Say(error.what());
         return kExitUsage;
+    } catch (const FileWriteError& error) {
+        Say(error.what());
+        return kExitOutputLost;
     } catch (const std::exception& error) {
         Say(error.what());
         return kExitCollectionFailed;

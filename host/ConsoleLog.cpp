@@ -6,6 +6,7 @@
 
 #include <mutex>
 #include <utility>
+#include <vector>
 
 #include "Progress.h"
 #include "Say.h"
@@ -62,13 +63,19 @@ class SpdlogConsole final : public ConsoleLog {
 public:
     SpdlogConsole(const std::string& logId, LogLevel level) : SpdlogConsole(logId, level, MakeSink()) {}
 
-    void Flush() override { FlushUnless({}); }
-    void FlushUnless(std::string_view message) override
+    ~SpdlogConsole() override { SpdlogConsole::Flush(); }
+    SpdlogConsole(const SpdlogConsole&) = delete;
+    SpdlogConsole& operator=(const SpdlogConsole&) = delete;
+
+    void Flush() override
     {
-        if (!m_HeldBack.empty() && (message.empty() || !m_HeldBack.ends_with(message))) {
-            Write(spdlog::level::err, std::exchange(m_HeldBack, {}), m_HeldBackFrom);
+        for (const HeldBack& error : std::exchange(m_HeldBack, {})) {
+            Write(spdlog::level::err, error.message, error.from);
         }
-        m_HeldBack.clear();
+    }
+    void Drop(const std::function<bool(std::string_view message)>& isSaid) override
+    {
+        std::erase_if(m_HeldBack, [&](const HeldBack& error) { return isSaid(error.message); });
     }
 
     IZelLog& Error(std::string_view message, std::int32_t line, std::string_view file, std::string_view function) override
@@ -105,12 +112,11 @@ private:
                  std::string_view function)
     {
         if (m_Logger.should_log(level)) {
-            Flush();
             std::string from = fmt::format("[{}:{} {}]", file, line, function);
             if (m_HoldsBack && level == spdlog::level::err) {
-                m_HeldBack = message;
-                m_HeldBackFrom = std::move(from);
+                m_HeldBack.push_back({std::string(message), std::move(from)});
             } else {
+                Flush();
                 Write(level, std::string(message), from);
             }
         }
@@ -126,8 +132,11 @@ private:
 
     spdlog::logger m_Logger;
     const bool m_HoldsBack;
-    std::string m_HeldBack;
-    std::string m_HeldBackFrom;
+    struct HeldBack {
+        std::string message;
+        std::string from;
+    };
+    std::vector<HeldBack> m_HeldBack;
 };
 
 }  // namespace

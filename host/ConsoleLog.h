@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -13,11 +14,12 @@ enum class LogLevel { Trace, Debug, Info, Warning, Error, Off };
 // Log lines on standard error: time, level, log id, message, file:line and function. Control characters are shown, not sent.
 class ConsoleLog : public Veyra::Orbis::Common::IZelLog {
 public:
-    // An error that ends a collection is logged and then leaves as an exception. So that a person reads it once, the newest error
-    // is held back until another line comes or one of these is called. At debug level and below nothing is held back.
+    // An error that ends a collection is logged and then leaves as an exception, or a finding explains it. So that a person reads
+    // it once, the newest errors are held back until a line of another level comes or they are flushed. At debug level and below
+    // nothing is held back.
     virtual void Flush() = 0;
-    // Drops the error that was held back when its text ends with `message`, and writes it otherwise.
-    virtual void FlushUnless(std::string_view message) = 0;
+    // Forgets the errors held back that `isSaid`.
+    virtual void Drop(const std::function<bool(std::string_view message)>& isSaid) = 0;
 };
 
 [[nodiscard]] std::shared_ptr<ConsoleLog> MakeConsoleLog(const std::string& logId, LogLevel level);

@@ -107,7 +107,8 @@ std::vector<std::string> Disks::Select(std::string_view selector) const
     const std::optional<std::uint32_t> number = NumberIn(selector);
     const std::string letter = std::string(selector.substr(0, selector.find('\\'))) + (selector.size() == 1 ? ":" : "");
     const std::function<bool(const Disk&)> ways[] = {
-        [&](const Disk& disk) { return IsSame(disk.itemId, selector); },
+        [&](const Disk& disk) { return IsSame(disk.itemId, selector) || IsSame(NameOf(disk.itemId), selector); },
+        [&](const Disk& disk) { return IsSame(disk.itemId, std::string(kIdPrefix).append(selector)); },
         [&](const Disk& disk) { return number && disk.number == number; },
         [&](const Disk& disk) {
             return std::any_of(disk.letters.begin(), disk.letters.end(),

@@ -35,8 +35,8 @@ public:
     // The letter of the volume with this serial number on the disk, or an empty text.
     [[nodiscard]] std::string LetterOf(std::string_view itemId, std::string_view volumeSerial) const;
 
-    // Item ids of the disks that `selector` names: an item id, DISK0, 0, \\.\PhysicalDrive0, C:, or a serial number, letters of
-    // either case. The first of these that fits a disk counts.
+    // Item ids of the disks that `selector` names: an item id or a name of above, a PnP device id, DISK0, 0, \\.\PhysicalDrive0,
+    // C:, or a serial number, letters of either case. The first of these that fits a disk counts.
     [[nodiscard]] std::vector<std::string> Select(std::string_view selector) const;
     // What can be selected, one line a disk, for a person whose selection fits none.
     [[nodiscard]] std::string List() const;

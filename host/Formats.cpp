@@ -205,13 +205,7 @@ std::string RenderLegend(const std::vector<CollectedDatatype>& results, const Di
             }
         }
     }
-    Table table(style);
-    table.AddColumn("Disk");
-    table.AddColumn("Item id");
-    for (const std::string& id : shown) {
-        table.AddRow({disks.NameOf(id), id});
-    }
-    return table.IsEmpty() ? std::string() : '\n' + table.Render(2);
+    return shown.empty() ? std::string() : '\n' + RenderItemIds(shown, disks, style);
 }
 
 std::string RenderTables(const std::vector<CollectedDatatype>& results, const Disks& disks, const Style& style)

@@ -1,10 +1,7 @@
-#include <stdexcept>
-
 #include "Collector.h"
 #include "Commands.h"
 #include "MachineInForce.h"
 #include "Metrics.h"
-#include "Say.h"
 #include "WholeFile.h"
 #include "insight/Health.h"
 #include "platform/Time.h"
@@ -38,12 +35,7 @@ int Metrics(const MetricsOptions& options, Output& output)
         output.Write(text);
         return status;
     }
-    try {
-        WriteWholeFile(options.file, text);
-    } catch (const std::runtime_error& error) {
-        Say(error.what());
-        return Graver(status, kExitOutputLost);
-    }
+    WriteWholeFile(options.file, text);
     return status;
 }
 

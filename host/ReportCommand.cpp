@@ -1,13 +1,11 @@
 #include <algorithm>
 #include <iterator>
-#include <stdexcept>
 
 #include "Collector.h"
 #include "Commands.h"
 #include "HealthFile.h"
 #include "MachineInForce.h"
 #include "Progress.h"
-#include "Say.h"
 #include "Terminal.h"
 #include "WholeFile.h"
 #include "insight/Health.h"
@@ -60,13 +58,7 @@ int Report(const ReportOptions& options)
     if (collector.HasFailed()) {
         status = Graver(status, kExitCollectionFailed);
     }
-    try {
-        WriteWholeFile(options.file, RenderPage(report));
-    } catch (const std::runtime_error& error) {
-        progress.Clear();
-        Say(error.what());
-        return Graver(status, kExitOutputLost);
-    }
+    WriteWholeFile(options.file, RenderPage(report));
     return status;
 }
 

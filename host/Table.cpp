@@ -105,10 +105,15 @@ std::string Table::Render(std::size_t indent) const
     std::vector<std::size_t> widths = NaturalWidths();
     while (m_Style.width != 0 && Sum(widths, indent) > m_Style.width) {
         std::size_t* widest = nullptr;
-        for (std::size_t column = 0; column < widths.size(); ++column) {
-            const bool canShrink = m_Columns[column].align == Align::Left && widths[column] > kSmallestColumn;
-            if (canShrink && (widest == nullptr || widths[column] > *widest)) {
-                widest = &widths[column];
+        for (const Align align : {Align::Left, Align::Words}) {
+            for (std::size_t column = 0; column < widths.size(); ++column) {
+                const bool canShrink = m_Columns[column].align == align && widths[column] > kSmallestColumn;
+                if (canShrink && (widest == nullptr || widths[column] > *widest)) {
+                    widest = &widths[column];
+                }
+            }
+            if (widest != nullptr) {
+                break;
             }
         }
         if (widest == nullptr) {
@@ -148,7 +153,16 @@ std::string Table::RenderRows(const std::vector<std::size_t>& widths, std::size_
         });
     }
     for (const auto& row : m_Rows) {
-        line([&](std::size_t column) { return row[column]; });
+        std::vector<std::vector<std::string>> cells;
+        std::size_t rowLines = 1;
+        for (std::size_t column = 0; column < widths.size(); ++column) {
+            const bool isWrapped = m_Columns[column].align == Align::Words;
+            cells.push_back(isWrapped ? Wrap(row[column], widths[column]) : std::vector{row[column]});
+            rowLines = std::max(rowLines, cells.back().size());
+        }
+        for (std::size_t at = 0; at < rowLines; ++at) {
+            line([&](std::size_t column) { return at < cells[column].size() ? cells[column][at] : std::string(); });
+        }
     }
     return out;
 }

@@ -9,11 +9,12 @@
 
 namespace orbis::host {
 
-// An aligned table. Where it is wider than the style allows, columns of text are cut in the middle, widest first; numbers are never
-// cut. A table that still does not fit is written as one block for each row. Columns without any value are left out.
+// An aligned table. Where it is wider than the style allows, columns of text are cut in the middle, widest first, and those of
+// words are wrapped; numbers are never cut. A table that still does not fit is written as one block for each row. Columns without
+// any value are left out.
 class Table {
 public:
-    enum class Align { Left, Right };
+    enum class Align { Left, Right, Words };
 
     explicit Table(const Style& style) : m_Style(style) {}
 

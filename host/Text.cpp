@@ -128,7 +128,7 @@ std::vector<std::string> Wrap(std::string_view utf8, std::size_t width)
             }
             if (blank != std::string::npos) {
                 rest = line.substr(blank + 1);
-                line.resize(blank);
+                line.resize(line.find_last_not_of(' ', blank) + 1);
             }
             lines.push_back(std::exchange(line, std::move(rest)));
             used = DisplayWidth(line);

@@ -53,7 +53,7 @@ void WriteWholeFile(const std::filesystem::path& file, const std::string& conten
         if (isReplaced) {
             std::filesystem::remove(beside, error);
         }
-        throw std::runtime_error(fmt::format("{} could not be written: {}", FileName(file), reason));
+        throw FileWriteError(fmt::format("{} could not be written: {}", FileName(file), reason));
     }
     if (!isReplaced) {
         return;
@@ -62,7 +62,7 @@ void WriteWholeFile(const std::filesystem::path& file, const std::string& conten
     if (error) {
         std::error_code ignored;
         std::filesystem::remove(beside, ignored);
-        throw std::runtime_error(fmt::format("{} could not be written: {}", FileName(file), error.message()));
+        throw FileWriteError(fmt::format("{} could not be written: {}", FileName(file), error.message()));
     }
 }
 

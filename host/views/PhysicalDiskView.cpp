@@ -43,46 +43,94 @@ std::string Volume(const std::string& letter, const std::string& serial)
 
 }  // namespace
 
+std::string RenderItemIds(const std::vector<std::string>& ids, const Disks& disks, const Style& style)
+{
+    const auto render = [&](const auto& nameOf) {
+        Table table(style);
+        table.AddColumn("Disk");
+        table.AddColumn("Item id", Table::Align::Words);
+        for (const std::string& id : ids) {
+            table.AddRow({nameOf(id), id});
+        }
+        return table;
+    };
+    const Table named = render([&](const std::string& id) { return disks.NameOf(id); });
+    const bool fits = style.width == 0 || named.NaturalWidth(2) <= style.width;
+    return (fits ? named : render([&](const std::string& id) { return disks.ShortNameOf(id); })).Render(2);
+}
+
 std::string Render(const ViewItems<datatypes::PhysicalDiskStaticInfo>& items, const Disks& disks, const Style& style)
 {
     Table table(style);
-    for (const char* title : {"Disk", "Kind"}) {
-        table.AddColumn(title);
+    Table withoutIds(style);
+    for (Table* one : {&table, &withoutIds}) {
+        one->AddColumn("Disk");
+        one->AddColumn("Kind");
+        one->AddColumn("Size", Table::Align::Right);
+        one->AddColumn("Firmware");
     }
-    table.AddColumn("Size", Table::Align::Right);
-    table.AddColumn("Firmware");
     table.AddColumn("Item id");
     Table partitions(style);
-    partitions.AddColumn("Disk");
-    partitions.AddColumn("Part", Table::Align::Right);
-    partitions.AddColumn("Name");
-    partitions.AddColumn("Size", Table::Align::Right);
-    for (const char* title : {"Volume", "Flags", "Identifier"}) {
-        partitions.AddColumn(title);
+    Table partitionsWithoutIds(style);
+    Table partitionIds(style);
+    for (Table* one : {&partitions, &partitionsWithoutIds, &partitionIds}) {
+        one->AddColumn("Disk");
+        one->AddColumn("Part", Table::Align::Right);
     }
+    for (Table* one : {&partitions, &partitionsWithoutIds}) {
+        one->AddColumn("Name", Table::Align::Words);
+        one->AddColumn("Size", Table::Align::Right);
+        one->AddColumn("Volume");
+        one->AddColumn("Flags", Table::Align::Words);
+    }
+    for (Table* one : {&partitions, &partitionIds}) {
+        one->AddColumn("Identifier", Table::Align::Words);
+    }
+    std::vector<std::string> ids;
     for (const auto& item : items) {
+        const auto add = [&](std::vector<std::string> cells) {
+            withoutIds.AddRow(cells);
+            cells.resize(4);
+            cells.push_back(item.itemId);
+            table.AddRow(std::move(cells));
+            ids.push_back(item.itemId);
+        };
         if (item.message == nullptr) {
-            table.AddRow({disks.NameOf(item.itemId), "(no data)", "", "", item.itemId});
+            add({disks.NameOf(item.itemId), "(no data)"});
             continue;
         }
         const auto& disk = *item.message;
         // A disk without an inventory record still has a number and a model here.
         const bool isKnown = disks.Find(item.itemId) != nullptr;
-        table.AddRow({isKnown ? disks.NameOf(item.itemId) : disk.name() + ' ' + disk.make_model(), Kind(disk),
-                      Mebibytes(static_cast<double>(disk.size().value())), disk.firmware_revision(), item.itemId});
+        add({isKnown ? disks.NameOf(item.itemId) : disk.name() + ' ' + disk.make_model(), Kind(disk),
+             Mebibytes(static_cast<double>(disk.size().value())), disk.firmware_revision()});
         for (const auto& partition : disk.partitions()) {
             if (partition.name() == "Not Used" && partition.size().value() == 0) {
                 continue;  // an empty entry of the partition table
             }
-            partitions.AddRow({isKnown ? disks.ShortNameOf(item.itemId) : disk.name(), fmt::format("{}", partition.index().value()),
-                               partition.name(), Mebibytes(static_cast<double>(partition.size().value())),
-                               Volume(disks.LetterOf(item.itemId, partition.serial_number()), partition.serial_number()),
-                               Flags(partition), partition.guid()});
+            const std::string name = isKnown ? disks.ShortNameOf(item.itemId) : disk.name();
+            const std::string number = fmt::format("{}", partition.index().value());
+            std::vector<std::string> cells{
+                name,
+                number,
+                partition.name(),
+                Mebibytes(static_cast<double>(partition.size().value())),
+                Volume(disks.LetterOf(item.itemId, partition.serial_number()), partition.serial_number()),
+                Flags(partition)};
+            partitionsWithoutIds.AddRow(cells);
+            cells.push_back(partition.guid());
+            partitions.AddRow(std::move(cells));
+            if (partition.guid().find_first_not_of("0-") != std::string::npos) {
+                partitionIds.AddRow({name, number, partition.guid()});
+            }
         }
     }
-    std::string out = table.Render(2);
+    // An id that is cut is of no use: it is written below where it does not fit beside.
+    const auto fits = [&](const Table& whole) { return style.width == 0 || whole.NaturalWidth(2) <= style.width; };
+    std::string out = fits(table) ? table.Render(2) : withoutIds.Render(2) + '\n' + RenderItemIds(ids, disks, style);
     if (!partitions.IsEmpty()) {
-        out += '\n' + partitions.Render(2);
+        out += '\n' + (fits(partitions) ? partitions : partitionsWithoutIds).Render(2);
+        out += fits(partitions) || partitionIds.IsEmpty() ? "" : '\n' + partitionIds.Render(2);
     }
     return out;
 }

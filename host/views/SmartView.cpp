@@ -7,6 +7,7 @@
 #include "SmartAttributes.h"
 #include "Table.h"
 #include "Text.h"
+#include "insight/ErrorText.h"
 #include "platform/Errors.h"
 #include "views/Units.h"
 #include "views/Views.h"
@@ -31,7 +32,8 @@ std::string Value(bool present, std::uint32_t value) { return present ? fmt::for
 // Why a disk has no SMART values.
 std::string NoValuesReason(const Disk* disk)
 {
-    if (disk != nullptr && disk->isNvme) {
+    // Windows' NVMe driver gives the vendor "NVMe", which is part of every id.
+    if (disk != nullptr && (disk->isNvme || disk->itemId.find("&VEN_NVME") != std::string::npos)) {
         return "NVMe, see SmartNvmeInfo";
     }
     if (disk == nullptr || !disk->smartError) {
@@ -40,15 +42,14 @@ std::string NoValuesReason(const Disk* disk)
     if (*disk->smartError == platform::win32::kAccessDenied) {
         return "no access";
     }
-    return *disk->smartError == 0 ? "the drive refused the request"
-                                  : fmt::format("the driver refused, error {}", *disk->smartError);
+    return *disk->smartError == 0 ? "the drive refused the request" : insight::ErrorText(*disk->smartError);
 }
 
 std::string RenderAttributes(const datatypes::SmartDynamicInfo& message, const Style& style)
 {
     Table table(style);
     table.AddColumn("Id", Table::Align::Right);
-    table.AddColumn("Attribute");
+    table.AddColumn("Attribute", Table::Align::Words);
     for (const char* title : {"Value", "Worst", "Threshold", "Raw"}) {
         table.AddColumn(title, Table::Align::Right);
     }

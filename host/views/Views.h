@@ -23,6 +23,9 @@ struct ViewItem {
 template <class T>
 using ViewItems = std::vector<ViewItem<T>>;
 
+// The whole item ids of disks, beside their names, or their short names where there is no room.
+[[nodiscard]] std::string RenderItemIds(const std::vector<std::string>& ids, const Disks& disks, const Style& style);
+
 // Tables for people. Every one names a disk as `disks` does.
 [[nodiscard]] std::string Render(const ViewItems<datatypes::PhysicalDiskStaticInfo>& items, const Disks& disks, const Style& style);
 [[nodiscard]] std::string Render(const ViewItems<datatypes::PhysicalDiskDynamicInfo>& items, const Disks& disks,

@@ -17,7 +17,7 @@
 namespace orbis::host {
 namespace {
 
-TEST(TableTest, CutsTextInTheMiddleNumbersNeverAndBecomesBlocksBelowThat)
+TEST(TableTest, CutsTextInTheMiddleWrapsWordsAndBecomesBlocksBelowThat)
 {
     const auto render = [](const Style& style) {
         Table table(style);
@@ -42,6 +42,11 @@ TEST(TableTest, CutsTextInTheMiddleNumbersNeverAndBecomesBlocksBelowThat)
               "  DISK1\n"
               "    Read MB/s  1\n");
     EXPECT_NE(render({}).find("with a long name 1TB  1000.25\n"), std::string::npos) << "piped output is whole";
+    Table words({.width = 20});
+    words.AddColumn("Id", Table::Align::Right);
+    words.AddColumn("Flags", Table::Align::Words);
+    words.AddRow({"1", "boot page-file dump"});
+    EXPECT_EQ(words.Render(2), "  Id  Flags\n   1  boot page-file\n      dump\n");
 }
 
 TEST(TextTest, ShowsWhatWouldDriveTheTerminalAndKnowsItsWidth)
@@ -76,6 +81,8 @@ TEST(DisksTest, FindsADiskByWhatAPersonCallsIt)
     disks.Learn({"Disk_A", 4, "VEYRA PX8", "", {{"C:", "1234ABCD"}}, false, {}});  // what is known already stays
     const std::vector<std::pair<const char*, std::vector<std::string>>> cases{
         {"Disk_A", {"Disk_A"}},
+        {"a", {"Disk_A"}},
+        {"disk3 VEYRA PX8", {"Disk_A"}},
         {"DISK3", {"Disk_A"}},
         {"disk12", {"Disk_B"}},
         {"3", {"Disk_A"}},
