@@ -13,7 +13,10 @@ case $architecture in
     x64) loader=/usr/lib/wine/wine64 server=/usr/lib/wine/wineserver64 version=debian ;;
     arm64)
         wine=${ORBIS_WINE_ARM64:-$("$here/wine-arm64.sh" --path)}
-        loader=$wine/bin/wine64 server=$wine/bin/wineserver version=${wine##*-} ;;
+        loader=$wine/bin/wine64 server=$wine/bin/wineserver version=${wine##*-}
+        # A processor without SVE: qemu 7.2 restores those registers over the floating-point ones after a signal handler has changed them,
+        # which is how Wine returns from an unwinding, so that no caller of a function with a catch block would find d8 to d15 as it left them.
+        export QEMU_CPU="${QEMU_CPU:-max,sve=off}" ;;
     *) echo "run.sh: no such architecture: $architecture (x64, arm64)" >&2; exit 2 ;;
 esac
 [ -x "$loader" ] || { echo "run.sh: no Wine for $architecture: run './dev windows setup'" >&2; exit 2; }
