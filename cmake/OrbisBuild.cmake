@@ -21,7 +21,7 @@ if(ORBIS_SANITIZE)
 elseif(NOT WIN32)
     # A library calls its own functions, not others of the same name: no function here may be replaced, and a program that starts
     # need not look thousands of long names up.
-    add_link_options(-Wl,-z,defs -Wl,-Bsymbolic-functions)
+    add_link_options(-Wl,-z,defs -Wl,-Bsymbolic-functions -Wl,-O1)
 endif()
 
 if(ORBIS_BUILD_FUZZ)

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <array>
 #include <exception>
 #include <filesystem>
 #include <functional>
@@ -112,25 +113,26 @@ std::string Fitted(const std::string& help, std::size_t width)
 // The command line as it is being understood.
 class CommandLine {
 public:
-    explicit CommandLine(Output& output) : m_Output(output)
+    CommandLine(int argc, const char* const* argv, Output& output)
+        : m_Output(output), m_Arguments(argv + std::min(argc, 1), argv + argc)
     {
         m_App.name("orbis-host");
         m_App.allow_windows_style_options(false);  // the same options everywhere, and "/" may begin a path
         m_App.footer(ExitStatusFooter());
         m_App.set_version_flag("--version", VersionText());
-        AddDescribe();
-        AddCollect();
-        AddMetrics();
-        AddHealth();
-        AddExplain();
-        AddReport();
-        AddMachine();
-        AddHelp();
+        // A command's options are a good part of a short run: those of commands that are not named are not made. The list of
+        // commands is complete where none is named first.
+        const bool isNamed =
+            !IsWord("help", 1) && std::ranges::any_of(kCommands, [&](const Command& command) { return IsWord(command.name, 1); });
+        for (const Command& command : kCommands) {
+            if (!isNamed || IsWord(command.name, m_Arguments.size())) {
+                (this->*command.add)();
+            }
+        }
     }
 
     int Run(int argc, const char* const* argv)
     {
-        m_Arguments.assign(argv + std::min(argc, 1), argv + argc);
         if (argc > 1 && std::string_view(argv[1]) == "help") {
             return Help({argv + 2, argv + argc});
         }
@@ -160,6 +162,19 @@ public:
     }
 
 private:
+    struct Command {
+        std::string_view name;
+        void (CommandLine::*add)();
+    };
+    static const std::array<Command, 9> kCommands;
+
+    // Whether the word is among the first arguments.
+    [[nodiscard]] bool IsWord(std::string_view word, std::size_t count) const
+    {
+        const auto end = m_Arguments.begin() + static_cast<std::ptrdiff_t>(std::min(count, m_Arguments.size()));
+        return std::find(m_Arguments.begin(), end, word) != end;
+    }
+
     static std::string VersionText() { return std::string("orbis-host ") + kVersion; }
 
     CLI::App& AddCommand(CLI::App& parent, const char* name, const char* description, std::function<int()> run)
@@ -382,6 +397,10 @@ private:
     {
         // For the list of commands; its arguments are words that would otherwise be taken for commands.
         AddCommand(m_App, "help", "Show the help of a command", [] { return kExitOk; });
+    }
+
+    void AddVersion()
+    {
         AddCommand(m_App, "version", "Show the version", [this] {
             m_Output.Write(VersionText() + '\n');
             return kExitOk;
@@ -475,6 +494,17 @@ private:
     std::filesystem::path m_File;
 };
 
+// In the order in which they are listed.
+const std::array<CommandLine::Command, 9> CommandLine::kCommands{{{"describe", &CommandLine::AddDescribe},
+                                                                  {"collect", &CommandLine::AddCollect},
+                                                                  {"metrics", &CommandLine::AddMetrics},
+                                                                  {"health", &CommandLine::AddHealth},
+                                                                  {"explain", &CommandLine::AddExplain},
+                                                                  {"report", &CommandLine::AddReport},
+                                                                  {"machine", &CommandLine::AddMachine},
+                                                                  {"help", &CommandLine::AddHelp},
+                                                                  {"version", &CommandLine::AddVersion}}};
+
 int RunCommandLine(int argc, const char* const* argv, Output& output)
 {
     try {
@@ -484,7 +514,7 @@ int RunCommandLine(int argc, const char* const* argv, Output& output)
             argc -= 2;
             argv += 2;
         }
-        return CommandLine(output).Run(argc, argv);
+        return CommandLine(argc, argv, output).Run(argc, argv);
     } catch (const MachineFileError& error) {
         SayPlace(error.what());
         return kExitUsage;

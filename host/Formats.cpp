@@ -9,6 +9,7 @@
 #include <google/protobuf/util/json_util.h>
 #include <google/protobuf/wrappers.pb.h>
 #include <algorithm>
+#include <array>
 
 #include "Table.h"
 #include "orbis/host/collected_item.pb.h"
@@ -19,6 +20,12 @@ namespace orbis::host {
 namespace {
 
 namespace pb = google::protobuf;
+
+template <class Datatype>
+const pb::Message& PrototypeOf()
+{
+    return Datatype::default_instance();
+}
 
 pb::Timestamp ToTimestamp(std::chrono::system_clock::time_point time)
 {
@@ -253,12 +260,20 @@ void Keep(insight::HealthReport& report, const std::vector<std::string>& itemIds
 
 std::unique_ptr<pb::Message> NewMessage(const std::string& fullName)
 {
-    // Naming one type links the schema in; the rest comes by reflection, and no file's descriptors are built before they are asked
-    // for.
-    (void)datatypes::PhysicalDiskStaticInfo::default_instance();
-    const pb::Descriptor* type = pb::DescriptorPool::generated_pool()->FindMessageTypeByName(fullName);
-    const pb::Message* prototype = type == nullptr ? nullptr : pb::MessageFactory::generated_factory()->GetPrototype(type);
-    return std::unique_ptr<pb::Message>(prototype == nullptr ? nullptr : prototype->New());
+    // By class: no descriptor is registered, and none built, before it is asked for.
+    using Prototype = const pb::Message& (*)();
+    static constexpr std::array<std::pair<std::string_view, Prototype>, 6> kDatatypes{
+        {{"PhysicalDiskDynamicInfo", PrototypeOf<datatypes::PhysicalDiskDynamicInfo>},
+         {"PhysicalDiskStaticInfo", PrototypeOf<datatypes::PhysicalDiskStaticInfo>},
+         {"SmartDynamicInfo", PrototypeOf<datatypes::SmartDynamicInfo>},
+         {"SmartNvmeInfo", PrototypeOf<datatypes::SmartNvmeInfo>},
+         {"SmartStaticInfo", PrototypeOf<datatypes::SmartStaticInfo>},
+         {"NvmeIdentifyControllerData", PrototypeOf<datatypes::NvmeIdentifyControllerData>}}};
+    constexpr std::string_view kPackage = "veyra.orbis.datatypes.";
+    const auto found = std::ranges::find_if(kDatatypes, [&](const auto& one) {
+        return fullName.starts_with(kPackage) && fullName.substr(kPackage.size()) == one.first;
+    });
+    return std::unique_ptr<pb::Message>(found == kDatatypes.end() ? nullptr : found->second().New());
 }
 
 std::string Render(const std::vector<CollectedDatatype>& results, Format format, const Context& context)

@@ -17,14 +17,19 @@ struct Character {
     std::string_view bytes;
     utf8proc_int32_t codePoint;
 
+    // Nearly every character is one of these, of which nothing need be looked up.
+    [[nodiscard]] bool IsPrintableAscii() const { return codePoint >= ' ' && codePoint < 0x7F; }
     [[nodiscard]] std::size_t Width() const
     {
-        return codePoint < 0 ? 1U : static_cast<std::size_t>(std::max(utf8proc_charwidth(codePoint), 0));
+        return IsPrintableAscii() ? 1U : codePoint < 0 ? 1U : static_cast<std::size_t>(std::max(utf8proc_charwidth(codePoint), 0));
     }
 };
 
 Character Next(std::string_view text)
 {
+    if (const auto byte = static_cast<unsigned char>(text.front()); byte < 0x80) {
+        return {text.substr(0, 1), byte};
+    }
     utf8proc_int32_t codePoint = -1;
     const utf8proc_ssize_t length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
                                                      static_cast<utf8proc_ssize_t>(text.size()), &codePoint);
@@ -53,8 +58,8 @@ std::string Escape(const Character& character)
 
 bool MustBeShown(const Character& character)
 {
-    if (character.codePoint < 0) {
-        return true;
+    if (character.codePoint < 0 || character.IsPrintableAscii()) {
+        return character.codePoint < 0;
     }
     switch (utf8proc_category(character.codePoint)) {
         case UTF8PROC_CATEGORY_CC:
