@@ -143,7 +143,8 @@ Journal::~Journal() = default;
 Extract Journal::Take()
 {
     Extract extract = m_Ports->store.Take();
-    extract.isOfSystem = &Inner() == &platform::Platform::System();
+    // Decorators may stand between; none of them has texts of its own.
+    extract.isOfSystem = &Inner().TextPort() == &platform::Platform::System().TextPort();
     return extract;
 }
 

@@ -7,6 +7,7 @@
 #include "Common/WmiCommonLib.h"
 #include "insight/Journal.h"
 #include "platform/Errors.h"
+#include "platform/Forwarding.h"
 #include "platform/Requests.h"
 #include "simulated/MachineFile.h"
 
@@ -132,6 +133,13 @@ TEST_F(JournalTest, RowsCarryTheirQueryAndArraysTheirElements)
         EXPECT_EQ(std::ranges::count(released, opened), 1);
     }
     EXPECT_EQ(std::ranges::count(released, 0U), 0);
+}
+
+TEST_F(JournalTest, KnowsTheSystemsOwnMachineBehindDecorators)
+{
+    platform::ForwardingPlatform decorator(platform::Platform::System());
+    EXPECT_TRUE(Journal(decorator).Take().isOfSystem);
+    EXPECT_FALSE(Observe({}, [] {}).isOfSystem);
 }
 
 TEST_F(JournalTest, FullJournalSaysSoAndChangesNoAnswer)

@@ -41,7 +41,8 @@ class WalkRule final : public FindingRule {
         } else if (const auto* open = record.As<call::Open>()) {
             const auto index = m_Indices.find(open->device->path);
             if (index != m_Indices.end() && open->handle == 0) {
-                const std::string text = TextOf(index->second, fmt::format("could not be opened: {}", ErrorText(open->error)));
+                const std::string text =
+                    TextOf(index->second, fmt::format(", which could not be opened: {}", ErrorText(open->error)));
                 Raise(text, notes, RemedyFor(open->error, kReconnect));
             }
         } else if (const auto* control = record.As<call::Control>()) {
@@ -111,11 +112,10 @@ class WalkRule final : public FindingRule {
         }
     }
 
-    static void EndsAt(std::uint32_t index, const std::string& why, Notes& notes) { Raise(TextOf(index, why), notes); }
+    static void EndsAt(std::uint32_t index, const std::string& why, Notes& notes) { Raise(TextOf(index, ": " + why), notes); }
     static std::string TextOf(std::uint32_t index, const std::string& why)
     {
-        return fmt::format("the walk over the disk devices ended at entry {}: {}; this disk and those after it are missing", index,
-                           why);
+        return fmt::format("the list of disk devices ended at entry {}{}; this disk and those after it are missing", index, why);
     }
     static constexpr const char* kReconnect = "reconnect or remove that device, or update its driver";
     static constexpr const char* kRestart = "restart the computer, or update the drivers of its disk controllers";
