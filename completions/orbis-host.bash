@@ -1,6 +1,7 @@
 # Completion of orbis-host for bash: source this file, or put it where bash-completion looks.
 _orbis_host() {
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} choices=
+    [[ $word == -* ]] && before=  # no file's name
     case $before in
         --format)
             case ${COMP_WORDS[1]} in
@@ -10,7 +11,7 @@ _orbis_host() {
         --log-to) choices="journald eventlog" ;;
         --log-level) choices="trace debug info warning error off" ;;
         --machine | --plugin | --output | --baseline | --state | record | validate | show) compopt -o filenames; mapfile -t COMPREPLY < <(compgen -f -- "$word"); return ;;
-        --watch | --count | --deadline | --item | --only-when-rising) return ;;
+        --watch | --count | --seconds | --deadline | --item | --only-when-rising) return ;;
         *)
             case ${COMP_WORDS[1]} in
                 collect) choices="all PhysicalDiskStaticInfo PhysicalDiskDynamicInfo SmartStaticInfo SmartDynamicInfo SmartNvmeInfo
@@ -21,8 +22,13 @@ _orbis_host() {
                 report) choices="--output --baseline --with-identifiers --machine --log-level --deadline --plugin --help" ;;
                 describe) choices="--plugin --help" ;;
                 metrics) choices="--output --item --machine --log-level --deadline --plugin --help" ;;
-                machine) choices="record validate show --machine --seconds --deadline --with-identifiers --help" ;;
-                help) choices="describe collect metrics health explain report machine" ;;
+                machine)
+                    case ${COMP_WORDS[2]} in
+                        record) choices="--machine --seconds --with-identifiers --log-level --deadline --plugin --help" ;;
+                        validate | show) choices=--help ;;
+                        *) choices="record validate show --help" ;;
+                    esac ;;
+                help) choices="describe collect metrics health explain report machine version" ;;
                 *) choices="describe collect metrics health explain report machine help version --help --version" ;;
             esac ;;
     esac
