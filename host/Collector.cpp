@@ -144,7 +144,11 @@ std::vector<Finding> Collector::ReportFindings()
     std::vector<Finding> findings = m_Machine.TakeFindings();
     const bool isExplained = IsExplained(datatypes::PhysicalDiskDynamicInfo::descriptor()->name());
     m_Log->Drop([&](std::string_view error) { return isExplained && error.find("HRESULT 0x") != std::string_view::npos; });
+    const std::string without = TakeDisksWithoutLetter();
     m_Log->Flush();
+    if (!without.empty()) {
+        Say(without);
+    }
     const Finding* lastDenied = nullptr;  // one line for all refusals
     std::string denied;
     for (const Finding& finding : findings) {
@@ -168,6 +172,35 @@ std::vector<Finding> Collector::ReportFindings()
     }
     findings.insert(findings.end(), m_ReportedFailures.begin(), m_ReportedFailures.end());
     return findings;
+}
+
+std::string Collector::TakeDisksWithoutLetter()
+{
+    constexpr std::string_view kBefore = "GetDynamicDiskData: the \"";
+    constexpr std::string_view kAfter = "\" name is invalid, skipping to the next one.";
+    std::string names;
+    std::size_t count = 0;
+    m_Log->Drop([&](std::string_view line) {
+        // The name of a disk without letters is its number alone.
+        if (!line.starts_with(kBefore) || !line.ends_with(kAfter)) {
+            return false;
+        }
+        std::uint32_t number = 0;
+        const char* const end = line.data() + line.size() - kAfter.size();
+        const auto [rest, error] = std::from_chars(line.data() + kBefore.size(), end, number);
+        if (error != std::errc() || rest != end) {
+            return false;
+        }
+        if (m_WithoutLetter.insert(number).second) {
+            names += fmt::format("{}DISK{}", names.empty() ? "" : ", ", number);
+            ++count;
+        }
+        return true;
+    });
+    return names.empty()
+               ? names
+               : fmt::format("{} {} no drive letter and {} not in PhysicalDiskDynamicInfo; give a partition of {} a letter", names,
+                             count == 1 ? "has" : "have", count == 1 ? "is" : "are", count == 1 ? "it" : "each");
 }
 
 bool Collector::IsExplained(const std::string& datatype) const

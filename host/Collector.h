@@ -59,6 +59,8 @@ public:
 private:
     [[nodiscard]] CollectedDatatype CollectOne(const border::Operation& operation);
     void ReportFailure(const std::string& datatype, const border::HostException& exception);
+    // Takes the log lines of disks without a drive letter out of the log, and gives a text for those that are new.
+    [[nodiscard]] std::string TakeDisksWithoutLetter();
     // Whether a finding that holds says what ended the collection of a datatype, or cost it a disk.
     [[nodiscard]] bool IsExplained(const std::string& datatype) const;
     void LearnIdentities();
@@ -74,7 +76,8 @@ private:
     std::vector<Finding> m_Failures;
     std::vector<Finding> m_ReportedFailures;  // of the pass that ended last
     bool m_HasFailed = false;
-    std::set<std::string> m_Identified;  // item ids whose identity was looked for
+    std::set<std::uint32_t> m_WithoutLetter;  // disks that were told of
+    std::set<std::string> m_Identified;       // item ids whose identity was looked for
     bool m_HasIdentities = false;
 };
 

@@ -69,13 +69,13 @@ public:
 
     void Flush() override
     {
-        for (const HeldBack& error : std::exchange(m_HeldBack, {})) {
-            Write(spdlog::level::err, error.message, error.from);
+        for (const Line& line : std::exchange(m_HeldBack, {})) {
+            Write(line);
         }
     }
     void Drop(const std::function<bool(std::string_view message)>& isSaid) override
     {
-        std::erase_if(m_HeldBack, [&](const HeldBack& error) { return isSaid(error.message); });
+        std::erase_if(m_HeldBack, [&](const Line& line) { return isSaid(line.message); });
     }
 
     IZelLog& Error(std::string_view message, std::int32_t line, std::string_view file, std::string_view function) override
@@ -112,31 +112,31 @@ private:
                  std::string_view function)
     {
         if (m_Logger.should_log(level)) {
-            std::string from = fmt::format("[{}:{} {}]", file, line, function);
-            if (m_HoldsBack && level == spdlog::level::err) {
-                m_HeldBack.push_back({std::string(message), std::move(from)});
-            } else {
+            m_HeldBack.push_back(
+                {spdlog::log_clock::now(), level, std::string(message), fmt::format("[{}:{} {}]", file, line, function)});
+            if (!m_HoldsBack) {
                 Flush();
-                Write(level, std::string(message), from);
             }
         }
         return *this;
     }
 
-    void Write(spdlog::level::level_enum level, const std::string& message, const std::string& from)
+    struct Line {
+        spdlog::log_clock::time_point time;
+        spdlog::level::level_enum level;
+        std::string message;
+        std::string from;
+    };
+    void Write(const Line& line)
     {
-        const std::string printable = Printable(message);
+        const std::string printable = Printable(line.message);
         ClearProgress();
-        m_Logger.log(level, "{}  {}", WantsAscii() ? Ascii(printable) : printable, from);
+        m_Logger.log(line.time, spdlog::source_loc{}, line.level, (WantsAscii() ? Ascii(printable) : printable) + "  " + line.from);
     }
 
     spdlog::logger m_Logger;
     const bool m_HoldsBack;
-    struct HeldBack {
-        std::string message;
-        std::string from;
-    };
-    std::vector<HeldBack> m_HeldBack;
+    std::vector<Line> m_HeldBack;
 };
 
 }  // namespace
