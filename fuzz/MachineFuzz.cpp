@@ -12,6 +12,6 @@ void orbis::fuzz::Machine(Bytes input)
         (void)orbis::simulated::ParseMachine(text);
         (void)orbis::simulated::ShowMachine(text);
     } catch (const orbis::simulated::MachineFileError& error) {
-        Require(!error.File().empty() && !error.What().message.empty(), "an error names its file and what is wrong");
+        Require(!error.What().file.empty() && !error.What().message.empty(), "an error names its file and what is wrong");
     }
 }

@@ -1,56 +1,30 @@
 #include "Bytes.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
+#include <charconv>
+#include <system_error>
 
 namespace orbis::simulated {
 namespace {
 
-bool IsBlank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
-
-std::optional<unsigned> HexDigit(char c)
+// Elements of hexadecimal digits, as many as each holds; blanks may stand between elements, not inside one.
+template <class Elements>
+std::optional<Elements> ParseElements(std::string_view hex)
 {
-    if (c >= '0' && c <= '9') {
-        return static_cast<unsigned>(c - '0');
-    }
-    if (c >= 'a' && c <= 'f') {
-        return static_cast<unsigned>(c - 'a') + 10;
-    }
-    if (c >= 'A' && c <= 'F') {
-        return static_cast<unsigned>(c - 'A') + 10;
-    }
-    return std::nullopt;
-}
-
-// Values of groups of `width` hexadecimal digits; blanks may stand between groups, not inside one.
-std::optional<std::vector<std::uint32_t>> ParseGroups(std::string_view hex, std::size_t width)
-{
-    std::vector<std::uint32_t> groups;
-    for (std::size_t at = 0; at < hex.size();) {
-        if (IsBlank(hex[at])) {
-            ++at;
-            continue;
+    constexpr std::size_t kDigits = 2 * sizeof(typename Elements::value_type);
+    for (Elements elements;;) {
+        hex.remove_prefix(std::min(hex.find_first_not_of(" \n\r\t"), hex.size()));
+        if (hex.empty()) {
+            return elements;
         }
         std::uint32_t value = 0;
-        for (std::size_t i = 0; i < width; ++i, ++at) {
-            const std::optional<unsigned> digit = at < hex.size() ? HexDigit(hex[at]) : std::nullopt;
-            if (!digit) {
-                return std::nullopt;
-            }
-            value = value << 4 | *digit;
+        const auto [end, error] = std::from_chars(hex.data(), hex.data() + std::min(kDigits, hex.size()), value, 16);
+        if (error != std::errc() || end != hex.data() + kDigits) {
+            return std::nullopt;
         }
-        groups.push_back(value);
+        elements.push_back(static_cast<typename Elements::value_type>(value));
+        hex.remove_prefix(kDigits);
     }
-    return groups;
-}
-
-void LayOver(ByteVector& page, std::size_t offset, ByteSpan bytes)
-{
-    if (page.size() < offset + bytes.size()) {
-        page.resize(offset + bytes.size());
-    }
-    std::copy(bytes.begin(), bytes.end(), page.begin() + static_cast<std::ptrdiff_t>(offset));
 }
 
 ByteVector HexThenRaw(std::string_view hex, std::string_view raw)
@@ -62,29 +36,13 @@ ByteVector HexThenRaw(std::string_view hex, std::string_view raw)
 
 }  // namespace
 
-std::optional<ByteVector> ParseHex(std::string_view hex)
-{
-    const auto groups = ParseGroups(hex, 2);
-    if (!groups) {
-        return std::nullopt;
-    }
-    ByteVector bytes;
-    bytes.reserve(groups->size());
-    std::transform(groups->begin(), groups->end(), std::back_inserter(bytes),
-                   [](auto group) { return static_cast<std::uint8_t>(group); });
-    return bytes;
-}
+std::optional<ByteVector> ParseHex(std::string_view hex) { return ParseElements<ByteVector>(hex); }
+std::optional<std::u16string> ParseUtf16Hex(std::string_view hex) { return ParseElements<std::u16string>(hex); }
 
-std::optional<std::u16string> ParseUtf16Hex(std::string_view hex)
+void LayOver(ByteVector& page, std::size_t offset, ByteSpan bytes)
 {
-    const auto groups = ParseGroups(hex, 4);
-    if (!groups) {
-        return std::nullopt;
-    }
-    std::u16string text;
-    std::transform(groups->begin(), groups->end(), std::back_inserter(text),
-                   [](auto group) { return static_cast<char16_t>(group); });
-    return text;
+    page.resize(std::max(page.size(), offset + bytes.size()));
+    std::copy(bytes.begin(), bytes.end(), page.begin() + static_cast<std::ptrdiff_t>(offset));
 }
 
 void ApplyPatches(ByteVector& page, const Patches& patches)

@@ -21,6 +21,8 @@ using ByteSpan = std::span<const std::uint8_t>;
 // UTF-16 units that `hex` stands for, or nothing when it is not groups of four hexadecimal digits.
 [[nodiscard]] std::optional<std::u16string> ParseUtf16Hex(std::string_view hex);
 
+// Lays the bytes over the page, which they lengthen where they reach past its end.
+void LayOver(ByteVector& page, std::size_t offset, ByteSpan bytes);
 using Patches = google::protobuf::RepeatedPtrField<description::Patch>;
 // Lays the patches over the page in order; one that reaches past the end lengthens it.
 void ApplyPatches(ByteVector& page, const Patches& patches);

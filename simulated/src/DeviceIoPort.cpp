@@ -61,12 +61,6 @@ bool TakeUse(ExchangeModel& exchange)
     return false;
 }
 
-void LayOver(ByteVector& bytes, const ByteVector& over)
-{
-    bytes.resize(std::max(bytes.size(), over.size()));
-    std::copy(over.begin(), over.end(), bytes.begin());
-}
-
 void PutByte(ByteVector& bytes, std::size_t offset, std::uint32_t value)
 {
     if (offset < bytes.size()) {
@@ -85,8 +79,8 @@ Reply AnswerExchange(const ExchangeModel& exchange, const Target& target, const 
     if (!wanted.usual() && IsDirect(request.code)) {
         reply.output = request.input;  // the structure goes back as it came
     }
-    LayOver(reply.output, exchange.output);
-    LayOver(reply.data, exchange.data);
+    LayOver(reply.output, 0, exchange.output);
+    LayOver(reply.data, 0, exchange.data);
     if (wanted.has_scsi_status() && request.code == platform::kIoctlScsiPassThroughDirect) {
         PutByte(reply.output, offsetof(platform::ScsiPassThroughDirect, scsiStatus), wanted.scsi_status());
     }

@@ -36,10 +36,6 @@ public:
     ~MachineFileError() override;
 
     [[nodiscard]] const Finding& What() const noexcept { return m_Finding; }
-    [[nodiscard]] const std::string& File() const noexcept { return m_Finding.file; }
-    [[nodiscard]] int Line() const noexcept { return m_Finding.line; }
-    [[nodiscard]] int Column() const noexcept { return m_Finding.column; }
-    [[nodiscard]] const std::string& Field() const noexcept { return m_Finding.field; }
 
 private:
     Finding m_Finding;
