@@ -96,7 +96,7 @@ TEST(MachineFile, FindingsNamePlaceFieldAndWayOut)
             ADD_FAILURE() << "a machine was made";
         } catch (const MachineFileError& error) {
             EXPECT_EQ(error.what(), finding.Text());
-            EXPECT_EQ(std::tuple(error.File(), error.Line(), error.Column(), error.Field()),
+            EXPECT_EQ(std::tuple(error.What().file, error.What().line, error.What().column, error.What().field),
                       std::tuple(finding.file, finding.line, finding.column, finding.field));
         }
     }
@@ -109,7 +109,7 @@ TEST(MachineFile, TheTextOfAFindingIsOneLineThatEditorsUnderstand)
     EXPECT_EQ(findings[0].Text(),
               "machines/x.txtpb:2:3: error: code_page: unknown code page 1; use 65001, 1252, 437, 28591 or 20127");
     EXPECT_EQ(ValidateMachineFile("no-such-file.txtpb").at(0).Text(),
-              "no-such-file.txtpb: error: the machine file cannot be read; name a readable *.txtpb file");
+              "no-such-file.txtpb: error: the machine file cannot be read: No such file or directory; name a readable *.txtpb file");
 }
 
 TEST(MachineFile, OrdinaryExamplesHaveNoFindingsAndTheHostileOneNoErrors)
