@@ -36,6 +36,8 @@ file(WRITE ${WORK}/unnamed.txtpb "wmi_class { name: \"Win32_DiskDrive\" row { pr
                                  "property { name: \"Model\" i4: 1 } } row {} }\n")
 try(4 "PhysicalDiskStaticInfo: 0 disks\n" "list of disk devices is empty; .*\n.*a drive has no id: .*no Index \\(0x80041002\\); .*\n.*drive 3 has no id: the Model .* no text; "
     collect PhysicalDiskStaticInfo --machine ${WORK}/unnamed.txtpb)
+try(4 "^{\"formatVersion\":1,[^\n]*\"findings\":[^\n]*list of disk devices is empty" ""
+    collect PhysicalDiskStaticInfo --machine ${WORK}/unnamed.txtpb --format jsonl)
 # Views of what can be odd; their ordinary look is in tests/golden.
 try(4 "999999986.99 +inf.*No SMART values \\(the drive reports none\\): \\(no id\\).*READ ONLY, backup failed.*174224571863520444416.00 YB.*SMART9\n.*\\\\x81 \\\\x08.*not reported"
     "" collect all --machine hostile.txtpb --log-level off)
@@ -145,6 +147,16 @@ if(EXISTS /dev/full AND NOT emulator)
             math(EXPR failures "${failures} + 1")
         endif()
     endforeach()
+endif()
+
+# A pipe that is named as a file is written to, and stays a pipe.
+if(UNIX AND NOT emulator)
+    execute_process(COMMAND sh -c "rm -f pipe; mkfifo pipe; timeout 9 cat pipe & '${HOST}' metrics --machine '${SOURCE}/machines/empty.txtpb' --output pipe; test -p pipe"
+                    WORKING_DIRECTORY ${WORK} OUTPUT_VARIABLE printed RESULT_VARIABLE got)
+    if(NOT got EQUAL 0 OR NOT printed MATCHES "orbis_host_info")
+        message("metrics --output pipe\n  ended with ${got}\n  printed: ${printed}")
+        math(EXPR failures "${failures} + 1")
+    endif()
 endif()
 
 # What the help says is in the manual page and in the completions too.

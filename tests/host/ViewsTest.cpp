@@ -10,6 +10,7 @@
 #include "Table.h"
 #include "Text.h"
 #include "insight/Explanation.h"
+#include "orbis/host/collected_item.pb.h"
 #include "views/HealthView.h"
 #include "views/LiveView.h"
 #include "views/Units.h"
@@ -208,6 +209,10 @@ TEST(FormatsTest, AnItemWithoutAMessageIsNoEmptyMessage)
         R"({"datatype":"PhysicalDiskStaticInfo","itemId":"Disk_2","collectionTime":"1970-01-01T00:00:00Z","data":{}})"
         "\n]\n");
     EXPECT_NE(Render(results, Format::Table, context).find("(no data)"), std::string::npos);
+    const std::string binary = Render(results, Format::Binary, context);
+    CollectedItem first;  // behind its length
+    ASSERT_TRUE(first.ParseFromArray(binary.data() + 1, binary[0]));
+    EXPECT_EQ(first.collection_time().nanos(), 500'000'000);
     EXPECT_EQ(NewMessage("veyra.orbis.datatypes.None"), nullptr);
 }
 
