@@ -7,13 +7,11 @@
 
 #include <gmock/gmock.h>
 #include <google/protobuf/arena.h>
-#include <google/protobuf/util/json_util.h>
 
 #include "FakeSondix.h"
 #include "MachineInForce.h"
 #include "NvmeDataGetter.h"
 #include "NvmeMapping.h"
-#include "platform/Text.h"
 
 namespace Veyra::Orbis::Plugins {
 namespace {
@@ -232,35 +230,6 @@ TEST_F(NvmeMappingTest, CountersAndTemperatures)
     EXPECT_EQ(customized.maximum_temperature().value(), 4294967291U);
     EXPECT_EQ(customized.total_data_written_by_controller().size(), 16U);
     EXPECT_EQ(customized.total_data_written_by_controller_approximate().value(), 0x1p121);
-}
-
-TEST_F(NvmeMappingTest, TextsAreTrimmedEndAtAZeroAndAreAlwaysUtf8)
-{
-    auto& bytes = m_Drive.bytes;
-    bytes["IIdentifyControllerData::SN"] = "ABC123XYZ           ";
-    bytes["IIdentifyControllerData::MN"] = "Two\0parts"s;
-    EXPECT_EQ(Identify().serial_number(), "ABC123XYZ");
-    EXPECT_EQ(Identify().model_number(), "Two");
-
-    bytes["IIdentifyControllerData::SN"] = "\xFF\xFE\x80\xC3(\xE2\x82\xF0";
-    bytes["IIdentifyControllerData::MN"] = "\xED\xA0\x80\xED\xB0\x80!!";  // surrogates are no UTF-8
-    bytes["IIdentifyControllerData::FR"] = "FR\xC0\x80";                  // nor is a long zero
-    bytes["IIdentifyControllerData::SUBNQN"] = std::string(256, '\xC3');
-    bytes["ICustomizedControllerData::EPPID"] = std::string(32, '\xF5');
-    bytes["ICustomizedControllerData::ComponentId"] = "\xF4\x90\x80\x80";  // beyond the last code point
-    const auto& message = Identify();
-    const auto& customized = message.customized_controller_data();
-    for (const auto* text : {&message.serial_number(), &message.model_number(), &message.firmware_revision(),
-                             &message.nvm_subsystem_nvme_qualified_name(), &customized.eppid(), &customized.component_id()}) {
-        EXPECT_NE(text->find("\uFFFD"), std::string::npos);
-        EXPECT_EQ(*text, orbis::platform::ValidUtf8(*text));
-    }
-    std::string json;
-    ASSERT_TRUE(google::protobuf::util::MessageToJsonString(message, &json).ok());
-    EXPECT_EQ(json, orbis::platform::ValidUtf8(json));
-    datatypes::NvmeIdentifyControllerData read;
-    EXPECT_TRUE(google::protobuf::util::JsonStringToMessage(json, &read).ok());
-    EXPECT_EQ(read.SerializeAsString(), message.SerializeAsString());
 }
 
 }  // namespace
