@@ -24,7 +24,7 @@ _orbis_host() {
                 metrics) choices="--output --item --machine --log-level --deadline --plugin --help" ;;
                 machine)
                     case ${COMP_WORDS[2]} in
-                        record) choices="--machine --seconds --with-identifiers --log-level --deadline --plugin --help" ;;
+                        record) choices="--machine --seconds --format --with-identifiers --log-level --deadline --plugin --help" ;;
                         validate | show) choices=--help ;;
                         *) choices="record validate show --help" ;;
                     esac ;;

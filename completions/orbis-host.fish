@@ -23,7 +23,7 @@ complete -c orbis-host -n "__fish_seen_subcommand_from health" -l rules -d 'Show
 complete -c orbis-host -n "__fish_seen_subcommand_from collect explain" -a "$datatypes"
 complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics health explain" -x -l item -d 'Only this disk: item id, DISK0, number, serial number, C: or /dev/nvme0'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics health explain report" -r -F -l machine -d 'Collect from the simulated machine of this file'
-complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l format -a 'table json jsonl text binary'
+complete -c orbis-host -n "__fish_seen_subcommand_from collect record" -x -l format -a 'table json jsonl text binary'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics health explain report record" -x -l deadline -d 'Leave out a disk that does not answer within so many seconds'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics health explain report record" -x -l log-level -a 'trace debug info warning error off'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l watch -d 'Collect again every so many seconds'

@@ -363,12 +363,17 @@ private:
         CLI::App& machine = *m_App.add_subcommand("machine", "Record a machine, and look at files that describe machines");
         CLI::App& record = AddCommand(machine, "record", "Collect everything once and write what the machine answered", [this] {
             m_Record.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
-            return WithinDeadline(m_Record.source, 0, false, [this] { return RecordMachine(m_Record); });
+            if (!m_RecordFormat.empty()) {
+                m_Record.format = ValueOf(kFormats, m_RecordFormat, "format");
+            }
+            return WithinDeadline(m_Record.source, 0, false, [this] { return RecordMachine(m_Record, m_Output); });
         });
         record.footer("The file is a machine file: --machine FILE replays it anywhere. docs/RECORDING.md says what is in it.\n\n" +
                       ExitStatusFooter());
         AddFile(record, "FILE", m_Record.file, "The machine file to write (*.txtpb)").required();
         AddFile(record, "--machine", m_Record.source.machine, "Record the simulated machine of this file");
+        record.add_option("--format", m_RecordFormat, "Print what was collected, too, in a format of collect")
+            ->option_text("FORMAT");
         record.add_option("--seconds", m_Record.seconds, "Let counters run so many seconds (2)")
             ->check(Between(0.1, 3600.0))
             ->option_text("N");
@@ -483,6 +488,7 @@ private:
     CollectOptions m_Collect;
     MetricsOptions m_Metrics;
     RecordOptions m_Record;
+    std::string m_RecordFormat;
     HealthOptions m_Health;
     std::string m_LogTo;
     bool m_ShowRules = false;

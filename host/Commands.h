@@ -65,7 +65,8 @@ struct ReportOptions {
 struct RecordOptions {
     SourceOptions source;
     std::filesystem::path file;
-    double seconds = 2;  // in which counters run
+    double seconds = 2;            // in which counters run
+    std::optional<Format> format;  // print what was collected, too
     bool withIdentifiers = false;
 };
 
@@ -77,7 +78,7 @@ struct RecordOptions {
 [[nodiscard]] int ShowHealthRules(Output& output);
 [[nodiscard]] int Explain(const ExplainOptions& options, Output& output);
 [[nodiscard]] int Report(const ReportOptions& options);
-[[nodiscard]] int RecordMachine(const RecordOptions& options);
+[[nodiscard]] int RecordMachine(const RecordOptions& options, Output& output);
 [[nodiscard]] int ValidateMachineFiles(const std::vector<std::filesystem::path>& files, Output& output);
 [[nodiscard]] int ShowMachineFile(const std::filesystem::path& file, Output& output);
 

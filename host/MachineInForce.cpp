@@ -6,6 +6,7 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <iterator>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -210,16 +211,27 @@ void MachineInForce::Describe(insight::Recording& recording) const
     recording.set_elevated(IsElevated());
 }
 
+std::vector<insight::Finding> MachineInForce::MissingAnswers() const
+{
+    std::vector<insight::Finding> findings;
+    for (const std::string& request : m_Simulated != nullptr ? NotRecorded(*m_Simulated) : std::vector<std::string>()) {
+        findings.push_back({"not-recorded",
+                            request,
+                            "the recording has no answer to " + request,
+                            "collect in the order of a whole `orbis-host collect`, or record the machine again",
+                            {}});
+    }
+    return findings;
+}
+
 std::vector<insight::Finding> MachineInForce::TakeFindings()
 {
     m_Findings.Read(m_Journal->Take());
     std::vector<insight::Finding> findings = Advised(m_Findings.EndPass());
-    for (const std::string& request : m_Simulated != nullptr ? NotRecorded(*m_Simulated) : std::vector<std::string>()) {
-        findings.push_back({"not-recorded",
-                            {},
-                            "the recording has no answer to " + request,
-                            "collect in the order of a whole `orbis-host collect`, or record the machine again",
-                            {}});
+    for (insight::Finding& finding : MissingAnswers()) {
+        if (m_ReportedMissing.insert(finding.subject).second) {
+            findings.push_back(std::move(finding));
+        }
     }
     if (m_Guard != nullptr) {
         std::vector<insight::Finding> late = m_Guard->TakeFindings();
@@ -231,6 +243,7 @@ std::vector<insight::Finding> MachineInForce::TakeFindings()
 std::vector<insight::Finding> MachineInForce::CurrentFindings() const
 {
     std::vector<insight::Finding> findings = Advised(m_Findings.Current());
+    std::ranges::move(MissingAnswers(), std::back_inserter(findings));
     if (m_Guard != nullptr) {
         std::vector<insight::Finding> late = m_Guard->Findings();
         findings.insert(findings.begin(), late.begin(), late.end());

@@ -5,6 +5,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -55,6 +56,8 @@ private:
     // The decorators of a supervised process; null in a process that may wait without limit.
     struct Guard;
 
+    // Requests that a recording lacks.
+    [[nodiscard]] std::vector<insight::Finding> MissingAnswers() const;
     void Advance(double seconds);
 
     std::string m_Name;
@@ -62,6 +65,7 @@ private:
     std::unique_ptr<Guard> m_Guard;
     std::unique_ptr<insight::Journal> m_Journal;
     insight::Findings m_Findings;
+    std::set<std::string> m_ReportedMissing;
     std::unique_ptr<DiskWatch> m_Disks;
 };
 

@@ -1,10 +1,14 @@
 #include <fmt/format.h>
 #include <google/protobuf/text_format.h>
 
+#include <algorithm>
+#include <iterator>
 #include <stdexcept>
+#include <vector>
 
 #include "Collector.h"
 #include "Commands.h"
+#include "Formats.h"
 #include "MachineInForce.h"
 #include "PluginFile.h"
 #include "Progress.h"
@@ -13,6 +17,7 @@
 #include "Version.h"
 #include "WholeFile.h"
 #include "insight/Recording.h"
+#include "platform/Time.h"
 
 namespace orbis::host {
 namespace {
@@ -31,7 +36,7 @@ std::string MachineFile(const insight::Recording& recording)
 
 }  // namespace
 
-int RecordMachine(const RecordOptions& options)
+int RecordMachine(const RecordOptions& options, Output& output)
 {
     Progress progress;
     MachineInForce machine(options.source.machine);
@@ -39,10 +44,11 @@ int RecordMachine(const RecordOptions& options)
     progress.Show(fmt::format("letting counters run for {} s", options.seconds));
     machine.LetRatesBuildUp(options.seconds);
     int status = kExitOk;
+    std::vector<CollectedDatatype> results;
     try {
         for (const border::Operation& operation : collector.Choose({})) {
             progress.Show("recording " + ShortName(operation.datatype));
-            (void)collector.Collect({operation});
+            std::ranges::move(collector.Collect({operation}), std::back_inserter(results));
         }
         insight::Recording recording = insight::MakeRecording(machine.TakeCalls());
         machine.Describe(recording);
@@ -55,10 +61,14 @@ int RecordMachine(const RecordOptions& options)
         WriteWholeFile(options.file, MachineFile(recording));
     } catch (const std::runtime_error& error) {
         progress.Clear();
-        Say(error.what());
+        Say(fmt::format("nothing was written: {}", error.what()));
         status = kExitOutputLost;
     }
     progress.Clear();
+    if (options.format) {
+        const auto now = platform::Time::Current().UtcNow();
+        output.Write(Render(results, *options.format, {collector.KnownDisks(), output.GetStyle(), machine.Name(), now, {}}));
+    }
     status = Graver(status, collector.ReportFindings().empty() ? kExitOk : kExitIncomplete);
     return collector.HasFailed() ? Graver(status, kExitCollectionFailed) : status;
 }

@@ -1,11 +1,15 @@
 #include "RecordedTape.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstring>
+#include <utility>
 
 #include <fmt/format.h>
 
 #include "emulated/Wql.h"
+#include "platform/Requests.h"
 
 namespace orbis::simulated {
 
@@ -88,8 +92,19 @@ std::vector<std::string> Tape::Missing() const
 
 std::string KeyOf(const RecordedCall& call)
 {
+    // A request is the same with another time-out: a host with a deadline shortens them.
+    constexpr std::array<std::pair<std::uint32_t, std::size_t>, 3> kTimeOuts{
+        {{platform::kIoctlAtaPassThroughDirect, offsetof(platform::AtaPassThroughDirect, timeOutValue)},
+         {platform::kIoctlScsiPassThroughDirect, offsetof(platform::ScsiPassThroughDirect, timeOutValue)},
+         {platform::kIoctlStorageProtocolCommand, offsetof(platform::StorageProtocolCommandHead, timeOutValue)}}};
+    std::string request = call.request();
+    for (const auto& [code, at] : kTimeOuts) {
+        if (call.code() == code && request.size() >= at + sizeof(std::uint32_t)) {
+            request.replace(at, sizeof(std::uint32_t), sizeof(std::uint32_t), '\0');
+        }
+    }
     return fmt::format("{}\n{:x} {:x} {:x} {}\n{}{}", call.operation(), call.access(), call.code(), call.room(),
-                       call.subject().size(), call.subject(), call.request());
+                       call.subject().size(), call.subject(), request);
 }
 
 RecordedCall Asked(const char* operation, std::string subject, std::uint32_t access, std::uint32_t code, std::string request,

@@ -101,6 +101,25 @@ try(2 "" "Nicht da データ.txtpb: error: " machine validate "${WORK}/Nicht da 
 try(0 "workstation.txtpb: ok\n" "" machine validate workstation.txtpb empty.txtpb)
 try(2 "" "odd.txtpb:2:.*disk.1..number" machine validate ${WORK}/odd.txtpb)
 try(0 "disk 0: NVMe" "" machine show laptop-arm64.txtpb)
+# A recording replays what it printed. What it lacks is never "not found", and is said once.
+try(0 "SmartNvmeInfo: 1 disk\n" "^$" machine record ${WORK}/recorded.txtpb --with-identifiers --machine laptop-arm64.txtpb --format table)
+try(0 "DISK0 Lexar SSD NM790 4TB" "^$" health --machine ${WORK}/recorded.txtpb)
+file(READ ${WORK}/recorded.txtpb recorded)
+string(REPLACE "MSFT_PhysicalDisk" "MSFT_Other" recorded "${recorded}")
+file(WRITE ${WORK}/lacking.txtpb "${recorded}")
+try(4 "PhysicalDiskStaticInfo: 1 disk" "^orbis-host: the recording has no answer to Wmi::ExecQuery [^\n]*MSFT_PhysicalDisk; [^\n]*\n$"
+    collect PhysicalDiskStaticInfo --machine ${WORK}/lacking.txtpb --watch 0.1 --count 3 --log-level off)
+# A recording with a gap, or that finds no room, is no file.
+file(REMOVE ${WORK}/recorded.txtpb)
+string(REPEAT "partition { size: 1000000 } " 20 partitions)
+file(WRITE ${WORK}/long.txtpb "firmware_table { provider: \"RSMB\" content { hex: \"00030000000000407f0400000000\" size: 4000000 } }\n"
+                              "disk { number: 0 kind: NVME size: 1000000000 gpt { ${partitions} } }\n")
+try(5 "^$" "nothing was written: the journal is full" machine record ${WORK}/recorded.txtpb --machine ${WORK}/long.txtpb)
+try(5 "^$" "recorded.txtpb could not be written" machine record ${WORK}/no-folder/recorded.txtpb --machine laptop-arm64.txtpb)
+if(EXISTS ${WORK}/recorded.txtpb)
+    message("a recording with a gap was written")
+    math(EXPR failures "${failures} + 1")
+endif()
 try(2 "" "wrong.txtpb:3:" machine show ${WORK}/wrong.txtpb)
 try(3 "^$" "no-such-plugin.so: ([A-Z][a-z ]+ .Windows error 126.|.*No such file).*--plugin FILE" collect --plugin ${WORK}/no-such-plugin.so)
 try(0 "Usage: orbis-host" "^$")

@@ -54,7 +54,7 @@ public:
         ReplaceEverywhere();
         ForEachText(m_Recording, [this](const google::protobuf::FieldDescriptor&, const std::string& content) {
             if (m_Pseudonyms.IsFoundIn(content)) {
-                throw std::runtime_error("an identifier of this machine is still in the recording; nothing was written");
+                throw std::runtime_error("an identifier of this machine is still in the recording");
             }
         });
     }
