@@ -15,13 +15,13 @@ _orbis_host() {
         *)
             case ${COMP_WORDS[1]} in
                 collect) choices="all PhysicalDiskStaticInfo PhysicalDiskDynamicInfo SmartStaticInfo SmartDynamicInfo SmartNvmeInfo
-                    NvmeIdentifyControllerData --item --machine --format --log-level --deadline --watch --count --plugin --help" ;;
-                health) choices="--format --baseline --only-when-rising --state --log-to --rules --item --machine --log-level --deadline --plugin --help" ;;
+                    NvmeIdentifyControllerData --item --machine --format --log-level --deadline --skip-sleeping --no-skip-sleeping --watch --count --plugin --help" ;;
+                health) choices="--format --baseline --only-when-rising --state --log-to --rules --item --machine --log-level --deadline --skip-sleeping --no-skip-sleeping --plugin --help" ;;
                 explain) choices="all PhysicalDiskStaticInfo PhysicalDiskDynamicInfo SmartStaticInfo SmartDynamicInfo SmartNvmeInfo
-                    NvmeIdentifyControllerData --item --machine --format --log-level --deadline --plugin --help" ;;
-                report) choices="--output --baseline --with-identifiers --machine --log-level --deadline --plugin --help" ;;
+                    NvmeIdentifyControllerData --item --machine --format --log-level --deadline --skip-sleeping --no-skip-sleeping --plugin --help" ;;
+                report) choices="--output --baseline --with-identifiers --machine --log-level --deadline --skip-sleeping --no-skip-sleeping --plugin --help" ;;
                 describe) choices="--plugin --help" ;;
-                metrics) choices="--output --item --machine --log-level --deadline --plugin --help" ;;
+                metrics) choices="--output --item --machine --log-level --deadline --skip-sleeping --no-skip-sleeping --plugin --help" ;;
                 machine)
                     case ${COMP_WORDS[2]} in
                         record) choices="--machine --seconds --format --with-identifiers --log-level --deadline --plugin --help" ;;

@@ -25,6 +25,8 @@ complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics health ex
 complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics health explain report" -r -F -l machine -d 'Collect from the simulated machine of this file'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect record" -x -l format -a 'table json jsonl text binary'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics health explain report record" -x -l deadline -d 'Leave out a disk that does not answer within so many seconds'
+complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics health explain report" -l skip-sleeping -d 'Leave out disks that are asleep'
+complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics health explain report" -l no-skip-sleeping -d 'Ask them like the others'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect metrics health explain report record" -x -l log-level -a 'trace debug info warning error off'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l watch -d 'Collect again every so many seconds'
 complete -c orbis-host -n "__fish_seen_subcommand_from collect" -x -l count -d 'End a watch after so many passes'

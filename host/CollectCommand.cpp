@@ -1,5 +1,8 @@
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <cstdint>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -8,6 +11,7 @@
 #include "LastAnswers.h"
 #include "MachineInForce.h"
 #include "PluginFile.h"
+#include "Say.h"
 #include "Supervised.h"
 #include "Terminal.h"
 #include "platform/Time.h"
@@ -54,7 +58,7 @@ std::string Redrawn(const std::string& text)
 int Collect(const CollectOptions& options, Output& output)
 {
     // In force before the plug-in is loaded, and for longer than its object lives.
-    MachineInForce machine(options.source.machine);
+    MachineInForce machine(options.source.machine, options.source.skipSleeping.value_or(false));
     Collector collector(machine, options.source.plugin, options.source.logLevel);
     const std::vector<border::Operation> operations = collector.Choose(options.datatypes);
 
@@ -74,15 +78,27 @@ int Collect(const CollectOptions& options, Output& output)
 
     int status = kExitOk;
     LiveView live;
+    AnswerStore store;
+    std::set<std::uint32_t> told;  // disks that were said to be asleep
     std::vector<std::string> selected;
     for (std::uint32_t pass = 1; !IsInterrupted() && !output.IsLost(); ++pass) {
         if (supervised != nullptr && pass > 1) {
             supervised->BeginPass();
         }
+        if (pass > 1 && machine.BeginPass()) {
+            collector.Renew();
+            collector.LetRatesBuildUp(operations);
+        }
         std::vector<CollectedDatatype> results = collector.Collect(operations);
-        const std::vector<LastAnswer> answers =
-            supervised != nullptr ? AnswersOf(results, collector.KnownDisks()) : std::vector<LastAnswer>{};
-        const std::string late = isWatch && options.format == Format::Table ? AddLastAnswers(results, collector, machine) : "";
+        const std::vector<LastAnswer> answers = isWatch ? AnswersOf(results, collector.KnownDisks()) : std::vector<LastAnswer>{};
+        store.Keep(answers);
+        const std::string late = isWatch && options.format == Format::Table ? store.AddTo(results, collector, machine) : "";
+        for (const Disk& disk : isWatch&& options.format == Format::Table ? std::vector<Disk>{} : machine.Asleep()) {
+            if (told.insert(*disk.number).second) {
+                Say(fmt::format("DISK{} {}is asleep and left out; --no-skip-sleeping wakes it", *disk.number,
+                                disk.model.empty() ? "" : disk.model + ' '));
+            }
+        }
         if (!options.source.disk.empty()) {
             if (pass == 1) {
                 selected = collector.Select(options.source.disk);

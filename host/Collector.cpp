@@ -275,6 +275,11 @@ void Collector::Learn(const std::vector<CollectedDatatype>& results)
     for (const Disk& disk : m_Machine.Disks().Seen()) {
         m_Disks.Learn(disk);
     }
+    for (const Disk& disk : m_Machine.Asleep()) {
+        if (disk.itemId != "Disk_") {
+            m_Disks.Learn(disk);
+        }
+    }
     for (const CollectedDatatype& result : results) {
         for (const Collected& item : result.items) {
             if (item.message == nullptr || item.itemId == "Disk_") {

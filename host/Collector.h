@@ -34,6 +34,8 @@ public:
     [[nodiscard]] std::vector<border::Operation> Choose(const std::vector<std::string>& datatypes) const;
     // Lets enough time pass for the rates among these; the plug-in took its first sample when it was created.
     void LetRatesBuildUp(const std::vector<border::Operation>& operations);
+    // Makes the plug-in's object anew: one that met a disk goes on looking for its counters.
+    void Renew() { m_Object = m_Plugin.Create(m_Log); }
     // Collects each of them once, all disks. A failure is reported on standard error and sets HasFailed.
     [[nodiscard]] std::vector<CollectedDatatype> Collect(const std::vector<border::Operation>& operations);
     // Reports what was left out of the collections since the last call, and returns it together with the failures.

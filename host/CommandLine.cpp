@@ -206,6 +206,15 @@ private:
         command.add_option("--deadline", source.deadline, kText)->check(Between(0.0, 86400.0))->option_text("SECONDS");
     }
 
+    static void AddSleepOption(CLI::App& command, SourceOptions& source)
+    {
+        command.add_flag_callback(
+            "--skip-sleeping", [&source] { source.skipSleeping = true; },
+            "Leave out disks that are asleep rather than wake them (usual for health, metrics and --watch)");
+        command.add_flag_callback(
+            "--no-skip-sleeping", [&source] { source.skipSleeping = false; }, "Ask them like the others");
+    }
+
     void AddSourceOptions(CLI::App& command, SourceOptions& source)
     {
         command.add_option("--item", source.disk, "Only this disk: an item id, DISK0, a number, a serial number, C: or /dev/nvme0")
@@ -214,6 +223,7 @@ private:
         AddFile(command, "--machine", source.machine, "Collect from the simulated machine of this file");
         command.add_option("--log-level", m_LogLevel, "trace, debug, info, warning, error or off (warning)")->option_text("LEVEL");
         AddDeadlineOption(command, source);
+        AddSleepOption(command, source);
         AddPluginOption(command, source.plugin);
     }
 
@@ -237,6 +247,7 @@ private:
             m_Collect.format = ValueOf(kFormats, m_Format, "format");
             m_Collect.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
             const bool isWatch = m_Collect.watchSeconds > 0;
+            m_Collect.source.skipSleeping = m_Collect.source.skipSleeping.value_or(isWatch);
             return WithinDeadline(m_Collect.source, isWatch ? kUsualDeadline : 0, isWatch,
                                   [this] { return Collect(m_Collect, m_Output); });
         });
@@ -269,6 +280,7 @@ private:
     {
         CLI::App& command = AddCommand(m_App, "metrics", "Collect everything and print it as metrics for Prometheus", [this] {
             m_Metrics.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
+            m_Metrics.source.skipSleeping = m_Metrics.source.skipSleeping.value_or(true);
             return WithinDeadline(m_Metrics.source, kUsualDeadline, false, [this] { return Metrics(m_Metrics, m_Output); });
         });
         command.footer(
@@ -288,6 +300,7 @@ private:
             }
             m_Health.format = ValueOf(kDocumentFormats, m_Format, "format");
             m_Health.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
+            m_Health.source.skipSleeping = m_Health.source.skipSleeping.value_or(true);
             if (!m_LogTo.empty()) {
                 m_Health.logTo = ValueOf(kHealthLogs, m_LogTo, "log");
             }
@@ -295,7 +308,8 @@ private:
         });
         command.footer(
             "FAIL: the disk reports its own failure. WARN: wear, errors or heat. UNKNOWN: it could not be judged.\n"
-            "Nothing is asked of a disk beyond what the collections ask.\n\n"
+            "ASLEEP: it was not woken to be judged; --no-skip-sleeping wakes it.\n"
+            "Nothing is asked of a disk beyond what the collections ask, except whether it is asleep.\n\n"
             "Examples:\n"
             "  orbis-host health\n"
             "  orbis-host health --format json >today.json\n"
@@ -355,6 +369,7 @@ private:
         command.add_flag("--with-identifiers", m_Report.withIdentifiers, "Keep serial numbers, identifiers and names as they are");
         command.add_option("--log-level", m_LogLevel, "trace, debug, info, warning, error or off (warning)")->option_text("LEVEL");
         AddDeadlineOption(command, m_Report.source);
+        AddSleepOption(command, m_Report.source);
         AddPluginOption(command, m_Report.source.plugin);
     }
 

@@ -24,7 +24,8 @@ struct SourceOptions {
     std::filesystem::path machine;  // empty: this machine
     std::string disk;               // empty: every disk
     LogLevel logLevel = LogLevel::Warning;
-    std::optional<double> deadline;  // seconds, 0: none; absent: what is usual for the command
+    std::optional<double> deadline;    // seconds, 0: none; absent: what is usual for the command
+    std::optional<bool> skipSleeping;  // absent: what is usual for the command
 };
 
 struct CollectOptions {

@@ -86,13 +86,16 @@ int StatusOf(const HealthReport& report)
     }
 }
 
-// Compares with the last run, logs each verdict that changed, and keeps this one for the next.
-void UpdateState(const HealthOptions& options, HealthReport report)
+// The report of the last run; empty where none was kept.
+HealthReport ReadState(const HealthOptions& options)
 {
-    HealthReport before;
-    if (std::error_code error; std::filesystem::exists(options.state, error)) {
-        before = ReadHealthReport(options.state);
-    }
+    std::error_code error;
+    return std::filesystem::exists(options.state, error) ? ReadHealthReport(options.state) : HealthReport();
+}
+
+// Compares with the last run, logs each verdict that changed, and keeps this one for the next.
+void UpdateState(const HealthOptions& options, const HealthReport& before, HealthReport report)
+{
     report.clear_gone();
     if (!options.source.disk.empty()) {
         // The other disks were not looked at: they stay as they were.
@@ -128,12 +131,27 @@ HealthReport ReadHealthReport(const std::filesystem::path& file)
     return report;
 }
 
+void AddAsleep(HealthReport& report, const MachineInForce& machine, const HealthReport& earlier)
+{
+    for (const Disk& disk : machine.Asleep()) {
+        insight::DiskHealth health;
+        health.set_number(*disk.number);
+        health.set_model(disk.model);
+        health.set_serial_number(disk.serialNumber);
+        for (const auto& [letter, volume] : disk.letters) {
+            health.add_letter(letter);
+        }
+        insight::AddAsleep(report, health, earlier);
+    }
+}
+
 int Health(const HealthOptions& options, Output& output)
 {
     HealthReport baseline;
     if (!options.baseline.empty()) {
         baseline = ReadHealthReport(options.baseline);  // a wrong file is reported before the disks are asked
     }
+    const HealthReport state = ReadState(options);
     for (const std::string& rule : options.onlyWhenRising) {
         const auto rules = insight::HealthRules();
         const auto found = std::find_if(rules.begin(), rules.end(), [&](const auto& one) { return one.name == rule; });
@@ -144,7 +162,7 @@ int Health(const HealthOptions& options, Output& output)
             throw std::invalid_argument(fmt::format("the rule {} looks at no counter that could rise", rule));
         }
     }
-    MachineInForce machine(options.source.machine);
+    MachineInForce machine(options.source.machine, options.source.skipSleeping.value_or(false));
     Collector collector(machine, options.source.plugin, options.source.logLevel);
     Progress progress;
     for (const border::Operation& operation : collector.Choose(kHealthDatatypes)) {
@@ -160,6 +178,7 @@ int Health(const HealthOptions& options, Output& output)
     const insight::Extract pass = machine.TakeCalls();
     HealthReport report =
         insight::MakeReport(insight::EvidenceOf(pass.records), machine.Name(), platform::Time::Current().UtcNow());
+    AddAsleep(report, machine, state.disk_size() > 0 ? state : baseline);
     if (!options.source.disk.empty()) {
         Keep(report, selected, collector.KnownDisks());
     } else {
@@ -174,7 +193,7 @@ int Health(const HealthOptions& options, Output& output)
         status = Graver(status, kExitIncomplete);
     }
     if (!options.state.empty()) {
-        UpdateState(options, report);
+        UpdateState(options, state, report);
     }
     return collector.HasFailed() ? Graver(status, kExitCollectionFailed) : status;
 }
@@ -187,7 +206,7 @@ int ShowHealthRules(Output& output)
 
 int Explain(const ExplainOptions& options, Output& output)
 {
-    MachineInForce machine(options.source.machine);
+    MachineInForce machine(options.source.machine, options.source.skipSleeping.value_or(false));
     Collector collector(machine, options.source.plugin, options.source.logLevel);
     const std::vector<border::Operation> operations = collector.Choose(options.datatypes);
     if (std::any_of(operations.begin(), operations.end(),

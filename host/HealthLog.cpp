@@ -42,8 +42,9 @@ void LogVerdictChanges(std::shared_ptr<spdlog::sinks::sink> sink, const HealthRe
     for (int at = 0; at < now.disk_size(); ++at) {
         const DiskHealth& disk = now.disk(at);
         const DiskHealth* match = matches[static_cast<std::size_t>(at)];
-        const Verdict earlier = match == nullptr ? insight::OK : match->verdict();
-        if (earlier == disk.verdict()) {
+        const Verdict last = match == nullptr ? insight::OK : insight::LastVerdict(*match);
+        const Verdict earlier = last == insight::VERDICT_UNSPECIFIED ? insight::OK : last;
+        if (earlier == disk.verdict() || disk.verdict() == insight::ASLEEP) {
             continue;
         }
         std::string text =
@@ -54,8 +55,9 @@ void LogVerdictChanges(std::shared_ptr<spdlog::sinks::sink> sink, const HealthRe
         logger.log(LevelOf(disk.verdict()), "{}", text);
     }
     for (const DiskHealth& disk : before.disk()) {
-        if (std::find(matches.begin(), matches.end(), &disk) == matches.end()) {
-            logger.warn("{}: gone, was {}", name(disk), insight::Verdict_Name(disk.verdict()));
+        const Verdict last = insight::LastVerdict(disk);  // unspecified: it was never judged, and cannot be recognised
+        if (std::find(matches.begin(), matches.end(), &disk) == matches.end() && last != insight::VERDICT_UNSPECIFIED) {
+            logger.warn("{}: gone, was {}", name(disk), insight::Verdict_Name(last));
         }
     }
     logger.flush();

@@ -32,37 +32,71 @@ std::vector<LastAnswer> AnswersOf(const std::vector<CollectedDatatype>& results,
     return answers;
 }
 
-std::string AddLastAnswers(std::vector<CollectedDatatype>& results, Collector& collector, const MachineInForce& machine)
+AnswerStore::AnswerStore()
 {
     const Supervised* const supervised = Supervised::Get();
-    std::map<std::uint32_t, double> ages;
-    for (const insight::HiddenDisk& disk : supervised != nullptr ? machine.Hidden() : std::vector<insight::HiddenDisk>{}) {
-        for (const LastAnswer& answer : supervised->Task().last()) {
-            const auto result = std::find_if(results.begin(), results.end(), [&](const CollectedDatatype& one) {
-                return one.datatype == answer.item().datatype();
-            });
-            const std::string& type = answer.item().data().type_url();
-            auto message = NewMessage(type.substr(type.rfind('/') + 1));
-            if (!disk.number || answer.number() != *disk.number || result == results.end() || message == nullptr ||
-                !answer.item().data().UnpackTo(message.get())) {
-                continue;
-            }
-            Disk known;
-            known.itemId = answer.item().item_id();
-            known.number = answer.number();
-            known.model = answer.model();
-            collector.Learn(known);
-            const std::chrono::nanoseconds sinceEpoch(answer.time());
-            result->items.push_back(
-                {known.itemId,
-                 std::chrono::system_clock::time_point(std::chrono::duration_cast<std::chrono::system_clock::duration>(sinceEpoch)),
-                 std::move(message)});
-            ages[*disk.number] = answer.seconds_ago() + supervised->SecondsSinceStart();
+    if (supervised == nullptr) {
+        return;
+    }
+    for (const LastAnswer& answer : supervised->Task().last()) {
+        const std::chrono::duration<double> age(answer.seconds_ago() + supervised->SecondsSinceStart());
+        m_Kept[{answer.item().datatype(), answer.item().item_id()}] = {
+            answer, Clock::now() - std::chrono::duration_cast<Clock::duration>(age)};
+    }
+}
+
+void AnswerStore::Keep(const std::vector<LastAnswer>& answers)
+{
+    for (const LastAnswer& answer : answers) {
+        m_Kept[{answer.item().datatype(), answer.item().item_id()}] = {answer, Clock::now()};
+    }
+}
+
+std::optional<double> AnswerStore::AddAnswersOf(std::uint32_t number, std::vector<CollectedDatatype>& results,
+                                                Collector& collector) const
+{
+    std::optional<double> age;
+    for (const auto& [key, kept] : m_Kept) {
+        const LastAnswer& answer = kept.answer;
+        const auto result = std::find_if(results.begin(), results.end(),
+                                         [&](const CollectedDatatype& one) { return one.datatype == answer.item().datatype(); });
+        const std::string& type = answer.item().data().type_url();
+        auto message = NewMessage(type.substr(type.rfind('/') + 1));
+        if (answer.number() != number || result == results.end() || message == nullptr ||
+            !answer.item().data().UnpackTo(message.get())) {
+            continue;
+        }
+        Disk known;
+        known.itemId = answer.item().item_id();
+        known.number = answer.number();
+        known.model = answer.model();
+        collector.Learn(known);
+        const std::chrono::nanoseconds sinceEpoch(answer.time());
+        result->items.push_back(
+            {known.itemId,
+             std::chrono::system_clock::time_point(std::chrono::duration_cast<std::chrono::system_clock::duration>(sinceEpoch)),
+             std::move(message)});
+        age = std::chrono::duration<double>(Clock::now() - kept.time).count();
+    }
+    return age;
+}
+
+std::string AnswerStore::AddTo(std::vector<CollectedDatatype>& results, Collector& collector, const MachineInForce& machine) const
+{
+    std::map<std::uint32_t, const char*> states;
+    for (const Disk& disk : machine.Asleep()) {
+        states[*disk.number] = "asleep";
+    }
+    for (const insight::HiddenDisk& disk : machine.Hidden()) {
+        if (disk.number) {
+            states[*disk.number] = "no answer";
         }
     }
     std::string text;
-    for (const auto& [number, age] : ages) {
-        text += fmt::format("DISK{}: no answer; its last one, {:.0f} s old, is shown\n", number, age);
+    for (const auto& [number, state] : states) {
+        const auto age = AddAnswersOf(number, results, collector);
+        text += fmt::format("DISK{}: {}; {}\n", number, state,
+                            age ? fmt::format("its last answer, {:.0f} s old, is shown", *age) : "it has not answered before");
     }
     return text;
 }

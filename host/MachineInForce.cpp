@@ -14,6 +14,7 @@
 #include "SimulatedMachine.h"
 #include "Supervised.h"
 #include "Terminal.h"
+#include "Text.h"
 #include "insight/HiddenSources.h"
 #include "insight/TimeLimits.h"
 #include "insight/Waits.h"
@@ -149,7 +150,7 @@ struct MachineInForce::Guard {
     bool isTold = false;
 };
 
-MachineInForce::MachineInForce(const std::filesystem::path& file)
+MachineInForce::MachineInForce(const std::filesystem::path& file, bool skipSleeping)
 {
     const auto utf8 = [](const std::filesystem::path& path) {
         const std::u8string text = path.u8string();
@@ -169,6 +170,10 @@ MachineInForce::MachineInForce(const std::filesystem::path& file)
             SimulatedLibrary().onDelay(*m_Simulated, [supervised](std::chrono::nanoseconds time) { supervised->Delay(time); });
         }
     }
+    if (skipSleeping) {
+        m_Sleep = std::make_unique<insight::SleepingDisks>(platform::Platform::Current());
+        platform::Platform::Replace(&m_Sleep->Visible());
+    }
     m_Journal = std::make_unique<insight::Journal>(platform::Platform::Current());
     m_Disks = std::make_unique<DiskWatch>(*m_Journal);
     if (Supervised* const supervised = Supervised::Get()) {
@@ -179,7 +184,43 @@ MachineInForce::MachineInForce(const std::filesystem::path& file)
             }
         });
     }
+    static_cast<void>(BeginPass());
     platform::Platform::Replace(m_Disks.get());
+}
+
+bool MachineInForce::BeginPass()
+{
+    const auto numbers = [this] {
+        std::vector<std::optional<std::uint32_t>> asleep;
+        for (const Disk& disk : Asleep()) {
+            asleep.push_back(disk.number);
+        }
+        return asleep;
+    };
+    const auto before = numbers();
+    if (m_Sleep != nullptr) {
+        m_Sleep->Look();
+    }
+    return numbers() != before;
+}
+
+std::vector<Disk> MachineInForce::Asleep() const
+{
+    std::vector<Disk> disks;
+    for (const insight::HiddenDisk& hidden : m_Sleep != nullptr ? m_Sleep->Asleep() : std::vector<insight::HiddenDisk>{}) {
+        if (hidden.number) {
+            Disk& disk = disks.emplace_back();
+            disk.itemId = "Disk_" + platform::DefaultToUtf8(platform::Utf16ToUtf8(hidden.pnpDeviceId));
+            disk.number = hidden.number;
+            disk.model = Trimmed(platform::Utf16ToUtf8(hidden.model));
+            disk.serialNumber = Trimmed(platform::Utf16ToUtf8(hidden.serialNumber));
+            for (const char16_t letter : hidden.letters) {
+                disk.letters[std::string{static_cast<char>(letter), ':'}];
+            }
+        }
+    }
+    std::sort(disks.begin(), disks.end(), [](const Disk& one, const Disk& other) { return one.number < other.number; });
+    return disks;
 }
 
 MachineInForce::~MachineInForce() { platform::Platform::Replace(nullptr); }

@@ -14,6 +14,7 @@
 #include "insight/HiddenDisks.h"
 #include "insight/Journal.h"
 #include "insight/Recording.h"
+#include "insight/SleepingDisks.h"
 #include "platform/Platform.h"
 
 namespace orbis::host {
@@ -21,8 +22,9 @@ namespace orbis::host {
 // The machine to collect from, observed, in force for as long as this lives.
 class MachineInForce {
 public:
-    // The simulated machine of a file, or this machine when the path is empty. Throws MachineFileError.
-    explicit MachineInForce(const std::filesystem::path& file);
+    // The simulated machine of a file, or this machine when the path is empty; without the disks that are asleep where these are to
+    // be skipped. Throws MachineFileError.
+    explicit MachineInForce(const std::filesystem::path& file, bool skipSleeping = false);
     MachineInForce(const MachineInForce&) = delete;
     MachineInForce& operator=(const MachineInForce&) = delete;
     ~MachineInForce();
@@ -47,6 +49,11 @@ public:
     // Disks that are left out, by the names that are known of them.
     [[nodiscard]] std::vector<insight::HiddenDisk> Hidden() const;
 
+    // Begins a later pass of a watch, and says whether disks have fallen asleep since the last one, or woken up.
+    [[nodiscard]] bool BeginPass();
+    // Disks that are left out because they are asleep, as far as they are known; all have a number.
+    [[nodiscard]] std::vector<Disk> Asleep() const;
+
     // Waits between two passes; on a simulated machine its own time passes as well. Ends early when interrupted.
     void Wait(double seconds);
     // Lets time pass for counters that are rates; on a simulated machine its own time alone.
@@ -63,6 +70,7 @@ private:
     std::string m_Name;
     std::unique_ptr<platform::Platform> m_Simulated;
     std::unique_ptr<Guard> m_Guard;
+    std::unique_ptr<insight::SleepingDisks> m_Sleep;  // null where sleeping disks are asked like others
     std::unique_ptr<insight::Journal> m_Journal;
     insight::Findings m_Findings;
     std::set<std::string> m_ReportedMissing;

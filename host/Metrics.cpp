@@ -238,7 +238,7 @@ public:
         }
         // A notice does not change the verdict OK.
         const auto verdict = health.verdict() == insight::NOTICE ? insight::OK : health.verdict();
-        for (const auto one : {insight::OK, insight::UNKNOWN, insight::WARN, insight::FAIL}) {
+        for (const auto one : {insight::OK, insight::UNKNOWN, insight::WARN, insight::FAIL, insight::ASLEEP}) {
             Labels with = labels;
             with.emplace_back("verdict", insight::Verdict_Name(one));
             m_Text.Add({"orbis_disk_verdict", "1 for the verdict of the disk, 0 for the others; docs/HEALTH.md has the rules."},

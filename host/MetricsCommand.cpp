@@ -1,5 +1,6 @@
 #include "Collector.h"
 #include "Commands.h"
+#include "HealthFile.h"
 #include "MachineInForce.h"
 #include "Metrics.h"
 #include "WholeFile.h"
@@ -10,7 +11,7 @@ namespace orbis::host {
 
 int Metrics(const MetricsOptions& options, Output& output)
 {
-    MachineInForce machine(options.source.machine);
+    MachineInForce machine(options.source.machine, options.source.skipSleeping.value_or(false));
     Collector collector(machine, options.source.plugin, options.source.logLevel);
     const std::vector<border::Operation> operations = collector.Choose({});
     collector.LetRatesBuildUp(operations);
@@ -22,6 +23,7 @@ int Metrics(const MetricsOptions& options, Output& output)
     }
     const std::vector<insight::DiskEvidence> evidence = insight::EvidenceOf(machine.TakeCalls().records);
     insight::HealthReport health = insight::MakeReport(evidence, machine.Name(), platform::Time::Current().UtcNow());
+    AddAsleep(health, machine, {});
     if (!options.source.disk.empty()) {
         Keep(health, selected, collector.KnownDisks());
     }

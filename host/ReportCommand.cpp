@@ -22,7 +22,7 @@ int Report(const ReportOptions& options)
     if (!options.baseline.empty()) {
         baseline = ReadHealthReport(options.baseline);  // a wrong file is reported before the disks are asked
     }
-    MachineInForce machine(options.source.machine);
+    MachineInForce machine(options.source.machine, options.source.skipSleeping.value_or(false));
     Collector collector(machine, options.source.plugin, options.source.logLevel);
     const std::vector<border::Operation> operations = collector.Choose({});
     Progress progress;
@@ -39,6 +39,7 @@ int Report(const ReportOptions& options)
     const insight::Extract calls = machine.TakeCalls();
     insight::HealthReport health =
         insight::MakeReport(insight::EvidenceOf(calls.records), machine.Name(), platform::Time::Current().UtcNow());
+    AddAsleep(health, machine, baseline);
     if (!options.baseline.empty()) {
         insight::Compare(health, baseline);
     }

@@ -22,8 +22,8 @@ number) and `serial`; `orbis_disk_info` has what else identifies it, so that any
     orbis_nvme_used_ratio * on (instance, disk, serial) group_left (model, letters) orbis_disk_info
 
 Values are in base units and integers exact, whatever their size. A value that was not read is absent, never 0; so is a temperature of 0, which
-drives send for "not reported". `orbis_disk_verdict` is 1 for one of OK, UNKNOWN, WARN and FAIL; [HEALTH.md](HEALTH.md) has the rules, and
-[examples/prometheus](examples/prometheus) alerts.
+drives send for "not reported". `orbis_disk_verdict` is 1 for one of OK, UNKNOWN, WARN, FAIL and ASLEEP, which has no other
+series; [HEALTH.md](HEALTH.md) has the rules, and [examples/prometheus](examples/prometheus) alerts.
 Names and labels stay; a label may be added to `orbis_disk_info`.
 """
 

@@ -9,7 +9,7 @@ const messagesOf = Map.groupBy?.(list(report.explanation), (message) => message.
   map.set(message.disk, [...map.get(message.disk) ?? [], message]), new Map());
 const numbers = [...new Set([...health.map((disk) => disk.number ?? 0), ...detailOf.keys()])];
 const strays = list(messagesOf.get(undefined));  // messages of a disk that the inventory does not name
-const verdicts = ['FAIL', 'WARN', 'UNKNOWN', 'OK'];
+const verdicts = ['FAIL', 'WARN', 'UNKNOWN', 'OK', 'ASLEEP'];
 const verdictOf = (disk) => verdicts.includes(disk?.verdict) ? disk.verdict : 'UNKNOWN';
 const modelOf = (disk) => (disk?.model ?? '').trim() || (disk?.model ? `(${disk.model.length} blanks)` : '');
 const titleOf = (number) => [`DISK${number}`, modelOf(healthOf.get(number))].filter(Boolean).join(' ');
@@ -81,7 +81,7 @@ function card(disk) {
   return make('article', { class: `card ${verdict}` },
     make('h3', {}, make('span', { class: 'verdict' }, verdict), make('a', { href: `#disk-${number}` }, shown(titleOf(number)))),
     list(disk.reason).length ? make('ul', {}, ...disk.reason.map(reasonItem)) : null,
-    facts([['Letters', list(disk.letter).join(' ')],
+    facts([['Last verdict', disk.lastTime && `${disk.lastVerdict}, ${moment(disk.lastTime)}`], ['Letters', list(disk.letter).join(' ')],
       ['Capacity', [Number(detail?.bytes) > 0 && inBytes(detail.bytes), detail?.kind].filter(Boolean).join(', ')],
       ['Wear', wear(disk)], ['Temperature', temperature(disk)], ['Powered on', hours === undefined ? '' : withUnit(hours, 'h')],
       ['Data read', moved(disk, 'dataUnitsRead')], ['Data written', moved(disk, 'dataUnitsWritten')], ['Since the baseline', rises(disk, detail)],

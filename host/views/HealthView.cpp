@@ -35,9 +35,30 @@ std::string GroupedDigits(std::string digits)
     return digits;
 }
 
-// "6 % used, 45 °C, 10,234 h": what a person wants to know of a disk that is well.
-std::string Summary(const DiskHealth& disk)
+// "last verdict WARN, 3 h ago"
+std::string LastVerdictText(const DiskHealth& disk, const HealthReport& report)
 {
+    if (disk.last_verdict() == insight::VERDICT_UNSPECIFIED) {
+        return "not woken";
+    }
+    using google::protobuf::util::TimeUtil;
+    const auto seconds = std::max<std::int64_t>(0, TimeUtil::DurationToSeconds(report.time() - disk.last_time()));
+    constexpr std::int64_t kMinute = 60;
+    constexpr std::int64_t kHour = 60 * kMinute;
+    constexpr std::int64_t kDay = 24 * kHour;
+    const std::string age = seconds < 2 * kMinute ? fmt::format("{} s", seconds)
+                            : seconds < 2 * kHour ? fmt::format("{} min", seconds / kMinute)
+                            : seconds < 2 * kDay  ? fmt::format("{} h", seconds / kHour)
+                                                  : fmt::format("{} days", seconds / kDay);
+    return fmt::format("last verdict {}, {} ago", insight::Verdict_Name(disk.last_verdict()), age);
+}
+
+// "6 % used, 45 °C, 10,234 h": what a person wants to know of a disk that is well.
+std::string Summary(const DiskHealth& disk, const HealthReport& report)
+{
+    if (disk.verdict() == insight::ASLEEP) {
+        return LastVerdictText(disk, report);
+    }
     std::string text;
     const auto add = [&](const char* name, const char* unit) {
         if (const std::string* value = CounterOf(disk, name)) {
@@ -131,7 +152,7 @@ std::vector<std::string> Heads(const HealthReport& report, const Style& style)
         }
         for (const DiskHealth& disk : report.disk()) {
             made.AddRow({insight::Verdict_Name(disk.verdict()), Trimmed(disk.name() + ' ' + disk.model()), disk.serial_number(),
-                         Letters(disk), hasState ? Summary(disk) : std::string()});
+                         Letters(disk), hasState ? Summary(disk, report) : std::string()});
         }
         return made;
     };
@@ -148,7 +169,7 @@ std::vector<std::string> Heads(const HealthReport& report, const Style& style)
         }
     }
     for (int at = 0; !hasState && at < report.disk_size(); ++at) {
-        if (const std::string summary = Summary(report.disk(at)); !summary.empty()) {
+        if (const std::string summary = Summary(report.disk(at), report); !summary.empty()) {
             std::string beneath = RenderText(summary, style, kIndent);
             beneath.pop_back();  // the line's end
             lines[static_cast<std::size_t>(at)] += '\n' + beneath;

@@ -21,6 +21,7 @@
 #include "insight/Health.h"
 #include "insight/HiddenDisks.h"
 #include "insight/Journal.h"
+#include "insight/SleepingDisks.h"
 #include "insight/Waits.h"
 #include "insight/orbis_insight.h"
 #include "orbis/datatypes/nvme_health.pb.h"
@@ -178,7 +179,8 @@ public:
         }
         m_Watch = std::make_unique<WaitWatch>(platform::Platform::Current(), m_Waits);
         m_Disks = std::make_unique<HiddenDisks>(*m_Watch);
-        m_Journal = std::make_unique<Journal>(*m_Disks, capacity != 0 ? capacity : Journal::kDefaultCapacity);
+        m_Sleep = std::make_unique<SleepingDisks>(*m_Disks);
+        m_Journal = std::make_unique<Journal>(m_Sleep->Visible(), capacity != 0 ? capacity : Journal::kDefaultCapacity);
         platform::Platform::Replace(m_Journal.get());
         return {};
     }
@@ -246,6 +248,31 @@ public:
         return {};
     }
 
+    // "DISK0", or the letter or path that is all that is known.
+    static std::string SubjectOf(const HiddenDisk& disk)
+    {
+        return disk.number            ? "DISK" + std::to_string(*disk.number)
+               : disk.letters.empty() ? platform::Utf16ToUtf8(disk.interfacePath)
+                                      : std::string{static_cast<char>(*disk.letters.begin()), ':'};
+    }
+
+    std::string SkipSleepingDisks()
+    {
+        const std::lock_guard lock(m_Lock);
+        RequireInstalled();
+        m_Sleep->Look();
+        SleepReport report;
+        report.set_format_version(1);
+        for (const HiddenDisk& disk : m_Sleep->Asleep()) {
+            SleepingDisk& entry = *report.add_disk();
+            if (disk.number) {
+                entry.set_number(*disk.number);
+            }
+            entry.set_subject(SubjectOf(disk));
+        }
+        return Document(report);
+    }
+
     // Without the lock of the others: it answers while a collection waits.
     std::string WaitsJson() { return Json(m_Waits.Report()); }
 
@@ -268,6 +295,7 @@ private:
     CurrentWaits m_Waits;
     std::unique_ptr<WaitWatch> m_Watch;
     std::unique_ptr<HiddenDisks> m_Disks;
+    std::unique_ptr<SleepingDisks> m_Sleep;
     std::unique_ptr<Journal> m_Journal;
     Findings m_Findings;
     std::vector<Finding> m_New;  // of the pass that was ended last
@@ -303,6 +331,10 @@ const OrbisInsightResult* ORBIS_CALL HideDisk(std::uint32_t number, std::int32_t
 {
     return Guarded([&] { return Observer::Get().HideDisk(number, isHidden != 0); });
 }
+const OrbisInsightResult* ORBIS_CALL SkipSleepingDisks()
+{
+    return Guarded([] { return Observer::Get().SkipSleepingDisks(); });
+}
 const OrbisInsightResult* ORBIS_CALL WaitsJson()
 {
     return Guarded([] { return Observer::Get().WaitsJson(); });
@@ -314,7 +346,8 @@ const OrbisInsightResult* ORBIS_CALL WaitsJson()
 extern "C" const OrbisInsight* ORBIS_CALL OrbisInsightTable()
 {
     using namespace orbis::insight;
-    static const OrbisInsight table{sizeof(OrbisInsight), ORBIS_INSIGHT_VERSION, Install, EndPass,  FindingsJson, HealthJson,
-                                    ExplainJson,          MessageJson,           Free,    HideDisk, WaitsJson};
+    static const OrbisInsight table{
+        sizeof(OrbisInsight), ORBIS_INSIGHT_VERSION, Install, EndPass,  FindingsJson, HealthJson,
+        ExplainJson,          MessageJson,           Free,    HideDisk, WaitsJson,    SkipSleepingDisks};
     return &table;
 }

@@ -7,96 +7,14 @@
 #include <string>
 #include <utility>
 
+#include "DiskNames.h"
 #include "DrivePaths.h"
 #include "platform/Errors.h"
 #include "platform/Text.h"
 
 namespace orbis::insight {
-namespace {
 
 using namespace platform;
-
-constexpr char16_t Upper(char16_t letter) noexcept
-{
-    return letter >= u'a' && letter <= u'z' ? static_cast<char16_t>(letter - u'a' + u'A') : letter;
-}
-
-bool EqualsIgnoringCase(std::u16string_view left, std::u16string_view right)
-{
-    return std::equal(left.begin(), left.end(), right.begin(), right.end(),
-                      [](char16_t a, char16_t b) { return Upper(a) == Upper(b); });
-}
-
-// The decimal number that a text starts with.
-std::optional<std::uint32_t> LeadingNumber(std::u16string_view text)
-{
-    std::uint64_t value = 0;
-    std::size_t at = 0;
-    for (; at < text.size() && at < 10 && text[at] >= u'0' && text[at] <= u'9'; ++at) {
-        value = value * 10 + static_cast<std::uint64_t>(text[at] - u'0');
-    }
-    return at == 0 || value > 0xFFFFFFFFU ? std::nullopt : std::optional(static_cast<std::uint32_t>(value));
-}
-
-// Names that each end with a zero, and one more zero.
-std::vector<std::u16string_view> Split(const std::u16string& list)
-{
-    std::vector<std::u16string_view> names;
-    for (std::size_t at = 0; at < list.size() && list[at] != 0;) {
-        const std::size_t end = std::min(list.find(u'\0', at), list.size());
-        names.push_back(std::u16string_view(list).substr(at, end - at));
-        at = end + 1;
-    }
-    return names;
-}
-
-// "1 D: E:" of drive 1; no name for one that begins with no number.
-HiddenDisk DiskOfInstance(std::u16string_view name)
-{
-    HiddenDisk disk;
-    disk.number = LeadingNumber(name);
-    for (std::size_t at = 1; disk.number && at < name.size(); ++at) {
-        if (name[at] == u':') {
-            disk.letters.insert(Upper(name[at - 1]));
-        }
-    }
-    return disk;
-}
-
-// A PnP device id as the interface paths of the device begin: "\\?\scsi#disk&ven_nvme#5&1&0&0#".
-std::u16string PathStart(std::u16string_view pnpDeviceId)
-{
-    std::u16string path = u"\\\\?\\" + std::u16string(pnpDeviceId) + u'#';
-    std::replace(path.begin() + 4, path.end(), u'\\', u'#');
-    return path;
-}
-
-bool StartsWith(std::u16string_view text, std::u16string_view start)
-{
-    return text.size() >= start.size() && EqualsIgnoringCase(text.substr(0, start.size()), start);
-}
-
-// An interface path is compared as far as the shorter one of two goes: one learnt from a PnP device id has no class at its end.
-bool IsSamePath(std::u16string_view one, std::u16string_view other)
-{
-    return !one.empty() && !other.empty() && (StartsWith(one, other) || StartsWith(other, one));
-}
-
-}  // namespace
-
-HiddenDisk HiddenDiskOf(std::u16string_view path)
-{
-    constexpr std::u16string_view kDrive = u"\\\\.\\PhysicalDrive";
-    HiddenDisk disk;
-    if (StartsWith(path, kDrive)) {
-        disk.number = LeadingNumber(path.substr(kDrive.size()));
-    } else if (path.size() == 6 && path.starts_with(u"\\\\.\\") && path[5] == u':') {
-        disk.letters.insert(Upper(path[4]));
-    } else {
-        disk.interfacePath = path;
-    }
-    return disk;
-}
 
 HiddenDisks::HiddenDisks(Platform& inner)
     : ForwardingPlatform(inner),
@@ -108,10 +26,8 @@ HiddenDisks::HiddenDisks(Platform& inner)
 
 HiddenDisk* HiddenDisks::Find(const HiddenDisk& names)
 {
-    const auto found = std::find_if(m_Hidden.begin(), m_Hidden.end(), [&](const HiddenDisk& disk) {
-        return (names.number && disk.number == names.number) || IsSamePath(disk.interfacePath, names.interfacePath) ||
-               std::any_of(names.letters.begin(), names.letters.end(), [&](char16_t one) { return disk.letters.contains(one); });
-    });
+    const auto found =
+        std::find_if(m_Hidden.begin(), m_Hidden.end(), [&](const HiddenDisk& disk) { return IsSameDisk(disk, names); });
     return found != m_Hidden.end() ? &*found : nullptr;
 }
 
@@ -124,13 +40,21 @@ bool HiddenDisks::IsHidden(const HiddenDisk& names)
 bool HiddenDisks::Learn(const HiddenDisk& names)
 {
     const std::lock_guard lock(m_Lock);
-    HiddenDisk* const disk = Find(names);
-    if (disk == nullptr) {
+    HiddenDisk* found = Find(names);
+    if (found == nullptr) {
         return false;
     }
-    disk->number = disk->number ? disk->number : names.number;
-    disk->interfacePath = disk->interfacePath.empty() ? names.interfacePath : disk->interfacePath;
-    disk->letters.insert(names.letters.begin(), names.letters.end());
+    // A disk may have been hidden under several of its names, of which nobody knew that they are one disk's.
+    HiddenDisk disk;
+    for (const HiddenDisk* rest = &names; found != nullptr; found = Find(disk)) {
+        AddNames(disk, *found);
+        m_Hidden.erase(m_Hidden.begin() + (found - m_Hidden.data()));
+        if (rest != nullptr) {
+            AddNames(disk, *std::exchange(rest, nullptr));
+        }
+    }
+    m_Hidden.push_back(std::move(disk));
+    m_Count = m_Hidden.size();
     return true;
 }
 
@@ -180,20 +104,14 @@ PowerState HiddenDisks::DiskPowerState(const char16_t* path)
 
 std::uint32_t HiddenDisks::LogicalDriveStrings(std::uint32_t characters, char16_t* buffer)
 {
-    if (!IsAnyHidden()) {
+    const std::u16string letters = IsAnyHidden() ? DriveLettersOf(Inner().DeviceIoPort()) : std::u16string();
+    if (letters.empty()) {
         return ForwardingDeviceIo::LogicalDriveStrings(characters, buffer);
     }
-    // 26 letters of four characters each and the last zero.
-    std::array<char16_t, 26 * 4 + 1> all{};
-    const std::uint32_t length = ForwardingDeviceIo::LogicalDriveStrings(static_cast<std::uint32_t>(all.size()), all.data());
-    if (length == 0 || length >= all.size()) {
-        return length;
-    }
-    const std::u16string roots(all.data(), length);
     std::u16string visible;
-    for (const std::u16string_view root : Split(roots)) {
-        if (!IsHidden({.letters = {Upper(root.front())}})) {
-            visible.append(root).push_back(u'\0');
+    for (const char16_t letter : letters) {
+        if (!IsHidden({.letters = {letter}})) {
+            visible.append({letter, u':', u'\\', u'\0'});
         }
     }
     if (visible.size() + 1 > characters) {
@@ -202,23 +120,6 @@ std::uint32_t HiddenDisks::LogicalDriveStrings(std::uint32_t characters, char16_
     visible.push_back(u'\0');
     std::copy(visible.begin(), visible.end(), buffer);
     return static_cast<std::uint32_t>(visible.size() - 1);
-}
-
-std::u16string HiddenDisks::PathOf(DeviceInfoSetHandle set, const DeviceInterfaceData& data)
-{
-    std::uint32_t size = 0;
-    if (ForwardingSetup::DeviceInterfaceDetail(set, data, nullptr, 0, &size) || size <= kDeviceInterfaceDetailPathOffset) {
-        return {};
-    }
-    std::vector<std::uint64_t> detail((size + 7) / 8);
-    std::memcpy(detail.data(), &kDeviceInterfaceDetailHeaderSize, sizeof kDeviceInterfaceDetailHeaderSize);
-    if (!ForwardingSetup::DeviceInterfaceDetail(set, data, detail.data(), size, &size)) {
-        return {};
-    }
-    std::u16string path((size - kDeviceInterfaceDetailPathOffset) / sizeof(char16_t), u'\0');
-    std::memcpy(path.data(), reinterpret_cast<const std::uint8_t*>(detail.data()) + kDeviceInterfaceDetailPathOffset,
-                path.size() * sizeof(char16_t));
-    return path.substr(0, path.find(u'\0'));
 }
 
 std::uint32_t HiddenDisks::WholeIndex(DeviceInfoSetHandle set, std::uint32_t index)
@@ -237,7 +138,7 @@ std::uint32_t HiddenDisks::WholeIndex(DeviceInfoSetHandle set, std::uint32_t ind
         if (!ForwardingSetup::EnumDeviceInterfaces(set, kDiskInterfaceGuid, next, &data)) {
             return next;  // past the last one: the caller meets the same failure
         }
-        if (!IsHidden({.interfacePath = PathOf(set, data)})) {
+        if (!IsHidden({.interfacePath = InterfacePathOf(*this, set, data)})) {
             visible.push_back(next);
         }
         ++next;
@@ -307,12 +208,20 @@ bool HiddenDisks::IsHiddenRow(ComObject* row, RowKind kind)
         return text != nullptr ? std::u16string(text, ForwardingWmi::StringLength(text)) : std::u16string();
     };
     const auto isLetter = [&](const std::u16string& text) {
-        return text.size() >= 2 && text[1] == u':' && IsHidden({.letters = {Upper(text[0])}});
+        return text.size() >= 2 && text[1] == u':' && IsHidden({.letters = {UpperLetter(text[0])}});
     };
     switch (kind) {
         case RowKind::Drive: {
-            const std::u16string id = read(u"PNPDeviceID");
-            return Learn({.number = LeadingNumber(read(u"Index")), .interfacePath = id.empty() ? id : PathStart(id)});
+            HiddenDisk names;
+            names.number = LeadingNumber(read(u"Index"));
+            names.pnpDeviceId = read(u"PNPDeviceID");
+            names.interfacePath = names.pnpDeviceId.empty() ? std::u16string() : PathStart(names.pnpDeviceId);
+            if (!IsHidden(names)) {
+                return false;
+            }
+            names.model = read(u"Model");
+            names.serialNumber = read(u"SerialNumber");
+            return Learn(names);
         }
         case RowKind::MediaType:
             return IsHidden({.number = LeadingNumber(read(u"DeviceId"))});
@@ -375,7 +284,7 @@ PdhStatus HiddenDisks::VisibleInstances(const List& list, char16_t* buffer, std:
         return status;
     }
     std::u16string visible;
-    for (const std::u16string_view name : Split(all)) {
+    for (const std::u16string_view name : SplitNames(all)) {
         if (!Learn(DiskOfInstance(name))) {
             visible.append(name).push_back(u'\0');
         }

@@ -150,8 +150,30 @@ try(4 "orbis_findings 1" "" metrics --machine ${WORK}/hung.txtpb)
 try(4 "SmartNvmeInfo" "DISK3: no answer" explain --machine ${WORK}/hung.txtpb --deadline 30)
 try(4 "DISK2 VEYRA PX8 2TB[^\n]*\n  DISK5.*DISK3 Samsung" "DISK3: no answer to IDENTIFY DEVICE within 10 s"
     collect PhysicalDiskDynamicInfo --machine ${WORK}/back.txtpb --deadline 10 --watch 0.1 --count 6)
-try(4 "DISK3 Samsung.*DISK3 Samsung.*\nDISK3: no answer; its last one, [0-9]+ s old, is shown" "DISK3: no answer to IDENTIFY DEVICE within 30 s"
+try(4 "DISK3 Samsung.*DISK3 Samsung.*\nDISK3: no answer; its last answer, [0-9]+ s old, is shown" "DISK3: no answer to IDENTIFY DEVICE within 30 s"
     collect PhysicalDiskDynamicInfo --machine ${WORK}/later.txtpb --deadline 30 --watch 0.1 --count 4)
+# Disks that are asleep are not woken: ASLEEP with the last verdict, no alarm, no weight in the status. A disk that falls asleep in a watch keeps
+# its last answer, and is back when it wakes up.
+string(REGEX REPLACE "\n  number: ([35])\n" "\n  number: \\1\n  sleeps_at: 0\n" text "${workstation}")
+file(WRITE ${WORK}/asleep.txtpb "${text}")
+string(REPLACE "\n  number: 3\n" "\n  number: 3\n  sleeps_at: 3.05\n  wakes_at: 3.15\n" text "${workstation}")
+file(WRITE ${WORK}/dozes.txtpb "${text}")
+file(REMOVE ${WORK}/slept.json)
+try(7 "" "" health --machine workstation.txtpb --state ${WORK}/slept.json)
+foreach(again 1 2)
+    try(7 "OK +DISK2[^\n]*\nASLEEP +DISK3 [^\n]*\nASLEEP +DISK5 VEYRA IRON 4T +VI4T0000001234 +H: +last verdict WARN, [0-9]+ s ago\n$" "^$"
+        health --machine ${WORK}/asleep.txtpb --state ${WORK}/slept.json)
+endforeach()
+try(0 "^ASLEEP +DISK5" "^$" health --machine ${WORK}/asleep.txtpb --item DISK5)
+try(6 "^WARN +DISK5" "^$" health --machine ${WORK}/asleep.txtpb --item DISK5 --no-skip-sleeping)
+try(0 "disk=.5.,serial=.VI4T0000001234.,verdict=.ASLEEP.. 1\n" "^$" metrics --machine ${WORK}/asleep.txtpb --log-level off)
+try(0 "PhysicalDiskStaticInfo: 6 disks" "^$" collect PhysicalDiskStaticInfo --machine ${WORK}/asleep.txtpb --log-level off)
+try(0 "PhysicalDiskStaticInfo: 4 disks" "DISK5 VEYRA IRON 4T is asleep and left out; --no-skip-sleeping wakes it\n$"
+    collect PhysicalDiskStaticInfo --machine ${WORK}/asleep.txtpb --skip-sleeping --log-level off)
+foreach(deadline 0 30)
+    try(0 "DISK3 Samsung.*DISK3 Samsung.*\nDISK3: asleep; its last answer, [0-9]+ s old, is shown\n[^:]*:[^:]*:[0-9]+Z\n[^Z]*DISK3 Samsung[^Z]*$" "^$"
+        collect PhysicalDiskDynamicInfo --machine ${WORK}/dozes.txtpb --deadline ${deadline} --watch 0.1 --count 3)
+endforeach()
 # A collecting process that crashes is survived and told.
 if(CRASHING)
     try(1 "^$" "the collecting process ended unexpectedly .*; once more\n.*nothing more is collected" collect --plugin ${CRASHING} --deadline 30)

@@ -13,8 +13,10 @@
 #include "Collections.h"
 #include "JournalInForce.h"
 #include "Places.h"
+#include "insight/SleepingDisks.h"
 #include "platform/DeviceIo.h"
 #include "platform/Requests.h"
+#include "platform/Text.h"
 #include "simulated/MachineFile.h"
 
 namespace orbis::proof {
@@ -146,6 +148,70 @@ TEST(Ledger, CollectionsOnlyRead)
         EXPECT_TRUE(seen.contains(std::string(line))) << "nobody asks for: " << line;
     }
     std::cout << "ledger: " << requests << " requests of " << seen.size() << " kinds, all read-only\n";
+}
+
+// Passes of all collections, and what they asked for.
+struct Passes {
+    std::multiset<std::string> requests;
+    std::multiset<std::string> powerStates;  // paths
+    std::vector<std::set<std::string>> items;
+
+    // Two passes, a minute apart, of a machine whose disks 3 and 5 fall asleep and wake up as `sleep` says.
+    Passes(const std::string& sleep, bool skipsSleeping)
+    {
+        std::string machine = MachineText("workstation");
+        for (const std::string place : {"\n  number: 3\n", "\n  number: 5\n"}) {
+            machine.insert(machine.find(place) + place.size(), sleep);
+        }
+        PluginOnMachine plugin(simulated::ParseMachine(machine));
+        fakes::JournalInForce journal;
+        insight::SleepingDisks disks(platform::Platform::Current());
+        if (skipsSleeping) {
+            platform::Platform::Replace(&disks.Visible());
+            disks.Look();
+        }
+        plugin.Construct();
+        for (const int pass : {1, 2}) {
+            if (skipsSleeping && pass == 2) {
+                plugin.Machine().AdvanceClock(std::chrono::minutes(1));
+                disks.Look();
+            }
+            items.emplace_back();
+            for (const Datatype datatype : kDatatypes) {
+                for (const Outcome::Item& item : plugin.CollectNext(datatype).items) {
+                    items.back().insert(fmt::format("{} {}", NameOf(datatype), item.id));
+                }
+            }
+        }
+        for (const insight::Record& record : journal.Take()) {
+            if (const auto* power = record.As<insight::call::DiskPowerState>()) {
+                powerStates.insert(platform::Utf16ToUtf8(power->text));
+            } else if (const std::string line = LedgerLine(record); !line.empty()) {
+                requests.insert(line);
+            }
+        }
+        EXPECT_EQ(plugin.Finish(), PluginOnMachine::kNothingOpen);
+    }
+};
+
+// The machine counts a request to a disk that has said that it is asleep as a misuse, of which Finish tells.
+TEST(Ledger, SleepingDisksAreAskedForTheirPowerStateAlone)
+{
+    const Passes whole({}, false);
+    const Passes awake({}, true);
+    EXPECT_EQ(awake.requests, whole.requests) << "more than the power state is asked beyond the collections";
+    EXPECT_EQ(awake.powerStates.size(), 2 * 32U);
+    EXPECT_EQ(awake.items, whole.items);
+
+    const Passes asleep("  sleeps_at: 0\n", true);
+    std::set<std::string> others = whole.items.front();
+    std::erase_if(others,
+                  [](const std::string& item) { return item.find("SAMSUNG") != item.npos || item.find("IRON") != item.npos; });
+    EXPECT_LT(others.size(), whole.items.front().size());
+    EXPECT_EQ(asleep.items, (std::vector{others, others}));
+
+    const Passes between("  sleeps_at: 0\n  wakes_at: 30\n", true);
+    EXPECT_EQ(between.items, (std::vector{others, whole.items.back()})) << "they are back when they wake up";
 }
 
 }  // namespace

@@ -60,7 +60,13 @@ ORBIS_INSIGHT_EXPORT void Compare(HealthReport& report, const HealthReport& base
 [[nodiscard]] ORBIS_INSIGHT_EXPORT HealthReport MakeReport(std::span<const DiskEvidence> disks, std::string_view host,
                                                            std::chrono::system_clock::time_point time);
 
-// The heaviest verdict of the report; OK without a disk.
+// The verdict, or the one before of a disk that is asleep, which may be unspecified.
+[[nodiscard]] ORBIS_INSIGHT_EXPORT Verdict LastVerdict(const DiskHealth& disk) noexcept;
+// Adds a disk that was not asked because it is asleep. `disk` has its number and what else is known of it. Its last
+// verdict is that of the disk with this number in `earlier`, unless model or serial number say that it was another one.
+ORBIS_INSIGHT_EXPORT void AddAsleep(HealthReport& report, const DiskHealth& disk, const HealthReport& earlier);
+
+// The heaviest verdict of the report, without disks that are asleep; OK without a disk.
 [[nodiscard]] ORBIS_INSIGHT_EXPORT Verdict WorstOf(const HealthReport& report) noexcept;
 
 }  // namespace orbis::insight

@@ -21,6 +21,10 @@ struct HiddenDisk {
     std::optional<std::uint32_t> number{};  // physical drive number
     std::u16string interfacePath{};         // device interface path of the walk, in any case
     std::set<char16_t> letters{};           // drive letters of its volumes, upper case
+    // Learnt from its row of Win32_DiskDrive.
+    std::u16string pnpDeviceId{};
+    std::u16string model{};
+    std::u16string serialNumber{};
 };
 
 // The disk behind a path that is opened: "\\.\PhysicalDrive3", "\\.\F:" or a device interface path.
@@ -79,7 +83,6 @@ private:
     bool Learn(const HiddenDisk& names);
     [[nodiscard]] bool IsAnyHidden() const noexcept { return m_Count.load(std::memory_order_acquire) != 0; }
     [[nodiscard]] bool IsHiddenRow(platform::ComObject* row, RowKind kind);
-    [[nodiscard]] std::u16string PathOf(platform::DeviceInfoSetHandle set, const platform::DeviceInterfaceData& data);
     // The position in the whole walk of the disk that stands at `index` of the visible ones.
     [[nodiscard]] std::uint32_t WholeIndex(platform::DeviceInfoSetHandle set, std::uint32_t index);
     // Filters a list of instances that `list` gives, as EnumInstances does.

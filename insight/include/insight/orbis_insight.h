@@ -2,7 +2,7 @@
  * What a host may know beyond the datatypes, in C: findings, health, where values came from, and messages as JSON.
  *
  * The library orbis-insight has one exported function, OrbisInsightTable, which returns a table of functions. It observes what the
- * collectors ask of the operating system and sends no request of its own. A host installs it once, before it creates a plug-in
+ * collectors ask of the operating system and sends no request of its own, except where one says so. A host installs it once, before it creates a plug-in
  * object, collects, and ends a pass with endPass; findings, health and explain then tell of that pass.
  *
  * The rules are those of orbis_border.h: nothing C++ crosses, texts are UTF-8 with a length, a structure says its own size and
@@ -22,8 +22,9 @@ extern "C" {
 
 /* Version of the table that this header describes. */
 #define ORBIS_INSIGHT_VERSION 1u
-/* This header has hideDisk and waits. */
+/* This header has hideDisk and waits, and skipSleepingDisks. */
 #define ORBIS_INSIGHT_HAS_WAITS 1
+#define ORBIS_INSIGHT_HAS_SLEEP 1
 
 /* What a function answers; freed with OrbisInsight.free. */
 typedef struct OrbisInsightResult {
@@ -61,6 +62,11 @@ typedef struct OrbisInsight {
     const OrbisInsightResult*(ORBIS_CALL* hideDisk)(uint32_t number, int32_t isHidden);
     /* A WaitsReport: what the collections wait for at this moment, and for how long. To be called on another thread than theirs. */
     const OrbisInsightResult*(ORBIS_CALL* waits)(void);
+
+    /* A SleepReport. Asks every disk for its power state in a way that wakes none, and leaves those that are asleep out of the
+     * collections until the next call, which also shows those again that woke up. To be called before each pass that is to wake no
+     * disk; the only function here that sends a request of its own. */
+    const OrbisInsightResult*(ORBIS_CALL* skipSleepingDisks)(void);
 } OrbisInsight;
 
 /* The one function that the library exports, under this name. Never fails and never returns null. */

@@ -120,14 +120,19 @@ void Compare(HealthReport& report, const HealthReport& baseline, std::span<const
     const std::vector<const DiskHealth*> matches = MatchDisks(report, baseline);
     for (int at = 0; at < report.disk_size(); ++at) {
         DiskHealth& disk = *report.mutable_disk(at);
-        if (const DiskHealth* before = matches[static_cast<std::size_t>(at)]) {
+        const DiskHealth* before = matches[static_cast<std::size_t>(at)];
+        if (disk.verdict() == ASLEEP) {
+            continue;
+        }
+        if (before != nullptr) {
             CompareDisk(disk, *before, baseline.time(), onlyWhenRising);
         } else {
             disk.set_change(NEW);
         }
     }
     for (const DiskHealth& before : baseline.disk()) {
-        if (std::find(matches.begin(), matches.end(), &before) == matches.end()) {
+        // One that was asleep and never judged cannot be recognised.
+        if (std::find(matches.begin(), matches.end(), &before) == matches.end() && LastVerdict(before) != VERDICT_UNSPECIFIED) {
             *report.add_gone() = before;
         }
     }

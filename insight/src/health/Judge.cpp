@@ -90,10 +90,39 @@ DiskHealth Judge(const DiskEvidence& disk)
 
 void SortWorstFirst(HealthReport& report)
 {
-    std::stable_sort(
-        report.mutable_disk()->begin(), report.mutable_disk()->end(), [](const DiskHealth& left, const DiskHealth& right) {
-            return left.verdict() != right.verdict() ? left.verdict() > right.verdict() : left.number() < right.number();
-        });
+    const auto weight = [](const DiskHealth& disk) { return disk.verdict() == ASLEEP ? VERDICT_UNSPECIFIED : disk.verdict(); };
+    std::stable_sort(report.mutable_disk()->begin(), report.mutable_disk()->end(),
+                     [&](const DiskHealth& left, const DiskHealth& right) {
+                         return weight(left) != weight(right) ? weight(left) > weight(right) : left.number() < right.number();
+                     });
+}
+
+Verdict LastVerdict(const DiskHealth& disk) noexcept { return disk.verdict() == ASLEEP ? disk.last_verdict() : disk.verdict(); }
+
+void AddAsleep(HealthReport& report, const DiskHealth& disk, const HealthReport& earlier)
+{
+    DiskHealth asleep;
+    for (const DiskHealth& before : earlier.disk()) {
+        const bool isSame = before.number() == disk.number() && (disk.model().empty() || before.model() == disk.model()) &&
+                            (disk.serial_number().empty() || before.serial_number() == disk.serial_number());
+        if (isSame && LastVerdict(before) != VERDICT_UNSPECIFIED) {
+            asleep = before;
+            asleep.set_last_verdict(LastVerdict(before));
+            *asleep.mutable_last_time() = before.verdict() == ASLEEP ? before.last_time() : earlier.time();
+        }
+    }
+    asleep.clear_change();
+    // Nothing of what was found then is known to hold now.
+    asleep.clear_reason();
+    asleep.clear_counter();
+    if (disk.letter_size() > 0) {
+        asleep.clear_letter();
+    }
+    asleep.MergeFrom(disk);
+    asleep.set_name(fmt::format("DISK{}", disk.number()));
+    asleep.set_verdict(ASLEEP);
+    *report.add_disk() = std::move(asleep);
+    SortWorstFirst(report);
 }
 
 HealthReport MakeReport(std::span<const DiskEvidence> disks, std::string_view host, std::chrono::system_clock::time_point time)
@@ -114,7 +143,7 @@ Verdict WorstOf(const HealthReport& report) noexcept
 {
     Verdict worst = OK;
     for (const DiskHealth& disk : report.disk()) {
-        worst = std::max(worst, disk.verdict());
+        worst = std::max(worst, disk.verdict() == ASLEEP ? OK : disk.verdict());
     }
     return worst;
 }
