@@ -54,11 +54,11 @@ constexpr const char* kMillionUnits = R"(exchange { control_code: 0x70000
     output { hex: "40420F0000000000 0C000000 01000000 00080000 00020000" } } )";
 constexpr const char* kOem = R"(smbios { oem_strings { text: "first" text: "1[0A1B]" } } )";
 
-std::string Gpt(int partitions, const std::string& more = "")
+std::string Gpt(unsigned partitions, const std::string& more = "")
 {
     std::string text = R"(disk { number: 4 kind: SATA_HDD model: "HD" firmware: "FW 1" size: 0 pnp_device_id: "SCSI\\4"
                           gpt { disk_id: "11111111-2222-3333-4444-555555555555" )";
-    for (int number = 1; number <= partitions; ++number) {
+    for (unsigned number = 1; number <= partitions; ++number) {
         text += fmt::format("partition {{ id: '0000000{}-0000-0000-0000-000000000000' size: 2097152 name: 'f\u00FCr' ", number);
         text += number == 1 ? "volume { letter: 'C' serial: 0x1234ABCD boot: true } }" : "}";
     }
@@ -68,7 +68,7 @@ std::string Gpt(int partitions, const std::string& more = "")
 // Three assignments stand inside the loop over the partitions.
 TEST(StaticInfo, ReadsTheFirmwareOncePerPartition)
 {
-    for (const int partitions : {0, 1, 3}) {
+    for (const unsigned partitions : {0U, 1U, 3U}) {
         const MachineInForce machine(Gpt(partitions, kMillionUnits) + kOem);
         orbis::fakes::JournalInForce journal;
         const auto messages = CollectAll();
