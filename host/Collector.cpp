@@ -24,6 +24,8 @@ using border::HostException;
 using border::Operation;
 
 constexpr std::string_view kAll = "all";
+// How a query of WMI that is left out fails: ERROR_TIMEOUT.
+constexpr std::string_view kTimedOut = "HRESULT 0x800705B4";
 
 // What a disk's static description says of it, for disks whose requests were not seen.
 Disk ToDisk(const std::string& itemId, const datatypes::PhysicalDiskStaticInfo& message)
@@ -133,7 +135,13 @@ void Collector::ReportFailure(const std::string& datatype, const HostException& 
                                  failure->error);
         }
     }
-    m_Failures.push_back({"collection-failed", {}, fmt::format("{}: not collected: {}", datatype, reason), {}, {datatype}});
+    if (message.find(kTimedOut) != std::string::npos && HasLateSource()) {
+        reason = "it needs what did not answer";
+    }
+    const Finding failure{"collection-failed", {}, fmt::format("{}: not collected: {}", datatype, reason), {}, {datatype}};
+    if (std::find(m_Failures.begin(), m_Failures.end(), failure) == m_Failures.end()) {  // it is collected again to find a disk
+        m_Failures.push_back(failure);
+    }
     if (m_LogLevel <= LogLevel::Debug) {
         Say(exception.ToString());
     }
@@ -143,7 +151,12 @@ std::vector<Finding> Collector::ReportFindings()
 {
     std::vector<Finding> findings = m_Machine.TakeFindings();
     const bool isExplained = IsExplained(datatypes::PhysicalDiskDynamicInfo::descriptor()->name());
-    m_Log->Drop([&](std::string_view error) { return isExplained && error.find("HRESULT 0x") != std::string_view::npos; });
+    const bool isLate = HasLateSource();
+    m_Log->Drop([&](std::string_view error) {
+        const auto says = [&](std::string_view text) { return error.find(text) != std::string_view::npos; };
+        return (isExplained && says("HRESULT 0x")) ||
+               (isLate && (says(kTimedOut) || says("PDH status 0x800007D5") || says("PDH query is not available")));
+    });
     const std::string without = TakeDisksWithoutLetter();
     m_Log->Flush();
     if (!without.empty()) {
@@ -203,6 +216,12 @@ std::string Collector::TakeDisksWithoutLetter()
                              count == 1 ? "has" : "have", count == 1 ? "is" : "are", count == 1 ? "it" : "each");
 }
 
+bool Collector::HasLateSource() const
+{
+    const std::vector<Finding> findings = m_Machine.CurrentFindings();
+    return std::any_of(findings.begin(), findings.end(), [](const Finding& finding) { return finding.kind == "no-answer"; });
+}
+
 bool Collector::IsExplained(const std::string& datatype) const
 {
     const std::vector<Finding> findings = m_Machine.CurrentFindings();
@@ -232,13 +251,34 @@ std::vector<std::string> Collector::Select(const std::string& given)
         LearnIdentities();
         selected = m_Disks.Select(selector);
     }
-    if (selected.empty()) {
+    if (selected.empty() && SelectHidden(given).empty()) {
         (void)ReportFindings();  // why a disk may be missing
         const std::string list = m_Disks.List();
         throw std::invalid_argument(
             fmt::format("no disk is called {}. {}", given, list.empty() ? "No disk was found." : "These are there:" + list));
     }
     return selected;
+}
+
+std::set<std::uint32_t> Collector::SelectHidden(const std::string& given) const
+{
+    Disks hidden;
+    for (const insight::HiddenDisk& one : m_Machine.Hidden()) {
+        if (one.number) {
+            Disk disk;
+            disk.itemId = fmt::format("{}", *one.number);
+            disk.number = one.number;
+            for (const char16_t letter : one.letters) {
+                disk.letters[{static_cast<char>(letter), ':'}] = {};
+            }
+            hidden.Learn(disk);
+        }
+    }
+    std::set<std::uint32_t> numbers;
+    for (const std::string& id : hidden.Select(given)) {
+        numbers.insert(*hidden.Find(id)->number);
+    }
+    return numbers;
 }
 
 void Collector::LearnIdentities(const std::vector<CollectedDatatype>& results)

@@ -44,8 +44,10 @@ public:
     [[nodiscard]] std::vector<Finding> CurrentFindings() const;
 
     // The item ids that a selector names. Collects what tells disks apart when that is not known yet. Throws std::invalid_argument,
-    // with a list of the disks, when it names none.
+    // with a list of the disks, when it names none. None for a disk that is left out.
     [[nodiscard]] std::vector<std::string> Select(const std::string& given);
+    // The numbers of the disks left out that a selector names.
+    [[nodiscard]] std::set<std::uint32_t> SelectHidden(const std::string& given) const;
     // Collects what tells disks apart, models, serial numbers and drive letters, unless these results have them or nothing is new
     // in them.
     void LearnIdentities(const std::vector<CollectedDatatype>& results);
@@ -63,6 +65,8 @@ private:
     void ReportFailure(const std::string& datatype, const border::HostException& exception);
     // Takes the log lines of disks without a drive letter out of the log, and gives a text for those that are new.
     [[nodiscard]] std::string TakeDisksWithoutLetter();
+    // Whether something did not answer in time and is left out.
+    [[nodiscard]] bool HasLateSource() const;
     // Whether a finding that holds says what ended the collection of a datatype, or cost it a disk.
     [[nodiscard]] bool IsExplained(const std::string& datatype) const;
     void LearnIdentities();

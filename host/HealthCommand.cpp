@@ -179,11 +179,13 @@ int Health(const HealthOptions& options, Output& output)
     HealthReport report =
         insight::MakeReport(insight::EvidenceOf(pass.records), machine.Name(), platform::Time::Current().UtcNow());
     AddAsleep(report, machine, state.disk_size() > 0 ? state : baseline);
+    std::map<std::uint32_t, std::string> late = machine.LateDisks();
     if (!options.source.disk.empty()) {
         Keep(report, selected, collector.KnownDisks());
-    } else {
-        AddLate(report, machine.LateDisks(), baseline);
+        const std::set<std::uint32_t> wanted = collector.SelectHidden(options.source.disk);
+        std::erase_if(late, [&](const auto& one) { return !wanted.contains(one.first); });
     }
+    AddLate(report, late, baseline);
     if (!options.baseline.empty()) {
         insight::Compare(report, baseline, options.onlyWhenRising);
     }

@@ -237,7 +237,8 @@ std::string Render(const insight::ExplanationReport& report, const Style& style)
                 default:
                     // Bytes are shown as they are sent; the unit belongs to the number in them.
                     if (!field.unit().empty() && !field.raw().starts_with(value + " = ")) {
-                        value += " " + (field.unit() == "Cel" ? "\u00B0C" : field.unit());
+                        const bool isMultiple = field.unit()[0] >= '0' && field.unit()[0] <= '9';  // "512 kB"
+                        value += (isMultiple ? " \u00D7 " : " ") + (field.unit() == "Cel" ? "\u00B0C" : field.unit());
                     }
             }
             std::string origin = field.source();

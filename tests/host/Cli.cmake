@@ -146,6 +146,7 @@ try(4 "PhysicalDiskStaticInfo: 6 disks" "MSFT_PhysicalDisk: no answer to the que
 try(4 "DynamicInfo: 0 disks.*StaticInfo: 6 disks" "the performance counters: no answer to a sample within 30 s"
     collect PhysicalDiskDynamicInfo PhysicalDiskStaticInfo --machine ${WORK}/counters.txtpb --deadline 30 --log-level off)
 try(7 "UNKNOWN  DISK3[^\n]*\n +no answer to IDENTIFY DEVICE within 30 s" "DISK3: no answer" health --machine ${WORK}/hung.txtpb)
+try(4 "^UNKNOWN  DISK3[^\n]*\n[^\n]*\n$" "^orbis-host: DISK3: no answer[^\n]*\n$" health --machine ${WORK}/hung.txtpb --item 3)
 try(4 "orbis_findings 1" "" metrics --machine ${WORK}/hung.txtpb)
 try(4 "SmartNvmeInfo" "DISK3: no answer" explain --machine ${WORK}/hung.txtpb --deadline 30)
 try(4 "DISK2 VEYRA PX8 2TB[^\n]*\n  DISK5.*DISK3 Samsung" "DISK3: no answer to IDENTIFY DEVICE within 10 s"

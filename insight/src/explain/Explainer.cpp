@@ -307,7 +307,7 @@ void AddSystemRequests(const Observations& observations, const std::set<Request>
             const auto failure = observations.QueryFailure(kind);
             AddRequest("WMI " + kind, duration,
                        failure ? fmt::format("failed (0x{:08X})", static_cast<std::uint32_t>(*failure))
-                               : fmt::format("{} rows", observations.RowsOf(kind)),
+                               : fmt::format("{} {}", observations.RowsOf(kind), observations.RowsOf(kind) == 1 ? "row" : "rows"),
                        out);
         }
     }
