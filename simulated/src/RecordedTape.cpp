@@ -92,7 +92,7 @@ std::vector<std::string> Tape::Missing() const
 
 std::string KeyOf(const RecordedCall& call)
 {
-    // A request is the same with another time-out: a host with a deadline shortens them.
+    // A request is the same with another time-out, which a host with a deadline shortens, and without the zeros at its end.
     constexpr std::array<std::pair<std::uint32_t, std::size_t>, 3> kTimeOuts{
         {{platform::kIoctlAtaPassThroughDirect, offsetof(platform::AtaPassThroughDirect, timeOutValue)},
          {platform::kIoctlScsiPassThroughDirect, offsetof(platform::ScsiPassThroughDirect, timeOutValue)},
@@ -102,6 +102,9 @@ std::string KeyOf(const RecordedCall& call)
         if (call.code() == code && request.size() >= at + sizeof(std::uint32_t)) {
             request.replace(at, sizeof(std::uint32_t), sizeof(std::uint32_t), '\0');
         }
+    }
+    if (call.operation() == "DeviceIo::Control") {
+        request.resize(request.find_last_not_of('\0') + 1);
     }
     return fmt::format("{}\n{:x} {:x} {:x} {}\n{}{}", call.operation(), call.access(), call.code(), call.room(),
                        call.subject().size(), call.subject(), request);

@@ -3,8 +3,12 @@
 # The machine file is named relative to its folder, so that no path of this computer is printed.
 string(REPLACE "|" ";" emulator "${EMULATOR}")
 set(ENV{LC_ALL} C.UTF-8)
+set(options --format ${FORMAT} --log-level off)
+if(FORMAT STREQUAL log)  # every log line but its time
+    set(options --format json --log-level trace)
+endif()
 execute_process(
-    COMMAND ${emulator} ${HOST} collect all --machine ${MACHINE}.txtpb --format ${FORMAT} --log-level off
+    COMMAND ${emulator} ${HOST} collect all --machine ${MACHINE}.txtpb ${options}
     WORKING_DIRECTORY ${MACHINES}
     OUTPUT_FILE ${OUTPUT}
     ERROR_VARIABLE errors
@@ -12,6 +16,11 @@ execute_process(
 # 1: a collection failed; 4: something was left out. That is what odd machines are for; the golden output shows what was printed.
 if(NOT status MATCHES "^[014]$")
     message(FATAL_ERROR "orbis-host ended with ${status}: ${errors}")
+endif()
+if(FORMAT STREQUAL log)
+    string(REGEX MATCHALL "(trace|debug|info|warning|error) +StrgColl [^\r\n]*" lines "${errors}")
+    string(REPLACE ";" "\n" lines "${lines}")
+    file(CONFIGURE OUTPUT ${OUTPUT} CONTENT "${lines}\n" @ONLY NEWLINE_STYLE UNIX)
 endif()
 if(UPDATE)
     return()

@@ -109,6 +109,19 @@ string(REPLACE "MSFT_PhysicalDisk" "MSFT_Other" recorded "${recorded}")
 file(WRITE ${WORK}/lacking.txtpb "${recorded}")
 try(4 "PhysicalDiskStaticInfo: 1 disk" "^orbis-host: the recording has no answer to Wmi::ExecQuery [^\n]*MSFT_PhysicalDisk; [^\n]*\n$"
     collect PhysicalDiskStaticInfo --machine ${WORK}/lacking.txtpb --watch 0.1 --count 3 --log-level off)
+# This machine, whatever it has: messages, log lines but their times, and status.
+function(run_here results)
+    execute_process(COMMAND ${emulator} ${HOST} ${ARGN} --format json --log-level trace
+                    RESULT_VARIABLE status OUTPUT_VARIABLE printed ERROR_VARIABLE said)
+    string(REGEX MATCHALL " (trace|debug|info|warning|error) +StrgColl [^\n]*" lines "${said}")
+    set(${results} "${status}\n${lines}\n${printed}" PARENT_SCOPE)
+endfunction()
+run_here(recorded machine record ${WORK}/here.txtpb --with-identifiers --seconds 0.1)
+run_here(replayed collect all --machine ${WORK}/here.txtpb)
+if(NOT recorded STREQUAL replayed OR NOT replayed MATCHES "^[014]\n[^\n]*StrgColl")
+    message("this machine: recorded\n${recorded}\nreplayed\n${replayed}")
+    math(EXPR failures "${failures} + 1")
+endif()
 # A recording with a gap, or that finds no room, is no file.
 file(REMOVE ${WORK}/recorded.txtpb)
 string(REPEAT "partition { size: 1000000 } " 20 partitions)

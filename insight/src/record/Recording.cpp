@@ -123,7 +123,7 @@ private:
         answer.set_data(Trimmed(ToString(control.dataAfter)));
         answer.set_returned(control.returned);
         Keep({"DeviceIo::Control", platform::Utf16ToUtf8(control.device->path), control.device->access, control.code,
-              ToString(control.request), control.output.size()},
+              Trimmed(ToString(control.request)), control.output.size()},
              std::move(answer));
     }
     void On(const call::LogicalDriveStrings& drives)
