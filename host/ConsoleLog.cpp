@@ -36,15 +36,39 @@ spdlog::level::level_enum ToSpdlog(LogLevel level)
     return spdlog::level::off;
 }
 
+// The colours of spdlog's sink for a terminal.
+const char* ColourOf(spdlog::level::level_enum level)
+{
+    switch (level) {
+        case spdlog::level::trace:
+            return "\x1B[37m";
+        case spdlog::level::debug:
+            return "\x1B[36m";
+        case spdlog::level::info:
+            return "\x1B[32m";
+        case spdlog::level::warn:
+            return "\x1B[33m\x1B[1m";
+        default:
+            return "\x1B[31m\x1B[1m";
+    }
+}
+
 // Of a supervised process, whose text is held back until it may write.
 class HeldSink final : public spdlog::sinks::base_sink<std::mutex> {
     void sink_it_(const spdlog::details::log_msg& message) override
     {
         spdlog::memory_buf_t line;
         formatter_->format(message, line);
-        WriteError(fmt::to_string(line));
+        std::string text = fmt::to_string(line);
+        if (m_HasColour && message.color_range_end > message.color_range_start) {
+            text.insert(message.color_range_end, "\x1B[m");
+            text.insert(message.color_range_start, ColourOf(message.level));
+        }
+        WriteError(text);
     }
     void flush_() override {}
+
+    const bool m_HasColour = ErrorIsTerminal() && !WantsNoColour();
 };
 
 std::shared_ptr<spdlog::sinks::sink> MakeSink()
