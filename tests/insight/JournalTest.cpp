@@ -1,11 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <functional>
 
 #include "Common/HardwareAccess.h"
 #include "Common/WmiCommonLib.h"
 #include "insight/Journal.h"
+#include "insight/TimeLimits.h"
 #include "platform/Errors.h"
 #include "platform/Forwarding.h"
 #include "platform/Requests.h"
@@ -156,6 +159,36 @@ TEST_F(JournalTest, FullJournalSaysSoAndChangesNoAnswer)
     EXPECT_GT(extract.lost, 0U);
     EXPECT_FALSE(extract.records.empty());
     EXPECT_EQ(extract.records.size() + extract.lost, 5 * 3U) << "open, control, close";
+}
+
+TEST(TimeLimitsTest, RequestsGoWithNoMoreTimeThanIsLeft)
+{
+    const auto machine = simulated::ParseMachine("disk { number: 0 kind: SATA_HDD size: 1000000000 }");
+    Journal journal(*machine);
+    double left = 0;
+    TimeLimits limits(journal, [&] { return left; });
+    platform::DeviceIo& io = limits.DeviceIoPort();
+    const platform::DeviceHandle disk(io, io.Open(u"\\\\.\\PhysicalDrive0", platform::kGenericRead | platform::kGenericWrite, 3,
+                                                  nullptr, platform::kOpenExisting, 0, 0));
+    const auto timeOutOf = [&](std::uint32_t code, auto request) {
+        const auto asked = request.timeOutValue = 60;
+        std::array<std::uint8_t, 256> out{};
+        std::uint32_t returned = 0;
+        static_cast<void>(journal.Take());
+        static_cast<void>(io.Control(disk.Get(), code, &request, sizeof request, out.data(), out.size(), &returned, nullptr));
+        EXPECT_EQ(request.timeOutValue, asked) << "the caller's request is as it was";
+        const Extract extract = journal.Take();
+        const auto* sent = extract.records.at(0).As<call::Control>();
+        std::memcpy(static_cast<void*>(&request), sent->request.data(), sizeof request);
+        return request.timeOutValue;
+    };
+    for (const auto& [seconds, expected] :
+         std::vector<std::pair<double, std::uint32_t>>{{100, 60}, {60, 60}, {7.2, 8}, {0, 1}, {-3, 1}}) {
+        left = seconds;
+        EXPECT_EQ(timeOutOf(platform::kIoctlAtaPassThroughDirect, platform::AtaPassThroughDirect{}), expected) << seconds;
+        EXPECT_EQ(timeOutOf(platform::kIoctlScsiPassThroughDirect, platform::ScsiPassThroughDirect{}), expected) << seconds;
+        EXPECT_EQ(timeOutOf(platform::kIoctlStorageProtocolCommand, platform::StorageProtocolCommandHead{}), expected) << seconds;
+    }
 }
 
 }  // namespace
