@@ -10,13 +10,13 @@
 #include "Framing.h"
 
 namespace orbis::host {
-namespace {
 
-// One key for a disk, whichever of its paths a request uses.
 std::string KeyOf(const WaitedFor& wait)
 {
     return wait.has_number() ? fmt::format("{}", wait.number()) : fmt::format("{} {}", wait.kind(), wait.name());
 }
+
+namespace {
 
 // The end of a wait without a limit.
 constexpr auto kNever = Attempt::TimePoint::max();

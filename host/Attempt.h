@@ -31,6 +31,9 @@ private:
 // The last answer of each datatype and item id, and when it came.
 using LastAnswers = std::map<std::pair<std::string, std::string>, std::pair<LastAnswer, SupervisionClock::TimePoint>>;
 
+// One key for a disk, whichever of its paths a request uses.
+[[nodiscard]] std::string KeyOf(const WaitedFor& wait);
+
 // The supervisor's side of one collecting process.
 class Attempt {
 public:

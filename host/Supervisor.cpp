@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <memory>
 #include <optional>
+#include <set>
 #include <utility>
 
 #include "Attempt.h"
@@ -30,6 +31,8 @@ constexpr std::chrono::seconds kGrace(2);
 constexpr std::chrono::milliseconds kShortestRound(500);
 // Limit of consecutive crashes without a complete pass.
 constexpr int kMostCrashes = 3;
+// Limit of the processes of a watch that wait for what is late.
+constexpr std::size_t kMostAttempts = 8;
 
 Duration DurationOf(double seconds) { return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(seconds)); }
 double InSeconds(Duration time) { return std::chrono::duration<double>(time).count(); }
@@ -99,12 +102,14 @@ private:
         m_NextAttempt = m_Deadline - DurationOf(std::min(m_Supervision.seconds / 2, kReserve));
     }
 
-    void Start(const std::vector<LateSource>& late)
+    void Start(const std::vector<LateSource>& late) { m_Attempts.push_back(Make(late, m_Deadline - m_Clock.Now())); }
+
+    [[nodiscard]] std::unique_ptr<Attempt> Make(const std::vector<LateSource>& late, Duration left) const
     {
         const TimePoint now = m_Clock.Now();
         Assignment task;
         task.set_seconds(m_Supervision.seconds);
-        task.set_seconds_left(std::max(1.0, InSeconds(m_Deadline - now)));
+        task.set_seconds_left(std::max(1.0, InSeconds(left)));
         task.mutable_late()->Add(late.begin(), late.end());
         task.set_passes(m_Passes);
         for (const auto& [key, answer] : m_Last) {
@@ -112,7 +117,7 @@ private:
             last = answer.first;
             last.set_seconds_ago(InSeconds(now - answer.second));
         }
-        m_Attempts.push_back(std::make_unique<Attempt>(m_Supervision.arguments, task, now));
+        return std::make_unique<Attempt>(m_Supervision.arguments, task, now);
     }
 
     // Starts an attempt that also leaves out the source that the newest one waits for.
@@ -164,6 +169,7 @@ private:
                 attempt->Wake();
             }
         }
+        LookAfterShadows(now);
         if (Attempt* const ready = Ready()) {
             Choose(*ready);
         } else if (IsCollecting(*m_Attempts.back())) {
@@ -213,11 +219,11 @@ private:
             return;
         }
         m_Progress.Clear();
-        // Attempts that leave out more are not needed. In a watch a waiting one continues, because its disk may answer later.
+        // Attempts that leave out more are not needed. In a watch those that wait continue, because their disks may answer later.
         std::vector<std::unique_ptr<Attempt>> kept;
         for (auto& attempt : m_Attempts) {
             const bool isChosen = attempt.get() == &chosen;
-            if (isChosen || (kept.empty() && m_Supervision.isWatch && IsCollecting(*attempt))) {
+            if (isChosen || (m_Supervision.isWatch && IsCollecting(*attempt))) {
                 attempt->isStale = !isChosen && (attempt->isStale || !attempt->isShadow);
                 attempt->isShadow = !isChosen;
                 kept.push_back(std::move(attempt));
@@ -232,6 +238,47 @@ private:
         m_Attempts = std::move(kept);
         m_Crashes = 0;
         chosen.Go(m_Passes);
+    }
+
+    // An attempt that went on for its late source may have got past it and wait for another one that is late. What answers again is
+    // then collected without that one.
+    void LookAfterShadows(TimePoint now)
+    {
+        for (std::size_t i = 0; i + 1 < m_Attempts.size() && m_Attempts.size() < kMostAttempts; ++i) {
+            const Attempt& shadow = *m_Attempts[i];
+            const auto& waiting = shadow.Waiting();
+            if (!shadow.isShadow || !IsCollecting(shadow) || !waiting) {
+                continue;
+            }
+            const auto& late = m_Attempts.back()->Late();
+            const auto known = std::find_if(late.begin(), late.end(),
+                                            [&](const LateSource& one) { return KeyOf(one.source()) == KeyOf(*waiting); });
+            const Duration patience = known != late.end() ? Duration(kShortestRound) : DurationOf(m_Supervision.seconds);
+            std::vector<LateSource> without = shadow.Late();
+            LateSource& source = without.emplace_back();
+            if (known != late.end()) {
+                source = *known;
+            } else {
+                *source.mutable_source() = *waiting;
+                source.set_seconds(m_Supervision.seconds);
+            }
+            const bool exists = std::any_of(m_Attempts.begin(), m_Attempts.end(),
+                                            [&](const auto& one) { return KeysOf(one->Late()) == KeysOf(without); });
+            if (now - shadow.WaitingSince() >= patience && !exists) {
+                auto attempt = Make(without, DurationOf(m_Supervision.seconds));
+                attempt->isShadow = true;
+                m_Attempts.insert(m_Attempts.begin() + static_cast<std::ptrdiff_t>(i + 1), std::move(attempt));
+            }
+        }
+    }
+
+    static std::set<std::string> KeysOf(const std::vector<LateSource>& late)
+    {
+        std::set<std::string> keys;
+        for (const LateSource& one : late) {
+            keys.insert(KeyOf(one.source()));
+        }
+        return keys;
     }
 
     void LookAtTheTime(TimePoint now)
@@ -257,14 +304,20 @@ private:
             End(m_Failed);
             return;
         }
-        const auto newest = std::move(m_Attempts.back());
-        const auto culprit = newest->Culprit(m_Clock.Now());
-        m_Passes = newest->Passes();
-        m_Attempts.clear();
-        if (culprit) {
-            StartWithout(*newest, *culprit, {});
+        // Those that wait go on, because their disks may answer later.
+        std::erase_if(m_Attempts, [](const auto& attempt) { return !IsCollecting(*attempt); });
+        for (const auto& attempt : m_Attempts) {
+            attempt->isStale = attempt->isStale || !attempt->isShadow;
+            attempt->isShadow = true;
+        }
+        if (m_Attempts.empty() || m_Attempts.size() >= kMostAttempts) {
+            m_Attempts.clear();
+            Start({});
+        } else if (const Attempt& newest = *m_Attempts.back(); const auto culprit = newest.Culprit(m_Clock.Now())) {
+            m_Passes = std::max(m_Passes, newest.Passes());
+            StartWithout(newest, *culprit, {});
         } else {
-            Start(newest->Late());
+            Start(std::vector<LateSource>(newest.Late()));
         }
         BeginRound();
     }

@@ -166,6 +166,12 @@ try(4 "DISK2 VEYRA PX8 2TB[^\n]*\n  DISK5.*DISK3 Samsung" "DISK3: no answer to I
     collect PhysicalDiskDynamicInfo --machine ${WORK}/back.txtpb --deadline 10 --watch 0.1 --count 6)
 try(4 "DISK3 Samsung.*DISK3 Samsung.*\nDISK3: no answer; its last answer, [0-9]+ s old, is shown" "DISK3: no answer to IDENTIFY DEVICE within 30 s"
     collect PhysicalDiskDynamicInfo --machine ${WORK}/later.txtpb --deadline 30 --watch 0.1 --count 4)
+# Of two disks that are late the one that answers comes back, although the other does not.
+string(REPLACE "\n  number: 3\n" "\n  number: 3\n  exchange { ata_command: 0xEC usual: true never: true }\n" text "${workstation}")
+string(REPLACE "\n  number: 5\n" "\n  number: 5\n  exchange { ata_command: 0xEC usual: true delay: 5.2 uses: 1 }\n" text "${text}")
+file(WRITE ${WORK}/two.txtpb "${text}")
+try(4 "DISK3: no answer[^\n]*\nDISK5: no answer.*DISK5 VEYRA.*DISK3: no answer[^\n]*\n$" "DISK5: no answer to IDENTIFY DEVICE within 5 s"
+    collect PhysicalDiskDynamicInfo --machine ${WORK}/two.txtpb --deadline 10 --watch 0.1 --count 8 --log-level off)
 # Disks that are asleep are not woken: ASLEEP with the last verdict, no alarm, no weight in the status. A disk that falls asleep in a watch keeps
 # its last answer, and is back when it wakes up.
 string(REGEX REPLACE "\n  number: ([35])\n" "\n  number: \\1\n  sleeps_at: 0\n" text "${workstation}")
