@@ -120,6 +120,7 @@ public:
         m_App.allow_windows_style_options(false);  // the same options everywhere, and "/" may begin a path
         m_App.footer(ExitStatusFooter());
         m_App.set_version_flag("--version", VersionText());
+        m_App.require_subcommand(0, 1);
         // A command's options are a good part of a short run: those of commands that are not named are not made. The list of
         // commands is complete where none is named first.
         const bool isNamed =
@@ -147,9 +148,13 @@ public:
             m_Output.Write(Fitted(out.str(), m_Output.GetStyle().width));
             if (status != 0) {
                 const std::string what = error.what();
-                const bool isWithoutValue = dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr;
-                Say(fmt::format("{}\nRun orbis-host {} for more.",
-                                isWithoutValue ? what.substr(0, what.find(':')) + " needs a value" : what, HelpOfParsed()));
+                const bool isCount = dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr;
+                const bool isTooFew = what.ends_with("missing");
+                Say(fmt::format("{}{}\nRun orbis-host {} for more.", isCount ? what.substr(0, what.find(':')) : what,
+                                !isCount   ? ""
+                                : isTooFew ? " needs a value"
+                                           : " can be given only once",
+                                HelpOfParsed()));
             }
             // Asking for help or the version is no error.
             return status == 0 ? kExitOk : kExitUsage;
@@ -376,6 +381,7 @@ private:
     void AddMachine()
     {
         CLI::App& machine = *m_App.add_subcommand("machine", "Record a machine, and look at files that describe machines");
+        machine.require_subcommand(0, 1);
         CLI::App& record = AddCommand(machine, "record", "Collect everything once and write what the machine answered", [this] {
             m_Record.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
             if (!m_RecordFormat.empty()) {

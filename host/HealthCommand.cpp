@@ -121,8 +121,9 @@ HealthReport ReadHealthReport(const std::filesystem::path& file)
     HealthReport report;
     const auto status = google::protobuf::util::JsonStringToMessage(ReadWholeFile(file), &report);
     if (!status.ok() || report.format_version() == 0) {
+        const std::string reason(status.message());
         throw std::invalid_argument(fmt::format("{}: not a report of `orbis-host health --format json`{}", FileName(file),
-                                                status.ok() ? "" : ": " + std::string(status.message())));
+                                                status.ok() ? "" : ": " + reason.substr(0, reason.find('\n'))));
     }
     if (report.format_version() > insight::kHealthFormatVersion) {
         throw std::invalid_argument(fmt::format("{}: written by a later version of this program (format {}, known up to {})",

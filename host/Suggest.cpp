@@ -66,13 +66,13 @@ std::string FindWord(const std::vector<std::string>& known, std::string_view giv
     std::string advice;
     if (const std::string nearest = Nearest(known, given); !nearest.empty()) {
         advice = fmt::format("Did you mean {}?", nearest);
-    } else {
+    } else if (!known.empty()) {
         advice = "One of these:";
         for (const std::string& one : known) {
             advice += "\n  " + one;
         }
     }
-    throw std::invalid_argument(fmt::format("no such {}: {}. {}", what, given, advice));
+    throw std::invalid_argument(fmt::format("no such {}: {}{}{}", what, given, known.empty() ? "" : ". ", advice));
 }
 
 }  // namespace orbis::host

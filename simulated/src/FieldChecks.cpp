@@ -165,7 +165,7 @@ struct Rule {
 };
 
 constexpr const char* kFit = "write a value that fits the field of the device";
-constexpr const char* kCut = "shorten it, or mean to have it cut";
+constexpr const char* kCut = "shorten it, or leave it so if it may be cut";
 constexpr const char* kPage = "keep the patch inside the page, or mean to answer more than the device has";
 constexpr const char* kGuidForm = "write it as 12345678-1234-1234-1234-123456789abc";
 constexpr std::uint64_t kLongestDelay = 86400;
