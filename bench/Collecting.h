@@ -11,6 +11,7 @@
 #include "HostSdk/IZelLog.h"
 #include "HostSdk/ItemId.h"
 #include "Instructions.h"
+#include "insight/Journal.h"
 #include "platform/Platform.h"
 #include "simulated/MachineFile.h"
 
@@ -26,19 +27,29 @@ class NullLog final : public Veyra::Orbis::Common::IZelLog {
     IZelLog& Trace(Text, std::int32_t, Text, Text) override { return *this; }
 };
 
-// A simulated machine, in force while it lives.
+// A simulated machine, in force while it lives; observed, with the journal over it.
 class MachineInForce {
 public:
-    explicit MachineInForce(std::string_view text) : m_Machine(simulated::ParseMachine(text))
+    explicit MachineInForce(std::string_view text, bool isObserved = false)
+        : m_Machine(simulated::ParseMachine(text)), m_Journal(isObserved ? std::make_unique<insight::Journal>(*m_Machine) : nullptr)
     {
-        platform::Platform::Replace(m_Machine.get());
+        platform::Platform::Replace(m_Journal != nullptr ? static_cast<platform::Platform*>(m_Journal.get()) : m_Machine.get());
     }
     MachineInForce(const MachineInForce&) = delete;
     MachineInForce& operator=(const MachineInForce&) = delete;
     ~MachineInForce() { platform::Platform::Replace(nullptr); }
 
+    // Takes what the journal has, as a host does after each pass.
+    void EndPass()
+    {
+        if (m_Journal != nullptr) {
+            benchmark::DoNotOptimize(m_Journal->Take());
+        }
+    }
+
 private:
     std::unique_ptr<simulated::Machine> m_Machine;
+    std::unique_ptr<insight::Journal> m_Journal;
 };
 
 // Runs `work` on `drives` drives and reports the heap allocations and instructions for each, and the most memory that one run had
@@ -66,10 +77,14 @@ void Measure(benchmark::State& state, std::int64_t drives, Work work)
 
 // Collects one datatype of a whole machine of `drives` drives.
 template <class Retriever>
-void MeasureCollection(benchmark::State& state, std::int64_t drives)
+void MeasureCollection(benchmark::State& state, std::int64_t drives, MachineInForce& machine)
 {
     Retriever retriever(std::make_shared<NullLog>());
-    Measure(state, drives, [&] { return retriever.CollectData(Veyra::Orbis::Sdk::Common::Identifiers::ItemId::All())->size(); });
+    Measure(state, drives, [&] {
+        const auto count = retriever.CollectData(Veyra::Orbis::Sdk::Common::Identifiers::ItemId::All())->size();
+        machine.EndPass();
+        return count;
+    });
 }
 
 }  // namespace orbis::bench

@@ -116,13 +116,15 @@ void MapHealth(benchmark::State& state)
 }
 BENCHMARK(MapHealth);
 
-template <class Retriever>
+template <class Retriever, bool isObserved = false>
 void Collect(benchmark::State& state)
 {
-    const MachineInForce machine(Machine(state.range(0)));
-    orbis::bench::MeasureCollection<Retriever>(state, state.range(0));
+    MachineInForce machine(Machine(state.range(0)), isObserved);
+    orbis::bench::MeasureCollection<Retriever>(state, state.range(0), machine);
 }
 BENCHMARK(Collect<Veyra::Orbis::Plugins::NvmeIdentifyControllerDataRetriever>)->Name("CollectIdentify")->Arg(1)->Arg(8)->Arg(32);
+BENCHMARK(Collect<Veyra::Orbis::Plugins::NvmeIdentifyControllerDataRetriever, true>)->Name("ObserveIdentify")->Arg(8);
+BENCHMARK(Collect<Veyra::Orbis::Plugins::SmartNvmeInfoRetriever, true>)->Name("ObserveHealth")->Arg(8);
 BENCHMARK(Collect<Veyra::Orbis::Plugins::SmartNvmeInfoRetriever>)->Name("CollectHealth")->Arg(1)->Arg(8)->Arg(32);
 
 }  // namespace

@@ -72,8 +72,8 @@ BENCHMARK(MapSmartDynamic);
 template <class Retriever>
 void Collect(benchmark::State& state)
 {
-    const orbis::bench::MachineInForce machine(Machine(state.range(0)));
-    orbis::bench::MeasureCollection<Retriever>(state, state.range(0));
+    orbis::bench::MachineInForce machine(Machine(state.range(0)));
+    orbis::bench::MeasureCollection<Retriever>(state, state.range(0), machine);
     // The walk makes a set of all disks for each disk, as documented, so the cost per disk may grow, but no faster than the number
     // of disks.
     state.counters["budget_growth"] = 128.0 / 16.0;

@@ -27,17 +27,20 @@ std::string Machine(std::int64_t disks)
     return text;
 }
 
+template <bool isObserved>
 void CollectStatic(benchmark::State& state)
 {
-    const orbis::bench::MachineInForce machine(Machine(state.range(0)));
-    orbis::bench::MeasureCollection<Veyra::Orbis::Plugins::PhysicalDiskStaticInfoRetriever>(state, state.range(0));
+    orbis::bench::MachineInForce machine(Machine(state.range(0)), isObserved);
+    orbis::bench::MeasureCollection<Veyra::Orbis::Plugins::PhysicalDiskStaticInfoRetriever>(state, state.range(0), machine);
     // For each disk the walk makes a set of all disks and the join reads the volumes of all disks anew, as documented. The cost per
     // disk may grow as the number of disks does, but no faster.
     state.counters["budget_growth"] = 128.0 / 16.0;
 }
-BENCHMARK(CollectStatic)->Arg(1)->Arg(16)->Arg(128);
+BENCHMARK(CollectStatic<false>)->Name("CollectStatic")->Arg(1)->Arg(16)->Arg(128);
+BENCHMARK(CollectStatic<true>)->Name("ObserveStatic")->Arg(16);
 
 // Disks with a drive letter, of which there are no more than 24.
+template <bool isObserved>
 void CollectDynamic(benchmark::State& state)
 {
     std::string text;
@@ -47,9 +50,10 @@ void CollectDynamic(benchmark::State& state)
             "gpt {{ partition {{ size: 1048576 volume {{ letter: '{}' }} }} }} }} ",
             disk, disk, static_cast<char>('C' + disk));
     }
-    const orbis::bench::MachineInForce machine(text);
-    orbis::bench::MeasureCollection<Veyra::Orbis::Plugins::PhysicalDiskDynamicInfoRetriever>(state, state.range(0));
+    orbis::bench::MachineInForce machine(text, isObserved);
+    orbis::bench::MeasureCollection<Veyra::Orbis::Plugins::PhysicalDiskDynamicInfoRetriever>(state, state.range(0), machine);
 }
-BENCHMARK(CollectDynamic)->Arg(1)->Arg(16)->Arg(24);
+BENCHMARK(CollectDynamic<false>)->Name("CollectDynamic")->Arg(1)->Arg(16)->Arg(24);
+BENCHMARK(CollectDynamic<true>)->Name("ObserveDynamic")->Arg(16);
 
 }  // namespace
