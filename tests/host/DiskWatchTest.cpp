@@ -72,10 +72,10 @@ TEST(DiskWatchTest, KeepsNothingOfAnEarlierRequestOrDisk)
         ComObject* row = nullptr;
         std::uint32_t returned = 0;
         platform::Variant value;
-        wmi.ExecQuery(nullptr, nullptr, query, 0, &enumerator);
-        wmi.Next(enumerator, 0, &row, &returned);
-        wmi.Get(row, u"Index", &value);
-        wmi.Get(row, u"PNPDeviceID", &value);
+        static_cast<void>(wmi.ExecQuery(nullptr, nullptr, query, 0, &enumerator));
+        static_cast<void>(wmi.Next(enumerator, 0, &row, &returned));
+        static_cast<void>(wmi.Get(row, u"Index", &value));
+        static_cast<void>(wmi.Get(row, u"PNPDeviceID", &value));
         wmi.Release(row);
         wmi.Release(enumerator);
     };
@@ -86,8 +86,8 @@ TEST(DiskWatchTest, KeepsNothingOfAnEarlierRequestOrDisk)
         platform::AtaPassThroughDirect request;
         request.currentTaskFile[6] = 0xB0;
         std::uint32_t returned = 0;
-        io.Control(device, platform::kIoctlAtaPassThroughDirect, &request, sizeof(request), &request, sizeof(request), &returned,
-                   nullptr);
+        static_cast<void>(io.Control(device, platform::kIoctlAtaPassThroughDirect, &request, sizeof(request), &request,
+                                     sizeof(request), &returned, nullptr));
         io.Close(device);
         return watch.Seen().at(0).smartError.has_value();
     };
