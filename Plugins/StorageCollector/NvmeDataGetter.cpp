@@ -43,7 +43,7 @@ void NvmeDataGetter::WalkDrives(std::string_view what, const std::function<void(
         }
         const StorageBusType busType = SXQueryStorageBusType(drive);
         if (busType != StorageBusType::BusTypeNvme && busType != StorageBusType::BusTypeRAID) {
-            // Intentional: the bus type stands in both places and the drive in none.
+            // Intentional: both placeholders get the bus type, and the drive is not named.
             debug(fmt::format("Skipping {0} because its bustype is {0}", static_cast<std::uint32_t>(busType)));
             continue;
         }

@@ -102,7 +102,7 @@ public:
     [[nodiscard]] static std::int32_t ToValidTemperature(std::int32_t celsius);
 
 private:
-    // Visits the drives that may speak NVMe, in the order of their numbers: those on an NVMe bus, and those behind a RAID-mode
+    // Visits the drives that may be NVMe drives, in the order of their numbers: those on an NVMe bus, and those behind a RAID-mode
     // controller, whose bus type is the controller's. Lines for the log, all at Debug level, go to `debug`; `what` is the subject.
     static void WalkDrives(std::string_view what, const std::function<void(std::string_view text)>& debug,
                            const std::function<void(std::int32_t drive, const std::string& name)>& visit);

@@ -28,7 +28,7 @@ constexpr std::string_view kIdentifyFile = "Plugins\\StorageCollector\\NvmeIdent
 constexpr std::string_view kGetIdentifyData = "Veyra::Orbis::Plugins::NvmeDataGetter::GetIdentifyControllerData";
 constexpr std::string_view kCollectIdentifyData = "Veyra::Orbis::Plugins::NvmeIdentifyControllerDataRetriever::CollectData";
 
-// Intentional: the bytes stand in the text as they are, read as UTF-8 and not as hexadecimal digits, whatever the "0x" says.
+// Intentional: the raw bytes are inserted and read as UTF-8; they are not hexadecimal digits, in spite of the "0x".
 std::string ByteStringObjects(const std::string& key, const datatypes::NvmeIdentifyControllerData& data)
 {
     return key + " ByteStringObjects: FruGloballyUniqueIdentifier: 0x" + ValidUtf8(data.fru_globally_unique_identifier()) +
@@ -94,7 +94,7 @@ Common::CollectionList<datatypes::NvmeIdentifyControllerData> NvmeIdentifyContro
                   __LINE__);
     }
     auto items = CollectedItems(collected, itemId, now);
-    // Intentional: the count stands in the place of the line, the text keeps its placeholder, and there is no file and no function.
+    // Intentional: the count is passed as the line number, the text keeps its placeholder, and there is no file and no function.
     m_Log->Trace("Got total info for NvmeIdentifyControllerDataRetriever: {0}", static_cast<std::int32_t>(items.size()), "", "");
     return items;
 }

@@ -69,7 +69,7 @@ std::shared_ptr<datatypes::PhysicalDiskStaticInfo> ToMessage(const PhysicalDiskI
 
 void SetPartition(datatypes::PhysicalDiskPartitionInfo& message, const PartitionInfo& partition)
 {
-    message.set_name(partition.name);  // UTF-8 from the disk's own UTF-16, whatever the code page
+    message.set_name(partition.name);  // UTF-8 from the disk's own UTF-16; the code page is not used
     message.mutable_size()->set_value(partition.size);
     message.mutable_index()->set_value(partition.index);
     message.set_guid(DefaultToUtf8(partition.guid));

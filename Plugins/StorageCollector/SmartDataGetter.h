@@ -54,7 +54,7 @@ public:
     [[nodiscard]] static std::vector<WmiSmartDiskData> GetWmiSmartData();
     [[nodiscard]] static ModelList EnumDiskModels();
 
-    // The block of the first row whose instance name contains `path` whatever the case, or an empty one. The row is taken out of
+    // The block of the first row whose instance name contains `path`, ignoring case, or an empty one. The row is taken out of
     // the list, so that it serves one disk. Intentional: an empty path is contained in
     // every name and takes the first row.
     [[nodiscard]] static std::vector<std::uint8_t> getSmartDataByPath(std::u16string_view path,

@@ -13,7 +13,7 @@ public:
     // `log` is not null.
     explicit SmartDynamicInfoRetriever(std::shared_ptr<Common::IZelLog> log);
 
-    // No disk at all gives no list, where the static collection gives an empty one. NotSupportedException alone is
+    // Without any disk it returns no list; the static collection returns an empty one. NotSupportedException alone is
     // caught: it is logged and gives an empty list.
     [[nodiscard]] Common::CollectionList<veyra::orbis::datatypes::SmartDynamicInfo> CollectData(
         const Sdk::Common::Identifiers::ItemId& itemId) override;

@@ -9,7 +9,7 @@ namespace Veyra::Orbis::Plugins {
 namespace {
 
 bool IsNotZero(char character) { return character != '\0'; }
-// As isspace of the "C" locale, whatever the process's locale is.
+// Like isspace in the "C" locale; independent of the process's locale.
 bool IsNotSpace(char character) { return std::string_view{" \t\n\v\f\r"}.find(character) == std::string_view::npos; }
 bool IsNotBackspace(char character) { return character != '\b'; }
 

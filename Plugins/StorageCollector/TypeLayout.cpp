@@ -141,7 +141,7 @@ static_assert(sizeof(Locator) == 24 && sizeof(Hierarchy) == 16 && sizeof(Base) =
 constexpr std::uint32_t kSignature64 = 1;
 constexpr Address kNameInType = 16;  // _TypeDescriptor: a table pointer, a spare word, the name
 
-// A locator's own distance tells where the image begins; its class has a decorated name.
+// A locator's own distance gives the start of the image; its class has a decorated name.
 std::optional<Locator> LocatorBefore(Address table, Address& at)
 {
     at = Read<Address>(table - sizeof(Address)).value_or(0);

@@ -11,8 +11,8 @@
 namespace Veyra::Orbis::Plugins {
 namespace {
 
-// Where the maker's interface stands in the objects of each virtual table that was seen: nothing when it does not. A table belongs
-// to one class, and libraries are never unloaded, so its type information is read once.
+// Offset of the maker's interface in the objects of each virtual table that was seen; nothing when they do not have it. A table
+// belongs to one class, and libraries are never unloaded, so its type information is read once.
 class KnownTables {
 public:
     // The distance from an object with this table.

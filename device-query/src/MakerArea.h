@@ -35,12 +35,12 @@ namespace veyra::sondix::maker {
 
 class MakerArea : private Page<1024> {
 public:
-    // Where the area stands in Identify Controller, how much of it the layout takes, and the byte that makes the sum.
+    // Offset of the area in Identify Controller, length of the layout, and the checksum byte.
     static constexpr std::size_t kFirst = 3072;
     static constexpr std::size_t kWhole = 1024;
     static constexpr std::size_t kLength = 96;
     static constexpr std::size_t kChecksum = 11;
-    // What tells a drive or its parts from others.
+    // Values that identify a drive or a part of it.
     struct Identifier {
         std::size_t first;
         std::size_t length;

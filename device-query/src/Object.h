@@ -23,7 +23,7 @@ protected:
     ~Destroyable() = default;
 };
 
-// An object over `Size` bytes that stand at byte `First` of an NVMe structure. It holds a copy of its bytes, so that it needs
+// An object over `Size` bytes at byte `First` of an NVMe structure. It holds a copy of its bytes, so that it needs
 // nothing of the object that it came from.
 template <class Derived, class Interface, std::size_t First, std::size_t Size>
 class Object : public Destroyable<Derived, Interface>, protected Page<Size, First> {

@@ -17,8 +17,8 @@ namespace veyra::sondix {
 template <std::size_t Bits>
 using UnsignedOf = std::conditional_t<Bits <= 8, std::uint8_t, std::conditional_t<Bits <= 16, std::uint16_t, std::uint32_t>>;
 
-// `Size` bytes of an NVMe structure, which stand at byte `First` of it. Bytes are numbered as the structure numbers them, in a part
-// of it too, and words are little-endian on every machine. What lies outside the bytes or outside the word does not compile.
+// `Size` bytes of an NVMe structure, from byte `First` on. Bytes are numbered as in the structure, in a part
+// of it too, and words are little-endian on every machine. An access outside the bytes or outside the word does not compile.
 template <std::size_t Size, std::size_t First = 0>
 class Page {
 public:
@@ -29,7 +29,7 @@ public:
 
     explicit Page(std::span<const std::uint8_t, Size> bytes) noexcept { std::copy_n(bytes.data(), Size, m_Bytes.data()); }
 
-    // The part of `whole` that stands at the same bytes.
+    // The part of `whole` at the same bytes.
     template <std::size_t WholeSize, std::size_t WholeFirst>
     requires(WholeFirst <= First && First + Size <= WholeFirst + WholeSize &&
              WholeSize != Size) explicit Page(const Page<WholeSize, WholeFirst>& whole) noexcept

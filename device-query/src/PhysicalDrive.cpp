@@ -168,7 +168,7 @@ bool DriveExists(std::int32_t drive)
         case win32::kDevNotExist:
         case win32::kNoSuchDevice:
         case win32::kDeviceNotConnected:
-        // The process is short of something, which tells nothing about the drive.
+        // The process is short of a resource; this says nothing about the drive.
         case win32::kTooManyOpenFiles:
         case win32::kNotEnoughMemory:
             return false;

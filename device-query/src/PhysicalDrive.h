@@ -15,7 +15,7 @@ namespace veyra::sondix {
 // The drive is there, even when it refuses to be opened.
 [[nodiscard]] bool DriveExists(std::int32_t drive);
 
-// BusTypeUnknown when the drive gives no answer.
+// BusTypeUnknown when the drive does not answer.
 [[nodiscard]] StorageBusType QueryBusType(std::int32_t drive);
 
 // Identify Controller (CNS 01h) into `page`.

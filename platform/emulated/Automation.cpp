@@ -6,11 +6,11 @@
 namespace orbis::platform::emulated {
 namespace {
 
-// A BSTR's length in bytes stands in front of its text. Eight bytes are kept for it, so that the text is aligned for any reader.
+// A BSTR's length in bytes precedes its text. Eight bytes are kept for it, so that the text is aligned for any reader.
 constexpr std::size_t kBstrPrefix = 8;
 constexpr std::size_t kLongestBstr = 0x7FFFFFFF;
 
-// What a SafeArray pointer stands for.
+// The object behind a SafeArray pointer.
 using ArrayReference = std::shared_ptr<const WmiArray>;
 
 }  // namespace

@@ -11,7 +11,7 @@
 
 namespace orbis::platform::emulated {
 
-// What an open handle stands for.
+// The object behind an open handle.
 class Device {
 public:
     virtual ~Device() = default;

@@ -8,7 +8,7 @@
 
 namespace orbis::platform::emulated {
 
-// Open objects by handle. A handle is never used again, so a second close is an error whatever was opened since. An object ends
+// Open objects by handle. A handle is never used again, so a second close is always an error. An object ends
 // outside the lock, once the last call that uses it has returned.
 template <typename T>
 class HandleTable {

@@ -30,7 +30,7 @@ public:
         return set->error == win32::kSuccess ? m_Sets.Add(std::move(set)) : FailWith(set->error, kInvalidDeviceInfoSet);
     }
 
-    // A device's place in its set, counted from 1, stands in the data's opaque members.
+    // The data's opaque members hold the device's place in its set, counted from 1.
 
     bool EnumDeviceInterfaces(DeviceInfoSetHandle set, const Guid& interfaceClass, std::uint32_t index,
                               DeviceInterfaceData* data) override

@@ -62,7 +62,7 @@ public:
     {
         return Guarded([&] {
             const bool single = (flags & kApartmentThreaded) != 0;
-            // Whoever made the apartments that all threads have keeps them.
+            // Apartments that every thread has are not counted here; their maker owns them.
             const Apartment made{m_Com.singleThreaded || single, m_Com.singleThreaded ? 1U : 0U};
             const std::scoped_lock lock(m_Mutex);
             Apartment& own = m_Apartments.try_emplace(std::this_thread::get_id(), made).first->second;

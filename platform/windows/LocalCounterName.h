@@ -11,7 +11,7 @@ namespace orbis::platform {
 // zero, ... (the REG_MULTI_SZ value Counter of the Perflib key 009).
 [[nodiscard]] std::optional<std::uint32_t> FindCounterIndex(std::wstring_view list, std::wstring_view english);
 
-// An English counter or object name in the system's language; the name itself where the system knows no other.
+// An English counter or object name in the system's language; the name itself where the system has no other.
 [[nodiscard]] std::wstring LocalCounterName(std::wstring_view english);
 
 }  // namespace orbis::platform

@@ -80,7 +80,8 @@ public:
 
     PdhStatus CounterInstances(PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters) override
     {
-        // PDH tells the size of the values with the names, so they are fetched even where the names' size alone is asked for.
+        // PDH returns the size of the values with the names, so the values are fetched even when only the size of the names is
+        // requested.
         auto* native = reinterpret_cast<PDH_HCOUNTER>(counter);
         DWORD bytes = 0;
         DWORD count = 0;

@@ -18,7 +18,7 @@ struct ActivityTotals {
     ActivityTotals& Add(const ActivityTotals& other, double times = 1);
 };
 
-// The totals of a disk at a time after the start; they stand still while the disk is away.
+// The totals of a disk at a time after the start; they do not change while the disk is absent.
 [[nodiscard]] ActivityTotals TotalsAt(const DiskModel& disk, double seconds);
 
 // The disk's performance instance at a time after the start: its name, and when its counters began from zero.

@@ -1,5 +1,5 @@
 // ATA commands, by ATA_PASS_THROUGH_DIRECT or inside a SCSI ATA PASS-THROUGH(16) command, and the few SCSI commands that a disk's
-// driver answers itself. A simulated device has no state to change: whatever would write is aborted, as a write-protected device
+// driver answers itself. A simulated device has no state, so every command that writes is aborted, as a write-protected device
 // does.
 #include <algorithm>
 
@@ -92,7 +92,7 @@ ScsiResult ExecuteInquiry(const DiskModel& disk, const std::array<std::uint8_t, 
 
 ScsiResult ExecuteTranslated(const DiskModel& disk, const std::array<std::uint8_t, 16>& cdb)
 {
-    // NVMe drivers know no such command and do not pass it on; other devices without ATA behind them refuse it themselves.
+    // NVMe drivers do not have this command and do not pass it on; other devices without ATA refuse it themselves.
     if (disk.traits->isNvme) {
         return {0, {}, {}, win32::kInvalidFunction};
     }
@@ -120,7 +120,7 @@ ScsiResult ExecuteScsi(const DiskModel& disk, const std::array<std::uint8_t, 16>
 
 bool IsTimeOutValid(std::uint32_t seconds) { return seconds > 0 && seconds <= kLongestTimeOut; }
 
-// The sense area stands after the structure and inside the output buffer.
+// The sense area is after the structure and inside the output buffer.
 bool IsSenseAreaValid(const platform::ScsiPassThroughDirect& pass, std::uint32_t outputSize)
 {
     const std::uint64_t end = static_cast<std::uint64_t>(pass.senseInfoOffset) + pass.senseInfoLength;

@@ -7,7 +7,7 @@
 namespace orbis::simulated {
 namespace {
 
-// Elements of hexadecimal digits, as many as each holds; blanks may stand between elements, not inside one.
+// Elements of hexadecimal digits, as many as each holds; blanks are allowed between elements, not inside one.
 template <class Elements>
 std::optional<Elements> ParseElements(std::string_view hex)
 {

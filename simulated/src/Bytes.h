@@ -16,9 +16,9 @@ namespace orbis::simulated {
 using ByteVector = std::vector<std::uint8_t>;
 using ByteSpan = std::span<const std::uint8_t>;
 
-// Bytes that `hex` stands for, or nothing when it is not pairs of hexadecimal digits.
+// Bytes that `hex` encodes, or nothing when it is not pairs of hexadecimal digits.
 [[nodiscard]] std::optional<ByteVector> ParseHex(std::string_view hex);
-// UTF-16 units that `hex` stands for, or nothing when it is not groups of four hexadecimal digits.
+// UTF-16 units that `hex` encodes, or nothing when it is not groups of four hexadecimal digits.
 [[nodiscard]] std::optional<std::u16string> ParseUtf16Hex(std::string_view hex);
 
 // Lays the bytes over the page, which they lengthen where they reach past its end.

@@ -68,7 +68,7 @@ void PutByte(ByteVector& bytes, std::size_t offset, std::uint32_t value)
     }
 }
 
-// The answer as the exchange describes it, on top of the device's own where it says so.
+// The answer of the exchange; patches are applied to the device's own answer.
 Reply AnswerExchange(const ExchangeModel& exchange, const Target& target, const Request& request)
 {
     const description::Exchange& wanted = exchange.description;

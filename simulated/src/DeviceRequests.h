@@ -57,7 +57,7 @@ struct Reply {
     }
 };
 
-// What an open handle stands for: a disk, a volume on a disk, a drive letter of its own, or nothing but recorded exchanges.
+// The object behind an open handle: a disk, a volume on a disk, a drive letter without a disk, or recorded exchanges only.
 struct Target {
     std::uint32_t access = 0;
     const DiskModel* disk = nullptr;

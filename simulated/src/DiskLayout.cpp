@@ -72,7 +72,7 @@ std::unique_ptr<VolumeModel> BuildVolume(const DiskModel& disk, const descriptio
     volume->partitionNumber = number;
     volume->letter = description.letter().empty() ? '\0' : ToUpper(description.letter()).front();
     const std::string& guid = description.guid().empty() ? partition.id() : description.guid();
-    // Windows gives a volume without an identifier of its own one for this boot.
+    // Windows gives a volume without an identifier one that is valid until the next boot.
     const platform::Guid made{0x00C0FFEE, static_cast<std::uint16_t>(disk.number), static_cast<std::uint16_t>(number), {}};
     volume->guidPath = R"(\\?\Volume{)" + GuidText(ParseGuid(guid).value_or(made)) + "}\\";
     volume->size = extent.size;

@@ -16,7 +16,7 @@ namespace {
 using google::protobuf::FieldDescriptor;
 using google::protobuf::TextFormat;
 
-// Values that may stand in a machine only once, and where each was seen first.
+// Values that must be unique in a machine, and the place where each was first seen.
 class Unique {
 public:
     // The place of the value's first use, or nothing.

@@ -26,7 +26,7 @@ using google::protobuf::TextFormat;
 constexpr std::size_t kLongestFile = 64U << 20;
 
 // Where the parser stopped, for people: the field that it was in, with the messages around it, and where that field begins. The
-// parser itself reports the token after, which may stand lines below.
+// parser itself reports the next token, which may be some lines below.
 struct FieldPlace {
     std::string path;
     int line = 0;  // 0: in no field

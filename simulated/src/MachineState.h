@@ -60,7 +60,7 @@ public:
 
     // Disks that are plugged in now, in the order of the file.
     [[nodiscard]] std::vector<const DiskModel*> PresentDisks() const;
-    // Drive letters that stand on no partition, without those of disks that are not plugged in now.
+    // Drive letters without a partition, except those of disks that are not plugged in now.
     [[nodiscard]] std::vector<const description::LooseVolume*> PresentLooseVolumes() const;
     // The disk that answers for such a letter, or null.
     [[nodiscard]] const DiskModel* DiskOf(const description::LooseVolume& volume) const;

@@ -61,7 +61,7 @@ private:
     std::set<std::string> m_Missing;
 };
 
-// What tells one request from others.
+// Everything that distinguishes a request from others.
 [[nodiscard]] std::string KeyOf(const insight::RecordedCall& call);
 // The request of an operation, as a recording keeps it.
 [[nodiscard]] insight::RecordedCall Asked(const char* operation, std::string subject = {}, std::uint32_t access = 0,

@@ -15,7 +15,7 @@ namespace win32 = platform::win32;
 constexpr std::uint32_t kFileDeviceCdRom = 2;
 constexpr double kTicksPerSecond = 1e7;  // of 100 ns
 
-// A counter of the driver, which holds no more than its type does.
+// A counter of the driver, limited to the range of its type.
 std::int64_t Whole(double value)
 {
     return value < 9.2e18 ? static_cast<std::int64_t>(value) : std::numeric_limits<std::int64_t>::max();
@@ -127,7 +127,7 @@ Reply AnswerRequest(const Target& target, const Request& request)
         return Reply::Error(win32::kInvalidFunction);
     }
     if (target.disk == nullptr) {
-        // An optical drive has a number and a geometry; its driver knows no partitions and no performance counts.
+        // An optical drive has a number and a geometry; its driver does not support partitions and performance counts.
         const bool isLetter = target.looseVolume != nullptr;
         return isLetter && request.code == platform::kIoctlStorageGetDeviceNumber ? DeviceNumber(target, request)
                : isLetter && request.code == platform::kIoctlDiskGetDriveGeometry ? Reply::Error(win32::kNotReady)

@@ -76,7 +76,7 @@ std::u16string HardwareAccess::GetDevicePath(const DeviceInfoSet& deviceInfoSet,
     if (required == 0) {
         throw ResultException(hresult::kUnexpected, kHardwareUnit, 64);
     }
-    // Never less than the fixed header, whatever size the call returned.
+    // At least the fixed header, even if the call returned a smaller size.
     std::vector<std::uint8_t> detail(std::max(required, kDeviceInterfaceDetailHeaderSize));
     std::memcpy(detail.data(), &kDeviceInterfaceDetailHeaderSize, sizeof(kDeviceInterfaceDetailHeaderSize));
     if (!setup.DeviceInterfaceDetail(deviceInfoSet.Get(), interfaceData, detail.data(), required, &required)) {

@@ -47,7 +47,7 @@ std::string ToText(const Guid& guid)
                        tail[0], tail[1], tail[2], tail[3], tail[4], tail[5], tail[6], tail[7]);
 }
 
-// Text of a partition's GPT identifier. An MBR partition has none: the identifier that Windows gives it stands elsewhere in the
+// Text of a partition's GPT identifier. An MBR partition has none: the identifier that Windows gives it is elsewhere in the
 // entry, is made up anew for each disk signature, and is not the partition's own.
 std::string GuidOf(const PartitionInformationEx& partition)
 {

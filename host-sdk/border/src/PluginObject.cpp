@@ -83,7 +83,7 @@ std::shared_ptr<const HostException> ExceptionOf(const OrbisFailure* failure)
     }
 }
 
-// Throws the failure as the exception that it stands for.
+// Throws the exception that the failure describes.
 void ThrowIfFailed(const OrbisResult& result)
 {
     if (const auto exception = ExceptionOf(result.failure)) {

@@ -18,9 +18,9 @@ inline constexpr std::uint32_t kFileShareRead = 1;
 inline constexpr std::uint32_t kFileShareWrite = 2;
 inline constexpr std::uint32_t kOpenExisting = 3;
 
-// Whether a disk's medium is ready, as far as it can be told without waking it.
+// Whether a disk's medium is ready, as far as this can be determined without waking it.
 enum class PowerState : std::uint8_t {
-    Unknown,  // there is no such disk, or nothing on the way to it passes the question on; callers take it for awake
+    Unknown,  // there is no such disk, or a driver or bridge does not pass the question on; callers treat it as awake
     Awake,
     Asleep,  // any other request may wake it
 };

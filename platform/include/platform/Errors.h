@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-// HRESULTs and Win32 error codes, numbered as in winerror.h. The port speaks them on every operating system.
+// HRESULTs and Win32 error codes, numbered as in winerror.h. The ports use them on every operating system.
 namespace orbis::platform {
 
 using Hresult = std::int32_t;
@@ -39,7 +39,7 @@ inline constexpr Hresult kClassNotRegistered = Make(0x80040154);  // REGDB_E_CLA
 
 namespace win32 {
 inline constexpr std::uint32_t kSuccess = 0;
-inline constexpr std::uint32_t kInvalidFunction = 1;  // ERROR_INVALID_FUNCTION: the device knows no such request
+inline constexpr std::uint32_t kInvalidFunction = 1;  // ERROR_INVALID_FUNCTION: the device does not have this request
 inline constexpr std::uint32_t kFileNotFound = 2;
 inline constexpr std::uint32_t kPathNotFound = 3;
 inline constexpr std::uint32_t kTooManyOpenFiles = 4;

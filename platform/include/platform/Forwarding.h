@@ -11,7 +11,7 @@ namespace orbis::platform {
 // overrides the operations that it is interested in and calls the base to forward.
 //
 // The last error is saved immediately after each forwarded call, for each thread. A caller therefore reads the error of its own
-// call, whatever the decorator does after it: locks, allocations and files change the system's last error.
+// call, even though locks, allocations and files in the decorator change the system's last error.
 
 // The saved last error of the calling thread. All decorators of the process share it, as all calls of a thread share GetLastError.
 [[nodiscard]] ORBIS_PLATFORM_EXPORT std::uint32_t SavedLastError() noexcept;

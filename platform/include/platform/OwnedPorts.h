@@ -6,8 +6,8 @@
 
 namespace orbis::platform {
 
-// A machine that owns its ports, which whoever makes the machine fills in. The members of a class that derives from this end before
-// the ports, which must not use them when they end.
+// A machine that owns its ports. The code that creates the machine fills them in. The members of a class that derives from this end
+// before the ports, which must not use them when they end.
 class OwnedPorts : public Platform {
 public:
     DeviceIo& DeviceIoPort() noexcept override { return *deviceIo; }

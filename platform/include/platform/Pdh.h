@@ -37,7 +37,7 @@ struct PdhCounterValue {
     double value = 0;
 };
 
-// Performance counters by their English names, whatever the system's language. A query is confined to one thread at a time.
+// Performance counters by their English names, in every system language. A query is confined to one thread at a time.
 class Pdh {
 public:
     virtual ~Pdh() = default;

@@ -6,8 +6,8 @@
 
 #include "platform/Export.h"
 
-// Physical disks by the operating system's own paths, beside those of Windows that the ports speak. They are those of the system's
-// own machine, whatever is in force. On Windows there are no others: nothing is found, and paths are empty.
+// Physical disks by the operating system's own paths, in addition to the Windows paths of the ports. They belong to the system's
+// own machine, not to a replaced one. On Windows there are no such paths: nothing is found, and paths are empty.
 namespace orbis::platform {
 
 // The physical drive number of the disk that a device belongs to: /dev/sda, a partition of it, an NVMe controller, or a link to

@@ -11,9 +11,9 @@
 namespace orbis::platform::linux_system {
 namespace {
 
-constexpr std::uint64_t kSysfsSector = 512;  // sysfs counts in 512 bytes, whatever the device's sectors are
+constexpr std::uint64_t kSysfsSector = 512;  // sysfs counts in units of 512 bytes for every sector size
 
-// Block devices that no disk drive stands behind. Most have no "device" link either, but not all on every kernel.
+// Block devices without a disk drive. Most have no "device" link either, but not all on every kernel.
 constexpr std::array<std::string_view, 16> kNoDisks{"loop", "ram", "zram", "dm-",    "md",    "sr",    "fd",       "nbd",
                                                     "rbd",  "zd",  "drbd", "bcache", "nullb", "ublkb", "mtdblock", "ubiblock"};
 constexpr std::array<std::string_view, 3> kMmcAreas{"boot", "rpmb", "gp"};

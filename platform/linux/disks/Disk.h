@@ -33,10 +33,10 @@ struct ScsiAddress {
 // One physical disk as sysfs describes it. Texts are as the device gave them, trimmed.
 struct Disk {
     std::string name;      // kernel name: "sda", "nvme0n1"
-    std::string position;  // path of its device below sysfs: the slot, whoever sits in it
+    std::string position;  // path of its device below sysfs; identifies the slot, not the disk
     BusType busType = BusType::Unknown;
     MediaType mediaType = MediaType::Unspecified;
-    std::string vendor;  // "ATA" and "NVMe" for disks whose standard knows no vendor text
+    std::string vendor;  // "ATA" and "NVMe" for disks whose standard has no vendor text
     std::string model;
     std::string serial;
     std::string firmwareRevision;

@@ -104,7 +104,7 @@ bool PassesThrough(std::string_view position, std::string_view component)
     return false;
 }
 
-// A parallel ATA link has no speed to tell.
+// A parallel ATA link reports no speed.
 bool IsParallelAta(const std::string& device)
 {
     const std::string port = device.substr(0, device.find("/host"));

@@ -75,7 +75,7 @@ std::optional<DiskStats> StatsOfDisk(const std::map<std::string, DiskStats>& all
             stats.writtenBytes += counted.writtenBytes;
             stats.writeMilliseconds += counted.writeMilliseconds;
             stats.inFlight += counted.inFlight;
-            // Paths are used one at a time as a rule, so the busiest stands for the namespace.
+            // Usually one path is used at a time, so the busiest one is taken for the namespace.
             stats.busyMilliseconds = std::max(stats.busyMilliseconds, counted.busyMilliseconds);
         }
     }

@@ -19,7 +19,7 @@
 namespace orbis::platform::linux_system {
 
 [[nodiscard]] std::string InstanceIdOf(const Disk& disk);
-// Eight hexadecimal digits that stand for the disk's slot.
+// Eight hexadecimal digits that identify the disk's slot.
 [[nodiscard]] std::string SlotDigits(const Disk& disk);
 
 }  // namespace orbis::platform::linux_system

@@ -23,7 +23,7 @@ std::size_t RunEnd(std::string_view text, std::size_t at)
     return at;
 }
 
-// Numbers by value. Letters of equal meaning by length first, so that sdz stands before sdaa; names of different drivers differ in
+// Numbers by value. Letters by length first, so that sdz precedes sdaa; names of different drivers differ in
 // their first two letters.
 bool KernelNameLess(const std::string& left, const std::string& right)
 {
@@ -154,7 +154,7 @@ std::size_t Inventory::NewNumber(const Disk& disk, const std::string& identity, 
         m_Known.emplace_back();
         taken.push_back(false);
     }
-    // Makers who give every unit the same serial number exist, and so do disks with two paths to them.
+    // Some makers give every unit the same serial number, and some disks have two paths.
     m_Known[number] = {disk.name, identity, isDouble ? identity + "&" + SlotDigits(disk) : identity, std::make_shared<int>()};
     return number;
 }

@@ -26,7 +26,7 @@ public:
     [[nodiscard]] std::vector<Disk> Disks();
     [[nodiscard]] std::optional<Disk> Find(std::uint32_t number);
     [[nodiscard]] std::optional<Disk> FindByName(std::string_view name);
-    // By device interface path, whatever the case of its letters.
+    // By device interface path, ignoring case.
     [[nodiscard]] std::optional<Disk> FindByInterfacePath(std::string_view path);
 
 private:

@@ -7,11 +7,11 @@
 
 namespace orbis::platform::linux_system {
 
-// When sysfs was looked at. The kernel counts the events that it tells of devices (arrivals, departures, changes of size, medium
+// When sysfs was looked at. The kernel counts the device events that it sends (arrivals, departures, changes of size, medium
 // and partitions), so a look need not be repeated until the count moves. A few attributes change without an event, a firmware
 // revision for one; so no look is good for longer than a second.
 struct Moment {
-    std::string events;  // empty where the kernel does not tell: then every look is made anew
+    std::string events;  // empty where the kernel has no such counter; sysfs is then read every time
     std::chrono::steady_clock::time_point time;
 
     [[nodiscard]] static Moment Now(const Roots& roots);

@@ -56,7 +56,7 @@ std::optional<std::string> ReadBytes(const std::string& path, std::size_t limit)
     if (!file.IsValid()) {
         return std::nullopt;
     }
-    // Attributes of sysfs and proc do not tell their size.
+    // Attributes of sysfs and proc do not report their size.
     std::string content;
     std::array<char, 4096> piece;  // NOLINT(cppcoreguidelines-pro-type-member-init): read(2) fills it
     while (content.size() < limit) {

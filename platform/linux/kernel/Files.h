@@ -48,7 +48,7 @@ private:
 [[nodiscard]] bool Exists(const std::string& path) noexcept;
 // The path with every link followed; empty when there is no such file.
 [[nodiscard]] std::string RealPath(const std::string& path);
-// Where a link points, as it stands; empty when it is no link.
+// The target of a link, unresolved; empty when it is not a link.
 [[nodiscard]] std::string LinkTarget(const std::string& path);
 // A name in a directory.
 [[nodiscard]] std::string PathIn(std::string_view directory, std::string_view name);

@@ -6,7 +6,7 @@
 
 namespace orbis::platform::linux_system {
 
-// Where the kernel's file systems stand; a test points them at a captured tree.
+// Mount points of the kernel's file systems; a test sets them to a captured tree.
 struct Roots {
     std::string sys = "/sys";
     std::string proc = "/proc";

@@ -54,7 +54,7 @@ std::optional<Target> Resolve(Machine& machine, const std::string& path)
     return std::nullopt;
 }
 
-// Opens the node of a block device and makes sure that it is the device which sysfs speaks of, whatever stands in /dev.
+// Opens the node of a block device and checks that it is the device that sysfs describes.
 UniqueFd OpenNode(const Machine& machine, const std::string& blockName, Win32Error& refusal)
 {
     const Roots& roots = machine.roots;

@@ -46,7 +46,7 @@ Platform::Platform(Roots roots, KernelCalls calls)
         [&machine](std::uint32_t provider, std::uint32_t /*table*/) { return ReadFirmwareTable(machine.roots, provider); });
     pdh = emulated::MakePdh(*m_Counters);
     time = std::make_unique<SystemTime>();
-    text = std::make_unique<emulated::Text>(Utf8ToUtf16);  // the default code page is UTF-8, whatever the locale
+    text = std::make_unique<emulated::Text>(Utf8ToUtf16);  // the default code page is UTF-8 in every locale
 }
 Platform::~Platform() = default;
 

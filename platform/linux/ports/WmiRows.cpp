@@ -91,7 +91,7 @@ std::string PageFileLetters(const Roots& roots, const VolumeSet& set)
     return letters;
 }
 
-// A volume's name must last: it is made of what the volume stands on.
+// A volume's name must be stable, so it is derived from the volume's disk and partition.
 std::string VolumeGuidPath(const Volume& volume)
 {
     std::uint64_t hash = 14695981039346656037U;  // FNV-1a
@@ -135,7 +135,7 @@ WmiRows PerformanceInstances(Machine& machine)
     return RowsOf(names, [](WmiRow& row, const std::string& name) { row.Text("Name", name); });
 }
 
-// The kernel keeps no SMART data of its own; the class is there, as on a Windows machine whose drivers provide none.
+// The kernel keeps no SMART data. The class exists without rows, as on a Windows machine whose drivers provide none.
 WmiRows NoRows(Machine& /*machine*/) { return {}; }
 
 constexpr std::array<std::pair<WmiClass, WmiRows (*)(Machine&)>, 7> kClasses{{{kDiskDrive, DiskDrives},

@@ -127,7 +127,7 @@ Win32Error RunAtaPassThrough(const KernelDevice& device, BusType busType, Contro
         return win32::kInvalidParameter;
     }
 
-    // With data, the registers say no more than the outcome does, and some controllers leave the data request bit in the status,
+    // With data, the registers add nothing to the outcome, and some controllers leave the data request bit in the status,
     // which the kernel then takes for a failure. USB bridges stumble over the request for registers, but CHECK POWER MODE has no
     // other answer.
     const bool isPowerCheck = request->currentTaskFile[kCommand] == kCheckPowerMode;

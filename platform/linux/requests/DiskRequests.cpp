@@ -13,7 +13,7 @@
 namespace orbis::platform::linux_system {
 namespace {
 
-// Nothing, with errno set, when it cannot be told.
+// Nothing, with errno set, when it cannot be determined.
 std::optional<PartitionTable> TableOf(const Machine& machine, const Target& target, int descriptor)
 {
     if (descriptor >= 0) {

@@ -10,7 +10,7 @@
 // Control requests that the kernel's own knowledge of a disk answers: no command goes to the drive.
 namespace orbis::platform::linux_system {
 
-// What a handle stands for: a disk, or a volume on it.
+// The object behind a handle: a disk, or a volume on it.
 struct Target {
     Disk disk;
     std::optional<Volume> volume;

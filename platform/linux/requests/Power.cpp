@@ -22,7 +22,7 @@ bool MaySleepByItself(const Disk& disk)
 PowerState CheckPowerMode(const KernelDevice& device, BusType busType)
 {
     using namespace protocol::ata;
-    constexpr std::uint32_t kSeconds = 5;  // it needs no medium, so it answers at once or not at all
+    constexpr std::uint32_t kSeconds = 5;  // it needs no medium, so it answers immediately or never
     AtaPassThroughDirect request;
     request.length = sizeof(request);
     request.timeOutValue = kSeconds;

@@ -12,7 +12,7 @@
 namespace orbis::platform::linux_system {
 namespace {
 
-// The kernel's host byte (scsi_status.h), which says what became of the command on its way.
+// The kernel's host byte (scsi_status.h): the result of the command's transport.
 Win32Error Win32FromHostStatus(std::uint32_t hostStatus)
 {
     constexpr std::uint32_t kOk = 0x00;
@@ -38,7 +38,7 @@ Win32Error Win32FromHostStatus(std::uint32_t hostStatus)
 Win32Error Win32FromDriverStatus(std::uint32_t driverStatus)
 {
     constexpr std::uint32_t kTimeout = 0x06;
-    constexpr std::uint32_t kSuggestions = 0x07;  // bit 3 says that sense data is there
+    constexpr std::uint32_t kSuggestions = 0x07;  // bit 3 means that sense data is present
     const std::uint32_t status = driverStatus & kSuggestions;
     return status == 0 ? win32::kSuccess : status == kTimeout ? win32::kSemTimeout : win32::kIoDevice;
 }

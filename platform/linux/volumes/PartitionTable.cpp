@@ -20,9 +20,9 @@ namespace {
 
 using emulated::ParseGuid;
 
-constexpr std::uint64_t kTableSector = 512;  // libblkid counts in 512 bytes, whatever the device's sectors are
+constexpr std::uint64_t kTableSector = 512;  // libblkid counts in units of 512 bytes for every sector size
 
-// UEFI: the GPT header stands in the second logical block.
+// UEFI: the GPT header is in the second logical block.
 struct GptHeader {
     std::array<char, 8> signature;
     std::array<std::uint8_t, 32> unused;
@@ -133,8 +133,8 @@ std::uint32_t ParseHex(std::string_view text)
     return value;
 }
 
-// Identifier and name of a partition, without opening anything: newer kernels tell them in the partition's uevent, udev links the
-// identifier.
+// Identifier and name of a partition, without opening anything: newer kernels have them in the partition's uevent, and udev links
+// the identifier.
 struct KnownPartition {
     std::string identifier;
     std::string name;

@@ -17,8 +17,8 @@ struct PartitionTable {
 // where it knows the partition, since they are what may be used. Nothing, with errno set, when the disk cannot be read.
 [[nodiscard]] std::optional<PartitionTable> ReadPartitionTable(int descriptor, const Disk& disk);
 
-// The same as far as the kernel and udev tell everybody, for a disk that may not be opened: numbers, places, identifiers, names; no
-// types, and no identifier of a GPT disk. Nothing when there are partitions of a kind that cannot be told.
+// The same from what the kernel and udev make public, for a disk that may not be opened: numbers, places, identifiers, names; no
+// types, and no identifier of a GPT disk. Nothing when the kind of a partition cannot be determined.
 [[nodiscard]] std::optional<PartitionTable> KnownPartitionTable(const Roots& roots, const Disk& disk);
 
 }  // namespace orbis::platform::linux_system

@@ -18,7 +18,7 @@ struct DiskPartition {
     std::uint32_t partition = 0;
 };
 
-// File systems with several devices or subvolumes have a device number of their own, and tell their device by its path alone.
+// File systems with several devices or subvolumes have their own device number; only the path names their device.
 std::string BlockName(const Roots& roots, const std::string& deviceNumber, const std::string& source)
 {
     if (!deviceNumber.starts_with("0:")) {
@@ -80,7 +80,7 @@ std::string_view Beneath(std::string_view path, std::string_view directory)
     return directory == "/" ? (path == "/" ? std::string_view() : path) : path.substr(directory.size());
 }
 
-// Of several mounts of one file system the one that shows most of it stands for it: "/" first, then the file system's own root,
+// Of several mounts of one file system, the one that shows most of it is chosen: "/" first, then the file system's own root,
 // then the shortest and first name.
 bool IsBetter(const Mount& left, const Mount& right)
 {

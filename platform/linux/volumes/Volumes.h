@@ -25,7 +25,7 @@ struct Mount {
     std::string mountPoint;
 };
 
-// A mounted file system that stands on one physical disk, as a drive letter.
+// A mounted file system on one physical disk, as a drive letter.
 struct Volume {
     char letter = '\0';
     std::uint32_t diskNumber = 0;
@@ -54,7 +54,7 @@ private:
     [[nodiscard]] const Volume* VolumeOn(const Mount* mount) const noexcept;
 };
 
-// Drive letters. "/" is C: when it stands on a physical disk, and nothing else is ever C:. The others get letters from D: on by
+// Drive letters. "/" is C: when it is on a physical disk, and no other mount is ever C:. The others get letters from D: on by
 // disk and partition when first seen, and keep them for the life of this object; a letter is given anew only when its volume is
 // gone and no other is left. A file system counts once, however often it is mounted. One on top of device-mapper counts when
 // everything below it comes down to a single partition (encryption, a plain logical volume). Safe to use from several threads.
@@ -70,7 +70,7 @@ private:
     const Roots m_Roots;
     Inventory& m_Inventory;
     std::mutex m_Lock;
-    std::map<std::string, char> m_Letters;  // by what the volume stands on
+    std::map<std::string, char> m_Letters;  // by disk and partition of the volume
     // The last answer, and what it came from: a reader of counters asks once for each of them.
     VolumeSet m_LastSet;
     std::string m_LastMountInfo;

@@ -67,7 +67,7 @@ public:
     // The time that an answer which never comes takes.
     static constexpr std::chrono::nanoseconds kNever = std::chrono::nanoseconds::max();
     // Called, on the thread that asks, before an answer that the description delays, instead of what happens otherwise: the
-    // machine's clock moves at once, and for an answer that never comes the thread waits for good. What it throws leaves the
+    // machine's clock moves at once, and for an answer that never comes the thread waits forever. What it throws leaves the
     // platform call.
     void OnDelay(std::function<void(std::chrono::nanoseconds)> wait);
 

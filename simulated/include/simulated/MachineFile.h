@@ -43,7 +43,7 @@ private:
 
 // The machine that the file at `path` (UTF-8) describes. Throws MachineFileError, also when the file cannot be read.
 [[nodiscard]] ORBIS_SIMULATED_EXPORT std::unique_ptr<Machine> LoadMachineFile(const std::string& path);
-// The machine that `text` describes; `name` stands for the file in messages. Throws MachineFileError.
+// The machine that `text` describes; `name` is the file's name in messages. Throws MachineFileError.
 [[nodiscard]] ORBIS_SIMULATED_EXPORT std::unique_ptr<Machine> ParseMachine(std::string_view text,
                                                                            const std::string& name = "machine");
 

@@ -46,7 +46,7 @@ static_assert(sizeof(Sector) == 512);
 // E_UNEXPECTED), the unit cpp\Common\src\HardwareAccess and a line that support quotes.
 class HardwareAccess {
 public:
-    // The five platform calls are virtual, so that a derived class can stand in for the platform. Slots are in this order.
+    // The five platform calls are virtual, so that a derived class can replace the platform. The slots have this order.
 
     // SetupDiGetClassDevsW; the set may be invalid.
     [[nodiscard]] virtual orbis::platform::DeviceInfoSet GetClassDevs(const orbis::platform::Guid* classGuid,

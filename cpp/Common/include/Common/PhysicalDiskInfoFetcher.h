@@ -13,7 +13,7 @@
 
 namespace Veyra::Orbis::Cpp::Common {
 
-// A drive letter, and the partition and disk that it stands on. Ordered by partition, so that the join finds it by identifier; of
+// A drive letter with its partition and disk. Ordered by partition, so that the join finds it by identifier; of
 // two letters on one partition the first in the alphabet counts.
 struct VolumeRecord {
     std::string partitionGuid;
@@ -27,14 +27,14 @@ struct VolumeRecord {
     }
 };
 
-// What Win32_Volume knows of a volume with a drive letter.
+// The row of Win32_Volume of a volume with a drive letter.
 struct VolumeFacts {
     std::string deviceId;  // "\\?\Volume{...}\"
     bool isBootVolume = false;
     bool isPageFilePresent = false;
 };
 
-// Assembles everything that the system knows of one physical disk from device requests and WMI. Stateless. Failures raise
+// Collects all information of the system about one physical disk from device requests and WMI. Stateless. Failures raise
 // ResultException, or std::runtime_error where its text is documented; nothing is logged.
 //
 // A WMI property that is NULL or missing is a fact that Windows does not know (a locked volume has no serial number, an EFI
@@ -49,7 +49,7 @@ public:
 
     ~PhysicalDiskInfoFetcher() override = default;
 
-    // Virtual so that a derived class can stand in for the system. These slots follow those of HardwareAccess, in this order.
+    // Virtual so that a derived class can replace the system. These slots follow those of HardwareAccess, in this order.
 
     // Whether the drive of this number is present and answers to its number. Not used here; the slot is kept. Raises nothing.
     [[nodiscard]] virtual bool IsDrivePresent(std::uint32_t physicalDriveNumber);
@@ -58,7 +58,7 @@ public:
     // Win32_LogicalDisk. Raises "Duplicate drive letter found!" for a second row of the same caption.
     [[nodiscard]] virtual LogicalDisks FetchLogicalDisks();
     // Win32_Volume. A row is matched to its letter by DriveLetter, which is NULL for a volume without one and stays the letter when
-    // the volume is mounted in folders besides; DeviceID and Name tell nothing of the letter then.
+    // the volume is mounted in folders besides; DeviceID and Name do not contain the letter then.
     [[nodiscard]] virtual VolumeFactsByDrive FetchVolumeFacts();
     // Win32_OSRecoveryConfiguration.ExpandedMiniDumpDirectory, such as "C:\Windows\Minidump"; empty when there is none.
     [[nodiscard]] virtual std::string FetchCrashDumpDirectory();

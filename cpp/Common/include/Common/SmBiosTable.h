@@ -22,7 +22,7 @@ struct SmBiosEntry {
     [[nodiscard]] bool GetU8(std::int32_t offset, std::uint8_t& value) const noexcept;
     [[nodiscard]] bool GetU16(std::int32_t offset, std::uint16_t& value) const noexcept;
     [[nodiscard]] bool GetU32(std::int32_t offset, std::uint32_t& value) const noexcept;
-    // The string whose number stands at `offset`. False, and `text` as it was, when there is no such string.
+    // The string whose number is at `offset`. False, and `text` as it was, when there is no such string.
     [[nodiscard]] bool GetString(std::int32_t offset, std::string& text) const;
 };
 

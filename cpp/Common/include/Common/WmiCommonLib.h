@@ -9,7 +9,7 @@
 
 namespace Veyra::Orbis::Cpp::Common {
 
-// Codes of WMI namespaces. Any other value stands for "root\cimv2" too.
+// Codes of WMI namespaces. Any other value also means "root\cimv2".
 enum class WmiNamespace : std::uint16_t {
     Wmi = 1,                        // root\WMI
     CimV2 = 2,                      // root\cimv2

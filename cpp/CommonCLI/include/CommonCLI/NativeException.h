@@ -5,7 +5,7 @@
 
 namespace Veyra::Orbis::Cpp::Common {
 
-// How a host is told of native exceptions. All texts are valid UTF-8.
+// Texts and types that describe native exceptions to a host. All texts are valid UTF-8.
 
 // The exception's description. what() is narrow text in the system's default code page.
 [[nodiscard]] std::string DescriptionOf(const std::exception& exception);

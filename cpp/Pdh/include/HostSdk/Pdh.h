@@ -11,7 +11,7 @@
 
 #include "HostSdk/Exceptions.h"
 
-// The host's wrapper over performance counters. Names are UTF-8 and English, whatever the system's language. Every failure is a
+// The host's wrapper over performance counters. Names are UTF-8, and English in every system language. Every failure is a
 // PdhException. Objects are not synchronised: one caller at a time.
 namespace Veyra::Orbis::Common::Utilities {
 

@@ -99,7 +99,7 @@ typedef struct OrbisCancellation {
 
 /* ---- Results ---- */
 
-/* What kind of failure a record tells of; a host that does not know a value treats it as ORBIS_FAILURE_OTHER. */
+/* Kind of a failure. A host treats a value that it does not know as ORBIS_FAILURE_OTHER. */
 enum {
     ORBIS_FAILURE_OTHER = 1,                 /* a host exception that is none of the kinds below */
     ORBIS_FAILURE_ZEL = 2,                   /* ZelException: how a failed collection ends */

@@ -7,8 +7,8 @@
 
 namespace Veyra::Orbis::Sdk::Exceptions {
 
-// Root of the host's exceptions. It does not derive from std::exception on purpose: that is what tells a host failure from a native
-// one (see ItemHandler). Thrown by value and caught by reference; copies share the inner exception.
+// Root of the host's exceptions. It deliberately does not derive from std::exception, which distinguishes a host failure from a
+// native one (see ItemHandler). Thrown by value and caught by reference; copies share the inner exception.
 class HostException {
 public:
     explicit HostException(std::string message, std::shared_ptr<const HostException> inner = nullptr)

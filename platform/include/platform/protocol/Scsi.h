@@ -53,7 +53,7 @@ inline constexpr std::uint8_t kBlocks = 0x04;
 inline constexpr std::uint8_t kLengthMask = 0x03;
 inline constexpr std::uint8_t kLengthInCount = 0x02;
 
-// Registers by their byte in the 16-byte command; a register's previous half stands in the byte before it.
+// Registers by their byte in the 16-byte command; a register's previous half is in the byte before it.
 inline constexpr std::size_t kFeatures16 = 4;
 inline constexpr std::size_t kCount16 = 6;
 inline constexpr std::size_t kLbaLow16 = 8;
