@@ -12,7 +12,7 @@ std::atomic<std::uint64_t> g_Allocations{0};
 std::atomic<std::int64_t> g_Bytes{0};
 std::atomic<std::int64_t> g_Peak{0};
 
-// A block's size stands in front of it.
+// A block's size precedes it.
 constexpr std::size_t kFront = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
 
 }  // namespace

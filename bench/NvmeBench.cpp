@@ -65,7 +65,7 @@ std::string Machine(std::int64_t drives)
     return text;
 }
 
-// The message and its sub-messages, without the wrappers that stand for single values.
+// The message and its sub-messages, without the wrappers of single values.
 std::int64_t Messages(const Message& message)
 {
     std::int64_t count = 1;

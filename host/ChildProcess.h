@@ -67,7 +67,7 @@ private:
 // The child's side of the two pipes.
 class ChildPipe {
 public:
-    // `pipe` is what stood for "{pipe}" among the arguments. From here on the process leaves Ctrl-C to its parent.
+    // `pipe` is the argument that replaced "{pipe}". From here on the process leaves Ctrl-C to its parent.
     explicit ChildPipe(const std::string& pipe);
 
     // Both end the process when the parent is gone.

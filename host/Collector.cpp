@@ -127,7 +127,7 @@ void Collector::ReportFailure(const std::string& datatype, const HostException& 
 {
     const std::string message(exception.Message());
     std::string reason = message;
-    // A refused device says more than the code that the refusal became; the code tells whether it was that refusal.
+    // The refused device is more informative than the error code; the code shows whether this refusal caused the failure.
     if (const auto failure = m_Machine.Disks().TakeLastFailure()) {
         const auto code = static_cast<std::uint32_t>(platform::HresultFromWin32(failure->error));
         if (message.find(fmt::format("0x{:08X}", code)) != std::string::npos) {
@@ -304,7 +304,8 @@ void Collector::LearnIdentities()
             operations.push_back(one);
         }
     }
-    // Nobody asked for these: what fails leaves disks without a name and is reported, but is no failure of what was asked for.
+    // These collections were not requested. A failure leaves disks without a name and is reported, but does not count for the exit
+    // status.
     const bool hasFailed = m_HasFailed;
     (void)Collect(operations);
     m_HasFailed = hasFailed;

@@ -32,7 +32,7 @@ std::optional<T> As(const void* bytes, std::size_t size)
     return value;
 }
 
-// ASCII as devices pad it; whatever is no ASCII is left out.
+// ASCII as devices pad it; other bytes are left out.
 std::string DeviceText(std::string_view bytes)
 {
     std::string text;

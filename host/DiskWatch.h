@@ -25,7 +25,7 @@ public:
     // The disks of the inventory, with what was seen of them so far.
     [[nodiscard]] std::vector<Disk> Seen();
 
-    // The number of the disk behind a path that is opened (UTF-8), as far as requests before told it.
+    // The number of the disk behind a path that is opened (UTF-8), as far as earlier requests showed it.
     [[nodiscard]] std::optional<std::uint32_t> NumberOfPath(const std::string& path);
     // The interface path of a disk (UTF-8), or an empty text.
     [[nodiscard]] std::string InterfacePathOf(std::uint32_t number);

@@ -39,9 +39,9 @@ public:
     [[nodiscard]] insight::Extract TakeCalls();
     // Title, system, code page and rights for a recording of it.
     void Describe(insight::Recording& recording) const;
-    // Ends a pass: what was left out of its collections and was not told before, and why.
+    // Ends a pass. Returns what its collections left out and was not reported before, with the reasons.
     [[nodiscard]] std::vector<insight::Finding> TakeFindings();
-    // All that held at the end of the pass, whether told before or not.
+    // All findings at the end of the pass, including those that were reported before.
     [[nodiscard]] std::vector<insight::Finding> CurrentFindings() const;
 
     // Disks that did not answer in time, by number, and what they were asked.

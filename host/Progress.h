@@ -7,8 +7,8 @@ namespace orbis::host {
 // Removes the progress line, if there is one, before a message or a log line.
 void ClearProgress();
 
-// One line on standard error that says what is being waited for and is overwritten; nothing when standard error is not a terminal.
-// Call Clear or ClearProgress before writing anything else to a terminal.
+// One line on standard error that shows what the program waits for and is overwritten; nothing when standard error is not a
+// terminal. Call Clear or ClearProgress before writing anything else to a terminal.
 class Progress {
 public:
     Progress();

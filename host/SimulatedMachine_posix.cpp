@@ -9,7 +9,7 @@ namespace orbis::host {
 
 const simulated::Library& SimulatedLibrary()
 {
-    // It stands where the program's other libraries stand, and is never unloaded.
+    // It is in the folder of the program's other libraries, and is never unloaded.
     const auto find = [] {
         void* const library = dlopen((ProgramFolder() / ORBIS_SIMULATED_FILE).c_str(), RTLD_NOW | RTLD_LOCAL);
         void* const function = library != nullptr ? dlsym(library, "OrbisSimulatedLibrary") : nullptr;

@@ -143,7 +143,7 @@ void Supervised::Began(const insight::Source& source, std::string_view what) noe
             m_Identify(wait);
         }
         Send(report);
-    } catch (...) {  // out of memory: the supervisor is not told of this wait
+    } catch (...) {  // out of memory: this wait is not reported to the supervisor
     }
 }
 

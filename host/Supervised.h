@@ -31,7 +31,7 @@ public:
     // Seconds until the deadline of the current pass.
     [[nodiscard]] double SecondsLeft() const;
 
-    // Waits until this process may write. False when the supervisor does not want this pass.
+    // Waits until this process may write. False when the supervisor discards this pass.
     [[nodiscard]] bool MayWrite();
     // Text for standard error: written when this process may write.
     void Hold(std::string text);

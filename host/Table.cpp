@@ -146,7 +146,7 @@ std::string Table::RenderRows(const std::vector<std::size_t>& widths, std::size_
     }
     for (std::size_t at = 0; at < titleLines; ++at) {
         line([&](std::size_t column) {
-            // Short titles stand on the last line, next to the values.
+            // Short titles are on the last line, next to the values.
             const auto& title = m_Columns[column].title;
             const std::size_t above = titleLines - title.size();
             return at < above ? std::string() : title[at - above];

@@ -16,7 +16,7 @@ std::string_view Environment(const char* name)
 
 bool WantsNoRedraw() { return Environment("TERM") == "dumb"; }
 
-// https://no-color.org: present and not empty, whatever its value.
+// https://no-color.org: present with any value that is not empty.
 bool WantsNoColour() { return !Environment("NO_COLOR").empty() || Environment("TERM") == "dumb"; }
 
 bool WantsAscii() { return Environment("TERM") == "dumb" || !LocaleIsUtf8(); }

@@ -34,11 +34,11 @@ void PrepareStandardStreams();
 [[nodiscard]] bool LocaleIsUtf8();
 // What standard output and the environment (TERM, NO_COLOR, the locale) allow.
 [[nodiscard]] Style GetOutputStyle();
-// What the environment asks for, on whatever stream: no line that is written over; no colours; nothing but ASCII.
+// Settings of the environment for every stream: no line that is overwritten; no colours; ASCII only.
 [[nodiscard]] bool WantsNoRedraw();
 [[nodiscard]] bool WantsNoColour();
 [[nodiscard]] bool WantsAscii();
-// The folder that holds this program, where its libraries stand too.
+// The folder of this program and its libraries.
 [[nodiscard]] std::filesystem::path ProgramFolder();
 // File name of a plug-in: "X.so" or "X.dll".
 [[nodiscard]] std::filesystem::path PluginFileName(const char* name);

@@ -103,7 +103,7 @@ std::string Fit(std::string_view utf8, std::size_t width)
     }
     used = 0;
     auto tail = characters.end();
-    // A combining mark never stands without its letter.
+    // A combining mark is never separated from its letter.
     for (auto at = characters.end(); at != head && used + (at - 1)->Width() <= behind;) {
         --at;
         used += at->Width();

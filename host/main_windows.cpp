@@ -5,7 +5,7 @@
 #include "CommandLine.h"
 #include "platform/Text.h"
 
-// The words of the command line as they were given, whatever the code page. For exceptions see main_posix.cpp.
+// The words of the command line as given, independent of the code page. For exceptions see main_posix.cpp.
 // NOLINTNEXTLINE(bugprone-exception-escape)
 int wmain(int argc, wchar_t** argv)
 {

@@ -26,7 +26,7 @@ using orbis::insight::Record;
 using orbis::platform::Utf16ToUtf8;
 using Veyra::Orbis::Plugins::StorageCollectorPlugin;
 
-// Every second disk is an NVMe drive, the others are SATA SSDs that tell their marketed size; the first six have a drive letter.
+// Every second disk is an NVMe drive, the others are SATA SSDs that report their marketed size; the first six have a drive letter.
 std::string Machine(int disks)
 {
     std::string text = "sample_step_ms: 1000 smbios { oem_strings { text: 'first' text: '1[0A1B]' } } ";

@@ -10,7 +10,7 @@ namespace orbis::host {
 
 std::string JsonForScript(const std::string& json)
 {
-    // All of these occur in JSON's texts only, where an escape stands for the same character.
+    // All of these occur only in JSON's texts, where they can be escaped.
     constexpr std::string_view kSeparators = "\xE2\x80";  // U+2028 and U+2029 are line ends to older scripts
     std::string out;
     out.reserve(json.size());

@@ -17,7 +17,7 @@ namespace {
 namespace pb = google::protobuf;
 using insight::FieldExplanation;
 
-// Texts and byte strings that do not tell one device from another of its kind. Every other one is replaced.
+// Texts and byte strings that do not identify one device among others of its kind. Every other one is replaced.
 constexpr std::array<std::string_view, 24> kKept{
     "PhysicalDiskStaticInfo.name",
     "PhysicalDiskStaticInfo.description",
@@ -97,7 +97,7 @@ std::string_view Trim(std::string_view text)
     return first == std::string_view::npos ? std::string_view() : text.substr(first, text.find_last_not_of(kPadding) - first + 1);
 }
 
-// Calls `change` with each text of the message and of those in it, and the field it stands in.
+// Calls `change` with each text of the message and of those in it, and its field.
 template <class Change>
 void ForEachText(pb::Message& message, const Change& change)
 {
@@ -123,7 +123,7 @@ void ForEachText(pb::Message& message, const Change& change)
 // What is to be replaced, and by what.
 class Secrets {
 public:
-    // The replacement of a text that stands alone.
+    // The replacement of a whole text.
     std::string Of(std::string_view text)
     {
         const std::string key = Lower(Trim(text));
@@ -137,7 +137,7 @@ public:
         return found->second;
     }
 
-    // An item id or device id keeps its bus and model: "Disk_SCSI\DISK&VEN_X&PROD_Y\[1]". Its last part tells devices apart.
+    // An item id or device id keeps its bus and model: "Disk_SCSI\DISK&VEN_X&PROD_Y\[1]". Its last part identifies the device.
     std::string OfDeviceId(std::string_view id)
     {
         constexpr std::string_view kPrefix = "Disk_";

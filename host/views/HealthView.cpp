@@ -53,7 +53,7 @@ std::string LastVerdictText(const DiskHealth& disk, const HealthReport& report)
     return fmt::format("last verdict {}, {} ago", insight::Verdict_Name(disk.last_verdict()), age);
 }
 
-// "6 % used, 45 °C, 10,234 h": what a person wants to know of a disk that is well.
+// "6 % used, 45 °C, 10,234 h": the summary of a healthy disk.
 std::string Summary(const DiskHealth& disk, const HealthReport& report)
 {
     if (disk.verdict() == insight::ASLEEP) {

@@ -29,7 +29,7 @@ std::string Flags(const datatypes::PhysicalDiskPartitionInfo& partition)
 
 std::string Number(bool present, double value, int decimals) { return present ? fmt::format("{:.{}f}", value, decimals) : ""; }
 
-// Rates come in units of 2^20 bytes a second; people compare them with what stands on the disk's box.
+// Rates come in units of 2^20 bytes a second; decimal megabytes are shown, because disks are sold with these.
 std::string MegabytesPerSecond(bool present, float mebibytes)
 {
     return Number(present, static_cast<double>(mebibytes) * 1.048576, 2);

@@ -9,7 +9,7 @@
 
 namespace orbis::host {
 
-// Facts as rows, disks as columns: for data with many facts and few disks. Only as many disks stand side by side as fit without a
+// Facts as rows, disks as columns: for data with many facts and few disks. Only as many disks are side by side as fit without a
 // cut; the others follow below, each in a block of its own where no two fit.
 class Sheet {
 public:

@@ -128,7 +128,7 @@ public:
         try {
             const std::lock_guard lock(m_Lock);
             m_Waits[std::this_thread::get_id()] = {source, std::string(what), std::chrono::steady_clock::now()};
-        } catch (...) {  // without memory one wait is not told
+        } catch (...) {  // out of memory: one wait is not reported
         }
     }
     void Ended() noexcept override

@@ -11,7 +11,7 @@
 
 namespace orbis::insight {
 
-// The drive numbers behind the paths that a pass opened, as the devices themselves told them.
+// The drive numbers behind the paths that a pass opened, as the devices reported them.
 class DrivePaths {
 public:
     explicit DrivePaths(std::span<const Record> records);

@@ -143,7 +143,7 @@ Journal::~Journal() = default;
 Extract Journal::Take()
 {
     Extract extract = m_Ports->store.Take();
-    // Decorators may stand between; none of them has texts of its own.
+    // There may be decorators in between; none of them has its own texts.
     extract.isOfSystem = &Inner().TextPort() == &platform::Platform::System().TextPort();
     return extract;
 }

@@ -99,7 +99,7 @@ std::string LetterAt(const Observations& observations, std::uint32_t disk, const
     return {};
 }
 
-// Nothing when the disk did not tell.
+// Nothing when the disk did not report it.
 std::optional<std::vector<ReportPartition>> Partitions(const Observations& observations, std::uint32_t disk)
 {
     const Page* page = observations.FindPage(disk, 0, DRIVE_LAYOUT);

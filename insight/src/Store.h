@@ -11,7 +11,7 @@ namespace orbis::insight {
 
 using Clock = std::chrono::steady_clock;
 
-// The records of a journal, and the lock that also guards what its ports know of open objects.
+// The records of a journal, and the lock that also guards the open objects of its ports.
 class Store {
 public:
     explicit Store(std::size_t capacity) : m_Capacity(capacity) {}

@@ -9,7 +9,7 @@
 #include "insight/Calls.h"
 #include "insight/Export.h"
 
-// What one pass of the collections learnt from each disk, as bytes: the exact answers that verdicts and explanations rest on.
+// The answers of each disk in one pass of the collections, as exact bytes. Verdicts and explanations are based on them.
 namespace orbis::insight {
 
 // The outcome of one request for a page.
@@ -47,7 +47,7 @@ struct DiskEvidence {
     PageAnswer smartThresholds;  // SMART READ THRESHOLDS, 512 bytes
 };
 
-// What `records`, one pass of the collections, tell of each disk; by drive number.
+// The evidence in `records`, which are one pass of the collections; by drive number.
 [[nodiscard]] ORBIS_INSIGHT_EXPORT std::vector<DiskEvidence> EvidenceOf(std::span<const Record> records);
 
 }  // namespace orbis::insight

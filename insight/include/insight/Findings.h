@@ -21,8 +21,8 @@ struct Finding {
     friend bool operator==(const Finding&, const Finding&) = default;
 };
 
-// The kind of a refusal for want of rights. Its text is this and the path that was refused, with the system's own path of the disk
-// where there is one: "no access to \\.\PhysicalDrive0 (/dev/nvme0n1)".
+// The kind of a refusal because of missing rights. Its text is this and the path that was refused, with the system's own path of
+// the disk where there is one: "no access to \\.\PhysicalDrive0 (/dev/nvme0n1)".
 inline constexpr const char* kAccessDenied = "access-denied";
 inline constexpr std::string_view kNoAccess = "no access to ";
 

@@ -15,7 +15,7 @@
 // attributes that no datatype has, included.
 namespace orbis::insight {
 
-// When a rule speaks.
+// When a rule applies.
 enum class RuleScope {
     Always,          // whenever its condition holds
     OnlyWhenRising,  // only with a baseline, and only when the value rose

@@ -15,7 +15,7 @@
 
 namespace orbis::insight {
 
-// A disk that is left out, by its names. One name is enough: the others are learnt from the answers that are forwarded, such as
+// A disk that is left out, by its names. One name is enough: the others are taken from the answers that are forwarded, such as
 // rows of Win32_DiskDrive and names of counter instances ("3 F: G:").
 struct HiddenDisk {
     std::optional<std::uint32_t> number{};  // physical drive number
@@ -46,7 +46,7 @@ public:
     void Hide(HiddenDisk disk);
     // Shows the disk with this number, letter or path again.
     void Show(const HiddenDisk& disk);
-    // The hidden disks, with the names learnt so far.
+    // The hidden disks, with the names known so far.
     [[nodiscard]] std::vector<HiddenDisk> Hidden() const;
 
     [[nodiscard]] platform::DeviceIo& DeviceIoPort() noexcept override { return *this; }
@@ -83,7 +83,7 @@ private:
     bool Learn(const HiddenDisk& names);
     [[nodiscard]] bool IsAnyHidden() const noexcept { return m_Count.load(std::memory_order_acquire) != 0; }
     [[nodiscard]] bool IsHiddenRow(platform::ComObject* row, RowKind kind);
-    // The position in the whole walk of the disk that stands at `index` of the visible ones.
+    // The position in the whole walk of the visible disk number `index`.
     [[nodiscard]] std::uint32_t WholeIndex(platform::DeviceInfoSetHandle set, std::uint32_t index);
     // Filters a list of instances that `list` gives, as EnumInstances does.
     template <class List>

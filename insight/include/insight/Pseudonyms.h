@@ -21,8 +21,8 @@ class ORBIS_INSIGHT_EXPORT Pseudonyms {
 public:
     Pseudonyms();
 
-    // Words that are no identifiers: a value that occurs in them is replaced where it stands and not looked for elsewhere. In names
-    // of models a serial number is looked for all the same.
+    // Words that are no identifiers: a value that occurs in them is replaced in its own field and not searched for elsewhere. In
+    // names of models a serial number is looked for all the same.
     void KeepWords(std::string_view words);
     void KeepName(std::string_view name);
 

@@ -23,7 +23,7 @@ struct RawContent {
     bool found = false;
     std::string text;         // when found
     std::string reason;       // why not, otherwise
-    std::string number = {};  // the text that tells the number in the bytes
+    std::string number = {};  // the number in the bytes, as text
     std::vector<std::uint8_t> bytes = {};
     std::optional<double> sample = {};  // of a counter
 };

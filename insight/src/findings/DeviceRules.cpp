@@ -18,7 +18,7 @@ namespace {
 namespace win32 = platform::win32;
 constexpr std::uint32_t kReadWrite = platform::kGenericRead | platform::kGenericWrite;
 
-// Who was refused for want of rights.
+// Devices that were refused because of missing rights.
 class AccessRule final : public FindingRule {
     void Read(const Record& record, Notes& notes) override
     {
@@ -254,7 +254,7 @@ class NvmeRule final : public FindingRule {
                 for (const char* kind : {kRefused, kFailed}) {
                     notes.Asked(kind, DiskName(number));
                 }
-                if (isNvme && error != 0 && error != win32::kAccessDenied) {  // that is told by itself
+                if (isNvme && error != 0 && error != win32::kAccessDenied) {  // which has its own finding
                     datatypesOf[error].push_back(datatype);
                 }
             }

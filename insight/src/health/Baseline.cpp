@@ -9,7 +9,7 @@
 namespace orbis::insight {
 namespace {
 
-// What a reason says that needs a rise, and where its counter stands.
+// The text of a reason that needs a rise, and the place of its counter.
 struct RisingText {
     std::string_view counter;
     std::string_view text;
@@ -99,7 +99,7 @@ std::vector<const DiskHealth*> MatchDisks(const HealthReport& report, const Heal
 {
     std::vector<const DiskHealth*> matches(static_cast<std::size_t>(report.disk_size()));
     std::set<const DiskHealth*> taken;
-    // Disks that look alike, such as cheap USB sticks with one serial number, are told apart by their place as far as that goes.
+    // Disks that look alike, such as cheap USB sticks with one serial number, are distinguished by their place where possible.
     for (const bool isSamePlace : {true, false}) {
         for (int at = 0; at < report.disk_size(); ++at) {
             const DiskHealth*& match = matches[static_cast<std::size_t>(at)];

@@ -102,7 +102,7 @@ void JudgeWear(std::span<const std::uint8_t> log, DiskJudge& judge)
                   std::to_string(threshold), Source(3, 4));
     }
     if (used >= 90) {
-        // 255 stands for everything above 254.
+        // 255 means every value above 254.
         judge.Say(used >= 100 ? HealthRuleId::NvmeUsed : HealthRuleId::NvmeNearlyUsed,
                   fmt::format("{} % used{}, threshold {} %", used, used == 255 ? " or more" : "", used >= 100 ? 100 : 90),
                   std::to_string(used), used >= 100 ? "100" : "90", Source(5, 5));

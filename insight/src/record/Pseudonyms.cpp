@@ -275,7 +275,7 @@ void Pseudonyms::Guid(std::span<std::uint8_t> bytes)
     std::ranges::copy(GuidOrder(FromHex(Text(Hex(GuidOrder(raw)))).value_or(raw)), bytes.begin());
 }
 
-// A text stands in the recording in UTF-16 too.
+// The recording contains a text in UTF-16 too.
 void Pseudonyms::AddText(const std::string& from, const std::string& to, std::size_t shortest)
 {
     const bool isAscii = std::ranges::all_of(from, [](char c) { return Byte(c) < 0x80; });

@@ -223,7 +223,7 @@ void PageRedaction::Control(std::uint32_t code, const std::string& text, Span ou
         case platform::kIoctlScsiPassThroughDirect: {
             constexpr std::size_t kCdb = offsetof(platform::ScsiPassThroughDirect, cdb);
             const auto byte = [&](std::size_t at) { return static_cast<std::uint8_t>(Number(request, kCdb + at, 1)); };
-            constexpr std::size_t kInquiryData = 36;  // serial numbers may stand behind it
+            constexpr std::size_t kInquiryData = 36;  // serial numbers may follow it
             const std::size_t sense = Number(request, offsetof(platform::ScsiPassThroughDirect, senseInfoOffset));
             Sense(From(output, std::max(sense, sizeof(platform::ScsiPassThroughDirect))));
             if (byte(0) == scsi::kAtaPassThrough16) {
