@@ -110,7 +110,7 @@ std::string Fitted(const std::string& help, std::size_t width)
     return fitted;
 }
 
-// The command line as it is being understood.
+// The command line while it is parsed.
 class CommandLine {
 public:
     CommandLine(int argc, const char* const* argv, Output& output)
@@ -207,7 +207,8 @@ private:
     static void AddDeadlineOption(CLI::App& command, SourceOptions& source)
     {
         constexpr const char* kText =
-            "Leave out a disk that does not answer in time; 0 waits for ever (30 for health, metrics, report and --watch, else 0)";
+            "Leave out a disk that does not answer in time; 0 waits without a limit (30 for health, metrics, report and --watch, "
+            "else 0)";
         command.add_option("--deadline", source.deadline, kText)->check(Between(0.0, 86400.0))->option_text("SECONDS");
     }
 
@@ -293,7 +294,7 @@ private:
             "Example:\n"
             "  orbis-host metrics --output /var/lib/prometheus/node-exporter/orbis.prom\n\n" +
             ExitStatusFooter());
-        AddFile(command, "--output", m_Metrics.file, "Write to this file, at once, instead of standard output");
+        AddFile(command, "--output", m_Metrics.file, "Write to this file instead of standard output; it is replaced when complete");
         AddSourceOptions(command, m_Metrics.source);
     }
 
@@ -323,7 +324,7 @@ private:
             ExitStatusFooter());
         command.add_option("--format", m_Format, "table or json")->option_text("FORMAT");
         CLI::Option& baseline =
-            AddFile(command, "--baseline", m_Health.baseline, "Tell what rose since this earlier --format json");
+            AddFile(command, "--baseline", m_Health.baseline, "Report what rose since this earlier output of --format json");
         command
             .add_option("--only-when-rising", m_Health.onlyWhenRising,
                         "Rules that are notices where nothing rose since the baseline")
@@ -333,7 +334,7 @@ private:
         command.add_option("--log-to", m_LogTo, "Record verdicts that changed since the last run: journald or eventlog")
             ->needs(&state)
             ->option_text("LOG");
-        command.add_flag("--rules", m_ShowRules, "Show the rules of the verdict and end");
+        command.add_flag("--rules", m_ShowRules, "Show the rules of the verdicts and exit");
         AddSourceOptions(command, m_Health.source);
     }
 
@@ -357,20 +358,20 @@ private:
 
     void AddReport()
     {
-        CLI::App& command = AddCommand(m_App, "report", "Write a page for people: one HTML file that opens anywhere", [this] {
+        CLI::App& command = AddCommand(m_App, "report", "Write one HTML page that opens in any browser", [this] {
             m_Report.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
             return WithinDeadline(m_Report.source, kUsualDeadline, false, [this] { return Report(m_Report); });
         });
         command.footer(
-            "The file needs nothing beside itself and no network. Serial numbers, identifiers and names are replaced\n"
-            "in it unless --with-identifiers is given.\n\n"
+            "The file is self-contained and needs no network. Serial numbers, identifiers and names are replaced\n"
+            "unless --with-identifiers is given.\n\n"
             "Examples:\n"
             "  orbis-host report --output report.html\n"
             "  orbis-host report --output report.html --baseline lastweek.json --with-identifiers\n\n" +
             ExitStatusFooter());
-        AddFile(command, "--output", m_Report.file, "Write to this file, at once").required();
+        AddFile(command, "--output", m_Report.file, "Write to this file; it is replaced when complete").required();
         AddFile(command, "--machine", m_Report.source.machine, "Report the simulated machine of this file");
-        AddFile(command, "--baseline", m_Report.baseline, "Tell what rose since this earlier `health --format json`");
+        AddFile(command, "--baseline", m_Report.baseline, "Report what rose since this earlier output of `health --format json`");
         command.add_flag("--with-identifiers", m_Report.withIdentifiers, "Keep serial numbers, identifiers and names as they are");
         command.add_option("--log-level", m_LogLevel, "trace, debug, info, warning, error or off (warning)")->option_text("LEVEL");
         AddDeadlineOption(command, m_Report.source);
@@ -380,7 +381,7 @@ private:
 
     void AddMachine()
     {
-        CLI::App& machine = *m_App.add_subcommand("machine", "Record a machine, and look at files that describe machines");
+        CLI::App& machine = *m_App.add_subcommand("machine", "Record a machine; check and show machine files");
         machine.require_subcommand(0, 1);
         CLI::App& record = AddCommand(machine, "record", "Collect everything once and write what the machine answered", [this] {
             m_Record.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
@@ -547,7 +548,7 @@ int RunCommandLine(int argc, const char* const* argv, Output& output)
         return kExitUsage;
     } catch (const border::PluginLoadError& error) {
         Say(error.what());
-        Say("the plug-in stands beside this program; --plugin FILE names another");
+        Say("the plug-in is expected beside this program; --plugin FILE names another");
         return kExitNoPlugin;
     } catch (const border::HostException& exception) {
         Say("the plug-in could not be created: " + exception.ToString());

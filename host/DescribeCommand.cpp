@@ -11,7 +11,7 @@ int Describe(const DescribeOptions& options, Output& output)
     std::string text =
         RenderFacts({{"Plug-in", plugin.Name()}, {"", plugin.Description()}, {"Id", plugin.Id()}, {"Log id", plugin.LogId()}},
                     output.GetStyle(), 0);
-    std::vector<std::pair<std::string, std::string>> operations{{"Datatype", "What it tells"}};
+    std::vector<std::pair<std::string, std::string>> operations{{"Datatype", "Contents"}};
     for (const border::Operation& operation : plugin.Operations()) {
         operations.emplace_back(ShortName(operation.datatype), operation.description);
     }

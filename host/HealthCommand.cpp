@@ -252,7 +252,7 @@ int Explain(const ExplainOptions& options, Output& output)
         for (insight::MessageExplanation& unsent : explainer.ExplainUnsent(datatype, sent)) {
             if (isWanted(unsent.item_id())) {
                 if (results.empty()) {
-                    unsent.set_reason("the whole collection failed; its messages tell why");
+                    unsent.set_reason("the whole collection failed; see its messages");
                 }
                 *report.add_message() = std::move(unsent);
             }

@@ -90,7 +90,7 @@ class Writer:
                 if message.name in self._datatypes:
                     summary = comments.of([FILE_MESSAGES, index], message.name)[0].split(". ")[0].removesuffix(".")
                     rows.append([f"[{message.name}](#{message.name.lower()})", summary])
-        self._table(["Datatype", "What it tells"], rows)
+        self._table(["Datatype", "Contents"], rows)
 
     def _file_section(self, file):
         comments = Comments(file)

@@ -41,7 +41,7 @@ def load(protoc, root, part=DATATYPES):
         output = pathlib.Path(scratch, "datatypes.desc").resolve()
         command = [protoc, "-I", ".", "--include_source_info", f"--descriptor_set_out={output}", *files]
         if subprocess.run(command, cwd=folder).returncode != 0:
-            sys.exit(f"{protoc} refused the schema; its reason stands above.")
+            sys.exit(f"{protoc} refused the schema; see its message above.")
         return list(descriptor_pb2.FileDescriptorSet.FromString(output.read_bytes()).file)
 
 

@@ -18,7 +18,7 @@ class SourcesTable:
         with tempfile.TemporaryDirectory() as scratch:
             output = pathlib.Path(scratch, "sources.desc").resolve()
             if subprocess.run([protoc, "-I", ".", f"--descriptor_set_out={output}", SCHEMA], cwd=root / "insight" / "proto").returncode != 0:
-                sys.exit(f"{protoc} refused {SCHEMA}; its reason stands above.")
+                sys.exit(f"{protoc} refused {SCHEMA}; see its message above.")
             files = descriptor_pb2.FileDescriptorSet.FromString(output.read_bytes())
         pool = descriptor_pool.DescriptorPool()
         for file in files.file:
@@ -59,7 +59,7 @@ class SourcesTable:
                 for one in self.elements.values() if one.message == message]
 
     def text(self, name, shared=None):
-        """Where a field comes from and what happens on the way, for people; `shared` is the request that the reader knows of already."""
+        """The source of a field and its conversions, as text; `shared` is a request that the text need not repeat."""
         row = self.rows[name]
         texts = []
         for place in places_of(row):

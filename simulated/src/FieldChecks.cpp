@@ -166,7 +166,7 @@ struct Rule {
 
 constexpr const char* kFit = "write a value that fits the field of the device";
 constexpr const char* kCut = "shorten it, or leave it so if it may be cut";
-constexpr const char* kPage = "keep the patch inside the page, or mean to answer more than the device has";
+constexpr const char* kPage = "keep the patch inside the page, unless the answer is to be longer than the device's";
 constexpr const char* kGuidForm = "write it as 12345678-1234-1234-1234-123456789abc";
 constexpr std::uint64_t kLongestDelay = 86400;
 constexpr const char* kDelay = "write the seconds that the answer takes, at most a day, or never: true";

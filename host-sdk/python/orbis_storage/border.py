@@ -12,7 +12,7 @@ FAILURE_ZEL, FAILURE_NOT_SUPPORTED, FAILURE_CANCELED, FAILURE_ARGUMENT_OUT_OF_RA
 
 
 class Text(Structure):
-    """A text, or the bytes of a message; the memory belongs to whoever made it."""
+    """A text, or the bytes of a message; the memory belongs to its creator."""
     _fields_ = [("data", c_void_p), ("length", c_size_t)]
 
     @classmethod

@@ -1,4 +1,4 @@
-"""Where the libraries stand when nobody says where."""
+"""Default locations of the libraries."""
 
 from __future__ import annotations
 
@@ -34,7 +34,7 @@ def find_plugin() -> pathlib.Path:
 
 
 def beside(plugin: PathLike, name: str) -> pathlib.Path:
-    """Another library of ours, which stands beside the plug-in."""
+    """Another library of this project, in the folder of the plug-in."""
     return pathlib.Path(plugin).resolve().parent / f"{_PREFIX}{name}{_SUFFIX}"
 
 

@@ -19,7 +19,7 @@ std::string WhyNoNvme(std::uint32_t number, const DiskEvidence& disk)
         return "the device-query library names drives 0 to 31 alone";
     }
     if (!disk.busType) {
-        return "nothing tells whether it is an NVMe drive: its device descriptor was not read";
+        return "not known whether it is an NVMe drive: its device descriptor was not read";
     }
     if (*disk.busType != static_cast<std::uint32_t>(platform::BusType::Nvme) &&
         *disk.busType != static_cast<std::uint32_t>(platform::BusType::Raid)) {
@@ -45,7 +45,7 @@ std::string WhyUnsent(const Observations& observations, std::string_view datatyp
     if (datatype == "PhysicalDiskDynamicInfo" && observations.Letters(number).empty()) {
         return "the disk has no drive letter";
     }
-    return "left out; the findings of the pass tell more";
+    return "left out; see the findings of the pass";
 }
 
 }  // namespace
