@@ -43,12 +43,12 @@ public:
     // All findings of the pass that ReportFindings ended, those of earlier passes that still hold included.
     [[nodiscard]] std::vector<Finding> CurrentFindings() const;
 
-    // The item ids that a selector names. Collects what tells disks apart when that is not known yet. Throws std::invalid_argument,
-    // with a list of the disks, when it names none. None for a disk that is left out.
+    // The item ids that a selector names. Collects what identifies disks when that is not known yet. Throws std::invalid_argument,
+    // with a list of the disks, when it names none. Empty for a disk that is left out.
     [[nodiscard]] std::vector<std::string> Select(const std::string& given);
     // The numbers of the disks left out that a selector names.
     [[nodiscard]] std::set<std::uint32_t> SelectHidden(const std::string& given) const;
-    // Collects what tells disks apart, models, serial numbers and drive letters, unless these results have them or nothing is new
+    // Collects what identifies disks, models, serial numbers and drive letters, unless these results have them or nothing is new
     // in them.
     void LearnIdentities(const std::vector<CollectedDatatype>& results);
 
@@ -67,7 +67,7 @@ private:
     [[nodiscard]] std::string TakeDisksWithoutLetter();
     // Whether something did not answer in time and is left out.
     [[nodiscard]] bool HasLateSource() const;
-    // Whether a finding that holds says what ended the collection of a datatype, or cost it a disk.
+    // Whether a current finding explains why the collection of a datatype ended or lacks a disk.
     [[nodiscard]] bool IsExplained(const std::string& datatype) const;
     void LearnIdentities();
     void Learn(const std::vector<CollectedDatatype>& results);
