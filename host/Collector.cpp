@@ -26,6 +26,9 @@ using border::Operation;
 constexpr std::string_view kAll = "all";
 // How a query of WMI that is left out fails: ERROR_TIMEOUT.
 constexpr std::string_view kTimedOut = "HRESULT 0x800705B4";
+// The datatypes that identify disks. By their names: to ask a message for its descriptor builds all of its schema.
+constexpr std::string_view kStaticInfo = "PhysicalDiskStaticInfo";
+constexpr std::string_view kIdentify = "NvmeIdentifyControllerData";
 
 // What a disk's static description says of it, for disks whose requests were not seen.
 Disk ToDisk(const std::string& itemId, const datatypes::PhysicalDiskStaticInfo& message)
@@ -74,9 +77,8 @@ std::vector<Operation> Collector::Choose(const std::vector<std::string>& datatyp
 void Collector::LetRatesBuildUp(const std::vector<Operation>& operations)
 {
     constexpr double kFirstInterval = 1.0;
-    if (std::any_of(operations.begin(), operations.end(), [](const Operation& one) {
-            return one.datatype == datatypes::PhysicalDiskDynamicInfo::descriptor()->full_name();
-        })) {
+    if (std::any_of(operations.begin(), operations.end(),
+                    [](const Operation& one) { return ShortName(one.datatype) == "PhysicalDiskDynamicInfo"; })) {
         m_Machine.LetRatesBuildUp(kFirstInterval);
     }
 }
@@ -299,8 +301,7 @@ void Collector::LearnIdentities()
     m_HasIdentities = true;
     std::vector<Operation> operations;
     for (const Operation& one : m_Plugin.Operations()) {
-        if (one.datatype == datatypes::PhysicalDiskStaticInfo::descriptor()->full_name() ||
-            one.datatype == datatypes::NvmeIdentifyControllerData::descriptor()->full_name()) {
+        if (const std::string name = ShortName(one.datatype); name == kStaticInfo || name == kIdentify) {
             operations.push_back(one);
         }
     }
@@ -326,9 +327,9 @@ void Collector::Learn(const std::vector<CollectedDatatype>& results)
             if (item.message == nullptr || item.itemId == "Disk_") {
                 continue;
             }
-            if (result.datatype == datatypes::PhysicalDiskStaticInfo::descriptor()->name()) {
+            if (result.datatype == kStaticInfo) {
                 m_Disks.Learn(ToDisk(item.itemId, static_cast<const datatypes::PhysicalDiskStaticInfo&>(*item.message)));
-            } else if (result.datatype == datatypes::NvmeIdentifyControllerData::descriptor()->name()) {
+            } else if (result.datatype == kIdentify) {
                 const auto& message = static_cast<const datatypes::NvmeIdentifyControllerData&>(*item.message);
                 Disk disk;
                 disk.itemId = item.itemId;

@@ -108,8 +108,9 @@ TEST(MachineFile, TheTextOfAFindingIsOneLineThatEditorsUnderstand)
     ASSERT_EQ(findings.size(), 1U);
     EXPECT_EQ(findings[0].Text(),
               "machines/x.txtpb:2:3: error: code_page: unknown code page 1; use 65001, 1252, 437, 28591 or 20127");
-    EXPECT_EQ(ValidateMachineFile("no-such-file.txtpb").at(0).Text(),
-              "no-such-file.txtpb: error: the machine file cannot be read: No such file or directory; name a readable *.txtpb file");
+    EXPECT_EQ(
+        ValidateMachineFile("no-such-file.txtpb").at(0).Text(),
+        "no-such-file.txtpb: error: the machine file cannot be read: No such file or directory; name a readable *.txtpb file");
 }
 
 TEST(MachineFile, OrdinaryExamplesHaveNoFindingsAndTheHostileOneNoErrors)
