@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <utility>
 
 #include "platform/Export.h"
+#include "platform/Owned.h"
 
 namespace orbis::platform {
 
@@ -62,39 +62,7 @@ public:
     [[nodiscard]] ORBIS_PLATFORM_EXPORT static DeviceIo& Current() noexcept;
 };
 
-// Owns an open device and the knowledge of the port that opened it.
-class DeviceHandle {
-public:
-    DeviceHandle() noexcept = default;
-    DeviceHandle(DeviceIo& port, NativeHandle value) noexcept : m_Port(&port), m_Value(value) {}
-    DeviceHandle(DeviceHandle&& other) noexcept
-        : m_Port(std::exchange(other.m_Port, nullptr)), m_Value(std::exchange(other.m_Value, kInvalidHandle))
-    {}
-    DeviceHandle& operator=(DeviceHandle&& other) noexcept
-    {
-        std::swap(m_Port, other.m_Port);
-        std::swap(m_Value, other.m_Value);
-        return *this;
-    }
-    ~DeviceHandle() { Reset(); }
-
-    // CreateFileW fails with INVALID_HANDLE_VALUE; a null handle is no device either.
-    [[nodiscard]] bool IsValid() const noexcept { return m_Value != kInvalidHandle && m_Value != 0; }
-    [[nodiscard]] NativeHandle Get() const noexcept { return m_Value; }
-    [[nodiscard]] DeviceIo* Port() const noexcept { return m_Port; }
-
-    void Reset() noexcept
-    {
-        if (m_Port != nullptr && IsValid()) {
-            m_Port->Close(m_Value);
-        }
-        m_Port = nullptr;
-        m_Value = kInvalidHandle;
-    }
-
-private:
-    DeviceIo* m_Port = nullptr;
-    NativeHandle m_Value = kInvalidHandle;
-};
+// An open device.
+using DeviceHandle = Owned<DeviceIo, NativeHandle, &DeviceIo::Close, kInvalidHandle>;
 
 }  // namespace orbis::platform

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstdint>
-#include <utility>
 
 #include "platform/Export.h"
 #include "platform/Guid.h"
+#include "platform/Owned.h"
 
 namespace orbis::platform {
 
@@ -84,34 +84,7 @@ public:
     [[nodiscard]] ORBIS_PLATFORM_EXPORT static Setup& Current() noexcept;
 };
 
-// Owns a device information set and the knowledge of the port that made it.
-class DeviceInfoSet {
-public:
-    DeviceInfoSet() noexcept = default;
-    DeviceInfoSet(Setup& port, DeviceInfoSetHandle value) noexcept : m_Port(&port), m_Value(value) {}
-    DeviceInfoSet(DeviceInfoSet&& other) noexcept
-        : m_Port(std::exchange(other.m_Port, nullptr)), m_Value(std::exchange(other.m_Value, kInvalidDeviceInfoSet))
-    {}
-    DeviceInfoSet& operator=(DeviceInfoSet&& other) noexcept
-    {
-        std::swap(m_Port, other.m_Port);
-        std::swap(m_Value, other.m_Value);
-        return *this;
-    }
-    ~DeviceInfoSet()
-    {
-        if (m_Port != nullptr && IsValid()) {
-            m_Port->DestroyDeviceInfoList(m_Value);
-        }
-    }
-
-    [[nodiscard]] bool IsValid() const noexcept { return m_Value != kInvalidDeviceInfoSet && m_Value != 0; }
-    [[nodiscard]] DeviceInfoSetHandle Get() const noexcept { return m_Value; }
-    [[nodiscard]] Setup* Port() const noexcept { return m_Port; }
-
-private:
-    Setup* m_Port = nullptr;
-    DeviceInfoSetHandle m_Value = kInvalidDeviceInfoSet;
-};
+// A device information set.
+using DeviceInfoSet = Owned<Setup, DeviceInfoSetHandle, &Setup::DestroyDeviceInfoList, kInvalidDeviceInfoSet>;
 
 }  // namespace orbis::platform

@@ -2,10 +2,10 @@
 
 #include <cstdint>
 #include <string_view>
-#include <utility>
 
 #include "platform/Errors.h"
 #include "platform/Export.h"
+#include "platform/Owned.h"
 
 namespace orbis::platform {
 
@@ -101,41 +101,8 @@ public:
     [[nodiscard]] ORBIS_PLATFORM_EXPORT static Wmi& Current() noexcept;
 };
 
-// Owns one interface and the knowledge of the port that it came from.
-class ComReference {
-public:
-    ComReference() noexcept = default;
-    ComReference(Wmi& port, ComObject* object) noexcept : m_Port(&port), m_Object(object) {}
-    ComReference(ComReference&& other) noexcept
-        : m_Port(std::exchange(other.m_Port, nullptr)), m_Object(std::exchange(other.m_Object, nullptr))
-    {}
-    ComReference& operator=(ComReference&& other) noexcept
-    {
-        if (this != &other) {
-            Reset();
-            m_Port = std::exchange(other.m_Port, nullptr);
-            m_Object = std::exchange(other.m_Object, nullptr);
-        }
-        return *this;
-    }
-    ~ComReference() { Reset(); }
-
-    [[nodiscard]] ComObject* Get() const noexcept { return m_Object; }
-    explicit operator bool() const noexcept { return m_Object != nullptr; }
-
-    void Reset() noexcept
-    {
-        if (m_Object != nullptr) {
-            m_Port->Release(m_Object);
-        }
-        m_Port = nullptr;
-        m_Object = nullptr;
-    }
-
-private:
-    Wmi* m_Port = nullptr;
-    ComObject* m_Object = nullptr;
-};
+// One interface.
+using ComReference = Owned<Wmi, ComObject*, &Wmi::Release, nullptr>;
 
 // Owns one BSTR.
 class ComString {
