@@ -10,12 +10,12 @@ python3-protobuf and python3-jsonschema, so it runs with the system's own Python
 import sys
 from pathlib import Path
 
-from comparison import activity, explain, nvme, recording, smart, static, verdict
+from comparison import activity, explain, hang, nvme, recording, smart, static, verdict
 from comparison.report import ReadingError, Report
 from comparison.schema import Schema
 from comparison.table import Table
 
-COMPARISONS = [nvme.compare, smart.compare, static.compare, activity.compare, verdict.compare, explain.compare, recording.compare]
+COMPARISONS = [nvme.compare, smart.compare, static.compare, activity.compare, verdict.compare, explain.compare, recording.compare, hang.compare]
 SCHEMA = Path(__file__).resolve().parent.parent / "host-sdk" / "proto"
 
 
