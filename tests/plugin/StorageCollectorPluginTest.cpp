@@ -152,6 +152,18 @@ TEST_F(StorageCollectorPluginTest, AnEmptyFieldFailsRawBeforeCancellationIsLooke
     EXPECT_THAT(m_Log->lines, IsEmpty());
 }
 
+TEST_F(StorageCollectorPluginTest, NotSupportedIsWrappedForEveryDatatype)
+{
+    class Refusing final : public IStorageRetriever<datatypes::SmartDynamicInfo> {
+        CollectionList<datatypes::SmartDynamicInfo> CollectData(const ItemId&) override { throw NotSupportedException("no SMART"); }
+    };
+    m_Factories.smartDynamicInfo = [](const auto&) { return std::make_unique<Refusing>(); };
+    const auto plugin = Construct();
+    EXPECT_THROW(plugin->CollectSmartDynamicInfo(ItemId::All()), ZelException);
+    ASSERT_EQ(m_Log->lines.size(), 1U);
+    EXPECT_EQ(m_Log->lines[0].level, "Trace");
+}
+
 TEST_F(StorageCollectorPluginTest, IsConstructedWithoutALogToo)
 {
     m_Log = nullptr;
