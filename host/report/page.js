@@ -81,7 +81,7 @@ function card(disk) {
   return make('article', { class: `card ${verdict}` },
     make('h3', {}, make('span', { class: 'verdict' }, verdict), make('a', { href: `#disk-${number}` }, shown(titleOf(number)))),
     list(disk.reason).length ? make('ul', {}, ...disk.reason.map(reasonItem)) : null,
-    facts([['Last verdict', disk.lastTime && `${disk.lastVerdict}, ${moment(disk.lastTime)}`], ['Letters', list(disk.letter).join(' ')],
+    facts([['Last verdict', disk.lastTime && `${disk.lastVerdict}, ${inUtc(disk.lastTime)}`], ['Letters', list(disk.letter).join(' ')],
       ['Capacity', [Number(detail?.bytes) > 0 && inBytes(detail.bytes), detail?.kind].filter(Boolean).join(', ')],
       ['Wear', wear(disk)], ['Temperature', temperature(disk)], ['Powered on', hours === undefined ? '' : withUnit(hours, 'h')],
       ['Data read', moved(disk, 'dataUnitsRead')], ['Data written', moved(disk, 'dataUnitsWritten')], ['Since the baseline', rises(disk, detail)],
