@@ -85,6 +85,9 @@ TEST(PseudonymsTest, ValueIsReplacedAlikeInEveryForm)
 }
 
 constexpr std::string_view kPlantedText = "LEAK7QZX";
+constexpr std::string_view kPlantedName = "NAME9XTW";
+constexpr std::string_view kPlantedFrame = "FRAM6VBU";
+constexpr std::string_view kPlantedUnknown = "HIDE5WJY";  // where no rule learns it
 constexpr std::string_view kPlantedBytes = "\xC0\xFF\xEE\x15\xF0\x0D\x5E\xED";
 
 std::string Hex(std::string_view bytes)
@@ -138,7 +141,7 @@ std::string PlantedIn(const Recording& recording)
 {
     const std::string exact = recording.SerializeAsString();
     const std::string lower = Lower(exact);
-    for (const std::string_view value : {kPlantedText, kPlantedBytes}) {
+    for (const std::string_view value : {kPlantedText, kPlantedName, kPlantedFrame, kPlantedUnknown, kPlantedBytes}) {
         for (const std::string& form : FormsOf(value)) {
             if (lower.find(Lower(form)) != lower.npos) {
                 return form;
@@ -228,6 +231,7 @@ TEST_P(RedactionTest, NothingThatIdentifiesIsLeftAndTheRestReplaysAlike)
     const Description machine = Parsed(MachineText(GetParam()));
     const RecordedRun recorded = Collect(machine, proof::kDatatypes);
     Recording redacted = recorded.recording;
+    redacted.set_title(machine.title());
     Redact(redacted);
     EXPECT_EQ(PlantedIn(recorded.recording).empty(), GetParam() != std::string_view("planted"));
     EXPECT_EQ(PlantedIn(redacted), "");
