@@ -95,20 +95,6 @@ TEST_F(StorageCollectorPluginTest, MakesItsLoggerAndThenItsRetrieversInOrder)
     EXPECT_THAT(m_Log->lines, IsEmpty());
 }
 
-TEST_F(StorageCollectorPluginTest, EachOperationAsksItsOwnRetriever)
-{
-    const auto plugin = Construct();
-    const ItemId id("Disk_1");
-    EXPECT_EQ(plugin->CollectPhysicalDiskDynamicInfo(id), std::nullopt);
-    EXPECT_EQ(plugin->CollectPhysicalDiskStaticInfo(id), std::nullopt);
-    EXPECT_EQ(plugin->CollectSmartDynamicInfo(id), std::nullopt);
-    EXPECT_EQ(plugin->CollectSmartNvmeInfo(id), std::nullopt);
-    EXPECT_EQ(plugin->CollectSmartStaticInfo(id), std::nullopt);
-    EXPECT_EQ(plugin->CollectNvmeIdentifyControllerData(ItemId::All()), std::nullopt);
-    EXPECT_THAT(m_Asked, ElementsAre("PhysicalDiskDynamicInfo Disk_1", "PhysicalDiskStaticInfo Disk_1", "SmartDynamicInfo Disk_1",
-                                     "SmartNvmeInfo Disk_1", "SmartStaticInfo Disk_1", "NvmeIdentifyControllerData *"));
-}
-
 TEST_F(StorageCollectorPluginTest, OneFailingConstructorLeavesTheOthersWorking)
 {
     m_Factories.physicalDiskDynamicInfo =
