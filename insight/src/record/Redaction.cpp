@@ -185,6 +185,7 @@ private:
         }
         for (RecordedAnswer& answer : *call.mutable_answer()) {
             const std::size_t room = call.room();
+            answer.set_time(answer.time() / 1000 * 1000);  // microseconds, which the clock of every system can show
             if (operation == "Setup::DeviceInterfaceDetail") {
                 InBuffers(answer, room, 0, [&](Span output, Span) {
                     ReplaceUtf16(From(output, platform::kDeviceInterfaceDetailPathOffset),
