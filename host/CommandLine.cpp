@@ -30,27 +30,34 @@
 namespace orbis::host {
 namespace {
 
-const std::vector<std::pair<std::string, Format>> kFormats{{"table", Format::Table},
-                                                           {"json", Format::Json},
-                                                           {"jsonl", Format::JsonLines},
-                                                           {"text", Format::Text},
-                                                           {"binary", Format::Binary}};
-const std::vector<std::pair<std::string, Format>> kDocumentFormats{{"table", Format::Table}, {"json", Format::Json}};
-const std::vector<std::pair<std::string, HealthLogTarget>> kHealthLogs{{"journald", HealthLogTarget::Journald},
-                                                                       {"eventlog", HealthLogTarget::EventLog}};
-const std::vector<std::pair<std::string, LogLevel>> kLogLevels{{"trace", LogLevel::Trace}, {"debug", LogLevel::Debug},
-                                                               {"info", LogLevel::Info},   {"warning", LogLevel::Warning},
-                                                               {"error", LogLevel::Error}, {"off", LogLevel::Off}};
+// Words and what they stand for.
+template <class T, std::size_t Count>
+using Choices = std::array<std::pair<std::string_view, T>, Count>;
+
+constexpr Choices<Format, 5> kFormats{{{"table", Format::Table},
+                                       {"json", Format::Json},
+                                       {"jsonl", Format::JsonLines},
+                                       {"text", Format::Text},
+                                       {"binary", Format::Binary}}};
+constexpr Choices<Format, 2> kDocumentFormats{{{"table", Format::Table}, {"json", Format::Json}}};
+constexpr Choices<HealthLogTarget, 2> kHealthLogs{
+    {{"journald", HealthLogTarget::Journald}, {"eventlog", HealthLogTarget::EventLog}}};
+constexpr Choices<LogLevel, 6> kLogLevels{{{"trace", LogLevel::Trace},
+                                           {"debug", LogLevel::Debug},
+                                           {"info", LogLevel::Info},
+                                           {"warning", LogLevel::Warning},
+                                           {"error", LogLevel::Error},
+                                           {"off", LogLevel::Off}}};
 
 constexpr double kUsualDeadline = 30;
 
 // The value of a word; throws std::invalid_argument for one that is not there.
-template <class T>
-T ValueOf(const std::vector<std::pair<std::string, T>>& choices, const std::string& given, std::string_view what)
+template <class T, std::size_t Count>
+T ValueOf(const Choices<T, Count>& choices, const std::string& given, std::string_view what)
 {
     std::vector<std::string> words;
     for (const auto& [word, value] : choices) {
-        words.push_back(word);
+        words.emplace_back(word);
     }
     const std::string found = FindWord(words, given, what);
     return std::find_if(choices.begin(), choices.end(), [&](const auto& choice) { return choice.first == found; })->second;
