@@ -148,17 +148,26 @@ TEST_F(JournalTest, KnowsTheSystemsOwnMachineBehindDecorators)
 TEST_F(JournalTest, FullJournalSaysSoAndChangesNoAnswer)
 {
     constexpr std::size_t kFewRecords = 8 * sizeof(Record);
-    const Extract extract = Observe(
-        kDrives,
-        [] {
-            for (int pass = 0; pass < 5; ++pass) {
-                EXPECT_TRUE(HardwareAccessLib::HardwareAccess().ReadIdentifyData(u"\\\\.\\PhysicalDrive0"));
-            }
-        },
-        kFewRecords);
+    const auto use = [] {
+        for (int pass = 0; pass < 5; ++pass) {
+            EXPECT_TRUE(HardwareAccessLib::HardwareAccess().ReadIdentifyData(u"\\\\.\\PhysicalDrive0"));
+        }
+    };
+    const Extract extract = Observe(kDrives, use, kFewRecords);
     EXPECT_GT(extract.lost, 0U);
     EXPECT_FALSE(extract.records.empty());
     EXPECT_EQ(extract.records.size() + extract.lost, 5 * 3U) << "open, control, close";
+    const Extract whole = Observe(kDrives, use);
+    for (std::size_t at = 0; at < extract.records.size(); ++at) {
+        EXPECT_EQ(extract.records[at].call.index(), whole.records[at].call.index()) << "the records have no gap";
+    }
+    const auto machine = simulated::ParseMachine(kDrives);
+    Journal taken(*machine, kFewRecords);
+    for (int pass = 0; pass < 5; ++pass) {
+        platform::DeviceIo& io = taken.DeviceIoPort();
+        io.Close(io.Open(u"\\\\.\\PhysicalDrive0", 0, 3, nullptr, platform::kOpenExisting, 0, 0));
+        EXPECT_EQ(taken.Take().lost, 0U) << "room that was taken is free again";
+    }
 }
 
 TEST(TimeLimitsTest, RequestsGoWithNoMoreTimeThanIsLeft)
