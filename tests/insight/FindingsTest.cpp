@@ -78,6 +78,7 @@ const std::vector<Case>& Cases()
         {"card reader", Ssd("no_medium: true"), {"disk-ended-collection DISK0"}},
         {"left out", Ssd("open_error: 21"), {"disk-walk-ended ", "drive-without-medium DISK0"}},
         {"renamed", Ssd("counter_change { at: 1 name: '0 X:' }") + "sample_step_ms: 1000", {"counters-without-instance 0"}},
+        {"32", Ssd("") + "disk { number: 32 kind: NVME model: \"N\" size: 1000204886016 }", {"drive-number-above-31 DISK32"}},
         {"above 31", Ssd("") + "disk { number: 40 kind: SATA_SSD model: \"N\" size: 1000204886016 }", {}},
         {"letter", Ssd("") + "volume { letter: \"Z\" drive_type: 4 }", {"letter-ended-collection Z:"}},
         {"geometry", Ssd("exchange { control_code: 0x70000 error: 1117 }"), {"disk-ended-collection DISK0"}},
