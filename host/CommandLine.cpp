@@ -71,7 +71,7 @@ std::string ExitStatusFooter()
     for (const ExitStatusText& one : kExitStatuses) {
         text += fmt::format("\n  {}  {}", one.status, one.text);
     }
-    return text + '\n';
+    return text;
 }
 
 // What is wrong with a word that must not be empty; an empty text when nothing is. An empty word is the value of a variable that
@@ -125,7 +125,7 @@ public:
     {
         m_App.name("orbis-host");
         m_App.allow_windows_style_options(false);  // the same options everywhere, and "/" may begin a path
-        m_App.footer(ExitStatusFooter());
+        SetFooter(m_App, "");
         m_App.set_version_flag("--version", VersionText());
         m_App.require_subcommand(0, 1);
         // A command's options are a good part of a short run: those of commands that are not named are not made. The list of
@@ -193,7 +193,14 @@ private:
     {
         CLI::App& command = *parent.add_subcommand(name, description);
         command.callback([this, run = std::move(run)] { m_Run = run; });
+        SetFooter(command, "");
         return command;
+    }
+
+    // Text and exit statuses, made when help is asked for. The text is a literal.
+    static void SetFooter(CLI::App& command, std::string_view text)
+    {
+        command.footer([text] { return std::string(text) + ExitStatusFooter(); });
     }
 
     // The words of the command line are UTF-8 everywhere; CLI11 would read a path in the code page on Windows.
@@ -264,15 +271,14 @@ private:
             return WithinDeadline(m_Collect.source, isWatch ? kUsualDeadline : 0, isWatch,
                                   [this] { return Collect(m_Collect, m_Output); });
         });
-        command.footer(
-            "DATATYPE is one that `orbis-host describe` lists, or all (the default).\n"
-            "Results go to standard output, log lines to standard error.\n\n"
-            "Examples:\n"
-            "  orbis-host collect\n"
-            "  orbis-host collect SmartNvmeInfo --item DISK0 --format json\n"
-            "  orbis-host collect all --machine machines/workstation.txtpb\n"
-            "  orbis-host collect PhysicalDiskDynamicInfo --watch 1\n\n" +
-            ExitStatusFooter());
+        SetFooter(command,
+                  "DATATYPE is one that `orbis-host describe` lists, or all (the default).\n"
+                  "Results go to standard output, log lines to standard error.\n\n"
+                  "Examples:\n"
+                  "  orbis-host collect\n"
+                  "  orbis-host collect SmartNvmeInfo --item DISK0 --format json\n"
+                  "  orbis-host collect all --machine machines/workstation.txtpb\n"
+                  "  orbis-host collect PhysicalDiskDynamicInfo --watch 1\n\n");
         command.add_option("DATATYPE", m_Collect.datatypes, "What to collect (all)")->type_name("");
         command
             .add_option("--format", m_Format,
@@ -296,11 +302,10 @@ private:
             m_Metrics.source.skipSleeping = m_Metrics.source.skipSleeping.value_or(true);
             return WithinDeadline(m_Metrics.source, kUsualDeadline, false, [this] { return Metrics(m_Metrics, m_Output); });
         });
-        command.footer(
-            "Text format 0.0.4, as node_exporter's textfile collector and promtool read it.\n\n"
-            "Example:\n"
-            "  orbis-host metrics --output /var/lib/prometheus/node-exporter/orbis.prom\n\n" +
-            ExitStatusFooter());
+        SetFooter(command,
+                  "Text format 0.0.4, as node_exporter's textfile collector and promtool read it.\n\n"
+                  "Example:\n"
+                  "  orbis-host metrics --output /var/lib/prometheus/node-exporter/orbis.prom\n\n");
         AddFile(command, "--output", m_Metrics.file, "Write to this file instead of standard output; it is replaced when complete");
         AddSourceOptions(command, m_Metrics.source);
     }
@@ -319,16 +324,15 @@ private:
             }
             return WithinDeadline(m_Health.source, kUsualDeadline, false, [this] { return Health(m_Health, m_Output); });
         });
-        command.footer(
-            "FAIL: the disk reports its own failure. WARN: wear, errors or heat. UNKNOWN: it could not be judged.\n"
-            "ASLEEP: it was not woken to be judged; --no-skip-sleeping wakes it.\n"
-            "Nothing is asked of a disk beyond what the collections ask, except whether it is asleep.\n\n"
-            "Examples:\n"
-            "  orbis-host health\n"
-            "  orbis-host health --format json >today.json\n"
-            "  orbis-host health --baseline lastweek.json\n"
-            "  orbis-host health --state /var/lib/orbis/health.json --log-to journald\n\n" +
-            ExitStatusFooter());
+        SetFooter(command,
+                  "FAIL: the disk reports its own failure. WARN: wear, errors or heat. UNKNOWN: it could not be judged.\n"
+                  "ASLEEP: it was not woken to be judged; --no-skip-sleeping wakes it.\n"
+                  "Nothing is asked of a disk beyond what the collections ask, except whether it is asleep.\n\n"
+                  "Examples:\n"
+                  "  orbis-host health\n"
+                  "  orbis-host health --format json >today.json\n"
+                  "  orbis-host health --baseline lastweek.json\n"
+                  "  orbis-host health --state /var/lib/orbis/health.json --log-to journald\n\n");
         command.add_option("--format", m_Format, "table or json")->option_text("FORMAT");
         CLI::Option& baseline =
             AddFile(command, "--baseline", m_Health.baseline, "Report what rose since this earlier output of --format json");
@@ -352,12 +356,11 @@ private:
             m_Explain.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
             return WithinDeadline(m_Explain.source, 0, false, [this] { return Explain(m_Explain, m_Output); });
         });
-        command.footer(
-            "DATATYPE is one that `orbis-host describe` lists, or all (the default).\n\n"
-            "Examples:\n"
-            "  orbis-host explain SmartNvmeInfo --item DISK0\n"
-            "  orbis-host explain --format json\n\n" +
-            ExitStatusFooter());
+        SetFooter(command,
+                  "DATATYPE is one that `orbis-host describe` lists, or all (the default).\n\n"
+                  "Examples:\n"
+                  "  orbis-host explain SmartNvmeInfo --item DISK0\n"
+                  "  orbis-host explain --format json\n\n");
         command.add_option("DATATYPE", m_Explain.datatypes, "What to explain (all)")->type_name("");
         command.add_option("--format", m_Format, "table or json")->option_text("FORMAT");
         AddSourceOptions(command, m_Explain.source);
@@ -369,13 +372,12 @@ private:
             m_Report.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
             return WithinDeadline(m_Report.source, kUsualDeadline, false, [this] { return Report(m_Report); });
         });
-        command.footer(
-            "The file is self-contained and needs no network. Serial numbers, identifiers and names are replaced\n"
-            "unless --with-identifiers is given.\n\n"
-            "Examples:\n"
-            "  orbis-host report --output report.html\n"
-            "  orbis-host report --output report.html --baseline lastweek.json --with-identifiers\n\n" +
-            ExitStatusFooter());
+        SetFooter(command,
+                  "The file is self-contained and needs no network. Serial numbers, identifiers and names are replaced\n"
+                  "unless --with-identifiers is given.\n\n"
+                  "Examples:\n"
+                  "  orbis-host report --output report.html\n"
+                  "  orbis-host report --output report.html --baseline lastweek.json --with-identifiers\n\n");
         AddFile(command, "--output", m_Report.file, "Write to this file; it is replaced when complete").required();
         AddFile(command, "--machine", m_Report.source.machine, "Report the simulated machine of this file");
         AddFile(command, "--baseline", m_Report.baseline, "Report what rose since this earlier output of `health --format json`");
@@ -389,6 +391,7 @@ private:
     void AddMachine()
     {
         CLI::App& machine = *m_App.add_subcommand("machine", "Record a machine; check and show machine files");
+        SetFooter(machine, "");
         machine.require_subcommand(0, 1);
         CLI::App& record = AddCommand(machine, "record", "Collect everything once and write what the machine answered", [this] {
             m_Record.source.logLevel = ValueOf(kLogLevels, m_LogLevel, "log level");
@@ -397,8 +400,8 @@ private:
             }
             return WithinDeadline(m_Record.source, 0, false, [this] { return RecordMachine(m_Record, m_Output); });
         });
-        record.footer("The file is a machine file: --machine FILE replays it anywhere. docs/RECORDING.md says what is in it.\n\n" +
-                      ExitStatusFooter());
+        SetFooter(record,
+                  "The file is a machine file: --machine FILE replays it anywhere. docs/RECORDING.md says what is in it.\n\n");
         AddFile(record, "FILE", m_Record.file, "The machine file to write (*.txtpb)").required();
         AddFile(record, "--machine", m_Record.source.machine, "Record the simulated machine of this file");
         record.add_option("--format", m_RecordFormat, "Print what was collected, too, in a format of collect")
