@@ -2,8 +2,8 @@
  * What a host may know beyond the datatypes, in C: findings, health, where values came from, and messages as JSON.
  *
  * The library orbis-insight has one exported function, OrbisInsightTable, which returns a table of functions. It observes what the
- * collectors ask of the operating system and sends no request of its own, except where one says so. A host installs it once, before it creates a plug-in
- * object, collects, and ends a pass with endPass; findings, health and explain then tell of that pass.
+ * collectors ask of the operating system and sends no request of its own, except where one says so. A host installs it once, before
+ * it creates a plug-in object, collects, and ends a pass with endPass; findings, health and explain then tell of that pass.
  *
  * The rules are those of orbis_border.h: nothing C++ crosses, texts are UTF-8 with a length, a structure says its own size and
  * grows at its end only, the version changes only when an older host could not use the table, and the library is never unloaded.
