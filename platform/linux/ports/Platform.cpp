@@ -4,6 +4,7 @@
 #include <thread>
 #include <utility>
 
+#include "emulated/DeviceIo.h"
 #include "emulated/Setup.h"
 #include "emulated/Text.h"
 #include "linux/kernel/Machine.h"
