@@ -44,7 +44,7 @@ bool HiddenDisks::Learn(const HiddenDisk& names)
     if (found == nullptr) {
         return false;
     }
-    // A disk may have been hidden under several of its names, of which nobody knew that they are one disk's.
+    // A disk may have been hidden under several names before they were known to be the same disk.
     HiddenDisk disk;
     for (const HiddenDisk* rest = &names; found != nullptr; found = Find(disk)) {
         AddNames(disk, *found);

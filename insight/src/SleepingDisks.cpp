@@ -46,7 +46,7 @@ void SleepingDisks::HideIfAsleep(const std::u16string& path)
 void SleepingDisks::Look()
 {
     for (const HiddenDisk& disk : m_Hidden.Hidden()) {
-        // A name without a number is asked for anew.
+        // A disk without a number cannot be asked here, so it is shown again.
         if (!disk.number || !IsAsleep(PathOfDrive(*disk.number))) {
             m_Hidden.Show(disk);
         }
@@ -74,7 +74,8 @@ void SleepingDisks::Look()
         return;
     }
     std::uint32_t characters = 0;
-    static_cast<void>(m_Hidden.PdhPort().EnumInstances(u"PhysicalDisk", nullptr, &characters));  // teaches it the letters
+    // HiddenDisks learns the disks' letters from the names of the instances.
+    static_cast<void>(m_Hidden.PdhPort().EnumInstances(u"PhysicalDisk", nullptr, &characters));
     for (const std::u16string& path : WalkedPaths(m_Inner.SetupPort())) {
         HideIfAsleep(path);
     }
