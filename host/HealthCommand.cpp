@@ -5,6 +5,7 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <memory>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -94,7 +95,8 @@ HealthReport ReadState(const HealthOptions& options)
 }
 
 // Compares with the last run, logs each verdict that changed, and keeps this one for the next.
-void UpdateState(const HealthOptions& options, const HealthReport& before, HealthReport report)
+void UpdateState(const HealthOptions& options, std::shared_ptr<spdlog::sinks::sink> log, const HealthReport& before,
+                 HealthReport report)
 {
     report.clear_gone();
     if (!options.source.disk.empty()) {
@@ -108,8 +110,8 @@ void UpdateState(const HealthOptions& options, const HealthReport& before, Healt
         }
         report.mutable_disk()->MergeFrom(others.disk());
     }
-    if (options.logTo != HealthLogTarget::None) {
-        LogVerdictChanges(options.logTo, before, report);
+    if (log != nullptr) {
+        LogVerdictChanges(std::move(log), before, report);
     }
     WriteWholeFile(options.state, ToJson(report));
 }
@@ -163,6 +165,8 @@ int Health(const HealthOptions& options, Output& output)
             throw std::invalid_argument(fmt::format("the rule {} looks at no counter that could rise", rule));
         }
     }
+    // A log that the system does not have is reported before the disks are asked, too.
+    auto log = options.logTo == HealthLogTarget::None ? nullptr : MakeHealthSink(options.logTo);
     MachineInForce machine(options.source.machine, options.source.skipSleeping.value_or(false));
     Collector collector(machine, options.source.plugin, options.source.logLevel);
     Progress progress;
@@ -196,7 +200,7 @@ int Health(const HealthOptions& options, Output& output)
         status = Graver(status, kExitIncomplete);
     }
     if (!options.state.empty()) {
-        UpdateState(options, state, report);
+        UpdateState(options, std::move(log), state, report);
     }
     return collector.HasFailed() ? Graver(status, kExitCollectionFailed) : status;
 }

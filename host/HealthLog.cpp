@@ -63,9 +63,4 @@ void LogVerdictChanges(std::shared_ptr<spdlog::sinks::sink> sink, const HealthRe
     logger.flush();
 }
 
-void LogVerdictChanges(HealthLogTarget target, const HealthReport& before, const HealthReport& now)
-{
-    LogVerdictChanges(MakeHealthSink(target), before, now);
-}
-
 }  // namespace orbis::host

@@ -9,30 +9,31 @@ namespace {
 
 using namespace platform;
 
-// A decorator that makes a failing call of its own after each call that it forwards.
+// A decorator that makes a failing call of its own on `machine` after each call that it forwards.
 class Meddler final : public ForwardingDeviceIo {
 public:
-    explicit Meddler(DeviceIo& inner) : ForwardingDeviceIo(inner), m_Inner(inner) {}
+    Meddler(DeviceIo& inner, DeviceIo& machine) : ForwardingDeviceIo(inner), m_Machine(machine) {}
 
     NativeHandle Open(const char16_t* path, std::uint32_t access, std::uint32_t share, void* security, std::uint32_t disposition,
                       std::uint32_t flags, NativeHandle templateFile) override
     {
         const NativeHandle result = ForwardingDeviceIo::Open(path, access, share, security, disposition, flags, templateFile);
-        m_Inner.Close(kInvalidHandle);
+        m_Machine.Close(kInvalidHandle);
         return result;
     }
 
 private:
-    DeviceIo& m_Inner;
+    DeviceIo& m_Machine;
 };
 
 TEST(ForwardingTest, CallerReadsTheErrorOfItsOwnCallThroughStackedDecorators)
 {
     const auto machine = simulated::ParseMachine("");
-    Meddler inner(machine->DeviceIoPort());
-    Meddler outer(inner);
+    DeviceIo& port = machine->DeviceIoPort();
+    Meddler inner(port, port);
+    Meddler outer(inner, port);
     EXPECT_EQ(outer.Open(u"\\\\.\\PhysicalDrive7", 0, 0, nullptr, kOpenExisting, 0, 0), kInvalidHandle);
-    EXPECT_EQ(machine->DeviceIoPort().LastError(), win32::kInvalidHandle);
+    EXPECT_EQ(port.LastError(), win32::kInvalidHandle);
     EXPECT_EQ(outer.LastError(), win32::kFileNotFound);
 }
 
