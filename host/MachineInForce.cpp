@@ -33,12 +33,13 @@ extern "C" void OnInterrupt(int signal)
     std::signal(signal, SIG_DFL);
 }
 
-// Replaces remedies by those that fit how this program was started.
-std::vector<insight::Finding> Advised(std::vector<insight::Finding> findings)
+// Replaces remedies by those that fit how this program was started. More rights here do not change what a machine file answers.
+std::vector<insight::Finding> Advised(std::vector<insight::Finding> findings, bool isSimulated)
 {
     for (insight::Finding& finding : findings) {
         if (finding.kind == insight::kAccessDenied) {
-            finding.remedy = MoreRightsAdvice();
+            finding.remedy =
+                isSimulated ? "on the machine itself, run orbis-host as administrator, on Linux as root" : MoreRightsAdvice();
         }
     }
     return findings;
@@ -268,7 +269,7 @@ std::vector<insight::Finding> MachineInForce::MissingAnswers() const
 std::vector<insight::Finding> MachineInForce::TakeFindings()
 {
     m_Findings.Read(m_Journal->Take());
-    std::vector<insight::Finding> findings = Advised(m_Findings.EndPass());
+    std::vector<insight::Finding> findings = Advised(m_Findings.EndPass(), m_Simulated != nullptr);
     for (insight::Finding& finding : MissingAnswers()) {
         if (m_ReportedMissing.insert(finding.subject).second) {
             findings.push_back(std::move(finding));
@@ -283,7 +284,7 @@ std::vector<insight::Finding> MachineInForce::TakeFindings()
 
 std::vector<insight::Finding> MachineInForce::CurrentFindings() const
 {
-    std::vector<insight::Finding> findings = Advised(m_Findings.Current());
+    std::vector<insight::Finding> findings = Advised(m_Findings.Current(), m_Simulated != nullptr);
     std::ranges::move(MissingAnswers(), std::back_inserter(findings));
     if (m_Guard != nullptr) {
         std::vector<insight::Finding> late = m_Guard->Findings();
