@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <set>
 #include <utility>
 
 #include "Framing.h"
@@ -14,6 +15,24 @@ namespace orbis::host {
 std::string KeyOf(const WaitedFor& wait)
 {
     return wait.has_number() ? fmt::format("{}", wait.number()) : fmt::format("{} {}", wait.kind(), wait.name());
+}
+
+std::string NameOf(const WaitedFor& wait)
+{
+    return wait.has_number() ? fmt::format("DISK{}", wait.number())
+                             : insight::NameOf({static_cast<insight::Source::Kind>(wait.kind()), wait.name()});
+}
+
+bool LeaveOutTheSame(const std::vector<LateSource>& one, const std::vector<LateSource>& other)
+{
+    const auto keys = [](const std::vector<LateSource>& late) {
+        std::set<std::string> texts;
+        for (const LateSource& source : late) {
+            texts.insert(KeyOf(source.source()));
+        }
+        return texts;
+    };
+    return keys(one) == keys(other);
 }
 
 namespace {
@@ -113,6 +132,16 @@ void Attempt::EndWait(TimePoint now)
         m_Spent[KeyOf(*m_Waiting)].time += now - m_WaitingSince;
         m_Waiting.reset();
     }
+}
+
+std::string Attempt::EndText() const
+{
+    constexpr int kLastSignal = 64;  // greater ones are exceptions of Windows
+    const bool isSignal = m_End && m_End->status > 0 && m_End->status <= kLastSignal;
+    return !m_End            ? "no reason given"
+           : !m_End->crashed ? fmt::format("status {}", m_End->status)
+           : isSignal        ? fmt::format("signal {}", m_End->status)
+                             : fmt::format("exception {:#010x}", static_cast<unsigned>(m_End->status));
 }
 
 std::optional<WaitedFor> Attempt::Culprit(TimePoint now) const

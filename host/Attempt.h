@@ -33,6 +33,10 @@ using LastAnswers = std::map<std::pair<std::string, std::string>, std::pair<Last
 
 // One key for a disk, whichever of its paths a request uses.
 [[nodiscard]] std::string KeyOf(const WaitedFor& wait);
+// The name of a disk or source in messages.
+[[nodiscard]] std::string NameOf(const WaitedFor& wait);
+// Whether two attempts leave out the same sources, in any order.
+[[nodiscard]] bool LeaveOutTheSame(const std::vector<LateSource>& one, const std::vector<LateSource>& other);
 
 // The supervisor's side of one collecting process.
 class Attempt {
@@ -54,6 +58,8 @@ public:
     void Read(const SupervisionClock& clock, LastAnswers& last);
 
     [[nodiscard]] State GetState() const noexcept { return m_State; }
+    // Neither its answer nor its end is known.
+    [[nodiscard]] bool IsCollecting() const noexcept { return m_State == State::Collecting || m_State == State::Asleep; }
     [[nodiscard]] bool IsLive() const noexcept { return m_State != State::Ended; }
     // Whether a new pass began since this was asked last.
     [[nodiscard]] bool TakePassBegan() { return std::exchange(m_PassBegan, false); }
@@ -64,6 +70,7 @@ public:
     [[nodiscard]] int Status() const noexcept { return m_Status; }
     // How the process ended; empty while it runs or its end is not known.
     [[nodiscard]] const std::optional<ChildEnd>& End() const noexcept { return m_End; }
+    [[nodiscard]] std::string EndText() const;
     // The source that this pass has waited for longest.
     [[nodiscard]] std::optional<WaitedFor> Culprit(TimePoint now) const;
     // The source that it waits for now.

@@ -7,13 +7,14 @@
 #include <cstdio>
 #include <memory>
 #include <optional>
-#include <set>
 #include <utility>
+#include <vector>
 
 #include "Attempt.h"
 #include "ExitStatus.h"
 #include "MachineInForce.h"
 #include "Progress.h"
+#include "Round.h"
 #include "Say.h"
 #include "Terminal.h"
 
@@ -22,43 +23,21 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 using TimePoint = Attempt::TimePoint;
-using Duration = TimePoint::duration;
+using Duration = Round::Duration;
 using State = Attempt::State;
 
-// The last part of the deadline is kept for collecting without what is late, and a little more after it.
-constexpr double kReserve = 5;
-constexpr std::chrono::seconds kGrace(2);
-constexpr std::chrono::milliseconds kShortestRound(500);
 // Limit of consecutive crashes without a complete pass.
 constexpr int kMostCrashes = 3;
 // Limit of the processes of a watch that wait for what is late.
 constexpr std::size_t kMostAttempts = 8;
 
-Duration DurationOf(double seconds) { return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(seconds)); }
-double InSeconds(Duration time) { return std::chrono::duration<double>(time).count(); }
-
-std::string NameOf(const WaitedFor& wait)
-{
-    return wait.has_number() ? fmt::format("DISK{}", wait.number())
-                             : insight::NameOf({static_cast<insight::Source::Kind>(wait.kind()), wait.name()});
-}
-
-std::string EndText(const ChildEnd& end)
-{
-    constexpr int kLastSignal = 64;  // greater ones are exceptions of Windows
-    const bool isSignal = end.status > 0 && end.status <= kLastSignal;
-    return !end.crashed ? fmt::format("status {}", end.status)
-           : isSignal   ? fmt::format("signal {}", end.status)
-                        : fmt::format("exception {:#010x}", static_cast<unsigned>(end.status));
-}
-
 // The attempts of a pass: the first leaves out the least. One that is late goes on, in a watch for good, while others collect
 // without what it waits for; the first that is ready counts, and at the deadline any.
 class Supervisor {
 public:
-    explicit Supervisor(const Supervision& supervision) : m_Supervision(supervision)
+    explicit Supervisor(const Supervision& supervision) : m_Supervision(supervision), m_Round(supervision.seconds)
     {
-        BeginRound();
+        m_Round.Begin(m_Clock.Now());
         Start({});
     }
 
@@ -80,7 +59,8 @@ public:
             const auto timer = NextTimer();
             // Wakes every second for the progress line, and for a Ctrl-C that came just before the wait.
             const TimePoint soon = Clock::now() + std::chrono::seconds(1);
-            const auto outcome = ChildProcess::Wait(processes, timer ? std::min(soon, m_Clock.Real(*timer)) : soon);
+            const auto outcome =
+                ChildProcess::Wait(processes, timer != TimePoint::max() ? std::min(soon, m_Clock.Real(timer)) : soon);
             if (IsInterrupted() && outcome != ChildProcess::Outcome::Readable) {
                 return Interrupt();
             }
@@ -95,27 +75,20 @@ public:
     }
 
 private:
-    void BeginRound()
-    {
-        m_RoundBegan = m_Clock.Now();
-        m_Deadline = m_RoundBegan + DurationOf(m_Supervision.seconds);
-        m_NextAttempt = m_Deadline - DurationOf(std::min(m_Supervision.seconds / 2, kReserve));
-    }
-
-    void Start(const std::vector<LateSource>& late) { m_Attempts.push_back(Make(late, m_Deadline - m_Clock.Now())); }
+    void Start(const std::vector<LateSource>& late) { m_Attempts.push_back(Make(late, m_Round.Left(m_Clock.Now()))); }
 
     [[nodiscard]] std::unique_ptr<Attempt> Make(const std::vector<LateSource>& late, Duration left) const
     {
         const TimePoint now = m_Clock.Now();
         Assignment task;
         task.set_seconds(m_Supervision.seconds);
-        task.set_seconds_left(std::max(1.0, InSeconds(left)));
+        task.set_seconds_left(std::max(1.0, Round::InSeconds(left)));
         task.mutable_late()->Add(late.begin(), late.end());
         task.set_passes(m_Passes);
         for (const auto& [key, answer] : m_Last) {
             LastAnswer& last = *task.add_last();
             last = answer.first;
-            last.set_seconds_ago(InSeconds(now - answer.second));
+            last.set_seconds_ago(Round::InSeconds(now - answer.second));
         }
         return std::make_unique<Attempt>(m_Supervision.arguments, task, now);
     }
@@ -126,31 +99,21 @@ private:
         std::vector<LateSource> late = attempt.Late();
         LateSource& source = late.emplace_back();
         *source.mutable_source() = culprit;
-        const double seconds = InSeconds(m_Deadline - std::max(attempt.Started(), m_RoundBegan));
+        const double seconds = Round::InSeconds(m_Round.Granted(attempt.Started()));
         source.set_seconds(std::round(seconds * 10) / 10);
         source.set_crash(crash);
         Start(late);
     }
 
-    [[nodiscard]] std::optional<TimePoint> NextTimer() const
+    // The next time at which something is to be decided; TimePoint::max() when only a process can change anything.
+    [[nodiscard]] TimePoint NextTimer() const
     {
-        std::optional<TimePoint> next;
-        const auto consider = [&](TimePoint time) { next = next ? std::min(*next, time) : time; };
+        TimePoint next = TimePoint::max();
         for (const auto& attempt : m_Attempts) {
-            if (attempt->WakesAt() != TimePoint::max()) {
-                consider(attempt->WakesAt());
-            }
+            next = std::min(next, attempt->WakesAt());
         }
-        if (const Attempt& newest = *m_Attempts.back();
-            newest.GetState() == State::Collecting || newest.GetState() == State::Asleep || newest.GetState() == State::Ready) {
-            const TimePoint now = m_Clock.Now();
-            for (const TimePoint time : {m_NextAttempt, m_Deadline, m_Deadline + kGrace}) {
-                if (time > now) {
-                    consider(time);
-                }
-            }
-        }
-        return next;
+        const Attempt& newest = *m_Attempts.back();
+        return newest.IsCollecting() || newest.GetState() == State::Ready ? std::min(next, m_Round.NextEvent(m_Clock.Now())) : next;
     }
 
     void Decide()
@@ -161,7 +124,7 @@ private:
         }
         m_Passes = std::max(m_Passes, m_Attempts.back()->Passes());
         if (m_Attempts.back()->TakePassBegan()) {
-            BeginRound();
+            m_Round.Begin(m_Clock.Now());
         }
         const TimePoint now = m_Clock.Now();
         for (const auto& attempt : m_Attempts) {
@@ -172,7 +135,7 @@ private:
         LookAfterShadows(now);
         if (Attempt* const ready = Ready()) {
             Choose(*ready);
-        } else if (IsCollecting(*m_Attempts.back())) {
+        } else if (m_Attempts.back()->IsCollecting()) {
             LookAtTheTime(now);
         }
     }
@@ -184,23 +147,18 @@ private:
         const auto timer = NextTimer();
         const bool isIdle = std::all_of(m_Attempts.begin(), m_Attempts.end(),
                                         [&](const auto& one) { return is(one, State::Asleep) || is(one, State::Ready); });
-        if (!timer || !isIdle ||
+        if (timer == TimePoint::max() || !isIdle ||
             std::none_of(m_Attempts.begin(), m_Attempts.end(), [&](const auto& one) { return is(one, State::Asleep); })) {
             return false;
         }
-        m_Clock.JumpTo(*timer);
+        m_Clock.JumpTo(timer);
         return true;
-    }
-
-    static bool IsCollecting(const Attempt& attempt)
-    {
-        return attempt.GetState() == State::Collecting || attempt.GetState() == State::Asleep;
     }
 
     // The attempt to be chosen now, if any.
     [[nodiscard]] Attempt* Ready()
     {
-        const bool isOver = m_Clock.Now() >= m_Deadline;
+        const bool isOver = m_Round.IsOver(m_Clock.Now());
         for (const auto& attempt : m_Attempts) {
             if (attempt->GetState() == State::Ready) {
                 return m_Attempts.back()->GetState() == State::Writing ? nullptr : attempt.get();
@@ -223,7 +181,7 @@ private:
         std::vector<std::unique_ptr<Attempt>> kept;
         for (auto& attempt : m_Attempts) {
             const bool isChosen = attempt.get() == &chosen;
-            if (isChosen || (m_Supervision.isWatch && IsCollecting(*attempt))) {
+            if (isChosen || (m_Supervision.isWatch && attempt->IsCollecting())) {
                 attempt->isStale = !isChosen && (attempt->isStale || !attempt->isShadow);
                 attempt->isShadow = !isChosen;
                 kept.push_back(std::move(attempt));
@@ -247,13 +205,13 @@ private:
         for (std::size_t i = 0; i + 1 < m_Attempts.size() && m_Attempts.size() < kMostAttempts; ++i) {
             const Attempt& shadow = *m_Attempts[i];
             const auto& waiting = shadow.Waiting();
-            if (!shadow.isShadow || !IsCollecting(shadow) || !waiting) {
+            if (!shadow.isShadow || !shadow.IsCollecting() || !waiting) {
                 continue;
             }
             const auto& late = m_Attempts.back()->Late();
             const auto known = std::find_if(late.begin(), late.end(),
                                             [&](const LateSource& one) { return KeyOf(one.source()) == KeyOf(*waiting); });
-            const Duration patience = known != late.end() ? Duration(kShortestRound) : DurationOf(m_Supervision.seconds);
+            const Duration patience = known != late.end() ? Duration(Round::kShortest) : m_Round.Length();
             std::vector<LateSource> without = shadow.Late();
             LateSource& source = without.emplace_back();
             if (known != late.end()) {
@@ -263,32 +221,23 @@ private:
                 source.set_seconds(m_Supervision.seconds);
             }
             const bool exists = std::any_of(m_Attempts.begin(), m_Attempts.end(),
-                                            [&](const auto& one) { return KeysOf(one->Late()) == KeysOf(without); });
+                                            [&](const auto& one) { return LeaveOutTheSame(one->Late(), without); });
             if (now - shadow.WaitingSince() >= patience && !exists) {
-                auto attempt = Make(without, DurationOf(m_Supervision.seconds));
+                auto attempt = Make(without, m_Round.Length());
                 attempt->isShadow = true;
                 m_Attempts.insert(m_Attempts.begin() + static_cast<std::ptrdiff_t>(i + 1), std::move(attempt));
             }
         }
     }
 
-    static std::set<std::string> KeysOf(const std::vector<LateSource>& late)
-    {
-        std::set<std::string> keys;
-        for (const LateSource& one : late) {
-            keys.insert(KeyOf(one.source()));
-        }
-        return keys;
-    }
-
     void LookAtTheTime(TimePoint now)
     {
         const Attempt& newest = *m_Attempts.back();
         const auto culprit = newest.Culprit(now);
-        if (now >= m_NextAttempt && now < m_Deadline && culprit) {
+        if (m_Round.IsAttemptDue(now) && culprit) {
             StartWithout(newest, *culprit, {});
-            m_NextAttempt = now + std::max<Duration>((m_Deadline - now) / 2, kShortestRound);
-        } else if (now >= m_Deadline + kGrace) {
+            m_Round.AttemptStarted(now);
+        } else if (m_Round.IsGraceOver(now)) {
             m_Progress.Clear();
             Say(fmt::format("nothing was collected within {:g} s{}", m_Supervision.seconds,
                             culprit ? fmt::format(": no answer from {} to {}", NameOf(*culprit), culprit->what()) : ""));
@@ -305,7 +254,7 @@ private:
             return;
         }
         // Those that wait go on, because their disks may answer later.
-        std::erase_if(m_Attempts, [](const auto& attempt) { return !IsCollecting(*attempt); });
+        std::erase_if(m_Attempts, [](const auto& attempt) { return !attempt->IsCollecting(); });
         for (const auto& attempt : m_Attempts) {
             attempt->isStale = attempt->isStale || !attempt->isShadow;
             attempt->isShadow = true;
@@ -319,7 +268,7 @@ private:
         } else {
             Start(std::vector<LateSource>(newest.Late()));
         }
-        BeginRound();
+        m_Round.Begin(m_Clock.Now());
     }
 
     void HandleEnds()
@@ -344,7 +293,7 @@ private:
 
     void Crashed(const Attempt& ended)
     {
-        const std::string how = ended.End() ? EndText(*ended.End()) : "no reason given";
+        const std::string how = ended.EndText();
         const auto& waiting = ended.Waiting();
         m_Progress.Clear();
         if (++m_Crashes >= kMostCrashes || (ended.isCommitted && !m_Supervision.isWatch)) {
@@ -356,7 +305,7 @@ private:
         if (std::any_of(m_Attempts.begin(), m_Attempts.end(), [](const auto& one) { return !one->isShadow; })) {
             return;  // another one collects already
         }
-        BeginRound();
+        m_Round.Begin(m_Clock.Now());
         if (waiting) {
             StartWithout(ended, *waiting, how);
         } else {
@@ -394,9 +343,9 @@ private:
         constexpr std::chrono::seconds kNoticeable(2);
         const Attempt& first = *m_Attempts.front();
         const TimePoint now = m_Clock.Now();
-        if (!m_Supervision.isWatch && IsCollecting(first) && first.Waiting() && now - first.WaitingSince() >= kNoticeable) {
+        if (!m_Supervision.isWatch && first.IsCollecting() && first.Waiting() && now - first.WaitingSince() >= kNoticeable) {
             m_Progress.Show(fmt::format("waiting for {}: {}, {:.0f} s", NameOf(*first.Waiting()), first.Waiting()->what(),
-                                        InSeconds(now - first.WaitingSince())));
+                                        Round::InSeconds(now - first.WaitingSince())));
         }
     }
 
@@ -404,9 +353,7 @@ private:
     SupervisionClock m_Clock;
     std::vector<std::unique_ptr<Attempt>> m_Attempts;
     LastAnswers m_Last;
-    TimePoint m_RoundBegan;
-    TimePoint m_Deadline;
-    TimePoint m_NextAttempt;
+    Round m_Round;
     std::uint32_t m_Passes = 0;
     int m_Crashes = 0;
     int m_Failed = kExitOk;
