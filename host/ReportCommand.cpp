@@ -1,11 +1,15 @@
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <iterator>
+#include <string>
 
 #include "Collector.h"
 #include "Commands.h"
 #include "HealthFile.h"
 #include "MachineInForce.h"
 #include "Progress.h"
+#include "Say.h"
 #include "Terminal.h"
 #include "WholeFile.h"
 #include "insight/Health.h"
@@ -53,9 +57,16 @@ int Report(const ReportOptions& options)
     if (!options.withIdentifiers) {
         Redact(report);
     }
-    const bool isComplete = findings.empty() && std::none_of(health.disk().begin(), health.disk().end(),
-                                                             [](const auto& disk) { return disk.verdict() == insight::UNKNOWN; });
-    int status = isComplete ? kExitOk : kExitIncomplete;
+    std::string unknown;
+    for (const insight::DiskHealth& disk : health.disk()) {
+        if (disk.verdict() == insight::UNKNOWN) {
+            unknown += (unknown.empty() ? "" : ", ") + disk.name();
+        }
+    }
+    if (!unknown.empty()) {
+        Say(fmt::format("the health of {} is unknown; the page says why", unknown));
+    }
+    int status = findings.empty() && unknown.empty() ? kExitOk : kExitIncomplete;
     if (collector.HasFailed()) {
         status = Graver(status, kExitCollectionFailed);
     }
