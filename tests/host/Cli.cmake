@@ -52,6 +52,7 @@ try(2 "^$" "no disk is called VI9. .*DISK5 VEYRA IRON 4T  S/N VI4T0000001234  H:
 # Verdicts: the gravest is the status, each reason has its place, and a baseline tells what rose.
 try(7 "^FAIL +DISK1 VEYRA VALUE 500G.*media errors 12 .NVMe log 02h bytes 160-175.\n.*WARN +DISK5.*8 reallocated sectors.*UNKNOWN  DISK6.*OK +DISK0" "^$" health --machine workstation.txtpb)
 try(6 "^WARN +DISK5[^\n]*\n[^\n]*\n$" "^$" health --machine workstation.txtpb --item DISK5)
+try(1 "UNKNOWN  DISK0[^\n]*\n +neither an NVMe health log nor SMART data can be read through its driver" "DISK0 is behind a RAID driver" health --machine raid-server.txtpb)
 execute_process(COMMAND ${emulator} ${HOST} health --machine workstation.txtpb --format json WORKING_DIRECTORY ${SOURCE}/machines OUTPUT_VARIABLE report)
 string(REPLACE "\"value\": \"12\"" "\"value\": \"7\"" report "${report}")
 file(WRITE ${WORK}/baseline.json "${report}")

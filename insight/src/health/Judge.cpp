@@ -19,6 +19,16 @@ bool IsNvme(const DiskEvidence& disk)
 // Why a disk without health data has none: the first reason that the requests give.
 void SayWhyUnknown(const DiskEvidence& disk, DiskJudge& judge)
 {
+    // A driver that hides the disk's kind, as RAID drivers do, and that refuses the requests for either.
+    using State = PageAnswer::State;
+    if (!IsNvme(disk) && disk.nvmeIdentify.state == State::Refused && disk.ataIdentify.state != State::Answered &&
+        disk.smartData.state == State::Refused) {
+        judge.Unknown("unknown.refused",
+                      fmt::format("neither an NVMe health log nor SMART data can be read through its driver: {}",
+                                  ErrorText(disk.nvmeIdentify.error)),
+                      "");
+        return;
+    }
     const PageAnswer& page = IsNvme(disk) ? disk.nvmeHealth : disk.smartData;
     const char* const what = IsNvme(disk) ? "NVMe health log" : "SMART data";
     const char* const source = IsNvme(disk) ? "NVMe log 02h" : "SMART READ DATA";
