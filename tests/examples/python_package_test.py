@@ -72,7 +72,7 @@ def failures():
 
 
 def insight():
-    """Findings, health and explanations of a pass, as a host in Python gets them."""
+    """Findings, health and explanations of a pass, and the disks that a host leaves out."""
     orbis_storage.use_machine(machines / "hostile.txtpb", simulated)
     knows = orbis_storage.Insight(plugin_file)
     knows.install()
@@ -84,6 +84,11 @@ def insight():
     same = knows.message_json(items[0].message.DESCRIPTOR.full_name, items[0].message.SerializeToString())
     assert ParseDict(same, type(items[0].message)()) == items[0].message
     assert any(field.get("value") for field in explained["field"]), explained
+    assert knows.waits().get("wait", []) == [] and knows.skip_sleeping_disks()["formatVersion"] == 1
+    knows.hide_disk(0)
+    hidden = orbis_storage.collect("PhysicalDiskStaticInfo", plugin=plugin_file)
+    knows.hide_disk(0, False)
+    assert len(orbis_storage.collect("PhysicalDiskStaticInfo", plugin=plugin_file)) > len(hidden)
 
 
 if len(sys.argv) > 5:

@@ -39,6 +39,8 @@ internal static class HostInCSharp
             CoInitializeSecurity(IntPtr.Zero, -1, IntPtr.Zero, IntPtr.Zero, defaultAuthentication, impersonate, IntPtr.Zero, 0, IntPtr.Zero);
 
         var insight = new StorageInsight(file);
+        insight.Install();
+        insight.SkipSleepingDisks(); // before each pass, so that the pass wakes no disk
         using (var plugin = new StoragePlugin(file, line => Console.Error.WriteLine(line.Level + ": " + line.Message)))
         {
             Console.WriteLine(plugin.Name + " " + plugin.Id);

@@ -1,4 +1,4 @@
-"""What a host may know beyond the datatypes: findings, health, and where values came from (orbis_insight.h).
+"""What a host can learn beyond the datatypes: findings, health, and where values came from (orbis_insight.h).
 
     insight = orbis_storage.Insight()
     insight.install()
@@ -35,14 +35,16 @@ class _Table(Structure):
                 ("findings", _Answer), ("health", _Answer),
                 ("explain", CFUNCTYPE(POINTER(_Result), POINTER(border.Text), POINTER(border.Text), POINTER(border.Text))),
                 ("messageJson", CFUNCTYPE(POINTER(_Result), POINTER(border.Text), POINTER(border.Text))),
-                ("free", CFUNCTYPE(None, POINTER(_Result)))]
+                ("free", CFUNCTYPE(None, POINTER(_Result))),
+                # Later than release 0.1, so an older library's table ends before them.
+                ("hideDisk", CFUNCTYPE(POINTER(_Result), c_uint32, c_int32)), ("waits", _Answer), ("skipSleepingDisks", _Answer)]
 
 
 class Insight:
-    """The library of insight, which stands beside the plug-in. It observes the plug-in and sends no request of its own.
+    """The library orbis-insight, from the folder of the plug-in. It observes the plug-in; only skip_sleeping_disks sends requests of its own.
 
-    Install it before the first plug-in object is made, and end a pass after the collections: findings, health and explanations tell of that
-    pass. They are the JSON documents of orbis/insight/*.proto. Any thread may use it.
+    Install it before the first plug-in object is made, and end each pass after its collections. Findings, health and explanations are about
+    the last pass that ended. They are the JSON documents of orbis/insight/*.proto. Every method may be called on any thread.
     """
 
     def __init__(self, plugin: Optional[libraries.PathLike] = None):
@@ -54,14 +56,15 @@ class Insight:
             raise PluginLoadError(f"{file}: version {self._table.version} of insight, this package knows {VERSION}")
 
     def install(self, capacity: int = 0) -> None:
-        """Begins to observe, for the rest of the process. `capacity` bounds what one pass may keep, in bytes; 0 is 64 MiB."""
+        """Starts to observe, for the rest of the process. `capacity` limits what is kept of one pass, in bytes; 0 is 64 MiB."""
         self._take(self._table.install(capacity))
 
     def end_pass(self) -> None:
+        """Ends a pass. Call it after the collections of each pass."""
         self._take(self._table.endPass())
 
     def findings(self) -> dict[str, Any]:
-        """What would be missed: a FindingsReport."""
+        """What the collections left out, and why: a FindingsReport."""
         return self._document(self._table.findings())
 
     def health(self) -> dict[str, Any]:
@@ -69,13 +72,32 @@ class Insight:
         return self._document(self._table.health())
 
     def explain(self, message: Message, item_id: str) -> dict[str, Any]:
-        """Where the values of a message came from that was collected in the pass: a MessageExplanation."""
+        """Where the values of a message of the last pass came from: a MessageExplanation."""
         name, data = border.Text.of(message.DESCRIPTOR.full_name), border.Text.of(message.SerializeToString())
         return self._document(self._table.explain(ctypes.byref(name), ctypes.byref(data), ctypes.byref(border.Text.of(item_id))))
 
     def message_json(self, datatype: str, message: bytes) -> dict[str, Any]:
-        """A serialised message as protobuf's canonical JSON, by its full name, also where this package has no class for it."""
+        """A serialised message as protobuf's canonical JSON. `datatype` is its full name; this package need not have a class for it."""
         return self._document(self._table.messageJson(ctypes.byref(border.Text.of(datatype)), ctypes.byref(border.Text.of(message))))
+
+    def hide_disk(self, number: int, hidden: bool = True) -> None:
+        """Leaves the disk with this drive number out of every collection from now on, or includes it again. It gets no requests."""
+        self._take(self._later("hideDisk")(number, int(hidden)))
+
+    def waits(self) -> dict[str, Any]:
+        """What the collections wait for at this moment, and how long: a WaitsReport. Call it on another thread than theirs."""
+        return self._document(self._later("waits")())
+
+    def skip_sleeping_disks(self) -> dict[str, Any]:
+        """Leaves out the disks that are asleep until the next call, without waking them: a SleepReport. Call it before each pass."""
+        return self._document(self._later("skipSleepingDisks")())
+
+    def _later(self, name: str) -> Any:
+        """A function that was added to the table after release 0.1."""
+        field = getattr(_Table, name)
+        if self._table.structSize < field.offset + field.size:
+            raise OrbisError(f"the installed orbis-insight has no {name}; a later release has it")
+        return getattr(self._table, name)
 
     def _document(self, answer: ctypes._Pointer[_Result]) -> dict[str, Any]:
         document: dict[str, Any] = json.loads(self._take(answer))
