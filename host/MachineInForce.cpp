@@ -234,9 +234,13 @@ std::optional<std::uint32_t> MachineInForce::DriveNumberOf(const std::string& pa
 insight::Extract MachineInForce::TakeCalls()
 {
     insight::Extract extract = m_Journal->Take();
+    const std::uint64_t lost = std::exchange(extract.lost, 0U);  // an error here, not a finding as well
     m_Findings.Read(extract);
-    if (extract.lost > 0) {
-        throw std::runtime_error(fmt::format("the journal is full: {} calls were not kept", extract.lost));
+    if (lost > 0) {
+        throw std::runtime_error(fmt::format(
+            "the journal is full: {} calls were not kept; `orbis-host collect DATATYPE`, one datatype at a time, shows which one "
+            "makes so many",
+            lost));
     }
     return extract;
 }

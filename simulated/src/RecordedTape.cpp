@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include "emulated/Wql.h"
+#include "insight/Waits.h"
 #include "platform/Requests.h"
 
 namespace orbis::simulated {
@@ -59,8 +60,10 @@ const RecordedAnswer* Tape::Play(const RecordedCall& request)
 {
     const RecordedAnswer* answer = PlayIfThere(request);
     if (answer == nullptr) {
-        NoteMissing(fmt::format("{} {}{}", request.operation(), request.subject(),
-                                request.code() != 0 ? fmt::format(" {:#x}", request.code()) : ""));
+        const std::string& bytes = request.request();
+        NoteMissing(fmt::format(
+            "{} {}{}", request.operation(), request.subject(),
+            request.code() != 0 ? ": " + insight::NameOfRequest(request.code(), bytes.data(), bytes.size()) : std::string()));
     }
     return answer;
 }

@@ -8,6 +8,7 @@
 #include "Recorded.h"
 #include "insight/Recording.h"
 #include "orbis/simulated/machine.pb.h"
+#include "platform/Requests.h"
 #include "simulated/MachineFile.h"
 
 namespace orbis::insight {
@@ -85,10 +86,20 @@ INSTANTIATE_TEST_SUITE_P(Collections, RecordingFaultsTest,
 
 TEST(RecordingMissTest, RequestThatIsNotRecordedSaysSo)
 {
-    simulated::Machine machine(Replayed(MakeRecording({})));
-    EXPECT_EQ(machine.DeviceIoPort().Open(u"\\\\.\\PhysicalDrive0", 0, 0, nullptr, 3, 0, 0), platform::kInvalidHandle);
-    EXPECT_EQ(machine.DeviceIoPort().LastError(), 4350U);
-    EXPECT_EQ(machine.NotRecorded(), std::vector<std::string>{"DeviceIo::Open \\\\.\\PhysicalDrive0"});
+    Recording recording = MakeRecording({});
+    RecordedCall& open = *recording.add_call();
+    open.set_operation("DeviceIo::Open");
+    open.set_subject(R"(\\.\PhysicalDrive0)");
+    open.add_answer();
+    simulated::Machine machine(Replayed(recording));
+    platform::DeviceIo& port = machine.DeviceIoPort();
+    EXPECT_EQ(port.Open(uR"(\\.\PhysicalDrive1)", 0, 0, nullptr, 3, 0, 0), platform::kInvalidHandle);
+    EXPECT_EQ(port.LastError(), 4350U);
+    std::uint32_t returned = 0;
+    const platform::NativeHandle drive = port.Open(uR"(\\.\PhysicalDrive0)", 0, 0, nullptr, 3, 0, 0);
+    EXPECT_FALSE(port.Control(drive, platform::kIoctlStorageGetDeviceNumber, nullptr, 0, nullptr, 0, &returned, nullptr));
+    EXPECT_EQ(machine.NotRecorded(), (std::vector<std::string>{R"(DeviceIo::Control \\.\PhysicalDrive0: the device number)",
+                                                               R"(DeviceIo::Open \\.\PhysicalDrive1)"}));
 }
 
 }  // namespace
