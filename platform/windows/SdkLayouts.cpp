@@ -165,8 +165,7 @@ SAME_FIELD(StorageProtocolDataDescriptor, protocol, STORAGE_PROTOCOL_DATA_DESCRI
 
 // STORAGE_PROTOCOL_COMMAND: mingw-w64 10 has the control code of this request but not its structure, so the numbers of Microsoft's
 // documentation stand here; an SDK that has the structure has the macro too.
-static_assert(sizeof(StorageProtocolCommandHead) == 80 && offsetof(StorageProtocolCommandHead, flags) == 12 &&
-              offsetof(StorageProtocolCommandHead, returnStatus) == 16 &&
+static_assert(offsetof(StorageProtocolCommandHead, flags) == 12 && offsetof(StorageProtocolCommandHead, returnStatus) == 16 &&
               offsetof(StorageProtocolCommandHead, commandLength) == 24 &&
               offsetof(StorageProtocolCommandHead, dataFromDeviceTransferLength) == 36 &&
               offsetof(StorageProtocolCommandHead, timeOutValue) == 40 &&
@@ -174,11 +173,6 @@ static_assert(sizeof(StorageProtocolCommandHead) == 80 && offsetof(StorageProtoc
               offsetof(StorageProtocolCommandHead, dataFromDeviceBufferOffset) == 52 &&
               offsetof(StorageProtocolCommandHead, commandSpecific) == 56 &&
               offsetof(StorageProtocolCommandHead, fixedProtocolReturnData) == 64);
-static_assert(StorageProtocolCommandHead{}.version == 1 && StorageProtocolCommandHead{}.length == 84);
-static_assert(kProtocolCommandFlagAdapterRequest == 0x80000000 && kProtocolSpecificNvmeAdminCommand == 0x01 &&
-              kProtocolCommandLengthNvme == 0x40);
-static_assert(kProtocolStatusPending == 0x0 && kProtocolStatusSuccess == 0x1 && kProtocolStatusError == 0x2 &&
-              kProtocolStatusInvalidRequest == 0x3 && kProtocolStatusThrottled == 0x8 && kProtocolStatusNotSupported == 0xFF);
 #if defined(STORAGE_PROTOCOL_STRUCTURE_VERSION)
 static_assert(sizeof(StorageProtocolCommandHead) == offsetof(STORAGE_PROTOCOL_COMMAND, Command));
 static_assert(StorageProtocolCommandHead{}.version == STORAGE_PROTOCOL_STRUCTURE_VERSION &&
@@ -198,10 +192,12 @@ SAME_SIZE(DeviceInterfaceData, SP_DEVICE_INTERFACE_DATA);
 SAME_FIELD(DeviceInterfaceData, size, SP_DEVICE_INTERFACE_DATA, cbSize);
 SAME_FIELD(DeviceInterfaceData, interfaceClass, SP_DEVICE_INTERFACE_DATA, InterfaceClassGuid);
 SAME_FIELD(DeviceInterfaceData, flags, SP_DEVICE_INTERFACE_DATA, Flags);
+SAME_FIELD(DeviceInterfaceData, reserved, SP_DEVICE_INTERFACE_DATA, Reserved);
 SAME_SIZE(DeviceInfoData, SP_DEVINFO_DATA);
 SAME_FIELD(DeviceInfoData, size, SP_DEVINFO_DATA, cbSize);
 SAME_FIELD(DeviceInfoData, deviceClass, SP_DEVINFO_DATA, ClassGuid);
 SAME_FIELD(DeviceInfoData, deviceInstance, SP_DEVINFO_DATA, DevInst);
+SAME_FIELD(DeviceInfoData, reserved, SP_DEVINFO_DATA, Reserved);
 static_assert(kDeviceInterfaceDetailHeaderSize == sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) &&
               kDeviceInterfaceDetailPathOffset == offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_W, DevicePath));
 SAME_SIZE(DevicePropertyKey, DEVPROPKEY);

@@ -6,8 +6,6 @@ namespace orbis::platform {
 namespace {
 
 static_assert(kInvalidHandle == -1, "INVALID_HANDLE_VALUE");
-static_assert(kFileReadAttributes == FILE_READ_ATTRIBUTES && kGenericRead == GENERIC_READ && kGenericWrite == GENERIC_WRITE);
-static_assert(kFileShareRead == FILE_SHARE_READ && kFileShareWrite == FILE_SHARE_WRITE && kOpenExisting == OPEN_EXISTING);
 
 // Kernel32's device calls.
 class WindowsDeviceIo final : public DeviceIo {

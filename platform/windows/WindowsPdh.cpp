@@ -18,14 +18,6 @@ namespace {
 
 // pdhmsg.h types its codes now as unsigned, now as signed.
 constexpr PdhStatus Status(auto code) noexcept { return static_cast<PdhStatus>(code); }
-static_assert(pdh::kValidData == Status(PDH_CSTATUS_VALID_DATA) && pdh::kNewData == Status(PDH_CSTATUS_NEW_DATA) &&
-              pdh::kNoInstance == Status(PDH_CSTATUS_NO_INSTANCE) && pdh::kMoreData == Status(PDH_MORE_DATA) &&
-              pdh::kNoData == Status(PDH_NO_DATA) && pdh::kNoObject == Status(PDH_CSTATUS_NO_OBJECT) &&
-              pdh::kNoCounter == Status(PDH_CSTATUS_NO_COUNTER) && pdh::kInvalidData == Status(PDH_CSTATUS_INVALID_DATA) &&
-              pdh::kInvalidHandle == Status(PDH_INVALID_HANDLE) && pdh::kInvalidArgument == Status(PDH_INVALID_ARGUMENT) &&
-              pdh::kBadCounterName == Status(PDH_CSTATUS_BAD_COUNTERNAME) &&
-              pdh::kMemoryAllocation == Status(PDH_MEMORY_ALLOCATION_FAILURE) && pdh::kNotValidYet == Status(PDH_INVALID_DATA));
-static_assert(pdh::kFormatDouble == PDH_FMT_DOUBLE && pdh::kFormatNoCap100 == PDH_FMT_NOCAP100);
 static_assert(sizeof(PDH_HQUERY) == sizeof(PdhQueryObject*) && sizeof(PDH_HCOUNTER) == sizeof(PdhCounterObject*));
 
 // Performance Data Helper, by English names.

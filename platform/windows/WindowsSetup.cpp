@@ -5,23 +5,9 @@
 #include <devpropdef.h>
 #include <setupapi.h>
 
-#include <cstddef>
-
 namespace orbis::platform {
 
-// The port's structures are the SDK's byte for byte, so they are copied as bytes.
-static_assert(sizeof(SP_DEVICE_INTERFACE_DATA) == sizeof(DeviceInterfaceData));
-static_assert(offsetof(SP_DEVICE_INTERFACE_DATA, Flags) == offsetof(DeviceInterfaceData, flags));
-static_assert(offsetof(SP_DEVICE_INTERFACE_DATA, Reserved) == offsetof(DeviceInterfaceData, reserved));
-static_assert(sizeof(SP_DEVINFO_DATA) == sizeof(DeviceInfoData));
-static_assert(offsetof(SP_DEVINFO_DATA, DevInst) == offsetof(DeviceInfoData, deviceInstance));
-static_assert(offsetof(SP_DEVINFO_DATA, Reserved) == offsetof(DeviceInfoData, reserved));
-static_assert(sizeof(SP_DEVICE_INTERFACE_DETAIL_DATA_W) == kDeviceInterfaceDetailHeaderSize);
-static_assert(offsetof(SP_DEVICE_INTERFACE_DETAIL_DATA_W, DevicePath) == kDeviceInterfaceDetailPathOffset);
-static_assert(sizeof(DEVPROPKEY) == sizeof(DevicePropertyKey) && offsetof(DEVPROPKEY, pid) == offsetof(DevicePropertyKey, id));
-static_assert(kDigcfPresent == DIGCF_PRESENT && kDigcfDeviceInterface == DIGCF_DEVICEINTERFACE);
-static_assert(kDevicePropertyTypeString == DEVPROP_TYPE_STRING);
-
+// The port's structures are the SDK's byte for byte (SdkLayouts.cpp), so they are copied as bytes.
 namespace {
 
 // SetupAPI's device walk.

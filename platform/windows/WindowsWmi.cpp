@@ -13,26 +13,6 @@ namespace {
 
 // The eight bytes that Variant keeps are where every type that WMI hands out has its whole payload.
 static_assert(offsetof(VARIANT, vt) == 0 && offsetof(VARIANT, ullVal) == 8 && sizeof(VARIANT::ullVal) == sizeof(Variant::payload));
-static_assert(static_cast<int>(VariantType::Empty) == VT_EMPTY && static_cast<int>(VariantType::Null) == VT_NULL &&
-              static_cast<int>(VariantType::Int16) == VT_I2 && static_cast<int>(VariantType::Int32) == VT_I4 &&
-              static_cast<int>(VariantType::Float32) == VT_R4 && static_cast<int>(VariantType::Float64) == VT_R8 &&
-              static_cast<int>(VariantType::String) == VT_BSTR && static_cast<int>(VariantType::Bool) == VT_BOOL &&
-              static_cast<int>(VariantType::UInt8) == VT_UI1 && static_cast<int>(VariantType::UInt32) == VT_UI4 &&
-              static_cast<int>(VariantType::UInt8Array) == (VT_ARRAY | VT_UI1) &&
-              static_cast<int>(VariantType::StringArray) == (VT_ARRAY | VT_BSTR));
-static_assert(hresult::kOk == S_OK && hresult::kFalse == S_FALSE && hresult::kUnexpected == E_UNEXPECTED &&
-              hresult::kOutOfMemory == E_OUTOFMEMORY && hresult::kFail == E_FAIL &&
-              hresult::kRpcChangedMode == RPC_E_CHANGED_MODE && hresult::kRpcTooLate == RPC_E_TOO_LATE &&
-              hresult::kDispBadIndex == DISP_E_BADINDEX && hresult::kCoNotInitialized == CO_E_NOTINITIALIZED &&
-              hresult::kNoInterface == E_NOINTERFACE &&
-              hresult::kRpcServerUnavailable == HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE));
-static_assert(hresult::kWbemSFalse == WBEM_S_FALSE && hresult::kWbemFailed == static_cast<Hresult>(WBEM_E_FAILED) &&
-              hresult::kWbemNotFound == static_cast<Hresult>(WBEM_E_NOT_FOUND) &&
-              hresult::kWbemInvalidNamespace == static_cast<Hresult>(WBEM_E_INVALID_NAMESPACE) &&
-              hresult::kWbemInvalidClass == static_cast<Hresult>(WBEM_E_INVALID_CLASS) &&
-              hresult::kWbemInvalidQuery == static_cast<Hresult>(WBEM_E_INVALID_QUERY) &&
-              hresult::kWbemInvalidQueryType == static_cast<Hresult>(WBEM_E_INVALID_QUERY_TYPE) &&
-              hresult::kWbemInvalidParameter == static_cast<Hresult>(WBEM_E_INVALID_PARAMETER));
 
 template <class Interface>
 Interface* As(ComObject* object) noexcept
