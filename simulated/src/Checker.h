@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "orbis/simulated/machine.pb.h"
 #include "simulated/MachineFile.h"
 
 namespace orbis::simulated {
@@ -34,31 +35,21 @@ class Findings {
 public:
     explicit Findings(std::string file) : m_File(std::move(file)) {}
 
-    void Error(const Place& place, const google::protobuf::FieldDescriptor& field, int index, std::string message, std::string hint)
-    {
-        Add(Finding::Severity::Error, place, field, index, std::move(message), std::move(hint));
-    }
-    void Warning(const Place& place, const google::protobuf::FieldDescriptor& field, int index, std::string message,
-                 std::string hint)
-    {
-        Add(Finding::Severity::Warning, place, field, index, std::move(message), std::move(hint));
-    }
     void Error(const Place& place, const char* field, std::string message, std::string hint, int index = 0)
     {
-        Error(place, place.Field(field), index, std::move(message), std::move(hint));
+        Add(Finding::Severity::Error, place, place.Field(field), index, std::move(message), std::move(hint));
     }
     void Warning(const Place& place, const char* field, std::string message, std::string hint, int index = 0)
     {
-        Warning(place, place.Field(field), index, std::move(message), std::move(hint));
+        Add(Finding::Severity::Warning, place, place.Field(field), index, std::move(message), std::move(hint));
     }
+    void Add(Finding::Severity severity, const Place& place, const google::protobuf::FieldDescriptor& field, int index,
+             std::string message, std::string hint);
 
     // In the order of the file.
     [[nodiscard]] std::vector<Finding> Take();
 
 private:
-    void Add(Finding::Severity severity, const Place& place, const google::protobuf::FieldDescriptor& field, int index,
-             std::string message, std::string hint);
-
     std::string m_File;
     std::vector<Finding> m_Findings;
 };
@@ -69,5 +60,15 @@ void CheckFields(const Place& place, Findings& findings);
 void CheckDisk(const Place& place, Findings& findings);
 // Rules for a recording.
 void CheckRecording(const Place& place, Findings& findings);
+
+// What is wrong or odd with a description, in the order of its fields. `locations` (may be null) knows the lines of the file
+// `name`.
+[[nodiscard]] std::vector<Finding> CheckDescription(const description::Machine& machine,
+                                                    const google::protobuf::TextFormat::ParseInfoTree* locations,
+                                                    const std::string& name);
+// What a checked description describes, for people.
+[[nodiscard]] std::string SummaryOf(const description::Machine& machine);
+// Throws MachineFileError for the first finding that is an error.
+void ThrowFirstError(const std::vector<Finding>& findings);
 
 }  // namespace orbis::simulated

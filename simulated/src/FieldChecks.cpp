@@ -1,4 +1,4 @@
-// Rules for single fields, as data.
+// Rules for single fields, which the schema gives as options of each field.
 #include <fmt/format.h>
 
 #include <array>
@@ -16,9 +16,9 @@ namespace {
 using google::protobuf::FieldDescriptor;
 using google::protobuf::Message;
 
-constexpr std::uint64_t kByte = 0xFF;
-constexpr std::uint64_t kWord = 0xFFFF;
 constexpr std::uint64_t kLongestBytes = 16U << 20;
+constexpr std::size_t kPartitionName = 36;
+constexpr double kLongestDelay = 86400;
 constexpr std::uint32_t kHresultFailure = 0x80000000;
 
 // What is said about one field. The rule judges one value of it (`index` of a repeated field) and returns what is wrong, or
@@ -58,71 +58,74 @@ const Message& Subject::Inner() const
 
 using Verdict = std::string;  // empty: nothing wrong
 
+template <typename... Arguments>
+Verdict Unless(bool isRight, fmt::format_string<Arguments...> format, Arguments&&... arguments)
+{
+    return isRight ? Verdict{} : fmt::format(format, std::forward<Arguments>(arguments)...);
+}
+
 Verdict AtMost(const Subject& subject, std::uint64_t limit)
 {
-    return subject.Number() <= limit ? Verdict{}
-                                     : fmt::format("{:#x} does not fit: the largest value is {:#x}", subject.Number(), limit);
-}
-Verdict AtMostBytes(const Subject& subject, std::uint64_t limit)
-{
-    return subject.Number() <= limit ? Verdict{} : fmt::format("{} bytes are more than {}", subject.Number(), limit);
+    return Unless(subject.Number() <= limit, "{:#x} does not fit: the largest value is {:#x}", subject.Number(), limit);
 }
 Verdict Length(const Subject& subject, std::uint64_t limit)
 {
     const std::size_t length = subject.Text().size();
-    return length <= limit ? Verdict{} : fmt::format("{} bytes, of which only {} fit", length, limit);
-}
-Verdict Utf16Length(const Subject& subject, std::uint64_t limit)
-{
-    const std::size_t length = platform::Utf8ToUtf16(subject.Text()).size();
-    return length <= limit ? Verdict{} : fmt::format("{} UTF-16 units, of which only {} fit", length, limit);
+    return Unless(length <= limit, "{} bytes, of which only {} fit", length, limit);
 }
 Verdict Position(const Subject& subject, std::uint64_t limit)
 {
-    return static_cast<std::uint64_t>(subject.index) < limit ? Verdict{} : fmt::format("only {} fit", limit);
+    return Unless(static_cast<std::uint64_t>(subject.index) < limit, "only {} fit", limit);
 }
 Verdict InsidePage(const Subject& subject, std::uint64_t limit)
 {
-    ByteVector page;
     const auto& patch = dynamic_cast<const description::Patch&>(subject.Inner());
-    if (patch.offset() <= kLongestBytes) {
-        page.resize(patch.offset());
-        page.resize(page.size() + ParseHex(patch.hex()).value_or(ByteVector{}).size() + patch.raw().size());
-    }
-    return page.size() <= limit ? Verdict{} : fmt::format("reaches to byte {} of a page of {}", page.size(), limit);
+    const std::size_t length = ParseHex(patch.hex()).value_or(ByteVector{}).size() + patch.raw().size();
+    const std::size_t end = patch.offset() <= kLongestBytes ? patch.offset() + length : 0;
+    return Unless(end <= limit, "reaches to byte {} of a page of {}", end, limit);
 }
-Verdict Filled(const Subject& subject, std::uint64_t) { return subject.Text().empty() ? "is empty" : Verdict{}; }
+Verdict Size(const Subject& subject, std::uint64_t)
+{
+    return Unless(subject.Number() <= kLongestBytes, "{} bytes are more than {}", subject.Number(), kLongestBytes);
+}
+Verdict Filled(const Subject& subject, std::uint64_t) { return Unless(!subject.Text().empty(), "is empty"); }
 Verdict Hex(const Subject& subject, std::uint64_t)
 {
-    return ParseHex(subject.Text()) ? Verdict{} : "not pairs of hexadecimal digits";
+    return Unless(ParseHex(subject.Text()).has_value(), "not pairs of hexadecimal digits");
 }
 Verdict Utf16(const Subject& subject, std::uint64_t)
 {
-    return ParseUtf16Hex(subject.Text()) ? Verdict{} : "not groups of four hexadecimal digits";
+    return Unless(ParseUtf16Hex(subject.Text()).has_value(), "not groups of four hexadecimal digits");
 }
 Verdict IsGuid(const Subject& subject, std::uint64_t)
 {
-    return ParseGuid(subject.Text()) ? Verdict{} : fmt::format("\"{}\" is no GUID", subject.Text());
+    return Unless(ParseGuid(subject.Text()).has_value(), "\"{}\" is no GUID", subject.Text());
 }
 Verdict Letter(const Subject& subject, std::uint64_t)
 {
     const std::string text = ToUpper(subject.Text());
-    return text.size() == 1 && text[0] >= 'A' && text[0] <= 'Z' ? Verdict{}
-                                                                : fmt::format("\"{}\" is no drive letter", subject.Text());
+    return Unless(text.size() == 1 && text[0] >= 'A' && text[0] <= 'Z', "\"{}\" is no drive letter", subject.Text());
 }
 Verdict FailingHresult(const Subject& subject, std::uint64_t)
 {
-    return (subject.Number() & kHresultFailure) != 0 ? Verdict{} : fmt::format("{:#x} is no failure", subject.Number());
+    return Unless((subject.Number() & kHresultFailure) != 0, "{:#x} is no failure", subject.Number());
 }
 Verdict CodePage(const Subject& subject, std::uint64_t)
 {
-    return IsKnownCodePage(static_cast<std::uint32_t>(subject.Number())) ? Verdict{}
-                                                                         : fmt::format("unknown code page {}", subject.Number());
+    return Unless(IsKnownCodePage(static_cast<std::uint32_t>(subject.Number())), "unknown code page {}", subject.Number());
 }
-Verdict UtcTime(const Subject& subject, std::uint64_t) { return ParseUtcTime(subject.Text()) ? Verdict{} : "not a UTC time"; }
+Verdict UtcTime(const Subject& subject, std::uint64_t)
+{
+    return Unless(ParseUtcTime(subject.Text()).has_value(), "not a UTC time");
+}
 Verdict TypeOfPartition(const Subject& subject, std::uint64_t)
 {
-    return PartitionType(subject.Text()) ? Verdict{} : fmt::format("unknown partition type \"{}\"", subject.Text());
+    return Unless(PartitionType(subject.Text()).has_value(), "unknown partition type \"{}\"", subject.Text());
+}
+Verdict NameOfPartition(const Subject& subject, std::uint64_t)
+{
+    const std::size_t length = platform::Utf8ToUtf16(subject.Text()).size();
+    return Unless(length <= kPartitionName, "{} UTF-16 units, of which only {} fit", length, kPartitionName);
 }
 Verdict SmbiosVersion(const Subject& subject, std::uint64_t)
 {
@@ -133,171 +136,89 @@ Verdict SmbiosVersion(const Subject& subject, std::uint64_t)
     };
     const bool isVersion = dot != std::string::npos && isNumber(std::string_view(text).substr(0, dot)) &&
                            isNumber(std::string_view(text).substr(dot + 1));
-    return isVersion ? Verdict{} : fmt::format("\"{}\" is no version", text);
+    return Unless(isVersion, "\"{}\" is no version", text);
 }
 Verdict Signature(const Subject& subject, std::uint64_t)
 {
-    return subject.Text().size() == 4 ? Verdict{} : fmt::format("\"{}\" is no signature of four characters", subject.Text());
+    return Unless(subject.Text().size() == 4, "\"{}\" is no signature of four characters", subject.Text());
 }
-Verdict Seconds(const Subject& subject, std::uint64_t limit)
+Verdict Delay(const Subject& subject, std::uint64_t)
 {
     const double seconds = subject.Reflection().GetDouble(subject.place.message, &subject.field);
-    return seconds >= 0 && seconds <= static_cast<double>(limit) ? Verdict{} : fmt::format("{} is no delay in seconds", seconds);
+    return Unless(seconds >= 0 && seconds <= kLongestDelay, "{} is no delay in seconds", seconds);
 }
 // VT_BSTR, VT_DISPATCH, VT_UNKNOWN and everything by reference or in an array hold a pointer.
 Verdict PointerlessType(const Subject& subject, std::uint64_t)
 {
     const std::uint64_t type = subject.Number();
     const bool holdsPointer = type > 0x1FFF || type == 8 || type == 9 || type == 12 || type == 13 || type == 14;
-    return holdsPointer ? fmt::format("variant type {:#x} holds a pointer or does not exist", type) : Verdict{};
+    return Unless(!holdsPointer, "variant type {:#x} holds a pointer or does not exist", type);
 }
 
 constexpr auto kError = Finding::Severity::Error;
 constexpr auto kWarning = Finding::Severity::Warning;
 
 struct Rule {
-    const char* message;
-    const char* field;
     Finding::Severity severity;
     Verdict (*judge)(const Subject& subject, std::uint64_t limit);
-    std::uint64_t limit;
-    const char* hint;
+    const char* hint;  // null: the field has its own
 };
 
-constexpr const char* kFit = "write a value that fits the field of the device";
 constexpr const char* kCut = "shorten it, or leave it so if it may be cut";
-constexpr const char* kPage = "keep the patch inside the page, unless the answer is to be longer than the device's";
-constexpr const char* kGuidForm = "write it as 12345678-1234-1234-1234-123456789abc";
-constexpr std::uint64_t kLongestDelay = 86400;
-constexpr const char* kDelay = "write the seconds that the answer takes, at most a day, or never: true";
-constexpr const char* kHresultForm = "write a failing HRESULT such as 0x80041002";
+constexpr Rule kAtMost{kError, AtMost, "write a value that fits the field of the device"};
+constexpr Rule kLength{kWarning, Length, kCut};
+constexpr Rule kPage{kWarning, InsidePage, "keep the patch inside the page, unless the answer is to be longer than the device's"};
+constexpr Rule kEntries{kWarning, Position, nullptr};
 
-const std::array kRules{
-    Rule{"Machine", "code_page", kError, CodePage, 0, "use 65001, 1252, 437, 28591 or 20127"},
-    Rule{"Machine", "start", kError, UtcTime, 0, "write it as 2024-05-17T08:30:00Z, in the years 1970 to 2199"},
-    Rule{"Bytes", "hex", kError, Hex, 0, "write each byte as two digits, with blanks between bytes if you like"},
-    Rule{"Bytes", "size", kError, AtMostBytes, kLongestBytes, "no request answers so much"},
-    Rule{"Patch", "hex", kError, Hex, 0, "write each byte as two digits, with blanks between bytes if you like"},
-    Rule{"Patch", "offset", kError, AtMostBytes, kLongestBytes, "no page is so long"},
+// By description::Form.
+constexpr std::array<Rule, description::Form_ARRAYSIZE> kForms{{
+    {},
+    {kError, Filled, nullptr},
+    {kError, Hex, "write each byte as two digits, with blanks between bytes if you like"},
+    {kError, Utf16, "write each unit as four digits, such as D800"},
+    {kError, Size, nullptr},
+    {kError, CodePage, "use 65001, 1252, 437, 28591 or 20127"},
+    {kError, UtcTime, "write it as 2024-05-17T08:30:00Z, in the years 1970 to 2199"},
+    {kError, Delay, "write the seconds that the answer takes, at most a day, or never: true"},
+    {kError, IsGuid, "write it as 12345678-1234-1234-1234-123456789abc"},
+    {kError, Letter, "write one letter from A to Z, without a colon"},
+    {kError, TypeOfPartition, "use efi, msr, basic, recovery, linux or a GUID"},
+    {kWarning, NameOfPartition, kCut},
+    {kError, SmbiosVersion, "write it as 3.4"},
+    {kError, Signature, "write RSMB, ACPI or FIRM"},
+    {kError, FailingHresult, "write a failing HRESULT such as 0x80041002"},
+    {kError, PointerlessType, "use text, byte_array or string_array"},
+}};
 
-    Rule{"Disk", "model", kWarning, Length, 40, kCut},
-    Rule{"Disk", "serial", kWarning, Length, 20, kCut},
-    Rule{"Disk", "firmware", kWarning, Length, 8, kCut},
-    Rule{"Disk", "bus_type", kError, AtMost, kByte, kFit},
-    Rule{"Disk", "media_type", kError, AtMost, kWord, kFit},
-    Rule{"NvmeController", "vendor_id", kError, AtMost, kWord, kFit},
-    Rule{"NvmeController", "subsystem_vendor_id", kError, AtMost, kWord, kFit},
-    Rule{"NvmeController", "ieee_oui", kError, AtMost, 0xFFFFFF, kFit},
-    Rule{"NvmeController", "controller_id", kError, AtMost, kWord, kFit},
-    Rule{"NvmeController", "warning_temperature", kError, AtMost, kWord, kFit},
-    Rule{"NvmeController", "critical_temperature", kError, AtMost, kWord, kFit},
-    Rule{"NvmeController", "power_state", kWarning, Position, 32, "the page holds no more power states"},
-    Rule{"NvmeController", "identify", kWarning, InsidePage, 4096, kPage},
-    Rule{"NvmeController", "subsystem_nqn", kWarning, Length, 256, kCut},
-    Rule{"NvmePowerState", "max_power", kError, AtMost, kWord, kFit},
-    Rule{"NvmePowerState", "page", kWarning, InsidePage, 32, kPage},
-    Rule{"NvmeHealth", "critical_warning", kError, AtMost, kByte, kFit},
-    Rule{"NvmeHealth", "temperature", kError, AtMost, kWord, kFit},
-    Rule{"NvmeHealth", "available_spare", kError, AtMost, kByte, kFit},
-    Rule{"NvmeHealth", "available_spare_threshold", kError, AtMost, kByte, kFit},
-    Rule{"NvmeHealth", "percentage_used", kError, AtMost, kByte, kFit},
-    Rule{"NvmeHealth", "endurance_group_warning", kError, AtMost, kByte, kFit},
-    Rule{"NvmeHealth", "temperature_sensor", kWarning, Position, 8, "the page holds no more sensors"},
-    Rule{"NvmeHealth", "temperature_sensor", kError, AtMost, kWord, kFit},
-    Rule{"NvmeHealth", "page", kWarning, InsidePage, 512, kPage},
-    Rule{"MakerArea", "eppid", kWarning, Length, 32, kCut},
-    Rule{"MakerArea", "component_id", kWarning, Length, 8, kCut},
-    Rule{"MakerArea", "class_0", kError, AtMost, kWord, kFit},
-    Rule{"MakerArea", "class_1", kError, AtMost, kWord, kFit},
-    Rule{"MakerArea", "class_2", kError, AtMost, kWord, kFit},
-    Rule{"MakerArea", "class_11", kError, AtMost, kWord, kFit},
-    Rule{"MakerHealth", "wear_leveling_count", kError, AtMost, kByte, kFit},
-    Rule{"MakerHealth", "used_reserved_blocks_worst", kError, AtMost, kByte, kFit},
-    Rule{"MakerHealth", "used_reserved_blocks_total", kError, AtMost, kByte, kFit},
-    Rule{"MakerHealth", "abnormal_voltage", kError, AtMost, kByte, kFit},
-    Rule{"NvmeLogPage", "identifier", kError, AtMost, kByte, kFit},
-    Rule{"NvmeLogPage", "device_status", kError, AtMost, 0x7FF, kFit},
-    Rule{"AtaDevice", "rotation_rate", kError, AtMost, kWord, kFit},
-    Rule{"AtaDevice", "identify", kWarning, InsidePage, 512, kPage},
-    Rule{"AtaDevice", "attribute", kWarning, Position, 30, "the table holds no more attributes"},
-    Rule{"AtaDevice", "smart_data", kWarning, InsidePage, 512, kPage},
-    Rule{"AtaDevice", "smart_thresholds", kWarning, InsidePage, 512, kPage},
-    Rule{"AtaDevice", "aborted_command", kError, AtMost, kByte, kFit},
-    Rule{"AtaDevice", "wmi_smart_size", kError, AtMostBytes, kLongestBytes, "WMI gives 362 bytes, the device 512"},
-    Rule{"SmartAttribute", "id", kError, AtMost, kByte, kFit},
-    Rule{"SmartAttribute", "flags", kError, AtMost, kWord, kFit},
-    Rule{"SmartAttribute", "value", kError, AtMost, kByte, kFit},
-    Rule{"SmartAttribute", "worst", kError, AtMost, kByte, kFit},
-    Rule{"SmartAttribute", "threshold", kError, AtMost, kByte, kFit},
-    Rule{"SmartAttribute", "raw", kError, AtMost, 0xFFFFFFFFFFFF, kFit},
-    Rule{"AtaLogPage", "address", kError, AtMost, kByte, kFit},
-    Rule{"AtaLogPage", "text", kWarning, Length, 20, kCut},
-    Rule{"AtaLogPage", "sector", kWarning, InsidePage, 512, kPage},
-    Rule{"ScsiDevice", "inquiry", kWarning, InsidePage, 255, kPage},
-
-    Rule{"GptTable", "disk_id", kError, IsGuid, 0, kGuidForm},
-    Rule{"Partition", "id", kError, IsGuid, 0, kGuidForm},
-    Rule{"Partition", "type", kError, TypeOfPartition, 0, "use efi, msr, basic, recovery, linux or a GUID"},
-    Rule{"Partition", "name", kWarning, Utf16Length, 36, kCut},
-    Rule{"Partition", "mbr_type", kError, AtMost, kByte, kFit},
-    Rule{"Partition", "entry", kWarning, InsidePage, 144, kPage},
-    Rule{"Volume", "letter", kError, Letter, 0, "write one letter from A to Z, without a colon"},
-    Rule{"Volume", "guid", kError, IsGuid, 0, kGuidForm},
-    Rule{"LooseVolume", "letter", kError, Letter, 0, "write one letter from A to Z, without a colon"},
-    Rule{"Device", "path", kError, Filled, 0, R"(write the path as it is opened, such as \\\\.\\Scsi0:)"},
-
-    Rule{"Exchange", "delay", kError, Seconds, kLongestDelay, kDelay},
-
-    Rule{"Smbios", "version", kError, SmbiosVersion, 0, "write it as 3.4"},
-    Rule{"OemStrings", "count", kError, AtMost, kByte, kFit},
-    Rule{"SmbiosStructure", "type", kError, AtMost, kByte, kFit},
-    Rule{"SmbiosStructure", "length", kError, AtMost, kByte, kFit},
-    Rule{"FirmwareTable", "provider", kError, Signature, 0, "write RSMB, ACPI or FIRM"},
-
-    Rule{"WmiClass", "name", kError, Filled, 0, "name the class, such as Win32_DiskDrive"},
-    Rule{"WmiClass", "error", kError, FailingHresult, 0, kHresultForm},
-    Rule{"WmiClass", "delay", kError, Seconds, kLongestDelay, kDelay},
-    Rule{"WmiRow", "next_error", kError, FailingHresult, 0, kHresultForm},
-    Rule{"WmiRowChange", "class_name", kError, Filled, 0, "name the class, such as Win32_DiskDrive"},
-    Rule{"WmiRowChange", "next_error", kError, FailingHresult, 0, kHresultForm},
-    Rule{"WmiProperty", "name", kError, Filled, 0, "name the property"},
-    Rule{"WmiProperty", "utf16", kError, Utf16, 0, "write each unit as four digits, such as D800"},
-    Rule{"WmiProperty", "get_error", kError, FailingHresult, 0, kHresultForm},
-    Rule{"WmiByteArray", "bound_error", kError, FailingHresult, 0, kHresultForm},
-    Rule{"WmiByteArray", "element_error", kError, FailingHresult, 0, kHresultForm},
-    Rule{"WmiStringArray", "element_error", kError, FailingHresult, 0, kHresultForm},
-    Rule{"WmiRawVariant", "type", kError, PointerlessType, 0, "use text, byte_array or string_array"},
-    Rule{"Com", "locator_error", kError, FailingHresult, 0, kHresultForm},
-    Rule{"CounterObject", "name", kError, Filled, 0, "name the object, such as PhysicalDisk"},
-    Rule{"CounterObject", "delay", kError, Seconds, kLongestDelay, kDelay},
-};
-
-// Fields that must be there even when they are empty.
-bool IsDemanded(const Rule& rule) { return rule.judge == Filled; }
+// A limit of 0 is none.
+void CheckField(const Place& place, const FieldDescriptor& field, const Rule& rule, std::uint64_t limit, Findings& findings)
+{
+    const auto& reflection = *place.message.GetReflection();
+    // A field that must be filled is judged even when it is not there.
+    const bool isJudged = rule.judge == Filled || (!field.is_repeated() && reflection.HasField(place.message, &field));
+    const int count = field.is_repeated() ? reflection.FieldSize(place.message, &field) : isJudged ? 1 : 0;
+    for (int i = 0; limit != 0 && i < count; ++i) {
+        if (Verdict verdict = rule.judge({place, field, i}, limit); !verdict.empty()) {
+            findings.Add(rule.severity, place, field, i, std::move(verdict),
+                         rule.hint != nullptr ? rule.hint : field.options().GetExtension(description::advice));
+        }
+    }
+}
 
 }  // namespace
 
 void CheckFields(const Place& place, Findings& findings)
 {
-    const auto& reflection = *place.message.GetReflection();
-    for (const Rule& rule : kRules) {
-        if (place.message.GetDescriptor()->name() != rule.message) {
-            continue;
-        }
-        const FieldDescriptor& field = place.Field(rule.field);
-        const bool isSet = !field.is_repeated() && reflection.HasField(place.message, &field);
-        const int count = field.is_repeated() ? reflection.FieldSize(place.message, &field) : isSet || IsDemanded(rule) ? 1 : 0;
-        for (int i = 0; i < count; ++i) {
-            Verdict verdict = rule.judge({place, field, i}, rule.limit);
-            if (verdict.empty()) {
-                continue;
-            }
-            if (rule.severity == kError) {
-                findings.Error(place, field, i, std::move(verdict), rule.hint);
-            } else {
-                findings.Warning(place, field, i, std::move(verdict), rule.hint);
-            }
-        }
+    const google::protobuf::Descriptor& message = *place.message.GetDescriptor();
+    for (int i = 0; i < message.field_count(); ++i) {
+        const FieldDescriptor& field = *message.field(i);
+        const google::protobuf::FieldOptions& options = field.options();
+        const description::Form form = options.GetExtension(description::form);
+        CheckField(place, field, kForms[static_cast<std::size_t>(form)], static_cast<std::uint64_t>(form), findings);
+        CheckField(place, field, kLength, options.GetExtension(description::most_bytes), findings);
+        CheckField(place, field, kPage, options.GetExtension(description::page_bytes), findings);
+        CheckField(place, field, kEntries, options.GetExtension(description::most_entries), findings);
+        CheckField(place, field, kAtMost, options.GetExtension(description::at_most), findings);
     }
 }
 
