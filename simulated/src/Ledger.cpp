@@ -1,10 +1,9 @@
-#include "Ledger.h"
-
 #include <fmt/format.h>
 
 #include <map>
 #include <utility>
 
+#include "MachineState.h"
 #include "platform/Errors.h"
 #include "platform/Forwarding.h"
 

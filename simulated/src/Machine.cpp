@@ -4,7 +4,7 @@
 #include <ostream>
 #include <utility>
 
-#include "MachineChecks.h"
+#include "Checker.h"
 #include "MachineState.h"
 #include "simulated/MachineFile.h"
 

@@ -1,5 +1,3 @@
-#include "MachineChecks.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>

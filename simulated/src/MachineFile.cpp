@@ -15,7 +15,7 @@
 #include <utility>
 #include <vector>
 
-#include "MachineChecks.h"
+#include "Checker.h"
 #include "platform/Text.h"
 
 namespace orbis::simulated {

@@ -8,9 +8,6 @@
 
 #include <fmt/format.h>
 
-#include "Ledger.h"
-#include "RecordedPorts.h"
-
 namespace orbis::simulated {
 namespace {
 

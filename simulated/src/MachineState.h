@@ -29,6 +29,11 @@ namespace orbis::simulated {
 [[nodiscard]] std::unique_ptr<platform::emulated::WmiFacts> MakeWmiFacts(const MachineState& machine);
 [[nodiscard]] std::unique_ptr<platform::Wmi> MakeCheckedWmi(MachineState& machine, platform::Wmi& inner);
 
+// Decorators that count what is open and see what no correct user does.
+[[nodiscard]] std::unique_ptr<platform::DeviceIo> WatchDeviceIo(MachineState& machine, std::unique_ptr<platform::DeviceIo> port);
+[[nodiscard]] std::unique_ptr<platform::Setup> WatchSetup(MachineState& machine, std::unique_ptr<platform::Setup> port);
+[[nodiscard]] std::unique_ptr<platform::Pdh> WatchPdh(MachineState& machine, std::unique_ptr<platform::Pdh> port);
+
 // The machine's clock, in nanoseconds after the start.
 class Clock {
 public:
@@ -87,6 +92,17 @@ private:
     mutable std::mutex m_Mutex;
     std::vector<std::string> m_Misuses;
 };
+
+// The ports of a machine that is a recording.
+[[nodiscard]] std::unique_ptr<platform::DeviceIo> MakeRecordedDeviceIo(Tape& tape);
+[[nodiscard]] std::unique_ptr<platform::Setup> MakeRecordedSetup(Tape& tape);
+[[nodiscard]] std::unique_ptr<platform::Firmware> MakeRecordedFirmware(Tape& tape);
+[[nodiscard]] std::unique_ptr<platform::Pdh> MakeRecordedPdh(Tape& tape);
+[[nodiscard]] std::unique_ptr<platform::Time> MakeRecordedTime(Clock& clock, Tape& tape);
+[[nodiscard]] std::unique_ptr<platform::Text> MakeRecordedText(Tape& tape);
+// WMI: the recorded rows as facts of the emulated port, and the recorded outcomes of the calls before them over that port.
+[[nodiscard]] std::unique_ptr<platform::emulated::WmiFacts> MakeRecordedWmiFacts(Tape& tape);
+[[nodiscard]] std::unique_ptr<platform::Wmi> MakeRecordedWmi(platform::Wmi& inner, Tape& tape);
 
 // Text of a machine file's start, or nothing.
 [[nodiscard]] std::optional<std::chrono::system_clock::time_point> ParseUtcTime(const std::string& text);

@@ -3,7 +3,7 @@
 #include <array>
 #include <iterator>
 
-#include "MachineChecks.h"
+#include "Checker.h"
 #include "MachineState.h"
 #include "platform/Text.h"
 

@@ -1,7 +1,7 @@
 // Devices, the device walk and firmware tables of a recording.
 #include <cstring>
 
-#include "RecordedPorts.h"
+#include "MachineState.h"
 #include "emulated/Handles.h"
 #include "emulated/LastError.h"
 #include "platform/Errors.h"

@@ -3,7 +3,7 @@
 #include <map>
 #include <mutex>
 
-#include "RecordedPorts.h"
+#include "MachineState.h"
 #include "emulated/Handles.h"
 #include "emulated/Text.h"
 #include "platform/Text.h"

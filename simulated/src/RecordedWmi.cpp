@@ -1,5 +1,5 @@
 // WMI of a recording: what each call before the rows gave, over the emulated port with the recorded rows.
-#include "RecordedPorts.h"
+#include "MachineState.h"
 #include "insight/Recording.h"
 #include "platform/Forwarding.h"
 #include "platform/Text.h"

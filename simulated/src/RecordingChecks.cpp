@@ -9,7 +9,6 @@
 #include "Checker.h"
 #include "RecordedTape.h"
 #include "insight/Recording.h"
-#include "orbis/simulated/machine.pb.h"
 
 namespace orbis::simulated {
 namespace {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -19,5 +20,8 @@ struct KernelCalls {
     std::function<int(int descriptor, unsigned long request, void* argument)> ioctl;  // as ioctl(2): -1 with errno
     std::function<std::chrono::nanoseconds()> monotonicClock;
 };
+
+// The Win32 error that a Windows user would see for the same cause as this errno.
+[[nodiscard]] std::uint32_t Win32FromErrno(int error) noexcept;
 
 }  // namespace orbis::platform::linux_system

@@ -9,15 +9,10 @@
 #include <sys/sysmacros.h>
 
 #include "emulated/CaseFolding.h"
-#include "linux/kernel/Errno.h"
 #include "linux/kernel/Files.h"
 #include "linux/ports/Ports.h"
-#include "linux/requests/Ata.h"
-#include "linux/requests/Control.h"
-#include "linux/requests/DiskRequests.h"
-#include "linux/requests/Nvme.h"
 #include "linux/requests/Power.h"
-#include "linux/requests/Scsi.h"
+#include "linux/requests/Requests.h"
 #include "platform/Errors.h"
 #include "platform/Requests.h"
 

@@ -5,7 +5,6 @@
 #include <string>
 #include <string_view>
 
-#include "linux/kernel/Errno.h"
 #include "linux/kernel/Files.h"
 #include "linux/ports/Ports.h"
 #include "platform/Errors.h"

@@ -11,7 +11,6 @@
 #include "emulated/WmiClasses.h"
 #include "linux/kernel/Files.h"
 #include "linux/ports/Ports.h"
-#include "linux/volumes/VolumeSerial.h"
 
 namespace orbis::platform::linux_system {
 namespace {

@@ -1,11 +1,10 @@
-#include "linux/requests/Ata.h"
-
 #include <algorithm>
 #include <array>
 #include <optional>
 #include <span>
 
 #include "linux/requests/ReadOnly.h"
+#include "linux/requests/Requests.h"
 #include "linux/requests/Scsi.h"
 #include "platform/Errors.h"
 #include "platform/protocol/Ata.h"

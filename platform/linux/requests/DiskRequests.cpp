@@ -1,11 +1,9 @@
-#include "linux/requests/DiskRequests.h"
-
 #include <algorithm>
 #include <cerrno>
 #include <string_view>
 
 #include "linux/disks/DiskStats.h"
-#include "linux/kernel/Errno.h"
+#include "linux/requests/Requests.h"
 #include "linux/volumes/PartitionTable.h"
 #include "platform/Errors.h"
 #include "platform/Requests.h"

@@ -1,5 +1,3 @@
-#include "linux/requests/Nvme.h"
-
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -9,8 +7,8 @@
 #include <linux/nvme_ioctl.h>
 #include <sys/ioctl.h>
 
-#include "linux/kernel/Errno.h"
 #include "linux/requests/ReadOnly.h"
+#include "linux/requests/Requests.h"
 #include "platform/Errors.h"
 #include "platform/Requests.h"
 #include "platform/protocol/Nvme.h"

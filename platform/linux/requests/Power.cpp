@@ -1,7 +1,7 @@
 #include "linux/requests/Power.h"
 
 #include "linux/kernel/Files.h"
-#include "linux/requests/Ata.h"
+#include "linux/requests/Requests.h"
 #include "platform/protocol/Ata.h"
 
 namespace orbis::platform::linux_system {

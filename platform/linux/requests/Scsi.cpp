@@ -5,8 +5,8 @@
 
 #include <scsi/sg.h>
 
-#include "linux/kernel/Errno.h"
 #include "linux/requests/ReadOnly.h"
+#include "linux/requests/Requests.h"
 #include "platform/Requests.h"
 
 namespace orbis::platform::linux_system {

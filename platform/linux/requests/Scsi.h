@@ -28,7 +28,4 @@ struct ScsiOutcome {
 
 [[nodiscard]] ScsiOutcome SendScsi(const KernelDevice& device, const ScsiCommand& command);
 
-// IOCTL_SCSI_PASS_THROUGH_DIRECT: status and sense data land where Windows puts them; CHECK CONDITION is an answer, no failure.
-[[nodiscard]] Win32Error RunScsiPassThrough(const KernelDevice& device, ControlBuffers& buffers);
-
 }  // namespace orbis::platform::linux_system

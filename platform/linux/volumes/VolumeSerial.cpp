@@ -1,10 +1,9 @@
-#include "linux/volumes/VolumeSerial.h"
-
 #include <cstddef>
 #include <string_view>
 
 #include "linux/kernel/Files.h"
 #include "linux/volumes/Probe.h"
+#include "linux/volumes/Volumes.h"
 
 namespace orbis::platform::linux_system {
 namespace {
