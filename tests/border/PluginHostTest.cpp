@@ -27,9 +27,35 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
+int g_Answers = 0;  // that the host has not freed
+
+// The plug-in, with its answers counted.
+const OrbisRegistration& Counted()
+{
+    static const OrbisRegistration kCounted = [] {
+        OrbisRegistration table = *OrbisPluginRegistration();
+        table.create = [](const OrbisHost* host, OrbisPlugin** plugin) noexcept {
+            ++g_Answers;
+            return OrbisPluginRegistration()->create(host, plugin);
+        };
+        table.collect = [](OrbisPlugin* plugin, std::size_t operation, const OrbisText* id,
+                           const OrbisCancellation* cancel) noexcept {
+            ++g_Answers;
+            return OrbisPluginRegistration()->collect(plugin, operation, id, cancel);
+        };
+        table.free = [](const OrbisResult* result) noexcept {
+            --g_Answers;
+            OrbisPluginRegistration()->free(result);
+        };
+        return table;
+    }();
+    return kCounted;
+}
+
 class PluginHostTest : public ::testing::Test {
 protected:
     PluginHostTest() { m_Log->lines.clear(); }
+    ~PluginHostTest() override { EXPECT_EQ(g_Answers, 0); }
 
     // The full text of what a collection throws.
     std::string FailureOf(const ItemId& id)
@@ -42,7 +68,7 @@ protected:
         return "nothing was thrown";
     }
 
-    PluginHost m_Host{*OrbisPluginRegistration()};
+    PluginHost m_Host{Counted()};
     std::shared_ptr<RecordingLog> m_Log = std::make_shared<RecordingLog>();
     PluginObject m_Plugin = m_Host.Create(m_Log);
 };

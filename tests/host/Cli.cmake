@@ -31,6 +31,8 @@ try(0 "2024-05-17T.*Z\n.*so far\n.*2024-05-17T.*Z\n" "" collect PhysicalDiskDyna
 # No more passes than that, and a refusal is reported in the first alone.
 file(WRITE ${WORK}/denied.txtpb "elevated: false disk { number: 0 kind: NVME size: 1000000000 nvme { maker { health { query_error: 1 } } } }\n")
 try(4 "^[^Z]*Z\n[^Z]*Z\n[^Z]*$" "^orbis-host: no access[^\n]*\n$" collect SmartNvmeInfo --machine ${WORK}/denied.txtpb --watch 0.1 --count 2)
+file(WRITE ${WORK}/sealed.txtpb "disk { number: 3 kind: USB_SATA size: 1000000000 exchange { ata_command: 0xB0 error: 5 } }\n")
+try(4 "No SMART values \\(no access\\): DISK3" "^orbis-host: no access" collect SmartDynamicInfo --machine ${WORK}/sealed.txtpb)
 # What the collectors leave out silently, the host reports with the reason.
 file(WRITE ${WORK}/unnamed.txtpb "wmi_class { name: \"Win32_DiskDrive\" row { property { name: \"Index\" i4: 3 } property { name: \"SCSIPort\" i4: 0 } "
                                  "property { name: \"Model\" i4: 1 } } row {} }\n")
@@ -45,7 +47,7 @@ try(4 "999999986.99 +inf.*No SMART values \\(the drive reports none\\): \\(no id
 # can be done. The exception is for debugging.
 file(WRITE ${WORK}/letter.txtpb "disk { number: 0 kind: NVME model: \"One\" size: 1000000000 gpt {} } volume { letter: \"Z\" drive_type: 4 }\n")
 try(1 "SmartStaticInfo: 1 disk\n" "^orbis-host: Z: could not be opened: .*PhysicalDiskDynamicInfo is empty.*; insert its medium[^\n]*\n$" collect PhysicalDiskStaticInfo SmartStaticInfo --machine ${WORK}/letter.txtpb)
-try(1 "SmartStaticInfo: 1 disk\n" "HRESULT 0x80070002 at cpp" collect PhysicalDiskStaticInfo SmartStaticInfo --machine ${WORK}/letter.txtpb --log-level Debug)
+try(1 "SmartStaticInfo: 1 disk\n" " error +StrgColl +Native exception : HRESULT 0x80070002 at cpp.*\norbis-host: [A-Za-z.]*ZelException" collect PhysicalDiskStaticInfo SmartStaticInfo --machine ${WORK}/letter.txtpb --log-level Debug)
 # A disk by what a person calls it, for every datatype; one that is not there, with a list of those that are.
 try(0 "SmartNvmeInfo: 0 disks\n.*SmartStaticInfo: 1 disk\n +Disk.*DISK3 Samsung" "^$" collect smartnvmeinfo SmartStaticInfo --machine workstation.txtpb --item g:)
 try(2 "^$" "no disk is called VI9. .*DISK5 VEYRA IRON 4T  S/N VI4T0000001234  H:\n" collect all --machine workstation.txtpb --item VI9 --log-level off)
@@ -166,6 +168,9 @@ file(WRITE ${WORK}/counters.txtpb "${workstation}" [[counter_object { name: "Phy
 set(whole "PhysicalDiskDynamicInfo: 5 disks.*PhysicalDiskStaticInfo: 5 disks.*SmartDynamicInfo: 5 disks.*SmartNvmeInfo: 3 disks.*SmartStaticInfo: 5 disks.*NvmeIdentifyControllerData: 3 disks")
 try(4 "${whole}" "^orbis-host: DISK3: no answer to IDENTIFY DEVICE within 30 s; it is left out, the other disks are complete; [^\n]*\n$" collect --machine ${WORK}/hung.txtpb --deadline 30 --log-level off)
 try(4 "${whole}" "^orbis-host: DISK3: no answer to the device number within 30 s" collect --machine ${WORK}/dead.txtpb --deadline 30 --log-level off)
+# The log lines of a process whose pass is not wanted are not shown.
+try(4 "SmartNvmeInfo: 3" "^[^\n]* Fetching NvmeHealthInfo for PhysicalDrive0 [^\n]*\n([^\n]*( NvmeHealthInfo for PhysicalDrive[1-6]| HealthInfo| CuctomizedHealthInfo|Skipping|collected|DeviceName)[^\n]*\n)*orbis-host: DISK3[^\n]*\n$"
+    collect SmartNvmeInfo SmartStaticInfo --machine ${WORK}/hung.txtpb --deadline 30 --log-level debug)
 try(0 "PhysicalDiskStaticInfo: 6 disks" "^$" collect PhysicalDiskStaticInfo --machine ${WORK}/back.txtpb --deadline 30)
 try(4 "PhysicalDiskStaticInfo: 6 disks" "MSFT_PhysicalDisk: no answer to the query within 30 s" collect PhysicalDiskStaticInfo --machine ${WORK}/class.txtpb --deadline 30 --log-level off)
 try(4 "DynamicInfo: 0 disks.*StaticInfo: 6 disks" "the performance counters: no answer to a sample within 30 s"
@@ -231,6 +236,21 @@ if(UNIX AND NOT emulator)
         message("metrics --output pipe\n  ended with ${got}\n  printed: ${printed}")
         math(EXPR failures "${failures} + 1")
     endif()
+endif()
+
+# Colours are for terminals, unless NO_COLOR is set.
+if(UNIX AND NOT emulator)
+    string(ASCII 27 escape)
+    set(start_ "^${escape}\\[1;31mFAIL")
+    set(start_1 "^FAIL ")
+    foreach(no_colour "" 1)
+        execute_process(COMMAND ${CMAKE_COMMAND} -E env TERM=xterm NO_COLOR=${no_colour} script -qec "'${HOST}' health --machine workstation.txtpb" /dev/null
+                        WORKING_DIRECTORY ${SOURCE}/machines INPUT_FILE /dev/null OUTPUT_VARIABLE printed)
+        if(NOT printed MATCHES "${start_${no_colour}}")
+            message("health on a terminal, with NO_COLOR=${no_colour}\n  printed: ${printed}")
+            math(EXPR failures "${failures} + 1")
+        endif()
+    endforeach()
 endif()
 
 # What the help says is in the manual page and in the completions too.

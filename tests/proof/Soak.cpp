@@ -96,6 +96,7 @@ int Soak(int collections)
         round();  // what is made once
         const simulated::OpenCounts open = machine->OpenObjects();
         const std::int64_t blocks = g_Blocks;
+        const std::ptrdiff_t files = OpenFiles();
         const auto started = std::chrono::steady_clock::now();
         const int rounds = (collections + static_cast<int>(kDatatypes.size()) - 1) / static_cast<int>(kDatatypes.size());
         fmt::print("{:>12} {:>12} {:>15} {:>11} {:>8}\n", "collections", "heap blocks", "resident pages", "open files", "seconds");
@@ -104,7 +105,7 @@ int Soak(int collections)
                 const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - started;
                 fmt::print("{:>12} {:>12} {:>15} {:>11} {:>8.1f}\n", done * static_cast<int>(kDatatypes.size()), g_Blocks.load(),
                            ResidentPages(), OpenFiles(), seconds.count());
-                status = g_Blocks != blocks || machine->OpenObjects() != open ? 1 : status;
+                status = g_Blocks != blocks || OpenFiles() != files || machine->OpenObjects() != open ? 1 : status;
             }
             if (done < rounds) {
                 round();

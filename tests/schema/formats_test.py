@@ -81,6 +81,26 @@ def wrong_metrics(host):
     return [line for line in wanted if line not in metrics.splitlines()]
 
 
+def wrong_report(host):
+    """A gap has no name, even if it is as long as a partition without a number; counters that began anew have no earlier value."""
+    with tempfile.TemporaryDirectory() as folder:
+        machine, baseline = pathlib.Path(folder, "two.txtpb"), pathlib.Path(folder, "baseline.json")
+        machine.write_text("".join(f"""disk {{ number: {number} kind: NVME serial: "S{number}" size: 1000341504 nvme {{ health {{ power_on_hours: 5 }} }}
+            mbr {{ partition {{ number: 0 size: 104857600 }} partition {{ offset: 210763776 size: 789577728 }} }} }} """
+                                   for number in (0, 1)), encoding="utf-8")
+        before = json.loads(printed(host, machine, "health", "--format", "json"))
+        for disk in before["disk"]:
+            for counter in disk["counter"]:
+                if counter["name"] == "powerOnHours":
+                    counter["value"] = "4" if disk["number"] == 0 else "6"
+        baseline.write_text(json.dumps(before), encoding="utf-8")
+        document = reported(host, machine, "--baseline", str(baseline))[1]
+    disks = [([part.get("name", part["kind"]) for part in disk["partition"]], len(disk.get("before", []))) for disk in document["disk"]]
+    counters = len(before["disk"][0]["counter"])
+    expected = [(["Not Used", "FREE", "Not Used"], number) for number in (counters, 0)]
+    return [] if disks == expected else [f"a report's disks are {disks}"]
+
+
 def main():
     host = pathlib.Path(sys.argv[1]).resolve()
     failures, items, findings, verdicts = [], [], 0, set()
@@ -103,7 +123,7 @@ def main():
         failures += [f"{machine.name}: {error}" for schema, document in kinds for error in documents.errors(schema, document)]
     if len({one["datatype"] for one in items}) != 6 or not findings or verdicts != {"OK", "UNKNOWN", "WARN", "FAIL"}:
         failures.append("the example machines do not show all datatypes, a finding and all verdicts")
-    failures += wrong_metrics(host)
+    failures += wrong_metrics(host) + wrong_report(host)
     wrongs = [("collect-jsonl", wrong) for wrong in spoiled(next(one for one in items if one["datatype"] == "SmartNvmeInfo"))]
     for schema, wrong in [*wrongs, ("health", {"formatVersion": 1, "disk": [{}]}), ("explain", {"formatVersion": 2})]:
         if not documents.errors(schema, wrong):

@@ -5,6 +5,8 @@
 #include <functional>
 #include <string>
 
+struct stat;
+
 namespace orbis::platform::linux_system {
 
 // Mount points of the kernel's file systems; a test sets them to a captured tree.
@@ -18,6 +20,7 @@ struct Roots {
 struct KernelCalls {
     std::function<int(const char* path, int flags)> open;                             // of a device node, as open(2): -1 with errno
     std::function<int(int descriptor, unsigned long request, void* argument)> ioctl;  // as ioctl(2): -1 with errno
+    std::function<int(int descriptor, struct stat* status)> fstat;                    // as fstat(2)
     std::function<std::chrono::nanoseconds()> monotonicClock;
 };
 

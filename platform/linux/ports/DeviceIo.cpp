@@ -59,7 +59,8 @@ UniqueFd OpenNode(const Machine& machine, const std::string& blockName, Win32Err
         return {};
     }
     struct stat status {};
-    if (::fstat(node.Get(), &status) == 0 && S_ISBLK(status.st_mode)) {
+    const int result = machine.calls.fstat ? machine.calls.fstat(node.Get(), &status) : ::fstat(node.Get(), &status);
+    if (result == 0 && S_ISBLK(status.st_mode)) {
         const std::string number = std::to_string(major(status.st_rdev)) + ":" + std::to_string(minor(status.st_rdev));
         if (number != ReadText(roots.sys + "/class/block/" + blockName + "/dev")) {
             refusal = win32::kNoSuchDevice;

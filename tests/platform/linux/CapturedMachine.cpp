@@ -9,7 +9,9 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace orbis::tests {
@@ -61,6 +63,10 @@ CapturedTree::~CapturedTree()
 {
     std::error_code ignored;
     if (!m_Folder.empty()) {
+        for (const auto& file : std::filesystem::directory_iterator("/proc/self/fd")) {
+            const std::filesystem::path target = std::filesystem::read_symlink(file, ignored);
+            EXPECT_FALSE(target.native().starts_with(m_Folder.native())) << target << " is still open";
+        }
         std::filesystem::remove_all(m_Folder, ignored);
     }
 }
@@ -157,6 +163,14 @@ platform::linux_system::KernelCalls PlayedDrives::Calls()
         }
         errno = ENOTTY;
         return -1;
+    };
+    calls.fstat = [this](int descriptor, struct stat* status) {
+        const int result = ::fstat(descriptor, status);
+        if (deviceNumber) {
+            status->st_mode = S_IFBLK;
+            status->st_rdev = *deviceNumber;
+        }
+        return result;
     };
     calls.monotonicClock = [this] { return now; };
     return calls;

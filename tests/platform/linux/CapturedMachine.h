@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -47,9 +48,10 @@ private:
 // Drives that a test simulates: rights, and answers to requests, by the name of the device's node.
 struct PlayedDrives {
     std::function<int(const std::string& node, unsigned long request, void* argument)> ioctl;
-    std::vector<std::string> denied;          // nodes that may not be opened
-    std::chrono::nanoseconds now{1'000'000};  // of the monotonic clock
-    int openFlags = 0;                        // of the last node that was opened
+    std::vector<std::string> denied;            // nodes that may not be opened
+    std::chrono::nanoseconds now{1'000'000};    // of the monotonic clock
+    int openFlags = 0;                          // of the last node that was opened
+    std::optional<std::uint64_t> deviceNumber;  // of every node, which is then a block device
 
     [[nodiscard]] platform::linux_system::KernelCalls Calls();
 };

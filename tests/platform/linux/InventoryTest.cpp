@@ -6,6 +6,8 @@
 #include <map>
 #include <vector>
 
+#include <sys/sysmacros.h>
+
 #include "CapturedMachine.h"
 #include "PortHelpers.h"
 #include "platform/Text.h"
@@ -188,6 +190,19 @@ TEST(LinuxInventory, ADriveWithoutAMediumIsNotListed)
     tree.Write("sys/block/sda/size", "2048\n");
     tree.Write("sys/kernel/uevent_seqnum", "1001\n");
     EXPECT_EQ(NumbersById(machine).size(), 2U) << "a card was put in";
+}
+
+// The kernel gives the name of a disk that left to the next one, and the node may be older than that.
+TEST(LinuxInventory, TheNodeOfAnotherDeviceIsNotUsed)
+{
+    const CapturedTree tree(ScsiDiskLines("sda", "pci0/ata1/host0/0:0:0:0", "DISK", "D", 1 << 30) + "sys/block/sda/dev = 8:0\n");
+    PlayedDrives drives;
+    linux_system::Platform machine(tree.Roots(), drives.Calls());
+    drives.deviceNumber = makedev(8, 0);
+    EXPECT_TRUE(OpenDevice(machine.DeviceIoPort(), DrivePath(0)).IsValid());
+    drives.deviceNumber = makedev(8, 16);
+    EXPECT_FALSE(OpenDevice(machine.DeviceIoPort(), DrivePath(0)).IsValid());
+    EXPECT_EQ(machine.DeviceIoPort().LastError(), win32::kNoSuchDevice);
 }
 
 // Enclosures with one serial number for all of their kind, and disks with two paths to them.
