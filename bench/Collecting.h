@@ -15,7 +15,7 @@
 #include "platform/Platform.h"
 #include "simulated/MachineFile.h"
 
-// What the benchmarks of collections share.
+// Shared by the benchmarks of collections.
 namespace orbis::bench {
 
 class NullLog final : public Veyra::Orbis::Common::IZelLog {
@@ -27,7 +27,7 @@ class NullLog final : public Veyra::Orbis::Common::IZelLog {
     IZelLog& Trace(Text, std::int32_t, Text, Text) override { return *this; }
 };
 
-// A simulated machine, in force while it lives; observed, with the journal over it.
+// A simulated machine, installed for the life of the object; if observed, with the journal over it.
 class MachineInForce {
 public:
     explicit MachineInForce(std::string_view text, bool isObserved = false)
@@ -39,7 +39,7 @@ public:
     MachineInForce& operator=(const MachineInForce&) = delete;
     ~MachineInForce() { platform::Platform::Replace(nullptr); }
 
-    // Takes what the journal has, as a host does after each pass.
+    // Empties the journal, as a host does after each pass.
     void EndPass()
     {
         if (m_Journal != nullptr) {
@@ -52,12 +52,12 @@ private:
     std::unique_ptr<insight::Journal> m_Journal;
 };
 
-// Runs `work` on `drives` drives and reports the heap allocations and instructions for each, and the most memory that one run had
-// in use beyond what there was before.
+// Runs `work` on `drives` drives and reports the heap allocations and instructions for each drive, and the peak of the memory that
+// one run allocated.
 template <class Work>
 void Measure(benchmark::State& state, std::int64_t drives, Work work)
 {
-    benchmark::DoNotOptimize(work());  // do not count what is made once and kept
+    benchmark::DoNotOptimize(work());  // so that objects which are made once and kept do not count
     ResetHeapPeak();
     const HeapUse before = Heap();
     const Instructions instructions;

@@ -17,7 +17,7 @@ constexpr std::size_t kFront = __STDCPP_DEFAULT_NEW_ALIGNMENT__;
 
 }  // namespace
 
-// The other forms end in these.
+// All other forms call these.
 void* operator new(std::size_t size)
 {
     auto* block = static_cast<std::byte*>(std::malloc(kFront + size));
@@ -28,7 +28,7 @@ void* operator new(std::size_t size)
     g_Allocations.fetch_add(1, std::memory_order_relaxed);
     const auto added = static_cast<std::int64_t>(size);
     const std::int64_t bytes = g_Bytes.fetch_add(added, std::memory_order_relaxed) + added;
-    if (bytes > g_Peak.load(std::memory_order_relaxed)) {  // one thread measures
+    if (bytes > g_Peak.load(std::memory_order_relaxed)) {  // only one thread measures
         g_Peak.store(bytes, std::memory_order_relaxed);
     }
     return block + kFront;

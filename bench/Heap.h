@@ -4,11 +4,11 @@
 
 namespace orbis::bench {
 
-// What operator new gave out in this process, libraries included.
+// The memory that operator new allocated in this process, libraries included.
 struct HeapUse {
     std::uint64_t allocations = 0;
     std::int64_t bytes = 0;  // in use now
-    std::int64_t peak = 0;   // the most in use since ResetHeapPeak
+    std::int64_t peak = 0;   // maximum since ResetHeapPeak
 };
 
 [[nodiscard]] HeapUse Heap() noexcept;

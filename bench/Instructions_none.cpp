@@ -1,6 +1,6 @@
 #include "Instructions.h"
 
-// Where the operating system does not count them for a program.
+// For operating systems that do not count instructions for a program.
 namespace orbis::bench {
 
 Instructions::Instructions() noexcept = default;

@@ -1,4 +1,4 @@
-// What the NVMe collections cost: one mapping of each kind, and whole collections of 1, 8 and 32 drives.
+// The cost of the NVMe collections: one mapping of each kind, and whole collections of 1, 8 and 32 drives.
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -54,7 +54,7 @@ constexpr const char* kDrive = R"pb(
     }
 )pb";
 
-// The description of a machine of such drives.
+// The description of a machine with such drives.
 std::string Machine(std::int64_t drives)
 {
     std::string text;
@@ -86,7 +86,7 @@ std::int64_t Messages(const Message& message)
     return count;
 }
 
-// A mapping may take `nanoseconds`, and three allocations for each message and one for each of its byte arrays, which protobuf
+// The budget of a mapping: `nanoseconds`, three allocations for each message, and one for each of its byte arrays, which protobuf
 // keeps outside the arena.
 template <class Object, class Map>
 void MeasureMapping(benchmark::State& state, Object* object, Map map, double nanoseconds, double byteArrays)

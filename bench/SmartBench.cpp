@@ -1,4 +1,4 @@
-// What the SMART collections cost: decoding and mapping one disk, and whole collections of 1, 16 and 128 disks.
+// The cost of the SMART collections: decoding and mapping one disk, and whole collections of 1, 16 and 128 disks.
 #include <cstdint>
 #include <string>
 
@@ -54,7 +54,7 @@ void DecodeSmart(benchmark::State& state)
 }
 BENCHMARK(DecodeSmart);
 
-// Every value of every attribute. The arena, its block and the name are all that is allocated.
+// Every value of every attribute. Only the arena, its block and the name are allocated.
 void MapSmartDynamic(benchmark::State& state)
 {
     SmartDataCollection collection;

@@ -1,4 +1,4 @@
-// What the static and the dynamic collection cost on machines of 1, 16 and 128 disks.
+// The cost of the static and the dynamic collection on machines of 1, 16 and 128 disks.
 #include <cstdint>
 #include <string>
 
@@ -39,7 +39,7 @@ void CollectStatic(benchmark::State& state)
 BENCHMARK(CollectStatic<false>)->Name("CollectStatic")->Arg(1)->Arg(16)->Arg(128);
 BENCHMARK(CollectStatic<true>)->Name("ObserveStatic")->Arg(16);
 
-// Disks with a drive letter, of which there are no more than 24.
+// Disks with drive letters; there are at most 24 of them.
 template <bool isObserved>
 void CollectDynamic(benchmark::State& state)
 {

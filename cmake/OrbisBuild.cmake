@@ -10,7 +10,7 @@ if(ORBIS_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
     set(CMAKE_CXX_COMPILER_LAUNCHER ${launcher})
 endif()
 
-# No machine's path in what is built: __FILE__ and debug information start at the source root.
+# __FILE__ and debug information start at the source root, so that no output contains a path of the build machine.
 if(NOT MSVC)
     add_compile_options(-ffile-prefix-map=${CMAKE_SOURCE_DIR}/=)
 endif()
@@ -19,19 +19,19 @@ if(ORBIS_SANITIZE)
     add_compile_options(-fsanitize=${ORBIS_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     add_link_options(-fsanitize=${ORBIS_SANITIZE})
 elseif(NOT WIN32)
-    # A library calls its own functions, not others of the same name: no function here may be replaced, and a program that starts
-    # need not look thousands of long names up.
+    # Calls within a library are bound when it is linked: no function here may be replaced by another of the same name, and the start of
+    # a program does not look up thousands of long names.
     add_link_options(-Wl,-z,defs -Wl,-Bsymbolic-functions -Wl,-O1)
 endif()
 
 if(ORBIS_BUILD_FUZZ)
-    # libFuzzer looks at the coverage of the project's own code: that of generated code would hide it.
+    # libFuzzer is guided by the coverage of the project's own code only; that of generated code would hide it.
     file(RELATIVE_PATH ignored ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR}/fuzz/generated.ignorelist)
     add_compile_options(-fsanitize=fuzzer-no-link -fsanitize-coverage-ignorelist=${ignored})
 endif()
 
-# Headers are most of what a compiler reads here. Where a preset says so, up to eight sources of a folder are therefore compiled as one;
-# elsewhere each is compiled by itself, which shows an include that is missing.
+# Compile time is mostly spent on headers. Presets with ORBIS_UNITY therefore compile up to eight sources of a folder as one; the others
+# compile each source by itself, which reveals missing includes.
 option(ORBIS_UNITY "Compile several sources of a target at once, and the tests with a precompiled header" OFF)
 
 # orbis_unity(<target>): its sources in groups, by folder. A source that cannot share a group has SKIP_UNITY_BUILD_INCLUSION.
@@ -42,7 +42,7 @@ function(orbis_unity target)
     set(folder_before)
     foreach(source IN LISTS sources)
         cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR} OUTPUT_VARIABLE path)
-        # The name of a group is part of the name of a file: the same one wherever the sources stand.
+        # The name of a group becomes part of a file name; it must not depend on where the source tree is.
         cmake_path(RELATIVE_PATH path BASE_DIRECTORY ${PROJECT_SOURCE_DIR})
         cmake_path(GET path PARENT_PATH folder)
         if(NOT folder STREQUAL folder_before)
@@ -56,7 +56,7 @@ function(orbis_unity target)
     endforeach()
     set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
-        # It takes a source that is included for a header, in which unnamed types would differ from one user to the next.
+        # GCC takes an included source for a header, in which unnamed types would differ from one user to the next.
         target_compile_options(${target} PRIVATE $<$<COMPILE_LANGUAGE:CXX>:-Wno-subobject-linkage>)
     endif()
 endfunction()
@@ -67,7 +67,7 @@ function(orbis_target target)
         orbis_unity(${target})
     endif()
     if(MSVC)
-        # Functions with C linkage may throw: those of sondix do when memory is short.
+        # Functions with C linkage may throw: sondix's functions do so when memory is exhausted.
         target_compile_options(${target} PRIVATE /W4 /WX /utf-8 /permissive- /EHsc-)
     else()
         target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
@@ -77,15 +77,15 @@ function(orbis_target target)
             target_compile_options(${target} PRIVATE $<$<NOT:$<CONFIG:Debug>>:-Wno-null-dereference>
                                                      -Wno-restrict -Wno-maybe-uninitialized)
             if(CMAKE_CXX_FLAGS_DEBUG MATCHES "-O[1-3]" AND NOT ORBIS_SANITIZE MATCHES "address")
-                # Presets that optimise in debug, too. With AddressSanitizer it does not report the first one, so there the check stays.
+                # For presets that optimise debug builds too. With AddressSanitizer GCC does not report the first one, so it stays on there.
                 target_compile_options(${target} PRIVATE -Wno-null-dereference)
             endif()
         endif()
     endif()
 endfunction()
 
-# orbis_generated(<target>): classes that protoc made. They carry no export macro, and all of them are their library's interface. They are
-# compiled as they come, without the project's warnings; optimised in every configuration, because nobody steps through them.
+# orbis_generated(<target>): classes that protoc made. They have no export macro, so all symbols are exported. They are compiled without the
+# project's warnings and optimised in every configuration, because nobody debugs them.
 function(orbis_generated target)
     set_target_properties(${target} PROPERTIES CXX_VISIBILITY_PRESET default VISIBILITY_INLINES_HIDDEN OFF)
     if(NOT MSVC)
@@ -93,12 +93,13 @@ function(orbis_generated target)
     endif()
 endfunction()
 
-# Seconds after which a test is taken for one that hangs; a toolchain file whose programs are emulated sets more.
+# Seconds after which a test counts as hung. Toolchain files for emulated programs set more.
 if(NOT DEFINED ORBIS_TEST_TIMEOUT)
     set(ORBIS_TEST_TIMEOUT 120)
 endif()
 
-# What every test program includes, compiled once. (A program, because a precompiled header fits those options alone that it was made with.)
+# The headers that every test program includes, compiled once. The target is a program, because a precompiled header can be used only with the
+# options that it was compiled with.
 if(ORBIS_BUILD_TESTS AND ORBIS_UNITY)
     file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/test-headers.cpp CONTENT "")
     add_executable(orbis-test-headers EXCLUDE_FROM_ALL ${CMAKE_BINARY_DIR}/test-headers.cpp)

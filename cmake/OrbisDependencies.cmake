@@ -1,7 +1,7 @@
-# What the project does not write itself, under one name each on every platform.
+# Third-party libraries, under the same target names on every platform.
 #   orbis::protobuf  orbis::fmt  orbis::spdlog  orbis::cli11  orbis::utf8proc  orbis::gtest
-# Cross builds for Windows use fmt, spdlog and CLI11 as headers only, from ORBIS_HEADER_ONLY_INCLUDE_DIR, and compile the one source
-# of utf8proc that stands there too.
+# Cross builds for Windows use fmt, spdlog and CLI11 as headers only, from ORBIS_HEADER_ONLY_INCLUDE_DIR, and compile the single source
+# file of utf8proc in that folder.
 include(GoogleTest)
 
 find_package(Protobuf 3.21 REQUIRED)

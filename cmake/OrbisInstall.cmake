@@ -2,8 +2,8 @@
 #   runtime      the plug-in and what it needs, for hosts of any kind
 #   host         orbis-host with its manual page, completions, example machines and the simulated machine
 #   development  headers, schema, CMake package, pkg-config files, static libraries and example hosts
-# The libraries stand in a folder of their own, together: the plug-in finds what it needs beside itself, and nothing else in the system
-# is linked to them by accident.
+# The libraries are installed together in a folder of their own: the plug-in finds its libraries beside itself, and no other program is
+# linked to them by accident.
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -19,14 +19,14 @@ set(ORBIS_INSTALL_INCLUDE_DIR ${CMAKE_INSTALL_INCLUDEDIR}/orbis)
 set(ORBIS_INSTALL_DATA_DIR ${CMAKE_INSTALL_DATADIR}/orbis)
 set(ORBIS_INSTALL_CONFIG_DIR lib/cmake/Orbis)
 
-# Every install rule stands in this file, so that this one comes before all of them.
+# All install rules are in this file, because this one must come before every other.
 if(ORBIS_INSTALL_STRIP)
     install(CODE "set(CMAKE_INSTALL_DO_STRIP TRUE)" ALL_COMPONENTS)
 endif()
 
 # ---- runtime, host ----
 
-# orbis_install_libraries(<component> <target>...): shared libraries, side by side; what links to them is development's.
+# orbis_install_libraries(<component> <target>...): shared libraries in one folder; the links that linkers need go to the component development.
 function(orbis_install_libraries component)
     install(TARGETS ${ARGN}
         RUNTIME DESTINATION ${ORBIS_INSTALL_PLUGIN_DIR} COMPONENT ${component}
@@ -60,7 +60,7 @@ else()
     install(FILES completions/orbis-host.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME orbis-host
             COMPONENT host)
 
-    # orbis_service(<name> <description> <interval> <arguments> <address families> <notes>): a sandboxed service and its timer, which is off.
+    # orbis_service(<name> <description> <interval> <arguments> <address families> <notes>): a sandboxed service and its timer, disabled.
     function(orbis_service name description interval arguments address_families notes)
         foreach(unit service timer)
             configure_file(packaging/systemd/orbis.${unit}.in ${CMAKE_BINARY_DIR}/install/orbis-${name}.${unit} @ONLY)
@@ -93,8 +93,8 @@ install(DIRECTORY machines DESTINATION ${ORBIS_INSTALL_DATA_DIR} COMPONENT host 
 
 # ---- development ----
 
-# orbis_export(<name> <target>...): targets that a consumer finds as Orbis::<target without "orbis-">, in a set of their own, because
-# each set asks for other packages.
+# orbis_export(<name> <target>...): targets that a consumer finds as Orbis::<target without "orbis-">. Each set is separate, because the sets
+# need different packages.
 function(orbis_export name)
     foreach(target IN LISTS ARGN)
         string(REGEX REPLACE "^orbis-" "" exported ${target})
@@ -108,7 +108,7 @@ function(orbis_export name)
 endfunction()
 orbis_export(border orbis-border-c orbis-host-types orbis-border)
 orbis_export(datatypes orbis-datatypes)
-# Its classes change their layout with every release that adds a field: the name tells a program of an older one.
+# The layout of its classes changes with every release that adds a field, so the release is part of the library's name.
 set_target_properties(orbis-datatypes PROPERTIES SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
 if(ORBIS_INSTALL_STRIP AND NOT MSVC)
     # Installation strips programs and shared libraries by itself.
@@ -135,7 +135,7 @@ install(DIRECTORY docs/schema DESTINATION ${ORBIS_INSTALL_DATA_DIR} COMPONENT de
 set(installed_paths ORBIS_INSTALL_PLUGIN_DIR ORBIS_INSTALL_LIBRARY_DIR ORBIS_INSTALL_INCLUDE_DIR ORBIS_INSTALL_DATA_DIR)
 configure_package_config_file(cmake/install/OrbisConfig.cmake.in ${CMAKE_BINARY_DIR}/install/OrbisConfig.cmake
     INSTALL_DESTINATION ${ORBIS_INSTALL_CONFIG_DIR} PATH_VARS ${installed_paths})
-# Within one major version (one minor one before 1.0) what a consumer was written for stays.
+# A consumer works with every later release of the same major version (before 1.0: of the same minor version).
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/install/OrbisConfigVersion.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/install/OrbisConfig.cmake ${CMAKE_BINARY_DIR}/install/OrbisConfigVersion.cmake
         DESTINATION ${ORBIS_INSTALL_CONFIG_DIR} COMPONENT development)

@@ -1,5 +1,5 @@
-# cpack: Debian packages, one a component.
-# cpack packs what is built, and builds nothing of its own: tests above all are no part of a package.
+# cpack: Debian packages, one for each component.
+# cpack packs what has been built and builds nothing itself, in particular no tests.
 set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_VENDOR "Orbis")
@@ -14,7 +14,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# What one package needs of another's private libraries is said below.
+# Dependencies on another package's private libraries are declared below.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 set(own "(= ${PROJECT_VERSION})")
 

@@ -1,16 +1,16 @@
-# What every program and library for Windows has in common.
+# Settings of every program and library for Windows.
 
 # Libraries have one name everywhere: sondix.dll, not libsondix.dll.
 set(CMAKE_SHARED_LIBRARY_PREFIX "")
 set(CMAKE_SHARED_MODULE_PREFIX "")
 
-# What Explorer, installers and crash reports name the files by; a distributor sets its own.
+# Explorer, installers and crash reports show these for each file; a distributor sets its own.
 set(ORBIS_COMPANY "Orbis" CACHE STRING "Company in the version resources")
 set(ORBIS_PRODUCT "Orbis Storage Telemetry" CACHE STRING "Product in the version resources")
 set(ORBIS_COPYRIGHT "Copyright (C) Orbis contributors" CACHE STRING "Copyright in the version resources")
 
 add_compile_definitions(UNICODE _UNICODE)
-# The DLLs that an image is linked to are looked for in two places, never in the current folder or PATH: a program looks beside itself
+# The DLLs that an image is linked to are searched for in two places, never in the current folder or PATH: a program searches beside itself
 # (LOAD_LIBRARY_SEARCH_APPLICATION_DIR), a DLL beside itself (LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR), and both in the system's folder
 # (LOAD_LIBRARY_SEARCH_SYSTEM32).
 set(dependent_load_flags $<IF:$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>,0xA00,0x900>)
@@ -22,15 +22,15 @@ else()
     # Control Flow Guard, the stack protector, and libc++'s cheap checks of bounds and of empty containers, in what is shipped as well.
     add_compile_options(-mguard=cf -fstack-protector-strong)
     add_compile_definitions($<$<COMPILE_LANGUAGE:CXX>:_LIBCPP_HARDENING_MODE=_LIBCPP_HARDENING_MODE_FAST>)
-    # Iterators of arrays and string views are classes, as the Microsoft library has them: code that takes them for pointers does not
-    # compile here either.
+    # Iterators of arrays and string views are classes, as in the Microsoft library, so code that uses them as pointers does not compile
+    # here either.
     add_compile_definitions($<$<COMPILE_LANGUAGE:CXX>:_LIBCPP_ABI_USE_WRAP_ITER_IN_STD_ARRAY>
                             $<$<COMPILE_LANGUAGE:CXX>:_LIBCPP_ABI_USE_WRAP_ITER_IN_STD_STRING_VIEW>)
     # Debug information for a program database, without this machine's command lines.
     add_compile_options(-g -gcodeview -gno-codeview-command-line -fdebug-compilation-dir=.)
-    # ASLR with high entropy and no executable data are lld's defaults, written out because they are relied on. Only what is marked
-    # leaves a DLL. In the place of the time of linking stands a hash of the content: the same sources give the same bytes, and other
-    # sources another identity, by which a symbol server finds the file.
+    # ASLR with high entropy and NX are lld's defaults; they are stated because a test relies on them. Only marked symbols are exported.
+    # The time stamp is a hash of the content: the same sources give the same bytes, and different sources give a different identity, by
+    # which a symbol server finds the file.
     add_link_options(-mguard=cf LINKER:--dynamicbase LINKER:--high-entropy-va LINKER:--nxcompat LINKER:-u,_load_config_used
                      LINKER:--exclude-all-symbols LINKER:-Xlink=-Brepro LINKER:-Xlink=-dependentloadflag:${dependent_load_flags})
     # Compiled here and linked as an object: a library would be a dependency of every static library that is installed.

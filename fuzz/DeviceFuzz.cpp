@@ -24,7 +24,7 @@ void orbis::fuzz::Device(Bytes bytes)
                 Require(platform::ValidUtf8(item.ItemId().ToString()) == item.ItemId().ToString(), "an item id is valid UTF-8");
             }
         } catch (const Sdk::Exceptions::HostException&) {
-            // This is how a failed collection ends.
+            // A failed collection is no fault.
         }
     };
     using Plugin = Plugins::StorageCollectorPlugin;

@@ -106,7 +106,7 @@ std::shared_ptr<simulated::Machine> TrueMachine()
     return machine;
 }
 
-// Where the device's own data begins in an answer to a request of this size.
+// The offset of the device's data in an answer to a request of this size.
 std::uint32_t DataOffset(std::uint32_t code, std::uint32_t outSize)
 {
     constexpr std::uint32_t kNvmeErrorLog = 64;

@@ -31,7 +31,7 @@ private:
 // The last answer of each datatype and item id, and when it came.
 using LastAnswers = std::map<std::pair<std::string, std::string>, std::pair<LastAnswer, SupervisionClock::TimePoint>>;
 
-// One key for a disk, whichever of its paths a request uses.
+// The same key for all paths of a disk.
 [[nodiscard]] std::string KeyOf(const WaitedFor& wait);
 // The name of a disk or source in messages.
 [[nodiscard]] std::string NameOf(const WaitedFor& wait);
@@ -51,17 +51,17 @@ public:
         Ended,
     };
 
-    // Starts a process that leaves out what `task` says.
+    // Starts a process that leaves out the sources of `task`.
     Attempt(const std::vector<std::string>& arguments, const Assignment& task, TimePoint now);
 
-    // Reads what the process has sent; the answers of its disks go to `last`.
+    // Reads the messages of the process; the answers of its disks are stored in `last`.
     void Read(const SupervisionClock& clock, LastAnswers& last);
 
     [[nodiscard]] State GetState() const noexcept { return m_State; }
-    // Neither its answer nor its end is known.
+    // The process is still collecting.
     [[nodiscard]] bool IsCollecting() const noexcept { return m_State == State::Collecting || m_State == State::Asleep; }
     [[nodiscard]] bool IsLive() const noexcept { return m_State != State::Ended; }
-    // Whether a new pass began since this was asked last.
+    // Whether a new pass began since the last call.
     [[nodiscard]] bool TakePassBegan() { return std::exchange(m_PassBegan, false); }
     [[nodiscard]] const std::vector<LateSource>& Late() const noexcept { return m_Late; }
     [[nodiscard]] TimePoint Started() const noexcept { return m_Started; }
@@ -73,19 +73,19 @@ public:
     [[nodiscard]] std::string EndText() const;
     // The source that this pass has waited for longest.
     [[nodiscard]] std::optional<WaitedFor> Culprit(TimePoint now) const;
-    // The source that it waits for now.
+    // The source that the process is waiting for now.
     [[nodiscard]] const std::optional<WaitedFor>& Waiting() const noexcept { return m_Waiting; }
     [[nodiscard]] TimePoint WaitingSince() const noexcept { return m_WaitingSince; }
 
-    // Lets it write, or lets it begin its pass again; `passes` were shown before.
+    // Let the process write its output, or make it repeat the pass; `passes` were shown before.
     void Go(std::uint32_t passes);
     void Discard(std::uint32_t passes);
     void Wake();
     [[nodiscard]] ChildProcess& Process() noexcept { return m_Process; }
 
-    bool isCommitted = false;  // it has written
-    bool isShadow = false;     // its pass was given up; it goes on beside the others until it answers
-    bool isStale = false;      // its next answer belongs to that pass
+    bool isCommitted = false;  // it has been allowed to write
+    bool isShadow = false;     // its pass was given up; it continues beside the others until its source answers
+    bool isStale = false;      // its next output belongs to the pass that was given up
 
 private:
     void Take(const ChildReport& report, const SupervisionClock& clock, LastAnswers& last);

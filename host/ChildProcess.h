@@ -45,7 +45,8 @@ public:
     [[nodiscard]] static Outcome Wait(std::span<ChildProcess* const> children, std::optional<TimePoint> deadline);
     // Whether Read would return at once.
     [[nodiscard]] bool IsReadable();
-    // What the child has sent, waiting for it if need be; 0 when it has closed its pipe, as it does when it ends.
+    // Reads bytes from the child and waits for them if necessary; returns 0 when the child has closed its pipe, for instance by
+    // ending.
     [[nodiscard]] std::size_t Read(std::span<char> buffer);
     // Sends bytes to the child's standard input; those for a child that has ended are lost.
     void Write(std::string_view bytes) noexcept;
@@ -53,7 +54,7 @@ public:
     // Ends the child at once, without waiting. A child inside a request that the kernel cannot cancel lives until the request ends.
     void Kill() noexcept;
 
-    // How the child ended; waits up to `patience`. Nothing when it still runs.
+    // How the child ended; waits up to `patience`. Empty when it is still running.
     [[nodiscard]] std::optional<ChildEnd> WaitForEnd(std::chrono::milliseconds patience);
 
     // This program's own file.
@@ -67,10 +68,10 @@ private:
 // The child's side of the two pipes.
 class ChildPipe {
 public:
-    // `pipe` is the argument that replaced "{pipe}". From here on the process leaves Ctrl-C to its parent.
+    // `pipe` is the argument that replaced "{pipe}". From now on the process ignores Ctrl-C and leaves it to its parent.
     explicit ChildPipe(const std::string& pipe);
 
-    // Both end the process when the parent is gone.
+    // Both end the process when the parent no longer exists.
     void Write(std::string_view bytes) noexcept;
     void Read(std::span<char> buffer) noexcept;  // the whole buffer
 

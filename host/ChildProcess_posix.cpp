@@ -22,7 +22,7 @@ extern char** environ;
 namespace orbis::host {
 namespace {
 
-// The descriptor that the child's pipe has there.
+// The descriptor of the pipe in the child.
 constexpr int kPipe = 3;
 
 [[noreturn]] void Throw(const char* what, int error)
@@ -180,7 +180,7 @@ std::optional<ChildEnd> ChildProcess::WaitForEnd(std::chrono::milliseconds patie
 
 std::filesystem::path ChildProcess::OwnProgram()
 {
-    // The link itself, not what it points to: it names this very program even after the file was replaced.
+    // The link itself, not its target: it refers to this program even after the file was replaced.
     return "/proc/self/exe";
 }
 

@@ -110,7 +110,7 @@ struct ChildProcess::System {
         }
     }
 
-    // Begins to read, unless it does already. A pipe that is closed counts as readable.
+    // Starts a read, unless one is pending. A closed pipe counts as readable.
     void Begin()
     {
         if (isReading) {

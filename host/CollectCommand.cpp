@@ -43,7 +43,7 @@ std::string RenderLive(const std::vector<CollectedDatatype>& results, LiveView& 
 const std::string kHideCursor = "\x1B[?25l";
 const std::string kClearScreen = "\x1B[H\x1B[2J";
 
-// Redrawn in place: each line clears what was behind it, and what is below goes.
+// Redraws in place: each line clears the rest of its row, and everything below the last line is cleared.
 std::string Redrawn(const std::string& text)
 {
     std::string redrawn = "\x1B[H";
@@ -57,7 +57,7 @@ std::string Redrawn(const std::string& text)
 
 int Collect(const CollectOptions& options, Output& output)
 {
-    // In force before the plug-in is loaded, and for longer than its object lives.
+    // Installed before the plug-in is loaded, and kept until its object has been destroyed.
     MachineInForce machine(options.source.machine, options.source.skipSleeping.value_or(false));
     Collector collector(machine, options.source.plugin, options.source.logLevel);
     const std::vector<border::Operation> operations = collector.Choose(options.datatypes);
@@ -65,7 +65,7 @@ int Collect(const CollectOptions& options, Output& output)
     const bool isWatch = options.watchSeconds > 0;
     const bool isLive = isWatch && options.format == Format::Table && operations.size() == 1 && IsActivity(operations.front());
     const bool isRedrawn = isLive && output.GetStyle().canRedraw;
-    // The supervisor ends a supervised watch; there may have been passes before it took over.
+    // A supervised watch is ended by its supervisor; earlier processes may have shown passes already.
     Supervised* const supervised = isWatch ? Supervised::Get() : nullptr;
     std::uint32_t shown = supervised != nullptr ? supervised->Task().passes() : 0;
     if (isWatch && supervised == nullptr) {
@@ -79,7 +79,7 @@ int Collect(const CollectOptions& options, Output& output)
     int status = kExitOk;
     LiveView live;
     AnswerStore store;
-    std::set<std::uint32_t> told;  // disks that were said to be asleep
+    std::set<std::uint32_t> told;  // disks that were reported as asleep
     std::vector<std::string> selected;
     for (std::uint32_t pass = 1; !IsInterrupted() && !output.IsLost(); ++pass) {
         if (supervised != nullptr && pass > 1) {

@@ -24,13 +24,13 @@ using border::HostException;
 using border::Operation;
 
 constexpr std::string_view kAll = "all";
-// How a query of WMI that is left out fails: ERROR_TIMEOUT.
+// The error of a WMI query that is left out: ERROR_TIMEOUT.
 constexpr std::string_view kTimedOut = "HRESULT 0x800705B4";
-// The datatypes that identify disks. By their names: to ask a message for its descriptor builds all of its schema.
+// The datatypes that identify disks, by name: asking a message for its descriptor would build the whole schema.
 constexpr std::string_view kStaticInfo = "PhysicalDiskStaticInfo";
 constexpr std::string_view kIdentify = "NvmeIdentifyControllerData";
 
-// What a disk's static description says of it, for disks whose requests were not seen.
+// The disk according to its PhysicalDiskStaticInfo, for disks whose requests were not observed.
 Disk ToDisk(const std::string& itemId, const datatypes::PhysicalDiskStaticInfo& message)
 {
     Disk disk;
@@ -141,7 +141,7 @@ void Collector::ReportFailure(const std::string& datatype, const HostException& 
         reason = "it needs what did not answer";
     }
     const Finding failure{"collection-failed", {}, fmt::format("{}: not collected: {}", datatype, reason), {}, {datatype}};
-    if (std::find(m_Failures.begin(), m_Failures.end(), failure) == m_Failures.end()) {  // it is collected again to find a disk
+    if (std::find(m_Failures.begin(), m_Failures.end(), failure) == m_Failures.end()) {  // it may be collected again to find a disk
         m_Failures.push_back(failure);
     }
     if (m_LogLevel <= LogLevel::Debug) {
@@ -180,7 +180,8 @@ std::vector<Finding> Collector::ReportFindings()
     }
     m_ReportedFailures = std::exchange(m_Failures, {});
     for (const Finding& failure : m_ReportedFailures) {
-        // The letter, disk or id that ended a collection is reported above or was before, with the datatypes that it cost.
+        // The letter, disk or id that ended a collection is reported above or was reported before, with the datatypes that lack
+        // data.
         if (!IsExplained(failure.datatypes.front())) {
             Say(failure.text);
         }
@@ -196,7 +197,7 @@ std::string Collector::TakeDisksWithoutLetter()
     std::string names;
     std::size_t count = 0;
     m_Log->Drop([&](std::string_view line) {
-        // The name of a disk without letters is its number alone.
+        // The name of a disk without letters is only its number.
         if (!line.starts_with(kBefore) || !line.ends_with(kAfter)) {
             return false;
         }

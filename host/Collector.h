@@ -23,7 +23,7 @@ struct Collection {
     std::chrono::system_clock::time_point time;
 };
 
-// A plug-in at work on the machine in force: collects datatypes, reports what fails, and learns what people call the disks.
+// A plug-in that collects from the current machine. Reports failures, and learns the names of the disks.
 class Collector {
 public:
     // Throws border::PluginLoadError; HostException when the plug-in's object cannot be created.
@@ -32,30 +32,29 @@ public:
     // The operations for these datatypes, in the plug-in's order; all of them for "all" or for none. Throws std::invalid_argument
     // for a name that the plug-in does not have.
     [[nodiscard]] std::vector<border::Operation> Choose(const std::vector<std::string>& datatypes) const;
-    // Lets enough time pass for the rates among these; the plug-in took its first sample when it was created.
+    // Waits long enough for the rates among these; the plug-in took its first sample when it was created.
     void LetRatesBuildUp(const std::vector<border::Operation>& operations);
-    // Makes the plug-in's object anew: one that met a disk goes on looking for its counters.
+    // Replaces the plug-in's object, because one that has seen a disk keeps looking for its counters.
     void Renew() { m_Object = m_Plugin.Create(m_Log); }
-    // Collects each of them once, all disks. A failure is reported on standard error and sets HasFailed.
+    // Collects each of them once, for all disks. A failure is reported on standard error and sets HasFailed.
     [[nodiscard]] std::vector<CollectedDatatype> Collect(const std::vector<border::Operation>& operations);
-    // Reports what was left out of the collections since the last call, and returns it together with the failures.
+    // Ends a pass: reports what it left out, and returns that together with the failures.
     [[nodiscard]] std::vector<Finding> ReportFindings();
-    // All findings of the pass that ReportFindings ended, those of earlier passes that still hold included.
+    // All findings of that pass, including earlier ones that still hold.
     [[nodiscard]] std::vector<Finding> CurrentFindings() const;
 
-    // The item ids that a selector names. Collects what identifies disks when that is not known yet. Throws std::invalid_argument,
-    // with a list of the disks, when it names none. Empty for a disk that is left out.
+    // The item ids that a selector names. Collects the data that identifies disks if it is not known yet. Throws
+    // std::invalid_argument, with a list of the disks, when no disk matches. Empty for a disk that is left out.
     [[nodiscard]] std::vector<std::string> Select(const std::string& given);
-    // The numbers of the disks left out that a selector names.
+    // The numbers of the left-out disks that a selector names.
     [[nodiscard]] std::set<std::uint32_t> SelectHidden(const std::string& given) const;
-    // Collects what identifies disks, models, serial numbers and drive letters, unless these results have them or nothing is new
-    // in them.
+    // Collects models, serial numbers and drive letters of disks, unless these results contain them or have no new disk.
     void LearnIdentities(const std::vector<CollectedDatatype>& results);
 
-    // Learns of a disk that is not collected now.
+    // Adds a disk that is not being collected.
     void Learn(const Disk& disk) { m_Disks.Learn(disk); }
 
-    // How the newest collection of each datatype went.
+    // The result of the newest collection of each datatype.
     [[nodiscard]] const std::map<std::string, Collection>& Collections() const noexcept { return m_Collections; }
     [[nodiscard]] const Disks& KnownDisks() const noexcept { return m_Disks; }
     [[nodiscard]] bool HasFailed() const noexcept { return m_HasFailed; }
@@ -63,7 +62,7 @@ public:
 private:
     [[nodiscard]] CollectedDatatype CollectOne(const border::Operation& operation);
     void ReportFailure(const std::string& datatype, const border::HostException& exception);
-    // Takes the log lines of disks without a drive letter out of the log, and gives a text for those that are new.
+    // Removes the log lines about disks without a drive letter from the log, and returns a text for the new ones.
     [[nodiscard]] std::string TakeDisksWithoutLetter();
     // Whether something did not answer in time and is left out.
     [[nodiscard]] bool HasLateSource() const;
@@ -82,8 +81,8 @@ private:
     std::vector<Finding> m_Failures;
     std::vector<Finding> m_ReportedFailures;  // of the pass that ended last
     bool m_HasFailed = false;
-    std::set<std::uint32_t> m_WithoutLetter;  // disks that were told of
-    std::set<std::string> m_Identified;       // item ids whose identity was looked for
+    std::set<std::uint32_t> m_WithoutLetter;  // disks that were reported
+    std::set<std::string> m_Identified;       // item ids whose identity was collected
     bool m_HasIdentities = false;
 };
 

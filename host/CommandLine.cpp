@@ -31,7 +31,7 @@ namespace {
 
 std::string VersionText() { return std::string("orbis-host ") + kVersion; }
 
-// For the list of commands; the arguments of help are words that would otherwise be taken for commands.
+// Only for the list of commands: Run handles help itself, because its arguments would be taken for commands.
 void AddHelp(CommandSet& commands)
 {
     commands.Add(commands.Root(), "help", "Show the help of a command", [] { return kExitOk; });
@@ -159,7 +159,7 @@ private:
         return words;
     }
 
-    // Reports an argument that has no place here.
+    // Reports an unexpected argument.
     int Refuse(const std::string& argument)
     {
         const CLI::App& command = Parsed();
@@ -199,7 +199,7 @@ const std::array<CommandLine::Command, 9> CommandLine::kCommands{{{"describe", &
 int RunCommandLine(int argc, const char* const* argv, Output& output)
 {
     try {
-        // How the supervisor of a deadline starts a process; see Attempt.
+        // The supervisor of a deadline starts processes this way; see Attempt.
         if (argc > 2 && std::string_view(argv[1]) == "--supervised") {
             Supervised::Begin(argv[2]);
             argc -= 2;

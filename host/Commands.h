@@ -18,14 +18,14 @@ struct DescribeOptions {
     std::filesystem::path plugin;  // empty: the one beside this program
 };
 
-// What every command that collects has.
+// The options of every command that collects.
 struct SourceOptions {
     std::filesystem::path plugin;
     std::filesystem::path machine;  // empty: this machine
     std::string disk;               // empty: every disk
     LogLevel logLevel = LogLevel::Warning;
-    std::optional<double> deadline;    // seconds, 0: none; absent: what is usual for the command
-    std::optional<bool> skipSleeping;  // absent: what is usual for the command
+    std::optional<double> deadline;    // seconds, 0: none; absent: the command's default
+    std::optional<bool> skipSleeping;  // absent: the command's default
 };
 
 struct CollectOptions {
@@ -67,11 +67,11 @@ struct RecordOptions {
     SourceOptions source;
     std::filesystem::path file;
     double seconds = 2;            // in which counters run
-    std::optional<Format> format;  // print what was collected, too
+    std::optional<Format> format;  // also print the collected data
     bool withIdentifiers = false;
 };
 
-// Each prints its result, reports what goes wrong on standard error, and returns the exit status.
+// Each prints its result, reports errors on standard error, and returns the exit status.
 [[nodiscard]] int Describe(const DescribeOptions& options, Output& output);
 [[nodiscard]] int Collect(const CollectOptions& options, Output& output);
 [[nodiscard]] int Metrics(const MetricsOptions& options, Output& output);

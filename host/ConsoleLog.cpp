@@ -53,7 +53,7 @@ const char* ColourOf(spdlog::level::level_enum level)
     }
 }
 
-// Of a supervised process, whose text is held back until it may write.
+// For a supervised process, whose text is held back until it may write.
 class HeldSink final : public spdlog::sinks::base_sink<std::mutex> {
     void sink_it_(const spdlog::details::log_msg& message) override
     {

@@ -14,10 +14,11 @@ enum class LogLevel { Trace, Debug, Info, Warning, Error, Off };
 // Log lines on standard error: time, level, log id, message, file:line and function. Control characters are shown, not sent.
 class ConsoleLog : public Veyra::Orbis::Common::IZelLog {
 public:
-    // What is logged may be said in the user's terms too: an error leaves as an exception, or a finding explains it. So that a
-    // person reads it once, lines are held back until this is called. At debug level and below nothing is held back.
+    // Writes the lines held back so far. A failure can be both logged and reported in the user's terms, as an exception or a
+    // finding. Lines are held back until this call so that the caller can drop those that it has reported. At debug level and below
+    // nothing is held back.
     virtual void Flush() = 0;
-    // Forgets the lines held back that `isSaid`.
+    // Drops the held lines for which `isSaid` is true.
     virtual void Drop(const std::function<bool(std::string_view message)>& isSaid) = 0;
 };
 

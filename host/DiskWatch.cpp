@@ -32,7 +32,7 @@ std::optional<T> As(const void* bytes, std::size_t size)
     return value;
 }
 
-// ASCII as devices pad it; other bytes are left out.
+// ASCII without the padding of devices; other bytes are left out.
 std::string DeviceText(std::string_view bytes)
 {
     std::string text;
@@ -74,7 +74,7 @@ std::optional<std::uint32_t> NumberOf(const std::u16string& path)
     return number;
 }
 
-// What a pass-through request asks for: the ATA command, or 0; and where its data go.
+// A pass-through request: its ATA command, or 0, and its data buffer.
 struct PassThrough {
     std::uint8_t command = 0;
     std::uint32_t length = 0;
@@ -115,7 +115,7 @@ std::vector<Disk> DiskWatch::Seen()
         if (drive.pnpDeviceId.empty()) {
             continue;
         }
-        // The plug-in reads the text as one of the system's code page, and so names the disk by it.
+        // The plug-in decodes the text with the system's code page, so the item id is made in the same way.
         Disk disk{"Disk_" + DefaultToUtf8(drive.pnpDeviceId),
                   number,
                   drive.model,
@@ -148,7 +148,7 @@ std::optional<std::uint32_t> DiskWatch::NumberOfPath(const std::string& path)
     if (const auto known = letter ? m_Letters.find(*letter) : m_Letters.end(); known != m_Letters.end()) {
         return known->second;
     }
-    // An interface path begins with the device's id.
+    // An interface path starts with the device's id.
     for (const auto& [number, drive] : m_Drives) {
         std::string start = R"(\\?\)" + drive.pnpDeviceId + '#';
         std::replace(start.begin() + 4, start.end(), '\\', '#');
@@ -243,11 +243,11 @@ void DiskWatch::Take(const Row& row)
     }
     const std::string id = value(u"PNPDeviceID");
     if (id.empty() || value(u"Index").empty()) {
-        return;  // a query for models alone, or a row without an identity
+        return;  // a query for models only, or a row without an identity
     }
     const auto number = static_cast<std::uint32_t>(std::stoul(value(u"Index")));
     if (!m_Listed.insert(number).second) {
-        return;  // of two rows for one number the plug-in takes the first
+        return;  // the plug-in uses the first of two rows with the same number
     }
     Drive& drive = m_Drives[number];
     if (!drive.pnpDeviceId.empty() && drive.pnpDeviceId != id) {
@@ -273,7 +273,7 @@ NativeHandle DiskWatch::Open(const char16_t* path, std::uint32_t access, std::ui
 bool DiskWatch::Control(NativeHandle device, std::uint32_t code, void* in, std::uint32_t inSize, void* out, std::uint32_t outSize,
                         std::uint32_t* returned, void* overlapped)
 {
-    // The request is read first: its answer may take its place.
+    // The request is read first, because the answer may overwrite it.
     const PassThrough request = CommandOf(code, in, inSize);
     const std::uint32_t propertyId =
         code == kIoctlStorageQueryProperty && in != nullptr && inSize >= sizeof(StoragePropertyQueryHead)
@@ -314,7 +314,7 @@ bool DiskWatch::Control(NativeHandle device, std::uint32_t code, void* in, std::
         const std::string serial = AtaSerialNumber(request.data);
         drive->serialNumber = serial.empty() ? drive->serialNumber : serial;
     } else if (!isAnswered && code == kIoctlScsiPassThroughDirect) {
-        drive->smartError = SavedLastError();  // an INQUIRY, without which SMART is not asked for
+        drive->smartError = SavedLastError();  // an INQUIRY; without its answer SMART is not requested
     }
     return isAnswered;
 }
@@ -361,7 +361,7 @@ void DiskWatch::TakeProperty(Drive& drive, std::uint32_t propertyId, std::string
             drive.serialNumber = DeviceText(text.substr(0, text.find('\0')));
         }
     } else if (propertyId == kStorageAdapterProtocolSpecificProperty || propertyId == kStorageDeviceProtocolSpecificProperty) {
-        // Bytes 4 to 23 of Identify Controller (NVMe 1.4, figure 247). A controller's page begins with its PCI vendor.
+        // Bytes 4 to 23 of Identify Controller (NVMe 1.4, figure 247). A controller's page starts with its PCI vendor id.
         const auto head = As<StorageProtocolDataDescriptor>(reply.data(), reply.size());
         constexpr std::uint32_t kIdentifyController = 1;
         if (!head || head->protocol.dataType != kNvmeDataTypeIdentify || head->protocol.requestValue != kIdentifyController) {

@@ -14,18 +14,18 @@
 
 namespace orbis::host {
 
-// A decorator over a machine that learns from the collectors' own requests what a person calls a disk: number, model, serial
-// number, drive letters. It asks nothing by itself. Thread-safe.
+// A decorator over a machine that learns number, model, serial number and drive letters of the disks from the collectors' requests.
+// It sends no requests itself. Thread-safe.
 class DiskWatch final : public platform::ForwardingPlatform, private platform::ForwardingWmi, private platform::ForwardingDeviceIo {
 public:
     explicit DiskWatch(platform::Platform& machine)
         : ForwardingPlatform(machine), ForwardingWmi(machine.WmiPort()), ForwardingDeviceIo(machine.DeviceIoPort())
     {}
 
-    // The disks of the inventory, with what was seen of them so far.
+    // The disks of the inventory, with what is known of them so far.
     [[nodiscard]] std::vector<Disk> Seen();
 
-    // The number of the disk behind a path that is opened (UTF-8), as far as earlier requests showed it.
+    // The number of the disk with this path (UTF-8), if earlier requests showed it.
     [[nodiscard]] std::optional<std::uint32_t> NumberOfPath(const std::string& path);
     // The interface path of a disk (UTF-8), or an empty text.
     [[nodiscard]] std::string InterfacePathOf(std::uint32_t number);
@@ -36,7 +36,7 @@ public:
         bool isOpen = false;    // the device could not be opened; else a request to it was refused
         std::uint32_t error{};  // Win32
     };
-    // The newest one since the last call.
+    // The newest failure since the last call.
     [[nodiscard]] std::optional<DeviceFailure> TakeLastFailure();
 
     platform::Wmi& WmiPort() noexcept override { return *this; }

@@ -9,7 +9,7 @@
 
 namespace orbis::host {
 
-// One physical disk, as far as it is known. Texts are trimmed UTF-8; what is not known is empty.
+// What is known of one physical disk. Texts are trimmed UTF-8; unknown values are empty.
 struct Disk {
     std::string itemId;                   // "Disk_" and the PnP device id
     std::optional<std::uint32_t> number;  // the N of \\.\PhysicalDriveN
@@ -20,10 +20,10 @@ struct Disk {
     std::optional<std::uint32_t> smartError;  // Win32 error of the last refused SMART request; 0: the device refused it
 };
 
-// The disks of the machine: the one place that names a disk for people and that finds the disk that a person names.
+// The disks of the machine. Gives disks their names in output, and finds the disk that a user names.
 class Disks {
 public:
-    // Adds a disk, or what is newly known of one.
+    // Adds a disk, or new information about one.
     void Learn(const Disk& disk);
 
     // The disk with this item id, or null.

@@ -32,7 +32,7 @@ inline constexpr std::array<ExitStatusText, 8> kExitStatuses{{
     {kExitOk, "all collected"},
 }};
 
-// Of two statuses the one that a program ends with.
+// Returns the status of the two that the program ends with.
 [[nodiscard]] constexpr int Graver(int one, int other) noexcept
 {
     const auto place = [](int status) {

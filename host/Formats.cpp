@@ -67,7 +67,7 @@ std::string RenderJson(const std::vector<CollectedDatatype>& results)
     return out + "\n]\n";
 }
 
-// The finding is about this disk and touches this datatype.
+// Whether the finding is about this disk and concerns this datatype.
 bool Concerns(const Finding& finding, const Disk* disk, const std::string& datatype)
 {
     const bool isItsDisk = disk != nullptr && disk->number &&
@@ -96,7 +96,7 @@ JsonLine BeginLine(const Context& context, std::chrono::system_clock::time_point
     return line;
 }
 
-// One line for each item, and one for what was found about none of them.
+// One line for each item, and one for the findings that concern none of them.
 std::string RenderJsonLines(const std::vector<CollectedDatatype>& results, const Context& context)
 {
     std::string out;
@@ -153,7 +153,7 @@ std::string RenderText(const std::vector<CollectedDatatype>& results)
     std::string out;
     for (const CollectedDatatype& result : results) {
         for (const Collected& item : result.items) {
-            // Item ids are device text: quoted and escaped as JSON does, they stay on their line.
+            // Item ids are device text. Quoted and escaped as in JSON, they stay on one line.
             out +=
                 fmt::format("{}# {} {} {}\n", out.empty() ? "" : "\n", result.datatype, JsonText(item.itemId), Rfc3339(item.time));
             if (item.message == nullptr) {
@@ -201,7 +201,7 @@ bool RenderAs(const CollectedDatatype& result, const Disks& disks, const Style& 
     return true;
 }
 
-// The item ids of the disks that were named, where no table has them.
+// The item ids of the named disks, unless a table shows them.
 std::string RenderLegend(const std::vector<CollectedDatatype>& results, const Disks& disks, const Style& style)
 {
     std::vector<std::string> shown;
@@ -260,7 +260,7 @@ void Keep(insight::HealthReport& report, const std::vector<std::string>& itemIds
 
 std::unique_ptr<pb::Message> NewMessage(const std::string& fullName)
 {
-    // By class: no descriptor is registered, and none built, before it is asked for.
+    // By class, so that descriptors are registered and built only on request.
     using Prototype = const pb::Message& (*)();
     static constexpr std::array<std::pair<std::string_view, Prototype>, 6> kDatatypes{
         {{"PhysicalDiskDynamicInfo", PrototypeOf<datatypes::PhysicalDiskDynamicInfo>},

@@ -23,7 +23,7 @@ struct Collected {
     std::unique_ptr<google::protobuf::Message> message;
 };
 
-// One collection operation's answer.
+// The answer of one collection operation.
 struct CollectedDatatype {
     std::string datatype;  // without its package
     std::vector<Collected> items;
@@ -32,7 +32,7 @@ struct CollectedDatatype {
 // Something that was left out of the collections.
 using insight::Finding;
 
-// What a document in a format is about, beside the items.
+// The context of the printed items.
 struct Context {
     const Disks& disks;
     Style style{};                                 // of tables
@@ -41,15 +41,15 @@ struct Context {
     const std::vector<Finding>& findings;          // of this pass
 };
 
-// Keeps the items with these ids alone.
+// Keeps only the items with these ids.
 void Keep(std::vector<CollectedDatatype>& results, const std::vector<std::string>& itemIds);
 // Keeps the disks with these item ids; a report knows them by number.
 void Keep(insight::HealthReport& report, const std::vector<std::string>& itemIds, const Disks& disks);
 
-// An empty message of a datatype by its full name, or null when this program does not know it.
+// An empty message of the datatype with this full name, or null when this program does not know it.
 [[nodiscard]] std::unique_ptr<google::protobuf::Message> NewMessage(const std::string& fullName);
 
-// All results in one piece of output.
+// All results as one text.
 [[nodiscard]] std::string Render(const std::vector<CollectedDatatype>& results, Format format, const Context& context);
 
 // "2026-11-21T09:05:18.123Z"

@@ -30,7 +30,7 @@ namespace {
 
 using insight::HealthReport;
 
-// What is collected for a verdict: these four together make every request that a rule looks at.
+// The datatypes that are collected for a verdict: together they make every request that a rule reads.
 const std::vector<std::string> kHealthDatatypes{"PhysicalDiskStaticInfo", "SmartDynamicInfo", "SmartNvmeInfo",
                                                 "NvmeIdentifyControllerData"};
 
@@ -47,7 +47,7 @@ std::string ToJson(const google::protobuf::Message& message)
     return text;
 }
 
-// A disk that did not answer in time is unknown; what it is called is taken from the baseline.
+// A disk that did not answer in time is UNKNOWN; its name is taken from the baseline.
 void AddLate(HealthReport& report, const std::map<std::uint32_t, std::string>& late, const HealthReport& baseline)
 {
     for (const auto& [number, reason] : late) {
@@ -87,7 +87,7 @@ int StatusOf(const HealthReport& report)
     }
 }
 
-// The report of the last run; empty where none was kept.
+// The report of the last run; empty when there is none.
 HealthReport ReadState(const HealthOptions& options)
 {
     std::error_code error;
@@ -100,7 +100,7 @@ void UpdateState(const HealthOptions& options, std::shared_ptr<spdlog::sinks::si
 {
     report.clear_gone();
     if (!options.source.disk.empty()) {
-        // The other disks were not looked at: they stay as they were.
+        // The other disks were not judged, so their entries do not change.
         HealthReport others = before;
         for (const insight::DiskHealth* one : insight::MatchDisks(report, before)) {
             auto& disks = *others.mutable_disk();
@@ -165,7 +165,7 @@ int Health(const HealthOptions& options, Output& output)
             throw std::invalid_argument(fmt::format("the rule {} looks at no counter that could rise", rule));
         }
     }
-    // A log that the system does not have is reported before the disks are asked, too.
+    // A log that the system lacks is also reported before the disks are asked.
     auto log = options.logTo == HealthLogTarget::None ? nullptr : MakeHealthSink(options.logTo);
     MachineInForce machine(options.source.machine, options.source.skipSleeping.value_or(false));
     Collector collector(machine, options.source.plugin, options.source.logLevel);

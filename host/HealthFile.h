@@ -7,7 +7,7 @@
 
 namespace orbis::host {
 
-// An earlier `orbis-host health --format json`. Throws std::invalid_argument that names the file.
+// Reads an earlier output of `orbis-host health --format json`. Throws std::invalid_argument that names the file.
 [[nodiscard]] insight::HealthReport ReadHealthReport(const std::filesystem::path& file);
 
 // Adds the disks that are left out because they are asleep, with their last verdicts in an earlier report, which may be empty.

@@ -15,16 +15,16 @@
 
 namespace orbis::host {
 
-// The answers of a pass, for the supervisor to keep while their disk is late.
+// The answers of a pass, which the supervisor keeps to show them while their disk is late.
 [[nodiscard]] std::vector<LastAnswer> AnswersOf(const std::vector<CollectedDatatype>& results, const Disks& disks);
 
-// The last answers of a watch's disks, of this process and of those that the supervisor had before it.
+// The last answers of the disks of a watch, from this process and from earlier ones of the same supervisor.
 class AnswerStore {
 public:
     AnswerStore();
 
     void Keep(const std::vector<LastAnswer>& answers);
-    // Adds to the results those of the disks that are late or asleep, and returns a line for each of these disks.
+    // Adds the answers of disks that are late or asleep to the results, and returns a line for each of these disks.
     [[nodiscard]] std::string AddTo(std::vector<CollectedDatatype>& results, Collector& collector,
                                     const MachineInForce& machine) const;
 
@@ -34,7 +34,7 @@ private:
         LastAnswer answer;
         Clock::time_point time;
     };
-    // Adds those of one disk, and returns the age of the last one.
+    // Adds the answers of one disk, and returns the age of the newest one.
     [[nodiscard]] std::optional<double> AddAnswersOf(std::uint32_t number, std::vector<CollectedDatatype>& results,
                                                      Collector& collector) const;
 

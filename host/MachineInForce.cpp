@@ -33,7 +33,7 @@ extern "C" void OnInterrupt(int signal)
     std::signal(signal, SIG_DFL);
 }
 
-// Replaces remedies by those that fit how this program was started. More rights here do not change what a machine file answers.
+// Replaces remedies by ones that fit this program and machine. With a machine file, more rights here would change nothing.
 std::vector<insight::Finding> Advised(std::vector<insight::Finding> findings, bool isSimulated)
 {
     for (insight::Finding& finding : findings) {
@@ -55,7 +55,7 @@ void InterruptWaits()
 
 bool IsInterrupted() { return g_Interrupted; }
 
-// Reports what is waited for, limits time-outs of requests to the time that is left, and leaves out late sources.
+// Reports waits to the supervisor, limits time-outs of requests to the remaining time, and leaves out late sources.
 struct MachineInForce::Guard {
     Guard(platform::Platform& machine, Supervised& supervised)
         : waits(machine, supervised),
@@ -83,7 +83,7 @@ struct MachineInForce::Guard {
         return {static_cast<insight::Source::Kind>(one.source().kind()), one.source().name()};
     }
 
-    // What is left out, once.
+    // The sources that are left out; empty from the second call on.
     std::vector<insight::Finding> TakeFindings()
     {
         return std::exchange(isTold, true) ? std::vector<insight::Finding>{} : Findings();

@@ -32,7 +32,7 @@ std::string Real(double value)
     return std::isinf(value) ? (value < 0 ? "-Inf" : "+Inf") : fmt::format("{}", value);
 }
 
-// The number that a float prints as: 0.2F is 0.2, not 0.20000000298.
+// The number as a float prints it: 0.2F is 0.2, not 0.20000000298.
 double Widened(float value) { return std::isfinite(value) ? std::stod(fmt::format("{}", value)) : static_cast<double>(value); }
 
 template <class Integer>
@@ -44,7 +44,7 @@ std::string Scaled(Integer value, const Scale& scale)
                : Real(static_cast<double>(value) * scale.factor / scale.divisor);
 }
 
-// The value of a field: 16 bytes or a wrapped number. Nothing when it is absent.
+// The value of a field: 16 bytes or a wrapped number. Empty when it is absent.
 std::optional<std::string> ValueOf(const pb::Message& message, const Row& row)
 {
     const pb::FieldDescriptor* field = message.GetDescriptor()->FindFieldByName(std::string(row.field));
@@ -84,7 +84,7 @@ class Document {
 public:
     explicit Document(const MetricsSource& source) : m_Disks(source.disks), m_Evidence(source.evidence) {}
 
-    // The labels by which every series of a disk is known: where it is, and which one it is.
+    // The labels that identify the disk in every series: drive number and serial number.
     [[nodiscard]] Labels Of(const std::string& itemId) const
     {
         const Disk* disk = m_Disks.Find(itemId);

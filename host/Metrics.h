@@ -24,8 +24,8 @@ public:
         std::string_view help;
     };
 
-    // Adds a sample. `value` is a number as text, so that integers of any size stay exact. A second sample of the same series, such
-    // as of two disks that share an id, is left out: a scrape would be refused whole for it.
+    // Adds a sample. `value` is a number as text, so that integers of any size stay exact. A second sample of the same series, for
+    // instance of two disks that share an id, is left out, because Prometheus would reject the whole scrape.
     void Add(const Family& family, Labels labels, std::string value);
     [[nodiscard]] std::string Text() const;
 
@@ -39,17 +39,17 @@ private:
     std::set<std::string> m_Series;
 };
 
-// What the metrics are made from.
+// The input of the metrics.
 struct MetricsSource {
     const std::vector<CollectedDatatype>& results;
     const Disks& disks;
     const std::map<std::string, Collection>& collections;
     const std::vector<Finding>& findings;
-    const std::vector<insight::DiskEvidence>& evidence;  // bytes, for counters that a datatype does not carry
+    const std::vector<insight::DiskEvidence>& evidence;  // raw bytes, for counters that no datatype carries
     const insight::HealthReport& health;
 };
 
-// What was collected, as metrics: values in base units, absent where there are none.
+// The collected data as metrics: values in base units; missing values are absent.
 [[nodiscard]] std::string RenderMetrics(const MetricsSource& source);
 
 // A little-endian number of any size times `factor`, in decimal.

@@ -7,12 +7,12 @@
 
 #include "Metrics.h"
 
-// Which field of which message becomes which series.
+// The series of each message field.
 namespace orbis::host {
 
 using Family = MetricsText::Family;
 
-// How a field becomes a value. Integers stay integers; what is divided is a floating-point number.
+// The conversion of a field to a value. Integers stay integers unless they are divided.
 struct Scale {
     std::uint32_t factor = 1;
     std::uint32_t divisor = 1;
@@ -26,7 +26,7 @@ struct Row {
     std::string_view field;
     Family family;
     Scale scale{};
-    const char* label = nullptr;  // with its value, where several fields share a family
+    const char* label = nullptr;  // label and value, if several fields share a family
     const char* labelValue = nullptr;
     bool isZeroAbsent = false;  // the datatype sends 0 for "not reported"
     std::size_t place = 0;      // of a 128-bit counter in log 02h (NVMe 1.4, figure 194); 0: none

@@ -6,8 +6,8 @@
 
 namespace orbis::host {
 
-// Standard output. What cannot be written is an error: it is reported once on standard error, except that a reader that has closed
-// its end of a pipe has seen what it wanted, and nothing more is written.
+// Standard output. A failed write is reported once on standard error. A reader that closes its end of a pipe is not an error;
+// nothing more is written then.
 class Output {
 public:
     explicit Output(const Style& style) : m_Style(style) {}
@@ -15,11 +15,11 @@ public:
     Output& operator=(const Output&) = delete;
 
     [[nodiscard]] const Style& GetStyle() const noexcept { return m_Style; }
-    // Writes all of `text` at once; it is with the reader when this returns.
+    // Writes all of `text` without buffering.
     void Write(std::string_view text);
     // True when something could not be written.
     [[nodiscard]] bool IsLost() const noexcept { return m_IsLost; }
-    // Closes standard output, and returns `status` or, when output was lost and that is graver, the status for that.
+    // Closes standard output. Returns `status`, or kExitOutputLost when output was lost and that comes first.
     [[nodiscard]] int Finish(int status);
 
 private:

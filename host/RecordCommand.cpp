@@ -22,7 +22,7 @@
 namespace orbis::host {
 namespace {
 
-// The machine file of a recording. The schema of machine files is in a library of its own, which most runs never need.
+// The machine file of a recording, written as text because the schema of machine files is in a library that is rarely loaded.
 std::string MachineFile(const insight::Recording& recording)
 {
     google::protobuf::TextFormat::Printer printer;

@@ -7,8 +7,7 @@
 
 namespace orbis::host {
 
-// The times of one pass under a deadline: attempts that leave out what is late start in its last seconds, at shorter and shorter
-// intervals.
+// The times of one pass under a deadline. In its last seconds attempts that leave out late sources start at ever shorter intervals.
 class Round {
 public:
     using TimePoint = Attempt::TimePoint;
@@ -30,7 +29,7 @@ public:
 
     [[nodiscard]] Duration Length() const noexcept { return m_Length; }
     [[nodiscard]] Duration Left(TimePoint now) const { return m_Deadline - now; }
-    // The time until the deadline that an attempt which started then has.
+    // The part of the pass that an attempt has which started at this time.
     [[nodiscard]] Duration Granted(TimePoint started) const { return m_Deadline - std::max(started, m_Began); }
 
     [[nodiscard]] bool IsAttemptDue(TimePoint now) const { return now >= m_NextAttempt && now < m_Deadline; }

@@ -5,11 +5,11 @@
 
 namespace orbis::host {
 
-// One line on standard error, "orbis-host: " and the text. Whatever would drive a terminal is shown instead, line feeds excepted.
+// Writes one line to standard error: "orbis-host: " and the text. Control characters other than line feeds are shown, not sent.
 void Say(std::string_view text);
-// The same without the program's name, for what begins with the place that it is about ("file.txtpb:3:1: ...").
+// The same without the program's name, for texts that begin with a place in a file ("file.txtpb:3:1: ...").
 void SayPlace(std::string_view text);
-// Text as it is on standard error; a supervised process holds it back until it may write.
+// Writes text unchanged to standard error; a supervised process holds it back until it may write.
 void WriteError(const std::string& text);
 
 }  // namespace orbis::host

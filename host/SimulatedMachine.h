@@ -8,10 +8,10 @@
 
 #include "simulated/Library.h"
 
-// Simulated machines. Their library is loaded when the first of these functions is called: most runs never need it.
+// Simulated machines. Their library is loaded by the first call of one of these functions, because most runs do not need it.
 namespace orbis::host {
 
-// No machine can be made of a file; what() names the place and the way out.
+// A file that describes no valid machine; what() names the place and the way out.
 class MachineFileError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
@@ -20,14 +20,14 @@ public:
 // Throws MachineFileError.
 [[nodiscard]] std::unique_ptr<platform::Platform> LoadMachine(const std::filesystem::path& file);
 [[nodiscard]] std::vector<simulated::Library::Finding> ValidateMachine(const std::filesystem::path& file);
-// What a file describes, for people. Throws MachineFileError.
+// A description of a file's machine for people. Throws MachineFileError.
 [[nodiscard]] std::string DescribeMachine(const std::filesystem::path& file);
-// Of a machine that LoadMachine gave: title, system, code page and rights for a recording of it.
+// Fills in title, system, code page and rights of a recording of a machine that LoadMachine returned.
 void DescribeForRecording(const platform::Platform& machine, insight::Recording& recording);
-// Of a machine that is a recording: requests that it lacks, for people.
+// The requests that a recording lacks, for people.
 [[nodiscard]] std::vector<std::string> NotRecorded(const platform::Platform& machine);
 
-// The library, of the operating system's kind. Throws std::runtime_error when it cannot be loaded.
+// The loaded library. Throws std::runtime_error when it cannot be loaded.
 [[nodiscard]] const simulated::Library& SimulatedLibrary();
 
 }  // namespace orbis::host

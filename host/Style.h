@@ -4,11 +4,11 @@
 
 namespace orbis::host {
 
-// How text for people is laid out.
+// The layout of text for people.
 struct Style {
     std::size_t width = 0;   // columns of the terminal; 0 where there is none: nothing is cut
-    bool isAscii = false;    // nothing but ASCII is written
-    bool hasColour = false;  // colours are understood and wanted
+    bool isAscii = false;    // only ASCII is written
+    bool hasColour = false;  // the terminal supports colours and they are not switched off
     bool canRedraw = false;  // the cursor can be moved
 };
 

@@ -46,7 +46,7 @@ std::string Nearest(const std::vector<std::string>& known, std::string_view give
     std::size_t least = std::max<std::size_t>(1, word.size() / 3) + 1;
     for (const std::string& candidate : known) {
         const std::string lower = Lower(candidate);
-        // A beginning that was typed in full counts as near.
+        // A prefix of a word counts as near.
         const std::size_t distance = word.size() >= 3 && lower.starts_with(word) ? 1 : Distance(lower, word);
         if (distance < least) {
             least = distance;

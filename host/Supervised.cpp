@@ -77,7 +77,7 @@ bool Supervised::MayWrite()
         m_Task.set_passes(passes);
     }
     if (m_IsUnwanted) {
-        // A finding is reported once, so it must not go with a pass that is not wanted; log lines do.
+        // A finding is reported only once, so it is kept for the next pass; log lines are discarded.
         m_Held = Findings(m_Held);
         return false;
     }

@@ -17,11 +17,11 @@
 
 namespace orbis::host {
 
-// The collecting process's side of --deadline. It reports to its supervisor what it waits for, and writes nothing to any stream or
-// file until the supervisor has chosen it, because another process may collect without a late disk.
+// The collecting process's side of --deadline. It reports its waits to its supervisor, and writes nothing to any stream or file
+// until the supervisor has chosen it, because another process may collect the same pass without a late disk.
 class Supervised final : public insight::WaitListener {
 public:
-    // The supervised process that this is; null in one that collects by itself.
+    // The instance of this process; null in a process without a supervisor.
     [[nodiscard]] static Supervised* Get() noexcept;
     // Makes this process a supervised one and reads its assignment; `pipe` is the argument of ChildPipe.
     static void Begin(const std::string& pipe);
@@ -36,15 +36,15 @@ public:
     // Text for standard error: written when this process may write.
     void Hold(std::string text);
 
-    // A later pass of a watch begins; a pass ends, with what the exit status would be now. Answers are those to be shown while
-    // their disk is late.
+    // A later pass of a watch begins; a pass ends, with the exit status as of now, and the answers to show while their disk is
+    // late.
     void BeginPass();
     void EndPass(int status, const std::vector<LastAnswer>& answers);
 
-    // Whether the supervisor has refused this pass.
+    // Whether the supervisor has discarded this pass.
     [[nodiscard]] bool IsUnwanted() const noexcept { return m_IsUnwanted; }
 
-    // Adds to what is waited for the disk behind the path, as far as it is known.
+    // Sets the function that adds the disk of a path to a wait, if the disk is known.
     void IdentifyWith(std::function<void(WaitedFor&)> identify) { m_Identify = std::move(identify); }
 
     // Waits as long as a simulated machine delays an answer.
@@ -72,7 +72,7 @@ private:
     bool m_IsUnwanted = false;  // this pass
 };
 
-// Writes what a supervised process still holds back, once it may; to be called before the process ends.
+// Waits until a supervised process may write, and writes the text that it still holds back; to be called before the process ends.
 void EndSupervised();
 
 }  // namespace orbis::host

@@ -31,8 +31,9 @@ constexpr int kMostCrashes = 3;
 // Limit of the processes of a watch that wait for what is late.
 constexpr std::size_t kMostAttempts = 8;
 
-// The attempts of a pass: the first leaves out the least. One that is late goes on, in a watch for good, while others collect
-// without what it waits for; the first that is ready counts, and at the deadline any.
+// Runs the attempts of a pass. The first one leaves out least. A late attempt continues, while others collect without its late
+// source; in a watch it continues after the pass too. An attempt that is ready is chosen when no earlier one can still answer, or
+// at the deadline.
 class Supervisor {
 public:
     explicit Supervisor(const Supervision& supervision) : m_Supervision(supervision), m_Round(supervision.seconds)
@@ -177,7 +178,7 @@ private:
             return;
         }
         m_Progress.Clear();
-        // Attempts that leave out more are not needed. In a watch those that wait continue, because their disks may answer later.
+        // Attempts that leave out more are not needed. In a watch, waiting attempts continue, because their disks may answer later.
         std::vector<std::unique_ptr<Attempt>> kept;
         for (auto& attempt : m_Attempts) {
             const bool isChosen = attempt.get() == &chosen;
@@ -198,8 +199,8 @@ private:
         chosen.Go(m_Passes);
     }
 
-    // An attempt that went on for its late source may have got past it and wait for another one that is late. What answers again is
-    // then collected without that one.
+    // A shadow attempt may have got an answer from its late source and now wait for another late one. A further attempt then
+    // collects the source that answers again, without the other one.
     void LookAfterShadows(TimePoint now)
     {
         for (std::size_t i = 0; i + 1 < m_Attempts.size() && m_Attempts.size() < kMostAttempts; ++i) {
@@ -245,7 +246,7 @@ private:
         }
     }
 
-    // No attempt ended the pass. A watch goes on without all that was late.
+    // No attempt completed the pass. A watch continues without the late sources.
     void GiveUp()
     {
         m_Failed = Graver(m_Failed, kExitCollectionFailed);
@@ -253,7 +254,7 @@ private:
             End(m_Failed);
             return;
         }
-        // Those that wait go on, because their disks may answer later.
+        // Waiting attempts continue, because their disks may answer later.
         std::erase_if(m_Attempts, [](const auto& attempt) { return !attempt->IsCollecting(); });
         for (const auto& attempt : m_Attempts) {
             attempt->isStale = attempt->isStale || !attempt->isShadow;
@@ -320,7 +321,7 @@ private:
         m_Status = status;
     }
 
-    // Ctrl-C: what is being written may end; nothing is waited for.
+    // Ctrl-C: an attempt that is writing may finish; nothing else is waited for.
     int Interrupt()
     {
         Attempt& newest = *m_Attempts.back();

@@ -8,7 +8,7 @@ namespace orbis::host {
 struct Supervision {
     double seconds = 0;                  // the deadline of a pass
     bool isWatch = false;                // collect until interrupted
-    std::vector<std::string> arguments;  // of this program, in UTF-8, without its name
+    std::vector<std::string> arguments;  // those of this program, in UTF-8, without its name
 };
 
 // Runs this command in a child process. A source that does not answer within the deadline is left out, and the rest is collected in

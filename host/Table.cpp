@@ -9,7 +9,7 @@ namespace orbis::host {
 namespace {
 
 constexpr std::size_t kGap = 2;
-// A column of text cut further than this says too little.
+// Columns of text are not cut below this width.
 constexpr std::size_t kSmallestColumn = 12;
 
 std::vector<std::string> Lines(const std::string& text)

@@ -9,7 +9,7 @@
 
 namespace orbis::host {
 
-// An aligned table. Where it is wider than the style allows, columns of text are cut in the middle, widest first, and those of
+// An aligned table. When it is wider than the style allows, columns of text are cut in the middle, widest first, and columns of
 // words are wrapped; numbers are never cut. A table that still does not fit is written as one block for each row. Columns without
 // any value are left out.
 class Table {
@@ -25,7 +25,7 @@ public:
     [[nodiscard]] bool IsEmpty() const noexcept { return m_Rows.empty(); }
     // The width of the table when nothing is cut.
     [[nodiscard]] std::size_t NaturalWidth(std::size_t indent) const;
-    // Lines ended by '\n', each begun with `indent` blanks.
+    // Lines that end with '\n', each indented by `indent` blanks.
     [[nodiscard]] std::string Render(std::size_t indent = 0) const;
 
 private:
@@ -49,7 +49,7 @@ private:
                                       std::size_t indent);
 // A line of running text, continued under `indent` blanks where it does not fit. Made printable.
 [[nodiscard]] std::string RenderText(const std::string& text, const Style& style, std::size_t indent);
-// A text as it may be shown in this style.
+// The text with only characters that this style may show.
 [[nodiscard]] std::string Shown(const std::string& text, const Style& style);
 
 }  // namespace orbis::host

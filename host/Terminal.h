@@ -9,32 +9,32 @@
 
 #include "Style.h"
 
-// What the host asks of the operating system around it; one implementation each in Terminal_posix.cpp and Terminal_windows.cpp.
+// The host's calls to the operating system; implemented in Terminal_posix.cpp and Terminal_windows.cpp.
 namespace orbis::host {
 
-// To be called before anything else: from here on libraries are loaded from this program's folder and the system's only, never from
-// the current folder or PATH, where the system makes a difference.
+// Must be called first: from now on libraries are loaded only from this program's folder and the system's, never from the current
+// folder or PATH. On POSIX this is always so.
 void RestrictLibrarySearch();
 
-// To be called before a file is opened: a standard stream that the caller has closed is kept from becoming somebody else's file,
-// and writing to a closed standard output is an error. A reader that closes its pipe makes a write fail instead of ending this
-// program. Results are the same bytes on every system, and a console shows UTF-8 until this program ends.
+// Must be called before any file is opened. A standard stream that the caller has closed cannot become another file, and writing to
+// a closed standard output is an error. When the reader of a pipe closes it, writing fails but this program does not end. Results
+// are the same bytes on every system, and a console shows UTF-8 until this program ends.
 void PrepareStandardStreams();
 
 // True when standard output is a terminal (and not a file or a pipe).
 [[nodiscard]] bool OutputIsTerminal();
 // The same of standard error.
 [[nodiscard]] bool ErrorIsTerminal();
-// Columns of that terminal; 80 when it does not say.
+// Columns of that terminal; 80 when they are not known.
 [[nodiscard]] std::size_t TerminalColumns();
-// Writes all of `text`, which is UTF-8, to standard output or standard error at once; it is with the reader when this returns.
-// False with `errno` when it could not be written.
+// Writes all of `text`, which is UTF-8, to standard output or standard error without buffering. False with `errno` when it could
+// not be written.
 [[nodiscard]] bool WriteAll(std::FILE* stream, std::string_view text);
-// The locale's characters are Unicode's.
+// Whether the locale's encoding is UTF-8.
 [[nodiscard]] bool LocaleIsUtf8();
 // What standard output and the environment (TERM, NO_COLOR, the locale) allow.
 [[nodiscard]] Style GetOutputStyle();
-// Settings of the environment for every stream: no line that is overwritten; no colours; ASCII only.
+// Settings of the environment for every stream: no overwritten lines; no colours; ASCII only.
 [[nodiscard]] bool WantsNoRedraw();
 [[nodiscard]] bool WantsNoColour();
 [[nodiscard]] bool WantsAscii();

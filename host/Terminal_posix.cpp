@@ -14,7 +14,7 @@
 
 namespace orbis::host {
 
-void RestrictLibrarySearch() {}  // the program names its libraries' folder by its run path
+void RestrictLibrarySearch() {}  // the run path of the program names the folder of its libraries
 
 bool OutputIsTerminal() { return ::isatty(STDOUT_FILENO) == 1; }
 bool ErrorIsTerminal() { return ::isatty(STDERR_FILENO) == 1; }
@@ -29,7 +29,8 @@ void PrepareStandardStreams()
 {
     for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
         if (::fcntl(stream, F_GETFD) == -1 && errno == EBADF) {
-            // The lowest free descriptor is this one. Standard output is opened for reading, so that writing to it fails.
+            // open() returns the lowest free descriptor, which is this one. Standard output is opened for reading, so that writing
+            // fails.
             (void)::open("/dev/null", stream == STDERR_FILENO ? O_WRONLY : O_RDONLY);  // NOLINT(cppcoreguidelines-pro-type-vararg)
         }
     }

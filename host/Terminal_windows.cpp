@@ -13,8 +13,8 @@
 namespace orbis::host {
 namespace {
 
-// The console in UTF-8 and with escape sequences until this program ends, however it ends in order; a console outlives its
-// programs, and others rely on their code page.
+// Sets the console to UTF-8 and escape sequences, and restores it when this program ends in an orderly way, because a console
+// outlives its programs, and others rely on their code page.
 class ConsoleInUtf8 {
 public:
     ConsoleInUtf8()
@@ -39,7 +39,7 @@ private:
     static BOOL WINAPI RestoreWhenInterrupted(DWORD /*event*/)
     {
         Instance().Restore();
-        return FALSE;  // the next handler ends the program, or does not
+        return FALSE;  // the next handler decides whether the program ends
     }
 
     void Restore() const
@@ -81,10 +81,10 @@ std::size_t TerminalColumns()
     return 80;
 }
 
-// A closed stream is no handle here, and a closed pipe ends no program.
+// On Windows a closed stream has no handle that could be reused, and a closed pipe does not end a program.
 void PrepareStandardStreams()
 {
-    // Neither carriage returns are added nor characters converted: results are the same bytes on every system.
+    // No carriage returns are added and no characters converted, so results are the same bytes on every system.
     (void)::_setmode(::_fileno(stdout), _O_BINARY);
     (void)::_setmode(::_fileno(stderr), _O_BINARY);
     if (OutputIsTerminal() || ErrorIsTerminal()) {
@@ -100,9 +100,9 @@ bool WriteAll(std::FILE* stream, std::string_view text)
     if (::GetConsoleMode(console, &mode) == 0) {
         return std::fwrite(text.data(), 1, text.size(), stream) == text.size() && std::fflush(stream) == 0;
     }
-    // A console takes characters; bytes that end in the middle of one would be shown as something else.
+    // A console takes characters; a write that ends in the middle of one would show something else.
     const std::u16string wide = platform::Utf8ToUtf16(text);
-    constexpr std::size_t kMost = 8192;  // consoles before Windows 8 take 64 KB at once
+    constexpr std::size_t kMost = 8192;  // consoles before Windows 8 accept at most 64 KB at once
     for (std::size_t at = 0; at < wide.size();) {
         DWORD written = 0;
         const auto count = static_cast<DWORD>(std::min(wide.size() - at, kMost));
@@ -114,7 +114,7 @@ bool WriteAll(std::FILE* stream, std::string_view text)
     return true;
 }
 
-bool LocaleIsUtf8() { return true; }  // consoles are put into UTF-8, and files have it too
+bool LocaleIsUtf8() { return true; }  // consoles are set to UTF-8, and files are written in it
 
 std::filesystem::path ProgramFolder()
 {
@@ -151,7 +151,7 @@ std::string SystemName()
 {
     OSVERSIONINFOW version{};
     version.dwOSVersionInfoSize = sizeof(version);
-    // GetVersionEx answers what the manifest of the program claims; the kernel's own function does not.
+    // GetVersionEx reports the version that the program's manifest declares; RtlGetVersion reports the real one.
     using GetVersion = LONG(WINAPI*)(OSVERSIONINFOW*);
     const auto get =
         reinterpret_cast<GetVersion>(reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "RtlGetVersion")));

@@ -12,12 +12,12 @@ namespace {
 
 constexpr std::string_view kEllipsis = "\u2026";
 
-// One character of a text. What is no UTF-8 counts byte by byte, with a negative code point.
+// One character of a text. Each byte that is not valid UTF-8 is a character with a negative code point.
 struct Character {
     std::string_view bytes;
     utf8proc_int32_t codePoint;
 
-    // Nearly every character is one of these, of which nothing need be looked up.
+    // Nearly all characters are in this range and need no look-up.
     [[nodiscard]] bool IsPrintableAscii() const { return codePoint >= ' ' && codePoint < 0x7F; }
     [[nodiscard]] std::size_t Width() const
     {
@@ -121,7 +121,7 @@ std::vector<std::string> Wrap(std::string_view utf8, std::size_t width)
     std::vector<std::string> lines;
     std::string line;
     std::size_t used = 0;
-    std::size_t blank = std::string::npos;  // where the line can be parted
+    std::size_t blank = std::string::npos;  // where the line can be broken
     for (const Character& character : Characters(utf8)) {
         if (width != 0 && used + character.Width() > width && !line.empty()) {
             std::string rest;

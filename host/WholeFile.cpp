@@ -40,7 +40,7 @@ void WriteWholeFile(const std::filesystem::path& file, const std::string& conten
         return;
     }
     std::error_code error;
-    // A device or a pipe is written to; it must not be replaced by a file.
+    // A device or a pipe is written directly; it must not be replaced by a file.
     const bool isReplaced = !std::filesystem::exists(file, error) || std::filesystem::is_regular_file(file, error);
     std::filesystem::path beside = file;
     beside += isReplaced ? ".new" : "";

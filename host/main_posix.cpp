@@ -1,5 +1,5 @@
 #include "CommandLine.h"
 
-// Only std::bad_alloc can leave it, before anything was collected.
+// Only std::bad_alloc can leave RunProgram, before anything was collected.
 // NOLINTNEXTLINE(bugprone-exception-escape)
 int main(int argc, char** argv) { return orbis::host::RunProgram(argc, argv); }

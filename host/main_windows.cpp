@@ -5,7 +5,7 @@
 #include "CommandLine.h"
 #include "platform/Text.h"
 
-// The words of the command line as given, independent of the code page. For exceptions see main_posix.cpp.
+// Takes the arguments in UTF-16, independent of the code page. For exceptions see main_posix.cpp.
 // NOLINTNEXTLINE(bugprone-exception-escape)
 int wmain(int argc, wchar_t** argv)
 {

@@ -1,10 +1,10 @@
 #!/usr/bin/python3
-"""Compares what orbis-host said in the lab's guest with what the other tools said there.
+"""Compares the output of orbis-host in the lab's guest with the output of the other tools there.
 
 usage: lab/compare.py REPORT_FOLDER
 
-Prints a table of every comparison; the exit status is 0 when all passed and 1 when not. The program needs Debian's
-python3-protobuf and python3-jsonschema, so it runs with the system's own Python.
+Prints a table of every comparison; the exit status is 0 when all passed, else 1. It needs Debian's python3-protobuf and
+python3-jsonschema, so it runs with the system's own Python.
 """
 
 import sys

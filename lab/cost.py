@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Prints what lab/guest/cost measured, and how orbis-host compares with the cheapest tool that gets the same data.
+"""Prints the measurements of lab/guest/cost, and compares orbis-host with the cheapest tool that gets the same data.
 
 usage: lab/cost.py REPORT_FOLDER
 """
@@ -19,7 +19,7 @@ def rows(report):
 
 
 def main(report):
-    print("Millions of instructions in user and kernel mode, and the largest process, for\nthe same data of all disks of the guest:\n")
+    print("Millions of instructions in user and kernel mode, and memory of the largest process,\nfor the same data of all disks of the guest:\n")
     print(f"{'data':27}{'tool':19}{'user':>7}{'kernel':>8}{'total':>7}{'MiB':>6}")
     print("-" * 79)
     for data, measured in groupby(rows(report), lambda row: row[0]):

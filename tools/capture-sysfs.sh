@@ -1,13 +1,13 @@
 #!/bin/sh
 # usage: tools/capture-sysfs.sh >tests/platform/linux/trees/NAME.tree
-# Writes what the linux platform reads of this machine's /sys, /proc and /dev as one text, which its tests unpack again: a line for
-# each folder, "FOLDER | NAME -> TARGET | NAME = CONTENT | <- PATH" with its links, its files and the links of the kernel's lists to
-# it. What is not plain ASCII, backslash and bar are \xNN. Nothing is changed, no device is opened. Serial numbers are in it: look
-# through it before you hand it on. Run as root to have SMBIOS too.
+# Writes the parts of this machine's /sys, /proc and /dev that the Linux platform reads as one text, which its tests unpack: one line for
+# each folder, "FOLDER | NAME -> TARGET | NAME = CONTENT | <- PATH", with its links, its files and the links of the kernel's lists to it.
+# Backslash, bar and everything that is not plain ASCII are written as \xNN. The script changes nothing and opens no device. The text
+# contains serial numbers: check it before you pass it on. Run as root to include SMBIOS.
 set -u
 export LC_ALL=C
 
-file() { # PATH: a file, when it is there and can be read
+file() { # PATH: a file, if it exists and is readable
     [ -f "$1" ] && [ -r "$1" ] || return 0
     content=$(od -An -v -tx1 "$1" 2>/dev/null | awk '
         BEGIN { for (i = 33; i < 127; ++i) plain[sprintf("%02x", i)] = sprintf("%c", i); plain["20"] = " "; delete plain["5c"]; delete plain["7c"] }
@@ -15,7 +15,7 @@ file() { # PATH: a file, when it is there and can be read
     printf '%s = %s\n' "${1#/}" "$content"
 }
 
-link() { # PATH: a link, as it stands
+link() { # PATH: a link, with its unresolved target
     [ -L "$1" ] && printf '%s -> %s\n' "${1#/}" "$(readlink "$1")"
 }
 
@@ -25,7 +25,7 @@ files_of() { # FOLDER NAME...
     for name in "$@"; do file "$folder/$name"; done
 }
 
-parents() { # FOLDER: what the folders above a device tell about the way to it
+parents() { # FOLDER: the files of the folders above a device, which describe its controllers and buses
     at=$1
     while [ "${at#/sys/devices/}" != "$at" ] && [ "$at" != /sys/devices ]; do
         files_of "$at" idVendor idProduct serial
@@ -66,7 +66,7 @@ capture() {
     for name in self/mountinfo swaps diskstats; do file "/proc/$name"; done
 }
 
-# Every line so far is a link or a file; those of one folder become one line.
+# Each line so far is a link or a file; the lines of one folder are joined.
 capture | awk '
     {
         link = index($0, " -> ")

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Writes docs/DATATYPES.md from the schema; --check only says whether the committed file is up to date.
+"""Writes docs/DATATYPES.md from the schema; --check only tests whether the committed file is up to date.
 
-A field's comment gives its meaning; where its value comes from is said by the table of sources, insight/sources/sources.txtpb.
+Meanings come from the comments of the fields, sources from insight/sources/sources.txtpb.
 """
 
 import argparse
@@ -13,7 +13,7 @@ import datatypes_schema as schema
 from sources_table import SourcesTable
 
 WIDTH = 120
-# From the general to the particular; a file that is not named here comes last.
+# The order of the document; a file that is not named here comes last.
 ORDER = ["physical_disk", "smart", "nvme_health", "nvme_identify"]
 # Numbers of the parts of a file and of a message within descriptor.proto; source locations are paths of them.
 FILE_SYNTAX, FILE_MESSAGES, FILE_ENUMS, MESSAGE_FIELDS, ENUM_VALUES = 12, 4, 5, 2, 2
@@ -67,7 +67,7 @@ class Writer:
         self._files = files
         self._sources = sources
         messages = [message for file in files for message in file.message_type]
-        # Names as a reader would look for them: words with an underscore, or of several capitals.
+        # Words with an underscore or with several capitals are names.
         self._code_words = {name for message in messages for name in [message.name] + [field.name for field in message.field]
                             if "_" in name or re.search("[a-z][A-Z]", name)}
         self._types = {message.name for message in messages} | {enum.name for file in files for enum in file.enum_type}
@@ -163,7 +163,7 @@ class Writer:
         self._lines += [line(head), rule] + [line(row) for row in rows] + [""]
 
     def _list(self, rows):
-        # A table whose lines would wrap is unreadable on a terminal; an entry a field is not.
+        # Entries instead of a table, whose long lines would wrap on a terminal.
         for number, name, type, meaning, source in rows:
             self._lines.append(f"- **{name}** · {number} · {type} · *{source}*  ")
             self._lines += textwrap.wrap(meaning, WIDTH, initial_indent="  ", subsequent_indent="  ", break_on_hyphens=False,
@@ -188,7 +188,7 @@ def main():
         path.parent.mkdir(exist_ok=True)
         path.write_text(text, encoding="utf-8")
     elif not path.exists() or path.read_text(encoding="utf-8") != text:
-        print("docs/DATATYPES.md does not say what the schema's comments and the sources say. Write it again: tools/datatypes-doc.py", file=sys.stderr)
+        print("docs/DATATYPES.md differs from the schema's comments and sources. Write it again: tools/datatypes-doc.py", file=sys.stderr)
         return 1
     return 0
 

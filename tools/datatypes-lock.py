@@ -3,7 +3,7 @@
 
 datatypes.lock describes the messages as hosts know them, documents.lock the objects around them in JSON and binary output, and
 insight.lock the documents of health, explain and findings.
-Without arguments the schema is compared with them; --update takes up what has been added, and refuses what does not fit.
+Without arguments it compares the schema with them; --update adds new fields to them, and refuses other changes.
 """
 
 import argparse
@@ -20,7 +20,7 @@ HEADER = """\
 
 
 class Entry:
-    """A field, or a value of an enumeration, or (with the type "reserved") what was once one of them."""
+    """A field or a value of an enumeration; one of the type "reserved" has been retired."""
 
     def __init__(self, owner, number, name, type, label):
         self.owner, self.number, self.name, self.type, self.label = owner, int(number), name, type, label
@@ -108,7 +108,7 @@ def from_lock(path):
 
 
 def breaking_changes(locked, current):
-    """What a host would trip over, each with the way out."""
+    """The changes that would break a host, each with what to do instead."""
     def free_number(owner):
         return max(entry.number for entry in locked.of(owner) + current.of(owner)) + 1
 

@@ -11,10 +11,10 @@ except ModuleNotFoundError:
     sys.exit("This tool needs protobuf for Python: apt install python3-protobuf, then run it with that python3.")
 
 PACKAGE = "veyra.orbis.datatypes"
-# What programs read, each part with a lock beside it: folder of the schema, its files, its package.
+# The parts of the schema that programs read, each with a lock file beside it: folder, files, package.
 DATATYPES = ("host-sdk/proto", "orbis/datatypes/*", PACKAGE)
 DOCUMENTS = ("host/proto", "orbis/host/*", "orbis.host")
-# Explanation, findings, health and report; the other files there are no document of a program's.
+# Explanation, findings, health and report; programs do not read the other files of that folder.
 INSIGHT = ("insight/proto", "orbis/insight/[efhr]*", "orbis.insight")
 REPOSITORY = pathlib.Path(__file__).resolve().parent.parent
 

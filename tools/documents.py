@@ -1,4 +1,4 @@
-"""JSON documents against their schemas in docs/schema, for tests and the lab."""
+"""Checks JSON documents against their schemas in docs/schema, for tests and the lab."""
 
 import functools
 import json
@@ -15,7 +15,7 @@ SCHEMAS = pathlib.Path(__file__).resolve().parent.parent / "docs" / "schema"
 
 @functools.cache
 def validator(name):
-    """Of the schema, with every object closed: what it does not name must not be printed."""
+    """A validator of the schema that also rejects properties which the schema does not name."""
     schema = json.loads((SCHEMAS / f"{name}.schema.json").read_text(encoding="utf-8"))
     jsonschema.Draft202012Validator.check_schema(schema)
 

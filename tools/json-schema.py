@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Writes docs/schema: JSON Schemas (2020-12) of what orbis-host prints, from the schema's descriptors and comments.
+"""Writes docs/schema: JSON Schemas (2020-12) of the output of orbis-host, from the schema's descriptors and comments.
 
---check only says whether the committed files are up to date. Objects are open: a reader must ignore properties that it does not
-know, because datatypes gain fields.
+--check only tests whether the committed files are up to date. Objects are open: a reader must ignore unknown properties, because later
+releases add fields.
 """
 
 import argparse
@@ -15,7 +15,7 @@ DIALECT = "https://json-schema.org/draft/2020-12/schema"
 # Numbers of the parts of a file and of a message within descriptor.proto; source locations are paths of them.
 FILE_MESSAGES, FILE_ENUMS, MESSAGE_FIELDS, MESSAGE_ENUMS = 4, 5, 2, 4
 
-# Documents of the insight library, and what their objects have always.
+# Documents of the insight library, and the properties that are always present in their objects.
 INSIGHT = {"health": ("HealthReport", "orbis-host health --format json"),
            "explain": ("ExplanationReport", "orbis-host explain --format json"),
            "findings": ("FindingsReport", "OrbisInsight.findings")}
@@ -110,7 +110,7 @@ def with_data(item, datatypes, required):
 
 
 def with_message(defs, datatypes):
-    """Of the report, whose items hold their messages by type: property "@type" says which."""
+    """The items of the report, whose data has its message type in the property "@type"."""
     types = {name: f"type.googleapis.com/{schema.PACKAGE}.{name}" for name in datatypes}
     for name, url in types.items():
         defs[name] = {**defs[name], "properties": {"@type": {"const": url}, **defs[name]["properties"]}}
@@ -129,7 +129,7 @@ def fix_version(body):
 
 
 def used_by(body, defs):
-    """The definitions that an object refers to, and those that they refer to."""
+    """The definitions that an object refers to, directly or through others."""
     found = {}
     rest = [body]
     while rest:
@@ -199,7 +199,7 @@ def main():
             folder.mkdir(parents=True, exist_ok=True)
             path.write_text(text, encoding="utf-8")
         elif not path.exists() or path.read_text(encoding="utf-8") != text:
-            print(f"docs/schema/{path.name} does not describe what is printed. Write it again: tools/json-schema.py", file=sys.stderr)
+            print(f"docs/schema/{path.name} differs from the schema. Write it again: tools/json-schema.py", file=sys.stderr)
             status = 1
     return status
 

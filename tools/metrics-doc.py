@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Writes docs/METRICS.md from what `orbis-host metrics` prints of an example machine; --check only says whether it is up to date.
+"""Writes docs/METRICS.md from the output of `orbis-host metrics` for an example machine; --check only tests whether it is up to date.
 
-A family that stands in the document stays: dashboards and alerts name it.
+A family that is in the document must not be removed, because dashboards and alerts use it.
 """
 
 import argparse
@@ -65,7 +65,7 @@ def main():
     if not arguments.check:
         path.write_text(text, encoding="utf-8")
     elif not path.exists() or path.read_text(encoding="utf-8") != text:
-        print("docs/METRICS.md is not what orbis-host prints. Write it again: tools/metrics-doc.py ORBIS_HOST", file=sys.stderr)
+        print("docs/METRICS.md differs from the output of orbis-host. Write it again: tools/metrics-doc.py ORBIS_HOST", file=sys.stderr)
         return 1
     return 0
 

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Writes bytes and bits of the NVMe pages into the table of sources, from the tables that were transcribed from the NVMe standard.
 
-insight/sources/identify_bits.txt and health_bits.txt say which bytes and bits belong to which field. The rows of these fields in
-insight/sources/sources.txtpb get their places from there, and a field without a row gets one, with the symbol of its register.
-Symbols, units and rules are kept.
+insight/sources/identify_bits.txt and health_bits.txt list the bytes and bits of each field. This program copies them into the rows of
+these fields in insight/sources/sources.txtpb, and adds a row, with the symbol of its register, for a field that has none. Symbols, units
+and rules of existing rows are kept.
 """
 
 import argparse
@@ -23,8 +23,8 @@ def span(text):
 
 
 def listed(path):
-    """Registers of the page: name, last and first byte, and the bits of its sub-message, each with a name. The fields of the maker's
-    area have all of it as their place, because its layout is not the standard's."""
+    """Registers of the page: name, last and first byte, and the bits of its sub-message, each with a name. The place of a field in the
+    maker's area is the whole area, because its layout is not part of the standard."""
     registers = []
     for line in path.read_text(encoding="utf-8").splitlines():
         words = line.split()

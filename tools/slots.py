@@ -1,7 +1,7 @@
 """Lays out the library's interfaces under both C++ ABIs and compares every slot with the order of the header.
 
-Clang prints the virtual tables it lays out for a target; no library or SDK of that target is needed, because the header needs
-only a few names of the standard library, which stand below.
+Clang prints the layout of virtual tables for any target. No library or SDK of the target is needed, because the header uses only a few
+names of the standard library; they are declared below.
 """
 
 import argparse

@@ -54,7 +54,7 @@ class SourcesTable:
         return f"{text.name} ({text.document})" if text.document else text.name
 
     def start_texts(self, message):
-        """Where the bytes of a message that is an entry of an answer begin; nothing for another message."""
+        """Where the bytes of a message begin that is an entry of an answer; empty for other messages."""
         return [f"Bytes count from the entry; the first entry begins at byte {one.first}, each other {one.stride} bytes after the one before."
                 for one in self.elements.values() if one.message == message]
 

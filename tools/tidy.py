@@ -1,9 +1,8 @@
 #!/usr/bin/env python3
-"""Runs clang-tidy over the product's sources and prints what it finds. usage: tools/tidy.py BUILD [FILE...]
+"""Runs clang-tidy over the product's sources and prints its findings. usage: tools/tidy.py BUILD [FILE...]
 
-BUILD has a compile_commands.json made for Clang. A file that had no finding is not looked at again until what the compiler sees of
-it changes: its text and that of every header, its options, .clang-tidy, or the version of clang-tidy. What is remembered stands in
-$XDG_CACHE_HOME/orbis/tidy and may be deleted.
+BUILD has a compile_commands.json made for Clang. A file without findings is checked again only after its text, a header, its options,
+.clang-tidy or the version of clang-tidy has changed. The cache is $XDG_CACHE_HOME/orbis/tidy and may be deleted.
 """
 
 import concurrent.futures
@@ -35,7 +34,7 @@ def sources(build):
 
 
 def fingerprint(command, directory, tool):
-    """Of everything that the findings depend on: comments count, because NOLINT is one; the place of the tree does not."""
+    """A hash of everything that the findings depend on: including comments, because NOLINT is one, but not the path of the tree."""
     keep = command[: command.index("-o")] + command[command.index("-c") + 1 :]
     seen = subprocess.run([*keep, "-E", "-C", "-dD", "-w"], cwd=directory, capture_output=True, check=True).stdout
     digest = hashlib.sha256(tool)
@@ -45,7 +44,7 @@ def fingerprint(command, directory, tool):
 
 
 def look(source, build, tool):
-    """Gives the findings in one file, and whether it was looked at now."""
+    """Returns the findings in one file, and whether the file was checked now."""
     file, command, directory = source
     mark = CACHE / fingerprint(command, directory, tool)
     if mark.exists():
@@ -59,7 +58,7 @@ def look(source, build, tool):
 
 
 def forget_old():
-    """Nothing that was not met for 30 days."""
+    """Deletes cache entries that were not used for 30 days."""
     for mark in CACHE.iterdir():
         if mark.stat().st_mtime < time.time() - 30 * 86400:
             mark.unlink()

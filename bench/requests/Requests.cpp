@@ -1,4 +1,4 @@
-// What one pass of each collection asks of the system, counted on simulated machines of 1, 6 and 32 disks: one JSON array.
+// Counts the requests that one pass of each collection makes, on simulated machines of 1, 6 and 32 disks, and prints a JSON array.
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -119,7 +119,7 @@ const std::array<Collection, 6> kCollections{{
     Of("NvmeIdentifyControllerData", &StorageCollectorPlugin::CollectNvmeIdentifyControllerData),
 }};
 
-// The second pass of a plug-in object: what is made once and kept is part of the first.
+// The second pass of a plug-in object, so that objects which are made once and kept do not count.
 std::string CountOne(const Collection& collection, int disks)
 {
     const auto machine = orbis::simulated::ParseMachine(Machine(disks));

@@ -1,4 +1,4 @@
-# Windows from a Linux machine: the compiler, libraries and Wine that tools/windows/ builds and keeps outside the tree. Included by
+# Builds for Windows on Linux, with the compiler, libraries and Wine that tools/windows/ builds and keeps outside the tree. Included by
 # windows-x64.cmake and windows-arm64.cmake, which set ORBIS_WINDOWS_ARCHITECTURE (x64, arm64) and ORBIS_WINDOWS_CPU.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_VERSION 10.0)
@@ -42,6 +42,6 @@ set(ORBIS_HEADER_ONLY_INCLUDE_DIR ${headers})
 set(ORBIS_GOOGLETEST_SOURCE /usr/src/googletest)  # Debian's package googletest
 set(CMAKE_CROSSCOMPILING_EMULATOR ${tools}/run.sh ${ORBIS_WINDOWS_ARCHITECTURE})
 
-# Nothing beside the system's own DLLs and ours is needed at run time.
+# At run time only the system's DLLs and the project's own are needed.
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
 set(CMAKE_SHARED_LINKER_FLAGS_INIT -static)

@@ -1,6 +1,6 @@
-/* What -fstack-protector-strong needs and mingw-w64 10 does not have: the value that stands before every return address, and what
- * happens where it was overwritten. Each image has its own value. It is drawn before the image's static objects are made, from what
- * the Microsoft runtime draws its cookie from. */
+/* The parts of -fstack-protector-strong that mingw-w64 10 lacks: the guard value in front of every return address, and the handler for
+ * an overwritten one. Each image has its own value. It is computed before the image's static objects are constructed, from the same
+ * sources as the cookie of the Microsoft runtime. */
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 

@@ -13,7 +13,7 @@
 
 namespace orbis::host {
 
-// The deadline of the commands that have one without being given one, in seconds.
+// The deadline, in seconds, of commands that have one by default.
 inline constexpr double kUsualDeadline = 30;
 
 // The values that the command line gives. Words that stand for other values are looked up when the command runs.
@@ -63,7 +63,8 @@ private:
     std::function<int()> m_Run;
 };
 
-// The text at the end of a help text, before the exit statuses. The text is a literal; the rest is made when help is asked for.
+// Sets the text at the end of a command's help, before the exit statuses. `text` is a literal; the rest is made when help is
+// requested.
 void SetFooter(CLI::App& command, std::string_view text);
 
 // An option (its name begins with "-") or argument that names a file.

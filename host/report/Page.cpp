@@ -11,7 +11,7 @@ namespace orbis::host {
 std::string JsonForScript(const std::string& json)
 {
     // All of these occur only in JSON's texts, where they can be escaped.
-    constexpr std::string_view kSeparators = "\xE2\x80";  // U+2028 and U+2029 are line ends to older scripts
+    constexpr std::string_view kSeparators = "\xE2\x80";  // U+2028 and U+2029 end a line in older script engines
     std::string out;
     out.reserve(json.size());
     for (std::size_t at = 0; at < json.size(); ++at) {

@@ -44,7 +44,7 @@ constexpr std::array<std::string_view, 24> kKept{
     "NvmeHealthInfo.number_of_error_info_log_entries",
     "NvmeCustomizedHealthInfo.total_data_written_by_controller",
 };
-// Names that systems give to partitions.
+// Partition names that operating systems assign.
 constexpr std::array<std::string_view, 6> kPartitionNames{
     "Not Used",           "EFI system partition", "EFI System Partition", "Microsoft reserved partition", "Basic data partition",
     "Linux root (x86-64)"};
@@ -120,7 +120,7 @@ void ForEachText(pb::Message& message, const Change& change)
     }
 }
 
-// What is to be replaced, and by what.
+// The texts to replace, with their replacements.
 class Secrets {
 public:
     // The replacement of a whole text.
@@ -165,8 +165,8 @@ public:
         }
     }
 
-    // The text with every secret in it replaced, letters of either case. A short secret occurs by chance and is replaced where it
-    // stands alone only.
+    // The text with every secret in it replaced, in upper or lower case. A short secret may occur by chance, so it is replaced only
+    // where it is a whole word.
     [[nodiscard]] std::string In(std::string text) const
     {
         constexpr std::size_t kShortest = 4;
@@ -184,7 +184,7 @@ public:
 private:
     using Pair = std::pair<const std::string*, const std::string*>;
 
-    // Longest first: one secret may be a part of another.
+    // Longest first, because one secret may be part of another.
     [[nodiscard]] const std::vector<Pair>& Longest() const
     {
         if (m_Longest.size() != m_Replacements.size()) {
@@ -240,8 +240,8 @@ void RedactItem(insight::ReportItem& item, Secrets& secrets)
     item.mutable_data()->PackFrom(*message);
 }
 
-// The raw content of a field that stays may show more than the field does: names and flags of a partition are made with its
-// identifier, a flag with the path of a folder.
+// The raw content of a field that is kept may show more than the field itself: names and flags of a partition are derived from its
+// identifier, one flag from the path of a folder.
 bool ShowsMore(const pb::FieldDescriptor& known, const FieldExplanation& field)
 {
     const std::string name = NameOf(known);
@@ -257,7 +257,7 @@ void RedactExplanation(insight::MessageExplanation& explanation, Secrets& secret
     const auto message = NewMessage("veyra.orbis.datatypes." + explanation.datatype());
     for (FieldExplanation& field : *explanation.mutable_field()) {
         if (field.state() == FieldExplanation::NOT_CARRIED) {
-            // An attribute counts; other bytes may hold anything.
+            // A SMART attribute is a count; other bytes may contain anything.
             field.set_raw(field.field().starts_with("attribute ") ? field.raw() : std::string(kLeftOut));
             continue;
         }
@@ -298,7 +298,7 @@ void Redact(insight::Report& report)
             partition.set_name(isKnown ? partition.name() : secrets.Of(partition.name()));
         }
     }
-    // The rest is this program's own text with paths and names in it.
+    // The remaining texts are this program's own, with paths and names in them.
     for (insight::ReportFinding& finding : *report.mutable_finding()) {
         secrets.LearnIdsIn(finding.text());
         ForEachText(finding, [&](const auto&, const std::string& text) { return secrets.In(text); });

@@ -138,8 +138,8 @@ private:
     std::map<std::uint32_t, datatypes::DiskType> m_Media;
 };
 
-// Disk names by item id, as the static descriptions have them: "DISK0". The inventory can differ: an id may hold characters that
-// the system's code page does not have, and all disks without a row share one id.
+// Disk names ("DISK0") by item id, from PhysicalDiskStaticInfo. The inventory can differ: an id may contain characters that are not
+// in the system's code page, and all disks without a row share one id.
 std::map<std::string, std::uint32_t> NumbersOf(const std::vector<CollectedDatatype>& results)
 {
     std::map<std::string, std::uint32_t> numbers;

@@ -9,11 +9,11 @@
 
 namespace orbis::host {
 
-// The document of a report, from one pass of the collections: `results` with the calls that they made, the verdicts on them, and
-// what was left out. It is not redacted.
+// The document of a report on one pass: `results` with the calls that made them, the verdicts, and what was left out. It is not
+// redacted.
 [[nodiscard]] insight::Report MakeReportOf(const std::vector<CollectedDatatype>& results, const insight::Extract& calls,
                                            const insight::HealthReport& health, const std::vector<Finding>& findings);
-// Adds what the disks counted at the baseline that the verdicts of the report were compared with.
+// Adds the counters of the baseline that the verdicts were compared with.
 void AddBaseline(insight::Report& report, const insight::HealthReport& baseline);
 
 }  // namespace orbis::host

@@ -6,7 +6,7 @@ const partitionText = (part) => [part.kind === 'FREE' ? 'free' : part.name && pa
   part.kind !== 'FREE' && part.kind !== 'DATA' && !new RegExp(partitionKinds[part.kind]?.split(' ')[0] ?? '$', 'i').test(part.name ?? '') && partitionKinds[part.kind],
   part.isBoot && 'boot', part.hasPageFile && 'page file', part.hasCrashDump && 'crash dump'].filter(Boolean).join(', ');
 
-// Partitions to scale; what is narrower than a hair still shows.
+// Partitions to scale; very narrow ones stay visible.
 function partitionMap(disk) {
   const parts = list(disk?.partition), total = Number(disk?.bytes ?? 0);
   if (parts.length === 0 || total <= 0) return null;
@@ -56,7 +56,7 @@ function smart(fields) {
     : make('p', {}, 'No SMART attribute was read.'), fieldTable('SMART', others)];
 }
 
-// Identify Controller as people think of it. The first group that fits a field has it.
+// The groups of Identify Controller. A field belongs to the first group that matches.
 const groups = [
   ['Identity', /^(pci|serial|model|firmwareRevision|ieee|controllerId|controllerType|version|fru|nvmSubsystem|customized|deviceCategory|numberOfNamespaces|totalNvm|unallocated)/],
   ['Thermal', /hermal|emperature/], ['Power', /^(rtd3|autoPower|numberOfPower|powerState)|PowerState/i],
@@ -91,7 +91,7 @@ function identify(fields) {
   return [make('div', { class: 'parts' }, ...boxes)];
 }
 
-// Percentages with their bars, then the rest; the fields that repeat them for old hosts are last.
+// Percentages with their bars, then the other fields; the fields that repeat them for old hosts are last.
 function activity(fields) {
   const shares = fields.filter((field) => /^(idle|read|write)TimePercentage$/.test(field.field ?? '') && field.value);
   return [make('div', { class: 'shares' }, ...shares.map((field) => make('div', {}, `${inWords(field.field.replace('Percentage', ''))} ${rounded(Number(field.value))} %`,
@@ -113,7 +113,7 @@ const datatypeTitles = { PhysicalDiskDynamicInfo: 'Activity', SmartDynamicInfo: 
 const order = Object.keys(datatypeTitles);
 const bodies = { PhysicalDiskDynamicInfo: activity, SmartDynamicInfo: smart, NvmeIdentifyControllerData: identify, PhysicalDiskStaticInfo: partitionsAndDisk };
 
-// Exact counts of the disk, those that no datatype carries included, with what they were at the baseline.
+// Exact counters of the disk, including those that no datatype carries, with their values at the baseline.
 function counters(health, detail) {
   const before = new Map(list(detail?.before).map((one) => [one.name, one.value]));
   const whole = (text) => /^\d+$/.test(text ?? '');
@@ -133,7 +133,7 @@ function requests(messages) {
     make('td', {}, shown(one.outcome ?? '')), make('td', { class: 'number' }, `${(one.milliseconds ?? 0).toFixed(3)} ms`)));
 }
 
-// Everything that is known of one disk: what it was divided into, its messages, its counts, and what was asked.
+// Everything that is known of one disk: its partitions, its messages, its counters, and the requests.
 function diskBody(detail, health, messages) {
   const boxes = [], map = partitionMap(detail);
   if (map) boxes.push(make('h4', {}, 'Partitions'), map);

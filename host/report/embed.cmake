@@ -1,8 +1,8 @@
-# Writes the page of `orbis-host report` as a C++ header: the files of FOLDER put together, parted where the data goes. The content security
-# policy in the page names style and script by their SHA-256, so that nothing else runs.
+# Writes the page of `orbis-host report` as a C++ header: the files of FOLDER in two parts, between which the data is inserted. The content
+# security policy in the page lists the SHA-256 of style and script, so that nothing else runs.
 #   FOLDER: page.html, page.css and the scripts   OUTPUT: the header
 
-# The text as browsers see it: they read every line end as one line feed before they hash.
+# The text as browsers hash it: with a line feed for every line end.
 function(read_text file out)
     file(READ ${FOLDER}/${file} text)
     string(REPLACE "\r\n" "\n" text "${text}")
@@ -51,7 +51,7 @@ string(SUBSTRING "${page}" 0 ${place} head)
 math(EXPR place "${place} + 6")
 string(SUBSTRING "${page}" ${place} -1 tail)
 
-# Raw string literals in pieces that every compiler takes.
+# Raw string literals that are short enough for every compiler.
 foreach(part head tail)
     string(REPLACE "\n" "\n)~\"\n    R\"~(" ${part} "${${part}}")
 endforeach()

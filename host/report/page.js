@@ -27,7 +27,7 @@ byId('machine').append(facts([
 byId('program').append(report.program ?? '');
 if (list(report.finding).length > 0) {
   byId('findings').hidden = false;
-  // Those with the same way out stand together; many of them are folded.
+  // Findings with the same remedy are grouped; a large group is folded.
   const remedies = new Map();
   for (const one of report.finding) remedies.set(one.remedy, [...remedies.get(one.remedy) ?? [], make('div', {}, shown(one.text))]);
   byId('findings').querySelector('ul').append(...[...remedies].map(([remedy, texts]) => make('li', {}, ...texts.slice(0, 4),
@@ -35,7 +35,7 @@ if (list(report.finding).length > 0) {
     remedy ? make('div', { class: 'remedy' }, shown(remedy)) : null)));
 }
 
-// One card a disk.
+// One card for each disk.
 const counterOf = (disk, name) => list(disk?.counter).find((one) => one.name === name)?.value;
 function temperature(disk) {
   const now = counterOf(disk, 'temperature'), warning = Number(counterOf(disk, 'warningTemperature'));
@@ -51,7 +51,7 @@ function wear(disk) {
     const text = `${used} % used` + (spare === undefined ? '' : `, spare ${spare} % (limit ${threshold ?? '?'} %)`);
     return make('div', {}, text, bar(Number(used), 100, [], Number(used) >= 100, `${used} % used`));
   }
-  // Attributes that makers count wear by, as the part that is left.
+  // Attributes in which makers report wear, shown as the remaining part.
   const id = [177, 173, 231, 233, 202].find((one) => counterOf(disk, `attribute.${one}.value`) !== undefined);
   return id ? `value ${counterOf(disk, `attribute.${id}.value`)} of attribute ${id}, falling from 100` : '';
 }
@@ -96,7 +96,7 @@ for (const gone of list(report.health?.gone)) {
     make('p', {}, 'It was there at the baseline.'), facts([['Serial number', gone.serialNumber && shown(gone.serialNumber)]])));
 }
 
-// Sections are filled when they are opened, so that a page of 128 disks appears at once.
+// Sections are filled when they are opened, so that a page with 128 disks appears quickly.
 const fills = new Map();
 function addSection(id, verdict, title, fill) {
   const body = make('div', { class: 'body' });

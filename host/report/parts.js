@@ -1,4 +1,4 @@
-// The pieces that the page is made of. Every text of a device becomes a text node and is never read as markup.
+// The elements of the page. Every text of a device becomes a text node and is never parsed as markup.
 
 const list = (value) => value ?? [];
 
@@ -18,7 +18,7 @@ function draw(tag, attributes, ...children) {
   element.append(...children);
   return element;
 }
-// A text of a device: its direction stays its own.
+// A text of a device, isolated so that its writing direction does not affect the text around it.
 const shown = (text) => make('bdi', {}, visible(text));
 
 function facts(pairs) {
@@ -34,7 +34,7 @@ function copyButton(text) {
   return make('button', { class: 'copy', type: 'button', 'aria-label': `Copy ${visible(text)}`, onclick: async (event) => {
     const button = event.currentTarget;
     try { await navigator.clipboard.writeText(text); } catch {
-      // A viewer that does not grant the clipboard may still know the older way.
+      // A viewer that denies access to the clipboard may still support the older command.
       const area = button.parentNode.appendChild(make('textarea', { readonly: '' }));
       area.value = text; area.select(); document.execCommand('copy'); area.remove(); button.focus();
     }
@@ -53,10 +53,10 @@ function why(field) {
 }
 
 const stateText = { EMPTY: 'empty', ABSENT: 'absent', NOT_CARRIED: 'no datatype carries it' };
-// What an empty counter really is: the message says nothing, the bytes say it.
+// The real value of a counter that the message carries empty, from its bytes.
 const lost = (field) => !/guid|globallyUnique/i.test(field.field ?? '') && field.state === 'EMPTY' && /^first byte 0/.test(field.rule ?? '') ? / = (\d+)$/.exec(field.raw ?? '')?.[1] : undefined;
 
-// A value: a click opens where it comes from; beside it a button that copies it.
+// A value: a click shows its source; a button beside it copies it.
 function value(field) {
   const isSet = (field.state ?? 'SET') === 'SET' || field.state === 'NOT_CARRIED' && field.value;
   const { text, exact } = isSet ? reading(field) : { text: stateText[field.state], exact: '' };
@@ -72,14 +72,14 @@ function value(field) {
 }
 const valueCell = (field, properties) => field ? make('td', properties ?? {}, value(field)) : make('td', { class: 'absent' }, '\u2013');
 
-// A table in a box that scrolls sideways where the window is narrow.
+// A table in a box that scrolls horizontally in a narrow window.
 function table(caption, heads, rows, properties) {
   return make('div', { class: 'scroll' }, make('table', properties ?? {}, make('caption', {}, caption),
     make('thead', {}, make('tr', {}, ...heads.map((text) => make('th', { scope: 'col' }, text)))), make('tbody', {}, ...rows)));
 }
 const fieldRow = (field, from) => make('tr', {}, make('th', { scope: 'row' }, shown(inWords((field.field ?? '').slice(from)))), valueCell(field));
 
-// Fields as a table, those of one sub-message under its name; what is absent is folded away with the reasons.
+// Fields as a table, those of a sub-message under its name; absent fields are folded, with the reasons.
 function fieldTable(title, fields) {
   const there = fields.filter((field) => field.state !== 'ABSENT'), absent = fields.filter((field) => field.state === 'ABSENT');
   const rowsOf = (some) => {

@@ -1,6 +1,6 @@
-// Numbers, units and names for people. Everything here is text in, text out.
+// Numbers, units and names for people. All functions take and return texts.
 
-// Control characters, direction marks and other invisible ones are shown as U+FFFD; what joins emoji stays.
+// Control characters, direction marks and other invisible characters are shown as U+FFFD; joiners of emoji are kept.
 const visible = (text) => String(text).replace(/[\p{Cc}\p{Cf}\p{Zl}\p{Zp}\p{Cs}]/gu, (one) => one === '\u200d' ? one : '\ufffd');
 
 // Digits in groups of three.
@@ -17,13 +17,13 @@ function inBytes(count) {
   return `${text} ${units[unit]}`;
 }
 
-// "426 days" for hours, when that says more.
+// "426 days" instead of hours, when there are many.
 function inDays(hours) {
   const days = Number(hours) / 24;
   return days >= 730 ? `${(days / 365.25).toFixed(1)} years` : `${Math.round(days)} days`;
 }
 
-// What a count of a unit is in words that people use; empty when the unit itself is one.
+// A count of a unit in a more familiar unit; empty when the unit itself is familiar.
 const readings = {
   '512 kB': (value) => inBytes(Number(value) * 512000),
   '64 KiB': (value) => inBytes(Number(value) * 65536),
@@ -47,7 +47,7 @@ function withUnit(value, unit) {
   return `${number} ${/^\d/.test(unit) ? '\u00d7 ' : ''}${unitNames[unit] ?? unit}${reading ? ` (${reading})` : ''}`;
 }
 
-// 16 bytes that are one number, lowest byte first: "87 8A D7 04 00 ..." is 81234567.
+// 16 bytes as one little-endian number: "87 8A D7 04 00 ..." is 81234567.
 const isNumberInBytes = (text) => /^[0-9A-F]{2}( [0-9A-F]{2}){15}$/.test(text);
 const numberInBytes = (text) => BigInt('0x' + text.split(' ').reverse().join('')).toString();
 
@@ -66,7 +66,7 @@ function partInWords(part) {
     return at === 0 ? long[0].toUpperCase() + long.slice(1) : long;
   }).join(' ');
 }
-// Names that are read better than they are spelt.
+// Display names of fields whose spelling is hard to read.
 const names = { rtd3ResumeLatency: 'RTD3 resume latency', rtd3EntryLatency: 'RTD3 entry latency', byteReadPerSecInMB: 'Read per second', byteWritePerSecInMB: 'Written per second', avgDiskMSPerRead: 'Average time of a read',
   avgDiskMSPerWrite: 'Average time of a write', byteReadInMB: 'Read from the volume since it was mounted',
   byteWriteInMB: 'Written to the volume since it was mounted', namespaceMarketedSizeInGB: 'Marketed size', OEMType208SystemID: 'System identifier' };
@@ -75,11 +75,11 @@ const inWords = (path) => names[path] ?? path.split('.').map((part) => {
   return (name ? partInWords(name) : '') + (index === undefined ? '' : ` ${index}`);
 }).join(' \u203a ');
 
-// The page is read elsewhere than the disks were: UTC.
+// UTC, because the page may be read in another time zone.
 const inUtc = (text) => text
   ? new Date(text).toLocaleString('en-GB', { timeZone: 'UTC', dateStyle: 'medium', timeStyle: 'short' }) + ' UTC' : '';
 
-// A value as people read it, and as a program would take it.
+// A value for people and for programs.
 function reading(field) {
   const value = field.value ?? '', unit = field.unit ?? '', path = field.field ?? '';
   if (isNumberInBytes(value) && !/guid|globallyUnique/i.test(path)) return { text: withUnit(numberInBytes(value), unit), exact: numberInBytes(value) };

@@ -17,7 +17,7 @@ namespace {
 using insight::DiskHealth;
 using insight::HealthReport;
 
-constexpr std::size_t kIndent = 9;  // behind "UNKNOWN  "
+constexpr std::size_t kIndent = 9;  // after "UNKNOWN  "
 
 const std::string* CounterOf(const DiskHealth& disk, std::string_view name)
 {
@@ -142,7 +142,7 @@ std::string Letters(const DiskHealth& disk)
     return text;
 }
 
-// A line for each disk in columns, with its state. Where that is too wide for the terminal, the state is on the next line.
+// A line for each disk in columns, with its state. If that is too wide for the terminal, the state is on the next line.
 std::vector<std::string> Heads(const HealthReport& report, const Style& style)
 {
     const auto table = [&](bool hasState) {
@@ -235,7 +235,7 @@ std::string Render(const insight::ExplanationReport& report, const Style& style)
                     value = value.empty() ? "not carried" : value + ", not carried";
                     break;
                 default:
-                    // Bytes are shown as they are sent; the unit belongs to the number in them.
+                    // Bytes are shown as they are sent; the unit is that of the number in them.
                     if (!field.unit().empty() && !field.raw().starts_with(value + " = ")) {
                         const bool isMultiple = field.unit()[0] >= '0' && field.unit()[0] <= '9';  // "512 kB"
                         value += (isMultiple ? " \u00D7 " : " ") + (field.unit() == "Cel" ? "\u00B0C" : field.unit());

@@ -8,9 +8,9 @@
 
 namespace orbis::host {
 
-// One line a disk, worst first, and beneath it the reasons of its verdict.
+// One line for each disk, worst first, and beneath it the reasons for its verdict.
 [[nodiscard]] std::string Render(const insight::HealthReport& report, const Style& style);
-// One table a message: field, value, where it came from and why it is what it is.
+// One table for each message: field, value, source and conversion, or why the value is missing.
 [[nodiscard]] std::string Render(const insight::ExplanationReport& report, const Style& style);
 
 }  // namespace orbis::host

@@ -77,7 +77,7 @@ std::string LiveView::Render(const Disks& disks, const Style& style) const
     for (const char* title : {"Busy\n%", "Read\nMB/s", "Write\nMB/s", "Read\nms", "Write\nms"}) {
         table.AddColumn(title, Table::Align::Right);
     }
-    // Ends at the newest figure. Numbers are not cut, and neither is this.
+    // The history ends at the newest figure and, like numbers, is never cut.
     table.AddColumn("Busy\nso far", Table::Align::Right);
     const std::size_t shown = style.width != 0 && style.width < 100 ? 10 : kHistory;
     constexpr double kMegabytes = 1.048576;  // in 2^20 bytes

@@ -10,8 +10,8 @@
 
 namespace orbis::host {
 
-// Activity of the disks over the passes of a watch: the latest figures and a short history of how busy each was. A disk that is
-// gone keeps its line, without figures, while its history lasts; a new one gets a line.
+// Activity of the disks over the passes of a watch: the latest figures and a short history of how busy each disk was. A disk that
+// was removed keeps its line, without figures, while its history lasts; a new disk gets a line.
 class LiveView {
 public:
     void Add(const ViewItems<datatypes::PhysicalDiskDynamicInfo>& items);
@@ -27,7 +27,7 @@ private:
     std::map<std::string, Activity> m_Disks;
 };
 
-// One character a value, U+2581 to U+2588, `full` being the highest; a blank where there is no value.
+// One character for each value, U+2581 to U+2588, the highest for `full`; a blank for a missing value.
 [[nodiscard]] std::string Sparkline(const std::deque<float>& values, float full);
 
 }  // namespace orbis::host

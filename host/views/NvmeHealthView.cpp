@@ -40,7 +40,7 @@ std::string Sensors(const NvmeHealthInfo& health)
 {
     std::string text;
     const auto add = [&](std::int32_t celsius) {
-        if (celsius != 0) {  // 0 is also what a sensor that is not there reads
+        if (celsius != 0) {  // a missing sensor also reads 0
             text += fmt::format("{}{}", text.empty() ? "" : ", ", celsius);
         }
     };
@@ -151,7 +151,7 @@ std::string Render(const ViewItems<SmartNvmeInfo>& all, const Disks& disks, cons
                            c.used_reserved_block_count_worst_case_component().value(), c.reserved_block_count_ssd_total().value());
     });
     customized("Lowest, highest temp.", [](const auto& c) {
-        // Signed temperatures in unsigned fields, as the datatype has them.
+        // The datatype has signed temperatures in unsigned fields.
         return fmt::format("{}, {} \u00B0C", static_cast<std::int32_t>(c.minimum_temperature().value()),
                            static_cast<std::int32_t>(c.maximum_temperature().value()));
     });

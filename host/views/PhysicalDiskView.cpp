@@ -29,7 +29,7 @@ std::string Flags(const datatypes::PhysicalDiskPartitionInfo& partition)
 
 std::string Number(bool present, double value, int decimals) { return present ? fmt::format("{:.{}f}", value, decimals) : ""; }
 
-// Rates come in units of 2^20 bytes a second; decimal megabytes are shown, because disks are sold with these.
+// Rates are in units of 2^20 bytes per second; decimal megabytes are shown, because disks are sold with decimal units.
 std::string MegabytesPerSecond(bool present, float mebibytes)
 {
     return Number(present, static_cast<double>(mebibytes) * 1.048576, 2);
@@ -125,7 +125,7 @@ std::string Render(const ViewItems<datatypes::PhysicalDiskStaticInfo>& items, co
             }
         }
     }
-    // An id that is cut is of no use: it is written below where it does not fit beside.
+    // A truncated id is useless, so an id that does not fit is written on a line below.
     const auto fits = [&](const Table& whole) { return style.width == 0 || whole.NaturalWidth(2) <= style.width; };
     std::string out = fits(table) ? table.Render(2) : withoutIds.Render(2) + '\n' + RenderItemIds(ids, disks, style);
     if (!partitions.IsEmpty()) {

@@ -23,7 +23,7 @@ void Sheet::AddNote(std::string note)
 
 std::string Sheet::Render(std::size_t indent) const
 {
-    // A file or a pipe cuts nothing, but forty disks side by side are no page either.
+    // In a file or a pipe nothing is cut, but forty disks side by side would be unreadable too.
     constexpr std::size_t kPage = 140;
     const std::size_t width = m_Style.width == 0 ? kPage : m_Style.width;
     const auto table = [&](std::size_t first, std::size_t last) {

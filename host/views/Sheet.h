@@ -9,8 +9,8 @@
 
 namespace orbis::host {
 
-// Facts as rows, disks as columns: for data with many facts and few disks. Only as many disks are side by side as fit without a
-// cut; the others follow below, each in a block of its own where no two fit.
+// Facts as rows, disks as columns: for data with many facts and few disks. Only as many disks are side by side as fit without being
+// cut; the others follow below, each in its own block when no two fit.
 class Sheet {
 public:
     // Titles of the disks, first row of the sheet.
@@ -18,7 +18,7 @@ public:
 
     // One value for each disk. A row whose values are all empty is left out.
     void AddRow(std::string fact, std::vector<std::string> values);
-    // A line at the end, once, for example what a mark in the values means.
+    // Adds a line at the end, once, for example the meaning of a mark in the values.
     void AddNote(std::string note);
     [[nodiscard]] std::string Render(std::size_t indent) const;
 

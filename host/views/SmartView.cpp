@@ -101,7 +101,7 @@ std::string Render(const ViewItems<datatypes::SmartStaticInfo>& items, const Dis
 std::string Render(const ViewItems<datatypes::SmartDynamicInfo>& items, const Disks& disks, const Style& style)
 {
     std::string out;
-    std::map<std::string, std::vector<std::string>> without;  // ids of disks without values, by the reason
+    std::map<std::string, std::vector<std::string>> without;  // ids of disks without values, by reason
     for (const auto& item : items) {
         const std::string name = disks.NameOf(item.itemId);
         const std::string attributes = item.message == nullptr ? "" : RenderAttributes(*item.message, style);

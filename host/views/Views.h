@@ -23,7 +23,7 @@ struct ViewItem {
 template <class T>
 using ViewItems = std::vector<ViewItem<T>>;
 
-// The whole item ids of disks, beside their names, or their short names where there is no room.
+// The complete item ids of disks beside their names, or below them where there is no room.
 [[nodiscard]] std::string RenderItemIds(const std::vector<std::string>& ids, const Disks& disks, const Style& style);
 
 // Tables for people. Every one names a disk as `disks` does.

@@ -1,1 +1,1 @@
-"""What orbis-host said of the guest's disks, held against what the field's own tools said of the same disks."""
+"""Compares what orbis-host and the standard tools report about the guest's disks."""

@@ -1,8 +1,8 @@
-"""PhysicalDiskDynamicInfo against /proc/diskstats: a disk read and written at a steady pace, and one plugged in meanwhile.
+"""PhysicalDiskDynamicInfo against /proc/diskstats, while a disk is read and written at a steady pace and another one is plugged in.
 
-A collection takes its sample between the time it carries and the time it is printed, and the kernel's counters are known
-before and after each chunk that is read or written. So a rate is right when it fits some pair of moments in these windows: that is the
-whole tolerance, besides the rounding of 32-bit floats.
+A collection takes its sample between its collection time and the time when it is printed, and the kernel's counters are known before and
+after each chunk that is read or written. A rate is correct when it fits some pair of moments in these windows; there is no other tolerance
+except the rounding of 32-bit floats.
 """
 
 import json
@@ -26,14 +26,14 @@ NO_LETTER = re.compile(r'GetDynamicDiskData: the "\d+" name is invalid, skipping
 READS, READ_SECTORS, READ_MS, WRITES, WRITTEN_SECTORS, WRITE_MS, BUSY_MS = 0, 2, 3, 4, 6, 7, 9
 MEBIBYTE, SECTOR, CHUNK = 1 << 20, 512, 256 << 10
 FLOAT = 1e-6
-UPTIME = 0.01  # seconds, which it is cut to
+UPTIME = 0.01  # its resolution in seconds
 TOOLS = ("diskstats", "")
 
 
 def compare(report, schema, table):
     in_schema = schema.fields(DATATYPE)
     table.title(f"The items of {DATATYPE}")
-    table.require("each field is listed, and no other", set(in_schema) == set(FIELDS), sorted(set(in_schema) ^ set(FIELDS)))
+    table.require("exactly the fields of the schema are listed", set(in_schema) == set(FIELDS), sorted(set(in_schema) ^ set(FIELDS)))
     by_id, disks = disks_by_id(report)
     mounted = {name: volumes for name, volumes in disks.items() if volumes}
     steady, hotplug = Watch(report, "activity/steady", disks), Watch(report, "activity/hotplug", disks)
@@ -52,13 +52,13 @@ def compare(report, schema, table):
         nameless = sum(bool(NO_LETTER.search(line)) for line in watch.messages)
         expected = 3 * (len(disks) - len(mounted))
         table.require(f"each disk without a letter is warned of in each pass: {expected}", nameless == expected, nameless)
-        # The kernel reads a little itself, the file system when it is mounted; which writes its own blocks with every chunk.
+        # The kernel itself reads a little, the file system does when it is mounted, and it writes blocks of its own with every chunk.
         for what, column, chunks in (("read", READ_SECTORS, watch.chunks), ("written", WRITTEN_SECTORS, watch.written)):
             asked, most = chunks * CHUNK, 2 * MEBIBYTE + (chunks * CHUNK // 2 if what == "written" else 0)
             first, last = (watch.snapshots[end].of(watch.volume)[column] * SECTOR for end in (0, -1))
             table.require(f"the kernel counts the {asked} bytes that were {what}, and at most {most} besides",
                           (asked > 0 or (watch is hotplug and what == "written")) and asked <= last - first <= asked + most, last - first)
-        # After a disk was plugged in, rates are those since the counters were made anew, amid the second pass.
+        # After a disk was plugged in, rates are counted from the new counters, which are made during the second pass.
         for number in range(2 if watch is steady else 3, len(watch.passes) + 1):
             compare_pass(watch, number, by_id, disks, in_schema, table)
 
@@ -66,7 +66,7 @@ def compare(report, schema, table):
 def disks_by_id(report):
     """The kernel's names of the disks by item id, and of their mounted volumes in the order of letters, where "/" is C:."""
     disks = [disk for disk in report.json("activity/lsblk")["blockdevices"] if disk["type"] == "disk"]
-    by_size = {static.geometry_size(disk): disk["name"] for disk in disks}  # no two of them are of one size
+    by_size = {static.geometry_size(disk): disk["name"] for disk in disks}  # their sizes all differ
     sizes = {item["itemId"]: int(item["data"].get("size", -1)) for item in report.orbis("activity/static")}
     by_id = {item_id: by_size[size] for item_id, size in sizes.items() if size in by_size}
     return by_id, {disk["name"]: volumes(disk) for disk in disks}
@@ -81,7 +81,7 @@ def volumes(disk):
 
 @dataclass
 class Snapshot:
-    """The kernel's counters, read somewhere between two uptimes."""
+    """The kernel's counters, read at some time between two uptimes."""
 
     first: float
     last: float
@@ -93,7 +93,7 @@ class Snapshot:
 
 @dataclass
 class Pass:
-    """One collection: it took its sample somewhere between two uptimes."""
+    """One collection, whose sample was taken at some time between two uptimes."""
 
     items: list
     first: float
@@ -117,7 +117,7 @@ class Watch:
                        for items, last in zip(arrays, printed)]
 
     def spans(self, disk, one):
-        """Where a sample may lie: pieces of time with the counters at least and at most reached in them."""
+        """The intervals in which the sample may have been taken, with the lowest and highest values of the counters in each."""
         for before, after in zip(self.snapshots, self.snapshots[1:]):
             first, last = max(before.first, one.first), min(after.last, one.last)
             if first <= last:
@@ -145,7 +145,7 @@ def snapshots(text):
 
 
 class Bounds:
-    """The least and the most that the counters of one disk allow for the interval that ends with a pass."""
+    """The lowest and highest values that the counters of one disk allow for the interval that ends with a pass."""
 
     def __init__(self, watch, number, disk):
         self.watch, self.end = watch, watch.passes[number - 1]
@@ -195,7 +195,7 @@ def compare_pass(watch, number, by_id, disks, in_schema, table):
 
 
 def allowed(bounds, last_volume):
-    """Totals are those of the disk's last letter alone."""
+    """Totals are those of the disk's last letter only."""
     busy = [min(100.0, rate / 10) for rate in bounds.per_second(BUSY_MS)]  # of 1000 ms in each second
     megabytes = {name: [rate * SECTOR / MEBIBYTE for rate in bounds.per_second(column)]
                  for name, column in zip(RATES, (READ_SECTORS, WRITTEN_SECTORS))}
@@ -212,7 +212,7 @@ def allowed(bounds, last_volume):
 
 
 def between(table, name, ours, low, high):
-    """Any value between the bounds is right; they are shown with it in between."""
+    """Any value between the bounds is correct; the value is shown between them."""
     fits = ours is not None and low * (1 - FLOAT) <= ours <= high * (1 + FLOAT)
     shown = [round(bound, 2) if isinstance(bound, float) else bound for bound in (low, high)]
     table.check(name, ours, [(TOOLS[0], "at any two moments of the samples", [shown[0], ours, shown[1]] if fits else shown)])

@@ -1,4 +1,4 @@
-"""What `orbis-host explain` says of the guest: no field of any message is without an explanation."""
+"""`orbis-host explain` in the guest: every field of every message has an explanation."""
 
 DATATYPES = {"PhysicalDiskStaticInfo", "PhysicalDiskDynamicInfo", "SmartStaticInfo", "SmartDynamicInfo", "SmartNvmeInfo",
              "NvmeIdentifyControllerData"}

@@ -5,7 +5,7 @@ from .peers import approximation, counter, key, raw_number
 
 DATATYPE = "SmartNvmeInfo"
 
-# nvme-cli's name of what begins at a byte.
+# nvme-cli's name of the field that begins at a byte.
 NVME_CLI = {
     0: "critical_warning", 1: "temperature", 3: "avail_spare", 4: "spare_thresh", 5: "percent_used",
     6: "endurance_grp_critical_warning_summary", 32: "data_units_read", 48: "data_units_written", 64: "host_read_commands",
@@ -13,7 +13,7 @@ NVME_CLI = {
     160: "media_errors", 176: "num_err_log_entries", 192: "warning_temp_time", 196: "critical_comp_time",
     216: "thm_temp1_trans_count", 220: "thm_temp2_trans_count", 224: "thm_temp1_total_time", 228: "thm_temp2_total_time",
 }
-# smartctl's where it has another one, or none.
+# smartctl's name where it differs, or none.
 SMARTCTL = {
     0: None, 3: "available_spare", 4: "available_spare_threshold", 5: "percentage_used", 6: None, 64: "host_reads", 80: "host_writes",
     216: None, 220: None, 224: None, 228: None,

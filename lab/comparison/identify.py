@@ -5,7 +5,7 @@ from .peers import array, counter, key, raw_bytes, text
 
 DATATYPE = "NvmeIdentifyControllerData"
 
-# nvme-cli's name of what begins at a byte. Byte 530 has its later one: it became common to all command sets.
+# nvme-cli's name of the field that begins at a byte. Byte 530 has its later name, from when it became common to all command sets.
 NVME_CLI = {
     0: "vid", 2: "ssvid", 4: "sn", 24: "mn", 64: "fr", 72: "rab", 73: "ieee", 76: "cmic", 77: "mdts", 78: "cntlid", 80: "ver",
     84: "rtd3r", 88: "rtd3e", 92: "oaes", 96: "ctratt", 100: "rrls", 111: "cntrltype", 128: "crdt1", 130: "crdt2", 132: "crdt3",
@@ -24,7 +24,7 @@ OUI, FRU_GUID = 73, 112
 
 
 def organisation(number):
-    """The OUI in hexadecimal: whole bytes, those of zero in front left out, at least one."""
+    """The OUI in hexadecimal: whole bytes without leading zero bytes, but at least one byte."""
     return number.to_bytes(max(1, (number.bit_length() + 7) // 8), "big").hex().upper()
 
 
@@ -49,7 +49,7 @@ def power_state(index):
 
     return {f"powerStateDesc[{index}].{name}": [peer] for name, peer in {
         "maxPower": state("max_power"),
-        # nvme-cli's "flags" are the byte that holds both bits.
+        # nvme-cli's "flags" is the byte that contains both bits.
         "maxPowerScale": state("flags").bit(0),
         "nonOperationalState": state("flags").bit(1),
         "entryLatency": state("entry_lat"),
@@ -67,11 +67,11 @@ def power_state(index):
 
 
 def fields(readings):
-    """All of them; NPSS is zero-based, so a drive has one power state more than it says."""
+    """All power states. NPSS is zero-based: a drive has one power state more than the value."""
     states = range(readings["id-ctrl-json"]["npss"] + 1)
     return FIELDS | {path: found for index in states for path, found in power_state(index).items()}
 
 
-# No drive of the guest has a maker's vendor area, so the only right answer is that these messages are not there.
+# No drive of the guest has a maker's vendor area, so these messages must be absent.
 ABSENT_BECAUSE = "no drive of the guest has a maker's vendor area"
 ABSENT = sources.makers(DATATYPE)

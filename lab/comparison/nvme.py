@@ -29,7 +29,7 @@ def compare(report, schema, table):
 
 
 def readings(report, serial, when):
-    """What the other tools said of one drive, before or after orbis-host looked at its health."""
+    """The output of the other tools for one drive, before or after orbis-host read its health log."""
     folder = f"nvme/{serial}"
     return {
         "id-ctrl-json": report.json(f"{folder}/id-ctrl-json"),
@@ -45,8 +45,8 @@ def compare_datatype(module, items, serial_of, drives, in_schema, table):
     compared = {every_index(path) for before, _ in drives.values() for path in module.fields(before)}
     listed = compared | set(module.ABSENT)
     table.title(f"{name}: the schema's {len(in_schema)} fields")
-    table.require("each is listed", set(in_schema) <= listed, f"not so {sorted(set(in_schema) - listed)}")
-    table.require("each that is listed exists", listed <= set(in_schema), f"not so {sorted(listed - set(in_schema))}")
+    table.require("each is listed", set(in_schema) <= listed, f"not {sorted(set(in_schema) - listed)}")
+    table.require("each listed field exists", listed <= set(in_schema), f"not {sorted(listed - set(in_schema))}")
     table.note("not compared, and required to be absent:")
     table.note(f"  {module.ABSENT_BECAUSE}")
     for path in module.ABSENT:
@@ -57,14 +57,14 @@ def compare_datatype(module, items, serial_of, drives, in_schema, table):
         serial = serial_of.get(item["itemId"])
         if serial not in drives:
             continue  # counted as failed where the items are counted
-        # The disks of one controller have all these values in common: they are printed for the first.
+        # The disks of one controller share all these values; they are printed for the first one.
         show = serial not in shown
         shown.add(serial)
         table.title(f"{name} of {serial}\n{item['itemId']}")
         if show:
             table.header()
         else:
-            table.note("another disk of the same controller: compared as above, only what differs is shown")
+            table.note("another disk of the same controller: compared as above, only differences are shown")
         compare_item(module, item["data"], *drives[serial], in_schema, table, show)
 
 

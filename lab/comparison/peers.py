@@ -1,4 +1,4 @@
-"""How a value is found in what nvme-cli and smartctl printed. Nothing here knows orbis-host's code."""
+"""How a value is found in the output of nvme-cli and smartctl. Nothing here uses orbis-host's code."""
 
 from dataclasses import dataclass, replace
 from typing import Any, Callable
@@ -6,7 +6,7 @@ from typing import Any, Callable
 
 @dataclass(frozen=True)
 class Peer:
-    """One place in one reading, and what is made of the value found there."""
+    """One place in one reading, and the conversion of the value found there."""
 
     reading: str
     place: str
@@ -30,7 +30,7 @@ class Peer:
         return self.then(lambda value: value >> low & ((1 << high - low + 1) - 1), f":{high}-{low}")
 
     def acceptable(self, before, after):
-        """What orbis-host may say, when it looked between these two readings: a counter may stand anywhere between."""
+        """The values that are correct for orbis-host, which ran between these two readings: a counter may have any value between theirs."""
         first, last = self.find(before[self.reading]), self.find(after[self.reading])
         found = range(min(first, last), max(first, last) + 1) if isinstance(first, int) else [first, last]
         values = []
@@ -67,10 +67,10 @@ def flags(message, peer, fields):
             for name, place in fields.items()}
 
 
-# What the messages do to the bytes of a page on purpose.
+# Documented conversions of the bytes of a page.
 
 def text(peer):
-    """Padding does not belong to a text; a zero byte inside ends it."""
+    """Padding is not part of a text; a zero byte ends it."""
     return peer.then(lambda value: value.strip("\0").strip(" \t\n\v\f\r").strip("\b").split("\0")[0])
 
 
@@ -85,5 +85,5 @@ def counter(peer):
 
 
 def approximation(peer):
-    """The same number as a double; what is sent empty counts as zero."""
+    """The same number as a double; an empty array counts as zero."""
     return peer.then(lambda number: float(number) if number % 256 else 0.0)

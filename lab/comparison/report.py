@@ -1,18 +1,18 @@
-"""The report that the guest handed out: one folder per reading, with its output, messages and exit status."""
+"""The guest's report: one folder for each reading, with its output, messages and exit status."""
 
 import json
 from pathlib import Path
 
 
 class ReadingError(Exception):
-    """A reading is missing, failed, or is not what it should be; the text names it and what it said."""
+    """A reading is missing, failed or malformed; the text names it and quotes its messages."""
 
 
 class Report:
     def __init__(self, folder):
         self.folder = Path(folder)
         if not (self.folder / "complete").exists():
-            raise ReadingError(f"{self.folder} holds no whole report; run the lab first")
+            raise ReadingError(f"{self.folder} has no complete report; run the lab first")
 
     def serial_numbers(self):
         """The NVMe controllers that the guest's kernel found, by serial number."""
@@ -25,7 +25,7 @@ class Report:
         status = int((reading / "status").read_text())
         if not accept(status):
             messages = (reading / "messages").read_text(errors="replace").strip()
-            raise ReadingError(f"{name} ended with status {status}: {messages or 'it said nothing'}")
+            raise ReadingError(f"{name} ended with status {status}: {messages or 'without a message'}")
         return (reading / "output").read_bytes()
 
     def json(self, name, **options):
@@ -36,11 +36,11 @@ class Report:
             raise ReadingError(f"{name} is not JSON: {error}: {output[:200]!r}") from error
 
     def smartctl(self, name):
-        # Bits 0 to 2 say that smartctl could not read the disk; the others tell of the disk's health.
+        # Bits 0 to 2 mean that smartctl could not read the disk; the others report the disk's health.
         return self.json(name, accept=lambda status: status & 0b111 == 0)
 
     def orbis(self, name):
-        # 4: complete but for a finding, which the messages tell; the comparison looks at what was collected.
+        # 4: something was left out, as the messages report. Only the collected data is compared.
         return self.json(name, accept=lambda status: status in (0, 4))
 
     def collected(self, datatype):

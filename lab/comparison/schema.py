@@ -1,4 +1,4 @@
-"""The fields of a datatype, taken from the compiled schema, so that a new one cannot go unnoticed."""
+"""The fields of a datatype, taken from the compiled schema, so that a new field cannot be forgotten."""
 
 import base64
 import re
@@ -70,8 +70,8 @@ def every_index(path):
 
 
 def value_at(data, path, convert):
-    """The value that the printed JSON holds at a path, or ABSENT; what is not of the field's type stays as it is printed,
-    and so equals nothing."""
+    """The value at a path of the printed JSON, or ABSENT. A value that is not of the field's type is not converted, so it equals
+    nothing."""
     for name, index in re.findall(r"([^.\[]+)(?:\[(\d+)\])?", path):
         if name not in data:
             return ABSENT

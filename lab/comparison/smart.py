@@ -8,7 +8,7 @@ STATIC, DYNAMIC = "SmartStaticInfo", "SmartDynamicInfo"
 ATTRIBUTES = sources.attributes(DYNAMIC)
 VALUES = {"rawValue": "raw.value", "normal": "value", "worst": "worst", "threshold": "thresh"}
 TEMPERATURE = 194
-LOW_32_BITS = {3, 9, 240}  # what stands above them is the maker's own
+LOW_32_BITS = {3, 9, 240}  # the bits above are vendor specific
 
 
 def compare(report, schema, table):
@@ -23,12 +23,12 @@ def compare(report, schema, table):
     table.require("the same item ids in both datatypes",
                   [item["itemId"] for item in statics] == [item["itemId"] for item in dynamics])
     models = {item["itemId"]: item["data"].get("modelName", ABSENT) for item in statics}
-    table.require("each SATA disk by its model", set(disks) <= {model.strip() for model in models.values()}, models)
+    table.require("each SATA disk is there, by its model", set(disks) <= {model.strip() for model in models.values()}, models)
     in_schema = {STATIC: schema.fields(STATIC), DYNAMIC: schema.fields(DYNAMIC)}
     listed = {STATIC: {"name", "modelName", "eppid"},
               DYNAMIC: {"name"} | {f"{field}.{value}" for field in ATTRIBUTES for value in VALUES}}
     for datatype, paths in listed.items():
-        table.require(f"{datatype}: each field is listed, and no other", set(in_schema[datatype]) == paths,
+        table.require(f"{datatype}: exactly the fields of the schema are listed", set(in_schema[datatype]) == paths,
                       sorted(set(in_schema[datatype]) ^ paths))
 
     numbered = [f"SMART{number}" for number in range(len(statics))]
@@ -38,7 +38,7 @@ def compare(report, schema, table):
         table.title(f"{STATIC} and {DYNAMIC} of {model.strip()}\n{identity['itemId']}")
         table.header()
         if disk is None:
-            # An NVMe drive has neither IDENTIFY DEVICE nor a SMART table, so nothing tells that it is solid-state.
+            # An NVMe drive has neither IDENTIFY DEVICE nor a SMART table, so no source shows that it is solid-state.
             table.check("name", state["data"].get("name", ABSENT), [("smartctl", "not an ATA disk", numbered)])
             table.check("modelName", model, [("smartctl", "model_name", list(nvme.values()))])
             table.check("attributes", sorted(set(state["data"]) - {"name"}), [("smartctl", "not an ATA disk", [[]])])
@@ -53,7 +53,7 @@ def compare(report, schema, table):
 
 def sata_disks(report):
     for folder in sorted((report.folder / "sata").iterdir()):
-        # Bit 2 says that the disk refused a command, which is what QEMU's disks do with the logs they do not have.
+        # Bit 2 means that the disk refused a command; QEMU's disks refuse to read logs that they lack.
         yield report.json(f"sata/{folder.name}/smartctl", accept=lambda status: status & 0b11 == 0)
 
 

@@ -1,4 +1,4 @@
-"""Where the fields of the datatypes come from, by the table of sources: the bytes and bits of NVMe pages, the numbers of SMART attributes."""
+"""The sources of the fields, from the table of sources: bytes and bits of NVMe pages, numbers of SMART attributes."""
 
 import sys
 from dataclasses import dataclass
@@ -8,11 +8,11 @@ from .schema import Schema
 
 ROOT = Path(__file__).resolve().parents[2]
 sys.path.append(str(ROOT / "tools"))
-from sources_table import SourcesTable, places_of  # noqa: E402 (stands in the tools' folder)
+from sources_table import SourcesTable, places_of  # noqa: E402 (in the folder tools)
 
 TABLE = SourcesTable("protoc", ROOT)
 SCHEMA = Schema(ROOT / "host-sdk" / "proto")
-MAKER_AREA = 3072  # byte of Identify Controller from which on it is the vendor's
+MAKER_AREA = 3072  # first byte of the vendor specific area of Identify Controller
 
 
 @dataclass(frozen=True)
@@ -20,11 +20,11 @@ class Field:
     path: str    # in JSON
     first: int   # byte
     length: int  # in bytes
-    bits: tuple  # the highest and the lowest of these bytes, or nothing: all of them
-    form: str    # "text", "bytes" or "double" for what is not the number itself
+    bits: tuple  # the highest and the lowest bit in these bytes; empty: all bits
+    form: str    # "text", "bytes" or "double"; empty: the number itself
 
     def of(self, peer):
-        """The field's bits of a value that has all of its bytes."""
+        """The field's bits in the value of its bytes."""
         if not self.bits:
             return peer
         high, low = self.bits
@@ -38,8 +38,8 @@ def form_of(row):
 
 
 def page(datatype, request):
-    """The fields that come from a page of NVMe, the message's own values before those of its sub-messages. Entries of an array and
-    what has no bytes in the table, because its layout is the maker's, are not among them."""
+    """The fields that come from an NVMe page, the message's own values before those of its sub-messages; without entries of arrays and
+    without fields whose layout is the maker's, which have no bytes in the table."""
     found = []
     for path, name in SCHEMA.rows(datatype).items():
         place = places_of(TABLE.rows[name])[0]

@@ -27,18 +27,18 @@ def compare(report, schema, table):
     table.title(f"The items of {DATATYPE}")
     in_schema = schema.fields(DATATYPE)
     listed = {*FIELDS, *(f"partitions[].{name}" for name in PARTITION_FIELDS)}
-    table.require("each field is listed, and no other", set(in_schema) == listed, sorted(set(in_schema) ^ listed))
+    table.require("exactly the fields of the schema are listed", set(in_schema) == listed, sorted(set(in_schema) ^ listed))
     table.require("one item for each disk", len(items) == len(disks), len(items))
     names = [item["data"].get("name") for item in items]
-    table.require("disks are numbered from 0 in their order", names == [f"DISK{number}" for number in range(len(items))], names)
+    table.require("disks are numbered from 0 in order", names == [f"DISK{number}" for number in range(len(items))], names)
     table.require("the tables of the disks are GPT, MBR and none", {style(disk) for disk in disks} == {"gpt", "dos", None})
 
-    # No two disks of the guest are of one size.
+    # The sizes of the guest's disks all differ.
     by_size = {geometry_size(disk): disk for disk in disks}
     for item in items:
         disk = by_size.get(int(item["data"].get("size", -1)))
         table.title(f"{DATATYPE} of {disk and disk['name']}\n{item['itemId']}")
-        table.require("a disk of its size is there", disk is not None, item["data"].get("size"))
+        table.require("there is a disk of its size", disk is not None, item["data"].get("size"))
         if disk is not None:
             table.header(TOOLS)
             compare_disk(item, disk, report, in_schema, table)
@@ -46,7 +46,7 @@ def compare(report, schema, table):
 
 
 def blkid(report, reading):
-    """What blkid told, which is nothing of a device that holds nothing."""
+    """The output of blkid, which is empty for an empty device."""
     printed = report.output(f"disks/{reading}/blkid", accept=lambda status: status in (0, 2)).decode()
     return dict(line.split("=", 1) for line in printed.splitlines())
 
@@ -56,7 +56,7 @@ def style(disk):
 
 
 def geometry_size(disk):
-    """Whole cylinders of 255 tracks of 63 sectors: what is left over is less than a cylinder."""
+    """The size in whole cylinders of 255 tracks of 63 sectors; a partial cylinder does not count."""
     cylinder = 255 * 63 * disk["log-sec"]
     return disk["size"] // cylinder * cylinder // MEBIBYTE
 
@@ -65,7 +65,7 @@ def compare_disk(item, disk, report, in_schema, table):
     data, folder = item["data"], f"disks/{disk['name']}"
     identity = report.smartctl(f"{folder}/smartctl")
     is_partitioned = style(disk) is not None
-    # Only an ATA disk answers IDENTIFY DEVICE, whose 40 bytes are sent as they are.
+    # Only an ATA disk answers IDENTIFY DEVICE; the 40 bytes of the model are sent unchanged.
     is_ata = identity["device"]["protocol"] == "ATA"
     model = identity["model_name"].ljust(40) if is_ata else identity["model_name"]
     disk_type = media(identity)
@@ -90,7 +90,7 @@ def compare_disk(item, disk, report, in_schema, table):
 
 
 def media(identity):
-    """Of a disk that does not tell how fast it rotates nothing is known; lsblk calls such a disk rotating."""
+    """Unknown for a disk that does not report its rotation rate; lsblk calls such a disk rotating."""
     rotation_rate = 0 if identity["device"]["protocol"] == "NVMe" else identity.get("rotation_rate")
     return {None: "DISK_TYPE_UNKNOWN", 0: "DISK_TYPE_SSD"}.get(rotation_rate, "DISK_TYPE_HDD")
 
@@ -107,7 +107,7 @@ def compare_partitions(data, disk, report, swaps, in_schema, table):
     entries = data.get("partitions", [])
     partitions = {number_of(partition, disk): partition for partition in disk.get("children", [])}
     is_mbr = style(disk) == "dos"
-    # An MBR is reported by fours, its unused entries too.
+    # The entries of an MBR are reported in groups of four, including unused ones.
     expected = sorted(partitions) + [0] * (-len(partitions) % 4 if is_mbr else 0)
     table.check("partitions.index", [int(entry["index"]) for entry in entries], [(LSBLK, "name", [expected])])
     for position, entry in enumerate(entries):
@@ -130,10 +130,10 @@ def number_of(partition, disk):
 
 
 def of_table(partition, disk, report, is_mbr):
-    """What the partition table says of a partition, as lsblk, blkid and (of a GPT) sgdisk tell it."""
+    """A partition's entry in the partition table, from lsblk, blkid and (for a GPT) sgdisk."""
     entry = partition["blkid"]
     size = [(LSBLK, "PART_ENTRY_SIZE", int(entry["PART_ENTRY_SIZE"]) * 512 // MEBIBYTE)]
-    if not is_mbr or int(entry["PART_ENTRY_TYPE"], 16) != EXTENDED:  # of which the kernel shows a kilobyte
+    if not is_mbr or int(entry["PART_ENTRY_TYPE"], 16) != EXTENDED:  # the kernel shows an extended partition with one kilobyte
         size.append((LSBLK, "size", partition["size"] // MEBIBYTE))
     of_both = {"index": [(LSBLK, "PART_ENTRY_NUMBER", int(entry["PART_ENTRY_NUMBER"]))], "size": size}
     if is_mbr:
@@ -155,11 +155,11 @@ def of_table(partition, disk, report, is_mbr):
 
 
 def of_volume(partition, swaps, is_mbr):
-    """What is known of the volume on a partition: nothing when it is not mounted, and nothing that finds its way to an MBR
-    partition, which has no identifier to find it by."""
+    """The data of the volume on a partition: none when it is not mounted, and none for an MBR partition, which has no identifier to
+    join by."""
     mounts = [] if is_mbr else [mount for mount in partition["mountpoints"] if mount and mount.startswith("/")]
     serial = partition["blkid"]["UUID"].replace("-", "").upper()[:8] if mounts else ABSENT
-    # The swap file and the folder for crash dumps stand in the root file system, with nothing mounted in between.
+    # The swap file and the folder for crash dumps are in the root file system, with no other mount on their paths.
     is_root = "/" in mounts
     has_swap_file = any(not swap.startswith("/dev/") for swap in swaps)
     return {

@@ -1,4 +1,4 @@
-"""The table of what was compared: aligned and within 80 columns; what differs is repeated whole."""
+"""The table of comparisons: aligned, within 80 columns; differing values are repeated in full."""
 
 from .schema import ABSENT
 
@@ -24,7 +24,7 @@ class Table:
     def check(self, path, ours, theirs, show=True):
         """Counts the comparisons of one field, and prints them when they are to be shown or one failed.
 
-        THEIRS are triples: the tool, where in its output the value comes from, the values that are right.
+        THEIRS are triples: the tool, the place in its output, the correct values.
         """
         wrong = [tool for tool in theirs if not any(type(ours) is type(value) and ours == value for value in tool[2])]
         self.passed += len(theirs) - len(wrong)
@@ -43,7 +43,7 @@ class Table:
             print(f"  ^ {path}: orbis-host has {ours!r}, {tool} ({place}) {' or '.join(map(repr, right))}")
 
     def require(self, statement, holds, otherwise=""):
-        """Counts a statement about the whole; OTHERWISE is what is so when it does not hold."""
+        """Counts a statement about the whole; OTHERWISE is shown when it does not hold."""
         self.passed += bool(holds)
         self.failed += not holds
         print(f"{'ok     ' if holds else 'FAILED '} {statement}" + ("" if holds or not otherwise else f", but: {otherwise}"))
@@ -69,7 +69,7 @@ def _text(value):
 
 
 def _fit(text, width):
-    """The text in that width, its middle left out where it is longer."""
+    """The text in that width; a longer one is cut in the middle."""
     if len(text) <= width:
         return text.ljust(width)
     head = (width - 1) // 2

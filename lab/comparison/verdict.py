@@ -9,7 +9,7 @@ from . import smart
 sys.path.insert(0, str(Path(__file__).resolve().parents[2] / "tools"))
 import documents  # noqa: E402
 
-# Bits of the critical warning, by the rule that each of them is (NVM Express Base Specification 1.4, figure 194).
+# Bits of the critical warning, each with its rule (NVM Express Base Specification 1.4, figure 194).
 BITS = ["nvme.spare-warning", "nvme.temperature-warning", "nvme.reliability", "nvme.read-only", "nvme.backup", "nvme.persistent-memory"]
 DATATYPES = ["NvmeIdentifyControllerData", "SmartNvmeInfo", "SmartStaticInfo", "SmartDynamicInfo", "PhysicalDiskStaticInfo"]
 
@@ -34,7 +34,7 @@ def compare(report, _, table):
         for ours in by_serial.get(disk["serial_number"], [{"name": "no disk", "verdict": "none"}]):
             check(table, disk["serial_number"], ours, disk["smart_status"]["passed"])
     verdicts = {disk["verdict"] for disk in health["disk"]}
-    table.require("a disk fails, and others do not", "FAIL" in verdicts and len(verdicts) > 1, verdicts)
+    table.require("some disk fails, and others do not", "FAIL" in verdicts and len(verdicts) > 1, verdicts)
 
     table.title("JSON documents by their schemas")
     lines = report.output("orbis/lines", accept=lambda status: status in (0, 4)).decode().splitlines()
@@ -46,6 +46,6 @@ def compare(report, _, table):
 
 
 def check(table, serial, disk, passed):
-    """smartctl's overall health is the drive's own statement that it fails or does not."""
+    """smartctl's overall health is the drive's own statement whether it fails."""
     table.check(f"{serial} {disk['name']}.verdict", "FAIL" if disk["verdict"] == "FAIL" else "no failure",
                 [("smartctl", "smart_status.passed", ["no failure" if passed else "FAIL"])])

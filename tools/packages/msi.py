@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""An MSI of an unpacked Windows package, by msitools. usage: msi.py STAGE VERSION x64|arm64 OUTPUT
+"""Makes an MSI of an unpacked Windows package with msitools. usage: msi.py STAGE VERSION x64|arm64 OUTPUT
 
-Files go to C:\\Program Files\\Orbis. Two scheduled tasks, Orbis\\metrics and Orbis\\health, are made with it, disabled, and go with it.
+Files are installed in C:\\Program Files\\Orbis. Two scheduled tasks, Orbis\\metrics and Orbis\\health, are created disabled, and are deleted
+when the package is removed.
 """
 
 import pathlib
@@ -14,7 +15,7 @@ from xml.sax.saxutils import quoteattr
 SPACE = uuid.UUID("5b2a0a8e-3f0d-4f0c-9a52-8d1f3c3c6c11")
 UPGRADE = "{7E0B3B5C-6D3C-4B0B-9E0F-2C7C1A2D8F10}"
 TASKS = ("metrics", "health")
-# Types of custom actions: a command line, deferred, as SYSTEM; an installation does not fail for a task that is off anyway.
+# Types of custom actions: a command line, deferred, as SYSTEM; if a task cannot be created, the installation does not fail.
 EXE_IN_DIRECTORY, CONTINUE, DEFERRED, NO_IMPERSONATION = 34, 64, 1024, 2048
 
 
@@ -81,10 +82,10 @@ def description(stage, version, architecture):
 
 
 def custom_actions():
-    """Statements that add what wixl has no element for: command lines in the system's folder."""
+    """SQL statements for custom actions that run commands of the system folder, for which wixl has no element."""
     kind = EXE_IN_DIRECTORY + CONTINUE + DEFERRED + NO_IMPERSONATION
     program = '"[System64Folder]schtasks.exe"'
-    # An upgrade leaves the tasks as they are: whoever enabled one finds it enabled.
+    # An upgrade does not change the tasks: an enabled one stays enabled.
     created, removed = "NOT Installed AND NOT WIX_UPGRADE_DETECTED", 'REMOVE="ALL" AND NOT UPGRADINGPRODUCTCODE'
     rows = []
     for number, task in enumerate(TASKS):
@@ -102,12 +103,12 @@ def main(stage, version, architecture, output):
     with tempfile.TemporaryDirectory() as work:
         source = pathlib.Path(work) / "orbis.wxs"
         source.write_text(description(stage, version, architecture), encoding="utf-8")
-        # wixl looks for files below the folder that it runs in.
+        # wixl searches for files below its working directory.
         subprocess.run(["wixl", "--arch", "x64", "--output", output, source], cwd=stage, check=True)
     for statement in custom_actions():
         subprocess.run(["msibuild", output, "-q", statement], check=True)
     if architecture == "arm64":
-        # wixl knows no ARM64. The files, tables and conditions are the same; what Windows Installer goes by is the template.
+        # wixl does not support ARM64. Files, tables and conditions are the same; Windows Installer uses the template.
         subprocess.run(["msibuild", output, "-s", "Orbis storage collector", "Orbis", "Arm64;1033", guid(f"package {architecture} {version}")],
                        check=True)
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# An MSI of the zip in out/, and for x64 its installation and removal under Wine. usage: tools/packages/msi.sh x64|arm64
+# Makes an MSI of the zip in out/; installs and removes the one for x64 under Wine. usage: tools/packages/msi.sh x64|arm64
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 architecture=${1:?x64 or arm64}
@@ -20,7 +20,7 @@ python3 tools/packages/msi.py "$work/$name" "$(cat VERSION)" "$architecture" "ou
 case $architecture in x64) template=x64 ;; arm64) template=Arm64 ;; esac
 msiinfo suminfo "out/$name.msi" | grep -q "^Template: $template;1033" || die "$name.msi is not for $architecture"
 [ "$(msiinfo export "out/$name.msi" File | tail -n +4 | wc -l)" = "$(find "$work/$name" -type f | wc -l)" ] || die "$name.msi has not every file"
-# Nothing here installs packages for ARM64: of that one only the tables have been looked at.
+# The MSI for ARM64 cannot be installed here; only its tables are checked.
 [ "$architecture" = x64 ] || exit 0
 
 wine() { tools/windows/run.sh x64 "$@" </dev/null >/dev/null 2>&1; }
@@ -30,7 +30,7 @@ mkdir -p "$ORBIS_CACHE"
 trap 'tools/windows/run.sh x64 --stop; rm -rf "$work"' EXIT
 wine --start
 wine --stop
-wine --start  # the services of a machine that was just made are known, the task scheduler among them, once it starts again
+wine --start  # a new prefix knows its services, such as the task scheduler, only after a second start
 disk=$ORBIS_CACHE/windows/machine-x64-debian/drive_c
 before=$(find "$disk/Program Files" "$disk/ProgramData" "$disk/windows/system32/tasks" -type f | LC_ALL=C sort)
 wine msiexec /i "$package" /qn || die "$name.msi cannot be installed"

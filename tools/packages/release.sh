@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# All packages of this version, and their checksums, in out/. usage: tools/packages/release.sh [linux|windows]...   (both)
+# Makes all packages of this version, and their checksums, in out/. usage: tools/packages/release.sh [linux|windows]...   (both)
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 version=$(cat VERSION)
@@ -7,7 +7,7 @@ say() { printf '==> %s\n' "$*" >&2; }
 case " $* " in *" --help "*|*" -h "*) echo "usage: ./dev release [linux|windows]...   every package and SHA256SUMS, in out/"; exit ;; esac
 [ $# -gt 0 ] || set -- linux windows
 
-# Packages hold the time of the commit, not of the build.
+# The time stamps in packages are those of the commit, not of the build.
 SOURCE_DATE_EPOCH=$(git log -1 --format=%ct 2>/dev/null || echo 946684800)
 export SOURCE_DATE_EPOCH
 rm -rf out && mkdir out
@@ -21,7 +21,7 @@ linux() {
     (cd build/package && cpack >packages.log 2>&1) || { cat build/package/packages.log >&2; return 1; }
     cp build/package/packages/*.deb out/
     say "Python wheel"
-    # From a copy: building leaves files beside the sources.
+    # Built from a copy, because the build writes files beside the sources.
     local copy=build/package/python
     rm -rf "$copy" && mkdir -p "$copy/host-sdk"
     cp VERSION "$copy/" && cp -r host-sdk/python host-sdk/proto "$copy/host-sdk/"

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# The Debian packages in out/, in a clean Debian: installed, used by the lines of docs/HOSTS.md, removed without a trace. Needs root.
+# Installs the Debian packages of out/ in a clean Debian, runs the lines of docs/HOSTS.md there, removes the packages, and checks that nothing
+# is left. Needs root.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 [ "$(id -u)" = 0 ] || { echo "try-debian: run this as root" >&2; exit 1; }
@@ -11,13 +12,13 @@ root=$(mktemp -d) && chmod 755 "$root"
 trap 'rm -rf --one-file-system "$root" "$root.before" "$root.after"' EXIT
 say() { printf '==> %s\n' "$*" >&2; }
 
-# What the hosts' lines need; it is there before our packages and after them.
+# Packages that the lines of docs/HOSTS.md need; they are installed before our packages and stay after them.
 tools="gcc g++ cmake make pkgconf libprotobuf-dev python3 python3-venv python3-pip python3-setuptools python3-wheel python3-protobuf
     protobuf-compiler mono-mcs mono-runtime systemd"
 if [ ! -f "$base" ]; then
     say "a clean Debian (once)"
     mkdir -p "$cache"
-    # From where this machine has its own packages.
+    # From the archive of this machine's own packages.
     mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' 'Codename: bookworm' 'Component: main' | head -1)
     debootstrap --variant=minbase bookworm "$root" ${mirror:+"$mirror"} >"$cache/debootstrap.log" 2>&1 ||
         { tail "$cache/debootstrap.log" >&2; exit 1; }
@@ -29,12 +30,12 @@ else
     tar -C "$root" -xf "$base" && chmod 755 "$root"
 fi
 
-# in_root COMMAND...: with mounts and processes of its own, which end with it.
+# in_root COMMAND...: runs in the root with its own mounts and processes, which end with the command.
 in_root() {
     unshare --mount --pid --fork --propagation private sh -c 'mount -t proc proc "$1/proc"; root=$1; shift; exec chroot "$root" "$@"' sh "$root" \
         env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin HOME=/root LANG=C.UTF-8 DEBIAN_FRONTEND=noninteractive "$@"
 }
-# Every file outside the package manager's own records, with its size and time.
+# Lists every file outside the package manager's own records, with size and time.
 files() {
     (cd "$root" && find . -xdev \( -path ./proc -o -path ./run -o -path ./tmp -o -path ./var/lib/dpkg -o -path ./var/lib/apt -o -path ./var/cache -o -path ./var/log \
         -o -path ./etc/ld.so.cache \) -prune -o \( -type f -printf '%p %s %T@\n' -o -printf '%p %y %l\n' \) | LC_ALL=C sort)

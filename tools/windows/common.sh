@@ -1,5 +1,5 @@
 # shellcheck shell=bash
-# Sourced by the scripts of this folder: where results are kept, what they are called, and how steps report.
+# Sourced by the scripts of this folder: the folders and names of results, and the reporting of steps.
 set -euo pipefail
 
 tools=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -15,7 +15,7 @@ wine_version=8.0~repack
 say() { printf 'windows: %s\n' "$*" >&2; }
 die() { printf 'windows: %s\n' "$*" >&2; exit 1; }
 
-# The names an architecture has: triple_of x64 -> x86_64-w64-mingw32.
+# The names of an architecture: triple_of x64 -> x86_64-w64-mingw32.
 cpu_of() {
     case ${1:-} in
         x64) echo x86_64 ;;
@@ -25,9 +25,9 @@ cpu_of() {
 }
 triple_of() { echo "$(cpu_of "$1")-w64-mingw32"; }
 
-# cache_path NAME VERSION INPUT...: the folder that keeps a result. Its name holds the version and a hash of what makes it (scripts
-# without their comments, sources, and words such as another result's folder); so a changed recipe is another result, and a
-# folder that exists is a result that was finished.
+# cache_path NAME VERSION INPUT...: the folder of a result. Its name contains the version and a hash of the inputs (scripts without their
+# comments, sources, and words such as another result's folder). A changed script therefore gives another folder, and a folder that
+# exists is complete.
 cache_path() {
     local name=$1 version=$2 input; shift 2
     local hash
@@ -41,8 +41,8 @@ cache_path() {
     echo "$cache/$name-$version-${hash:0:12}"
 }
 
-# begin LABEL RESULT: after this the script fills $result.partial, has $work for what is thrown away, and ends with `finish`, which
-# gives the folder its name. Whatever ends the script before that leaves nothing that counts. Returns 1 when there is nothing to do.
+# begin LABEL RESULT: the script then fills $result.partial, uses $work for temporary files and ends with `finish`, which renames the
+# folder to its final name. An interrupted script leaves no result. Returns 1 when the result exists already.
 begin() {
     label=$1 result=$2 started=$SECONDS
     [ ! -d "$result" ] || return 1
@@ -68,7 +68,7 @@ finish() {
     say "$label: done in $((SECONDS - started)) s, $(du -sh "$result" | cut -f1)"
 }
 
-# step TEXT COMMAND...: runs one step into the log and says how long it took.
+# step TEXT COMMAND...: runs one step with its output in the log and prints how long it took.
 step() {
     local text=$1 begun=$SECONDS took; shift
     printf '\n--- %s\n' "$text" >>"$log"
@@ -84,7 +84,7 @@ as_root() {
     else die "installing packages needs root: run this as root, or install sudo"; fi
 }
 
-# install PACKAGE...: those that are missing; silent when none is.
+# install PACKAGE...: installs the missing packages; prints nothing when none is missing.
 install_packages() {
     local name missing=()
     for name in "$@"; do
@@ -98,7 +98,8 @@ install_packages() {
     as_root "${apt[@]}" -y install --no-install-recommends "${missing[@]}" >&2
 }
 
-# apt's commands on a source list of our own: this machine's Debian archives, as sources. Neither root nor a change to the machine.
+# Runs apt's commands with a separate source list that has this machine's Debian archives as sources. Needs no root and changes nothing on
+# the machine.
 apt_sources() {
     local own=$cache/apt command=$1; shift
     "$command" -q -o Dir::Etc::SourceList="$own/sources.list" -o Dir::Etc::SourceParts=- -o Dir::State::Lists="$own/lists" \
@@ -112,8 +113,8 @@ refresh_sources() {
     apt_sources apt-get update
 }
 
-# fetch_source NAME UPSTREAM: Debian's source package of that upstream version, newest revision, checked by apt; sets $source_files
-# to the folder that holds its archives.
+# fetch_source NAME UPSTREAM: fetches the newest revision of Debian's source package of that upstream version, verified by apt, and sets
+# $source_files to the folder of its archives.
 fetch_source() {
     local name=$1 upstream=$2 version
     source_files=$cache/sources/$name-$upstream
@@ -133,5 +134,5 @@ fetch_source() {
     fi
     exec {fetching}>&-
 }
-# unpack_source DESTINATION: the source with Debian's patches.
+# unpack_source DESTINATION: unpacks the source with Debian's patches.
 unpack_source() { dpkg-source --no-check -x "$source_files"/*.dsc "$1"; }

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Compares the lists of tests of the builds that exist (debug, windows-x64, windows-arm64), each listed by CTest.
 
-A test belongs to every target, except what looks at one operating system's own things: those are named here with the reason.
-usage: compare-tests.py [FOLDER OF THE BUILDS]     status 1 when a list lacks a test, or when a name here has become wrong
+Every test runs on every target, except the tests that are listed here with a reason.
+usage: compare-tests.py [FOLDER OF THE BUILDS]     status 1 when a list lacks a test, or when an entry below matches no test
 """
 
 import json
@@ -12,7 +12,7 @@ import sys
 from pathlib import Path
 
 BUILDS = {"debug": "Linux", "windows-x64": "Windows", "windows-arm64": "Windows"}
-# Whose a test is alone, and why: system, pattern of its name, reason.
+# Tests of one system only: system, pattern of the name, reason.
 OWN = [
     ("Linux", r"Linux.*", "the Linux port, on this machine's disks and on captured ones"),
     ("Linux", r"schema\..*", "sources of the schema, the same for every target; Python and protoc of the build machine"),

@@ -19,7 +19,7 @@ tools/windows/ that makes them changes. ORBIS_JOBS limits how many compilers run
 TEXT
 }
 
-# timed TEXT COMMAND...: says what begins, and how long it took.
+# timed TEXT COMMAND...: prints the text, runs the command and prints how long it took.
 timed() {
     local text=$1 begun=$SECONDS; shift
     say "$text"
@@ -51,14 +51,14 @@ compile() {
 }
 build() {
     setup "$1"
-    # A cache made with an older toolchain is of no use to CMake; ccache keeps what is.
+    # CMake cannot use a build folder of an older toolchain. Objects that are still valid are in ccache.
     local compiler
     compiler=$("$tools/toolchain.sh" "$1" --path)
     grep -qsF "$compiler/" "build/windows-$1/CMakeCache.txt" || rm -rf "build/windows-$1"
     timed "$1: build" compile "$1"
 }
 
-# Every test of the list must have run: a skipped one would pass unnoticed.
+# Every test of the list must have run; ctest counts a skipped test as passed.
 run_tests() {
     local architecture=$1; shift
     local results=$PWD/build/windows-$architecture/tests.xml
@@ -103,7 +103,7 @@ case $command in
         each "$command" "$@" ;;
     test)
         each test_architecture "$@"
-        # With one architecture the other one's list may be of an older build.
+        # With one architecture, the other one's list may come from an older build.
         case ${1:-} in x64|arm64) ;; *) python3 "$tools/compare-tests.py" build ;; esac ;;
     run)
         architecture=${1:-}; shift || true

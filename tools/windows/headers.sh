@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The libraries that are used as headers alone (fmt, spdlog, CLI11), copied from Debian's packages into one folder: a build for
-# Windows must not see the rest of this system's headers. And the source of utf8proc, which is one file.
+# Copies the header-only libraries (fmt, spdlog, CLI11) from Debian's packages, and the single source file of utf8proc, into one folder,
+# because a build for Windows must not see the other headers of this system.
 # usage: tools/windows/headers.sh [--path]     --path only prints where it is, or would be
 # shellcheck source=common.sh
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"

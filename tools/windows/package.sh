@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# One zip with what a user of Windows needs and one with its program databases; the same sources give the same bytes.
+# Makes one zip with the files for users and one with the program databases; the same sources give the same bytes.
 # usage: tools/windows/package.sh x64|arm64 [--sign CERTIFICATE [--timestamp URL]]     after a build of that architecture
-# CERTIFICATE is a PKCS #12 file; its password is read from the file that ORBIS_SIGN_PASSWORD_FILE names. URL is an RFC 3161 time stamp
-# server: without one a signature ends with its certificate.
+# CERTIFICATE is a PKCS #12 file; ORBIS_SIGN_PASSWORD_FILE names a file with its password. URL is an RFC 3161 time stamp server; without a
+# time stamp, a signature is valid only as long as its certificate.
 # shellcheck source=common.sh
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
 root=$(cd "$tools/../.." && pwd)
@@ -57,7 +57,7 @@ for library in fmt spdlog cli11; do cp "/usr/share/doc/lib$library-dev/copyright
 
 commit_time=$(git -C "$root" log -1 --format=%cI 2>/dev/null || echo 2000-01-01T00:00:00Z)
 
-# What a symbol server or a debugger takes, by the identity that stands in the images.
+# The program databases, which symbol servers and debuggers find by the identity in the images.
 symbols=$build/package/$name-symbols
 mkdir "$symbols"
 for file in $images; do cp "$build/bin/${file%.*}.pdb" "$symbols/"; done
@@ -71,16 +71,16 @@ pack() {
 pack "$name"
 pack "$name-symbols"
 
-# What a user does with it: unpacked elsewhere and started from another folder, its host prints for each of its machines what is
-# printed everywhere.
+# Uses the zip as a user does: unpacked elsewhere and started from another folder, the host must print the same for each example machine as
+# on every other system.
 unpacked=$build/package/unpacked
 mkdir -p "$unpacked/elsewhere"
 unzip -q "$root/out/$name.zip" -d "$unpacked"
 cd "$unpacked/elsewhere"
 for machine in "../$name"/machines/*.txtpb; do
     stem=$(basename "$machine" .txtpb)
-    # The file's name stands in what is printed about it. Status 1: a collection failed, 4: something was left out, which is what odd
-    # machines are for.
+    # The output contains the file's name. Status 1 (a collection failed) and 4 (something was left out) are expected of some example
+    # machines.
     cp "$machine" .
     "$tools/run.sh" "$architecture" "../$name/orbis-host.exe" collect all --machine "$stem.txtpb" --format json --log-level off \
         </dev/null >"$unpacked/$stem.json" 2>/dev/null || case $? in 1|4) ;; *) die "$name: orbis-host.exe cannot collect from $machine" ;; esac
@@ -92,7 +92,7 @@ if [ -n "$certificate" ]; then
         log=$unpacked/$file.log
         osslsigncode verify -CAfile "${ORBIS_SIGN_ROOTS:-$authorities}" -TSA-CAfile "${ORBIS_SIGN_TIMESTAMP_ROOTS:-$authorities}" \
             -in "../$name/$file" >"$log" 2>&1 || { cat "$log" >&2; die "$file: the signature does not verify (ORBIS_SIGN_ROOTS names other roots)"; }
-        # osslsigncode takes a signature without a time stamp, or with one that it cannot verify.
+        # osslsigncode accepts signatures without a time stamp, or with one that it cannot verify.
         [ ${#timestamp[@]} -eq 0 ] || grep -q '^Timestamp Server Signature verification: ok' "$log" ||
             { cat "$log" >&2; die "$file: the time stamp does not verify (ORBIS_SIGN_TIMESTAMP_ROOTS names other roots)"; }
     done

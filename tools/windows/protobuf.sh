@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# libprotobuf for Windows, static, from Debian's source package of the version whose protoc is installed here.
+# Builds a static libprotobuf for Windows from Debian's source package, in the version of the installed protoc.
 # usage: tools/windows/protobuf.sh x64|arm64 [--path]     --path only prints where it is, or would be
 # shellcheck source=common.sh
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -14,13 +14,13 @@ begin "protobuf $architecture" "$result" || exit 0
 [ -d "$toolchain" ] || die "protobuf needs the toolchain: run tools/windows/toolchain.sh $architecture first"
 install_packages cmake ninja-build dpkg-dev protobuf-compiler
 
-# The generated code and the library must be of one version.
+# The generated code and the library must have the same version.
 protoc_fits() { [ "$(protoc --version)" = "libprotoc ${protobuf_version#*.}" ] || [ "$(protoc --version)" = "libprotoc $protobuf_version" ]; }
 protoc_fits || die "protoc is $(protoc --version), the library $protobuf_version; the versions are set in tools/windows/common.sh"
 
 fetch() { fetch_source protobuf "$protobuf_version"; unpack_source "$work/protobuf"; }
 build() {
-    # Hardened as the project's own code, and with line tables for its program databases.
+    # With the hardening of the project's own code, and with line tables for program databases.
     local flags="-mguard=cf -fstack-protector-strong -gcodeview -gline-tables-only -ffile-prefix-map=$work/=/ -Wno-everything"
     cmake -G Ninja -S "$work/protobuf/cmake" -B "$work/build" -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$partial" \
         -DCMAKE_SYSTEM_NAME=Windows -DCMAKE_SYSTEM_PROCESSOR="$cpu" -DCMAKE_CXX_STANDARD=20 \

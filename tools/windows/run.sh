@@ -1,10 +1,10 @@
 #!/bin/sh
 # Runs a Windows program on this machine, quietly: x64 under Debian's Wine, ARM64 under the Wine of wine-arm64.sh and qemu-user.
-# CMake takes it as CMAKE_CROSSCOMPILING_EMULATOR ("run.sh;x64").
+# CMake uses it as CMAKE_CROSSCOMPILING_EMULATOR ("run.sh;x64").
 # usage: tools/windows/run.sh x64|arm64 PROGRAM [ARGUMENT...]
 #        tools/windows/run.sh x64|arm64 --start | --stop
-# The machine's registry and drive C: are made when they do not exist (seconds, once), and its server runs for ten minutes after the
-# last program: a later start takes 0.05 s (x64) or 0.2 s (ARM64) instead of 0.5 s or 2 s.
+# The first run creates the registry and drive C:, which takes some seconds. Wine's server runs for ten minutes after the last program, so
+# that a start takes 0.05 s (x64) or 0.2 s (ARM64) instead of 0.5 s or 2 s.
 set -eu
 here=$(dirname "$(readlink -f "$0")")
 cache=${ORBIS_CACHE:-$HOME/.cache/orbis}/windows
@@ -14,21 +14,21 @@ case $architecture in
     arm64)
         wine=${ORBIS_WINE_ARM64:-$("$here/wine-arm64.sh" --path)}
         loader=$wine/bin/wine64 server=$wine/bin/wineserver version=${wine##*-}
-        # A processor without SVE: qemu 7.2 restores those registers over the floating-point ones after a signal handler has changed them,
-        # which is how Wine returns from an unwinding, so that no caller of a function with a catch block would find d8 to d15 as it left them.
+        # A processor without SVE: when a signal handler has changed the floating-point registers, qemu 7.2 overwrites them with the SVE
+        # registers. Wine returns from unwinding through such a handler, so d8 to d15 would be lost in callers of functions with a catch block.
         export QEMU_CPU="${QEMU_CPU:-max,sve=off}" ;;
     *) echo "run.sh: no such architecture: $architecture (x64, arm64)" >&2; exit 2 ;;
 esac
 [ -x "$loader" ] || { echo "run.sh: no Wine for $architecture: run './dev windows setup'" >&2; exit 2; }
 
 export WINEPREFIX="$cache/machine-$architecture-$version" WINEDEBUG="${WINEDEBUG--all}"
-# Neither .NET nor a browser engine nor menus, which nobody here asks for, nor a desktop: its process would keep the first program's
-# output open and outlive it.
+# No .NET, browser engine or menus, which are not needed, and no desktop: its process would outlive the first program and keep its output
+# open.
 export WINEDLLOVERRIDES="mscoree,mshtml=d;winemenubuilder.exe,explorer.exe=d"
 unset DISPLAY WAYLAND_DISPLAY WINELOADER WINESERVER
 
-# Debian's Wine, and ours of the same source, names the folder of its servers in the prefix. A server that runs holds the lock in its
-# folder; the socket beside it outlives a server that was killed.
+# Debian's Wine, and ours of the same source, keeps the folder of its servers in the prefix. A running server holds the lock in its folder;
+# the socket beside it remains when a server is killed.
 running() {
     [ -f "$WINEPREFIX/wineserver" ] || return 1
     lock="/tmp/$(cat "$WINEPREFIX/wineserver")/server-$(stat -c %D "$WINEPREFIX")-$(printf %x "$(stat -c %i "$WINEPREFIX")")/lock"
@@ -44,8 +44,8 @@ start() {
             touch "$WINEPREFIX/.made"
         fi
         if ! running; then
-            # The server, and the services that the first program starts, keep what they are given as output open for as long as
-            # they live, so it must not be the pipe of somebody who waits for its end.
+            # The server, and the services that the first program starts, keep their output open as long as they run, so it must not be
+            # a pipe whose end the caller waits for.
             "$server" -p600 >/dev/null 2>&1 9>&- || [ $? = 2 ]  # 2: one runs already
             "$loader" cmd /c exit </dev/null >/dev/null 2>&1 9>&-
         fi

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Signs a package with a certificate and time stamps made for this and verifies it; and sees that those of other certificates are refused.
+# Signs a package with a test certificate and test time stamps and verifies it; checks that verification against other certificates fails.
 # usage: tools/windows/sign-test.sh x64|arm64     after a build of that architecture; out/ then holds the signed package
 # shellcheck source=common.sh
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"

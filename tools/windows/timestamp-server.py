@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """A time stamp server (RFC 3161) for the test of signing, with a certificate of its own. usage: timestamp-server.py FOLDER
 
-FOLDER gets the certificate, authority.pem, and what openssl needs; the server's address is printed once it answers.
+The certificate, authority.pem, and the files that openssl needs are written to FOLDER. The server prints its address when it is ready.
 """
 
 import http.server

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# A Windows cross toolchain for one architecture from Debian's packages: clang, lld and the binary utilities as they are installed,
-# and mingw-w64's headers and C runtime (UCRT), compiler-rt, libunwind and libc++ built from source packages, static.
+# Makes a Windows cross toolchain for one architecture: clang, lld and the binary utilities are Debian's installed packages; mingw-w64's
+# headers and C runtime (UCRT), and static compiler-rt, libunwind and libc++ are built from Debian's source packages.
 # usage: tools/windows/toolchain.sh x64|arm64 [--path]     --path only prints where it is, or would be
 # shellcheck source=common.sh
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -18,12 +18,12 @@ sysroot=$partial/$triple
 resources=$partial/lib/clang/$llvm_major
 export PATH=$partial/bin:$PATH
 
-# Flags of everything that is compiled here: guard tables for Control Flow Guard, and no path of this machine in the result.
+# Flags of everything that is compiled here: tables for Control Flow Guard, and no path of the build machine in the result.
 flags="-O2 -g0 -mguard=cf -ffile-prefix-map=$work/=/"
 
 fetch_mingw() { fetch_source mingw-w64 "$mingw_version"; unpack_source "$work/mingw"; }
 fetch_llvm() {
-    # A small part of a very large archive. Debian's patches to it concern neither Windows nor these folders.
+    # A small part of a very large archive. Debian's patches do not touch these folders.
     fetch_source "llvm-toolchain-$llvm_major" "$llvm_version"
     local top=llvm-toolchain-${llvm_major}_$llvm_version
     mkdir "$work/llvm"
@@ -32,7 +32,7 @@ fetch_llvm() {
         "$top"/compiler-rt/{CMakeLists.txt,LICENSE.TXT,cmake,lib/builtins}
 }
 
-# The compiler under its cross name. It finds everything from where it stands, so that the folder may be moved.
+# The compiler under its cross name. It finds everything relative to itself, so the folder may be moved.
 make_compilers() {
     local name
     mkdir -p "$partial/bin" "$sysroot/lib" "$resources/lib/windows"
@@ -70,10 +70,10 @@ build_crt() {
         RANLIB="$triple-ranlib" DLLTOOL="$triple-dlltool" STRIP="$triple-strip" AS="$triple-clang" CPPFLAGS= CFLAGS="$flags"
     make -s -j"$jobs"
     make -s install
-    # The driver asks for the stack protector's libraries, whose functions the compiler's own code does not need.
+    # The driver links the stack protector's libraries, although the compiler's own code does not need their functions.
     "$triple-ar" rcs "$sysroot/lib/libssp.a"
     "$triple-ar" rcs "$sysroot/lib/libssp_nonshared.a"
-    # The definition for 32-bit ARM names the same exports; mingw-w64 makes no import library for AArch64 of it.
+    # The definition for 32-bit ARM has the same exports; mingw-w64 makes no import library for AArch64 from it.
     [ -f "$sysroot/lib/libpdh.a" ] ||
         "$triple-dlltool" -m arm64 -d "$work/mingw/mingw-w64-crt/libarm32/pdh.def" -l "$sysroot/lib/libpdh.a"
     "$triple-clang" -std=c11 -Wall -Wextra -Werror -O2 -c "$tools/cfguard.c" -o "$work/cfguard.o"
@@ -116,7 +116,7 @@ keep_licences() {
 }
 
 check() {
-    # Exceptions and run-time type information, linked statically, before anybody relies on the folder.
+    # A statically linked program with exceptions and run-time type information must run before the folder is used.
     cat >"$work/check.cpp" <<'CPP'
 #include <exception>
 #include <iostream>

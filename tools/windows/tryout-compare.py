@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Compares what orbis-host collected on a tester's PC with what PowerShell knew there: the zip that tryout.cmd made.
+"""Compares what orbis-host and PowerShell reported on a tester's PC, from the zip that tryout.cmd made there.
 
 usage: tools/windows/tryout-compare.py ZIP|FOLDER     status 1 when something differs, 2 when there is nothing to compare
 """
@@ -15,7 +15,7 @@ MEDIA = {"DISK_TYPE_SSD": "SSD", "DISK_TYPE_HDD": "HDD", "DISK_TYPE_SCM": "SCM"}
 
 
 class Store:
-    """The files of a try-out, of a zip or a folder."""
+    """The files of a try-out in a zip or a folder."""
 
     def __init__(self, path):
         if path.is_dir():

@@ -1,5 +1,5 @@
-# Runs orbis-host on this PC, once with the caller's rights and once elevated, times it, and stores what PowerShell itself knows about
-# the disks beside it, in one zip. It only stores; tools/windows/tryout-compare.py compares. Windows PowerShell 5.1, nothing else.
+# Runs orbis-host on this PC, once with the caller's rights and once elevated, and stores its output and times in one zip, together with
+# PowerShell's own data about the disks. tools/windows/tryout-compare.py compares them. Needs Windows PowerShell 5.1 only.
 # usage: tryout.cmd [-Folder FOLDER] [-NoElevation]
 param(
     [string] $Folder = (Join-Path $env:TEMP ('orbis-tryout-' + (Get-Date -Format 'yyyyMMdd-HHmmss'))),
@@ -14,7 +14,7 @@ $rights = if ($elevated) { 'elevated' } else { 'not-elevated' }
 $out = Join-Path $Folder $rights
 New-Item -ItemType Directory -Force -Path $out | Out-Null
 
-# What one command writes, its exit status and how long it took.
+# The output of a command, its exit status and its time.
 function Invoke-Orbis([string] $name, [string[]] $arguments) {
     $quoted = $arguments | ForEach-Object { if ($_ -match '\s') { '"' + $_ + '"' } else { $_ } }
     $watch = [Diagnostics.Stopwatch]::StartNew()
@@ -53,7 +53,7 @@ foreach ($datatype in 'PhysicalDiskStaticInfo', 'PhysicalDiskDynamicInfo', 'Smar
     'NvmeIdentifyControllerData') {
     $runs += Invoke-Orbis "collect-$datatype" @('collect', $datatype, '--format', 'json', '--log-level', 'trace')
 }
-# What this version may not have yet.
+# Commands that an older version may lack.
 if ($help -match '(?m)^\s+health\b') { $runs += Invoke-Orbis 'health' @('health', '--format', 'json') }
 if ($help -match '(?m)^\s+explain\b') { $runs += Invoke-Orbis 'explain' @('explain') }
 if ((& $orbis machine --help) -join "`n" -match '(?m)^\s+record\b') {
@@ -90,7 +90,7 @@ powercfg.exe /getactivescheme 2>&1 | Out-File -Encoding utf8 -FilePath (Join-Pat
 
 if ($OnePass) { exit 0 }
 if (-not $elevated -and -not $NoElevation) {
-    Write-Host 'Once more with elevated rights; Windows asks for them. Say no to go on without.'
+    Write-Host 'Now the same with elevated rights. Windows asks for permission; answer No to continue without.'
     try {
         Start-Process -FilePath powershell.exe -Verb RunAs -Wait -ArgumentList @('-NoProfile', '-ExecutionPolicy', 'Bypass', '-File',
             "`"$PSCommandPath`"", '-Folder', "`"$Folder`"", '-OnePass')
@@ -99,4 +99,4 @@ if (-not $elevated -and -not $NoElevation) {
 $zip = "$Folder.zip"
 Compress-Archive -Path (Join-Path $Folder '*') -DestinationPath $zip -Force
 Write-Host "Done: $zip"
-Write-Host 'It holds serial numbers and the names of devices.'
+Write-Host 'It contains serial numbers and names of devices.'

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# The part of Wine that console programs need, for AArch64 and with real PE modules, so that ARM64 Windows programs run on this
-# machine under qemu-user. (Debian's own Wine for arm64 has no PE modules: programs that use the UCRT crash in it.) The result
-# is relocatable; it needs neither root nor a chroot nor binfmt_misc.
+# Builds the part of Wine that console programs need, for AArch64 and with real PE modules, so that ARM64 Windows programs run on this
+# machine under qemu-user. (Debian's Wine for arm64 has no PE modules: programs that use the UCRT crash in it.) The result can be moved
+# and needs no root, chroot or binfmt_misc.
 # usage: tools/windows/wine-arm64.sh [--path]     --path only prints where it is, or would be
 # shellcheck source=common.sh
 . "$(dirname "${BASH_SOURCE[0]}")/common.sh"
@@ -20,7 +20,7 @@ source=$work/wine
 native=$work/native
 cross=$work/cross
 
-# What is built: console programs, the services that they rely on (WMI, SetupAPI, PDH, RPC), and what setting up drive C: loads.
+# The modules to build: for console programs, for the services that they use (WMI, SetupAPI, PDH, RPC), and for setting up drive C:.
 libraries=(
     advapi32 advpack apisetschema apphelp atl atl100 atl110 atl80 atl90 bcrypt cabinet cfgmgr32 combase comctl32 comdlg32
     compstui crypt32 cryptnet cryptui d3d11 dbghelp dhcpcsvc dinput dinput8 dnsapi dxgi gdi32 gdiplus glu32 hid hidclass.sys
@@ -54,7 +54,7 @@ export PATH=$work/bin:$toolchain/bin:$PATH
 
 fetch() { fetch_source wine "$wine_version"; unpack_source "$source"; }
 
-# Debian's source leaves out what can be generated; this makes it, as Debian's rules do.
+# Debian's source package lacks generated files; this generates them as Debian's rules do.
 generate() {
     cd "$source"
     ./debian/scripts/generate server/trace.generated make_requests
@@ -70,7 +70,7 @@ generate() {
     autoreconf -f || autoconf
 }
 
-# Debian's patches drop the bundled zlib from the build; the PE modules need one.
+# Debian's patches remove the bundled zlib from the build, but the PE modules need it.
 build_zlib() {
     local file
     mkdir "$work/zlib"
@@ -86,7 +86,7 @@ build_native_tools() {
     cd "$native"
     ./configure --enable-win64 --without-x --without-freetype --disable-tests --enable-maintainer-mode --disable-werror --without-mingw \
         CFLAGS="-O1 -g0 -Wno-error"
-    # On a busy machine the scanners may be compiled while a header of theirs is written a second time; once more, one by one, helps.
+    # On a busy machine a scanner may be compiled while its header is being written again. A second run without parallel jobs helps.
     make -s -j"$jobs" __tooldeps__ || make -s __tooldeps__
 }
 configure_cross() {
