@@ -9,17 +9,17 @@
 #include "platform/Errors.h"
 #include "platform/Requests.h"
 #include "platform/Text.h"
+#include "platform/protocol/Ata.h"
+#include "platform/protocol/Nvme.h"
+#include "platform/protocol/Scsi.h"
 
 namespace orbis::host {
 namespace {
 
 using namespace platform;
 
-// ATA commands and a SCSI operation (ACS-3, SPC-4).
-constexpr std::uint8_t kIdentifyDevice = 0xEC;
-constexpr std::uint8_t kSmart = 0xB0;
-constexpr std::uint8_t kAtaPassThrough16 = 0x85;
-constexpr std::uint8_t kCheckCondition = 2;
+namespace ata = protocol::ata;
+namespace scsi = protocol::scsi;
 
 template <class T>
 std::optional<T> As(const void* bytes, std::size_t size)
@@ -85,11 +85,11 @@ PassThrough CommandOf(std::uint32_t code, const void* in, std::uint32_t inSize)
 {
     if (code == kIoctlAtaPassThroughDirect) {
         if (const auto request = As<AtaPassThroughDirect>(in, inSize)) {
-            return {request->currentTaskFile[6], request->dataTransferLength, request->dataBuffer};
+            return {request->currentTaskFile[ata::task_file::kCommand], request->dataTransferLength, request->dataBuffer};
         }
     } else if (code == kIoctlScsiPassThroughDirect) {
-        if (const auto request = As<ScsiPassThroughDirect>(in, inSize); request && request->cdb[0] == kAtaPassThrough16) {
-            return {request->cdb[14], request->dataTransferLength, request->dataBuffer};
+        if (const auto request = As<ScsiPassThroughDirect>(in, inSize); request && request->cdb[0] == scsi::kAtaPassThrough16) {
+            return {request->cdb[scsi::ata_pass_through::kCommand16], request->dataTransferLength, request->dataBuffer};
         }
     }
     return {};
@@ -99,10 +99,10 @@ bool IsRefused(std::uint32_t code, const void* out, std::uint32_t outSize)
 {
     if (code == kIoctlAtaPassThroughDirect) {
         const auto reply = As<AtaPassThroughDirect>(out, outSize);
-        return reply && (reply->currentTaskFile[6] & 1U) != 0;
+        return reply && (reply->currentTaskFile[ata::task_file::kStatus] & ata::kStatusError) != 0;
     }
     const auto reply = As<ScsiPassThroughDirect>(out, outSize);
-    return reply && (reply->scsiStatus & kCheckCondition) != 0;
+    return reply && (reply->scsiStatus & scsi::kCheckCondition) != 0;
 }
 
 }  // namespace
@@ -302,15 +302,15 @@ bool DiskWatch::Control(NativeHandle device, std::uint32_t code, void* in, std::
     }
     if (isAnswered && code == kIoctlStorageQueryProperty) {
         TakeProperty(*drive, propertyId, reply);
-    } else if (request.command == kSmart) {
+    } else if (request.command == ata::kSmart) {
         drive->smartError.reset();
         if (!isAnswered) {
             drive->smartError = SavedLastError();
         } else if (IsRefused(code, out, outSize)) {
             drive->smartError = 0;
         }
-    } else if (isAnswered && request.command == kIdentifyDevice && request.data != nullptr && request.length >= 512 &&
-               !IsRefused(code, out, outSize)) {
+    } else if (isAnswered && request.command == ata::kIdentifyDevice && request.data != nullptr &&
+               request.length >= ata::kSectorSize && !IsRefused(code, out, outSize)) {
         const std::string serial = AtaSerialNumber(request.data);
         drive->serialNumber = serial.empty() ? drive->serialNumber : serial;
     } else if (!isAnswered && code == kIoctlScsiPassThroughDirect) {
@@ -363,8 +363,8 @@ void DiskWatch::TakeProperty(Drive& drive, std::uint32_t propertyId, std::string
     } else if (propertyId == kStorageAdapterProtocolSpecificProperty || propertyId == kStorageDeviceProtocolSpecificProperty) {
         // Bytes 4 to 23 of Identify Controller (NVMe 1.4, figure 247). A controller's page starts with its PCI vendor id.
         const auto head = As<StorageProtocolDataDescriptor>(reply.data(), reply.size());
-        constexpr std::uint32_t kIdentifyController = 1;
-        if (!head || head->protocol.dataType != kNvmeDataTypeIdentify || head->protocol.requestValue != kIdentifyController) {
+        if (!head || head->protocol.dataType != kNvmeDataTypeIdentify ||
+            head->protocol.requestValue != protocol::nvme::kCnsController) {
             return;
         }
         const std::size_t page = offsetof(StorageProtocolDataDescriptor, protocol) + std::size_t{head->protocol.dataOffset};

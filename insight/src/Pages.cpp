@@ -133,12 +133,11 @@ std::optional<PageRead> ProtocolCommand(const call::Control& control)
 Request AtaPage(std::uint8_t command, std::uint8_t features, std::uint8_t lbaLow)
 {
     namespace ata = protocol::ata;
-    constexpr std::uint8_t kPartIdentifierLog = 0x9A;
     switch (command) {
         case ata::kIdentifyDevice:
             return ATA_IDENTIFY;
         case ata::kReadLogExt:
-            return lbaLow == kPartIdentifierLog ? ATA_LOG_9A : REQUEST_UNSPECIFIED;
+            return lbaLow == ata::kPartIdentifierLog ? ATA_LOG_9A : REQUEST_UNSPECIFIED;
         case ata::kSmart:
             return features == ata::kSmartReadData         ? SMART_DATA
                    : features == ata::kSmartReadThresholds ? SMART_THRESHOLDS

@@ -9,6 +9,7 @@
 #include "emulated/Control.h"
 #include "emulated/DeviceIo.h"
 #include "emulated/Pdh.h"
+#include "platform/protocol/Nvme.h"
 
 namespace orbis::simulated {
 namespace {
@@ -16,7 +17,6 @@ namespace {
 using description::DiskKind;
 using platform::BusType;
 
-constexpr std::uint32_t kHealthLog = 0x02;
 constexpr std::uint32_t kMakerHealthLog = 0xD1;
 
 constexpr std::array<KindTraits, 8> kKinds{{
@@ -87,7 +87,7 @@ void BuildPages(DiskModel& disk)
     disk.inquiry = BuildInquiry(disk);
     if (disk.traits->isNvme) {
         disk.identifyController = BuildIdentifyController(description);
-        disk.nvmeLogPages[kHealthLog].content = BuildHealthLog(description.nvme().health());
+        disk.nvmeLogPages[protocol::nvme::kLogSmartHealth].content = BuildHealthLog(description.nvme().health());
         if (const description::MakerArea& maker = description.nvme().maker(); maker.has_health()) {
             disk.nvmeLogPages[kMakerHealthLog] = {BuildMakerHealthLog(maker.health()), maker.health().query_error(), 0};
         }

@@ -21,7 +21,6 @@ namespace scsi = orbis::protocol::scsi;
 // this unit are documented.
 constexpr std::string_view kHardwareUnit = R"(cpp\Common\src\HardwareAccess)";
 constexpr std::uint32_t kTimeOutSeconds = 60;
-constexpr std::uint8_t kMakerLogAddress = 0x9A;
 constexpr std::uint32_t kReadWrite = kGenericRead | kGenericWrite;
 
 // The SCSI pass-through request as it travels: the structure, then the sense area at offset 64; 128 bytes in and out.
@@ -318,13 +317,14 @@ bool HardwareAccess::IdentifyByScsi(const std::u16string& path, Sector& data)
 bool HardwareAccess::LogPage9AByAta(const std::u16string& path, Sector& data)
 {
     return IdentifyByAta(path, data) && SupportsGeneralPurposeLogging(data) &&
-           (ReadByAta(path, ata::kReadLogExt, 1, kMakerLogAddress, data, {kHardwareUnit, 286, 299}) & ata::kStatusError) == 0 &&
+           (ReadByAta(path, ata::kReadLogExt, 1, ata::kPartIdentifierLog, data, {kHardwareUnit, 286, 299}) & ata::kStatusError) ==
+               0 &&
            HasData(data);
 }
 
 bool HardwareAccess::LogPage9AByScsi(const std::u16string& path, Sector& data)
 {
-    const auto readLog = MakeAtaPassThrough16(0, kMakerLogAddress, 0, 0, ata::kReadLogExt);
+    const auto readLog = MakeAtaPassThrough16(0, ata::kPartIdentifierLog, 0, 0, ata::kReadLogExt);
     return IdentifyByScsi(path, data) && SupportsGeneralPurposeLogging(data) &&
            (ReadByScsi(path, readLog, data, {kHardwareUnit, 347, 365}) & scsi::kCheckCondition) == 0 && HasData(data);
 }

@@ -175,12 +175,11 @@ void PageRedaction::SmartPage(Span page, bool isThresholds)
 // The data of an ATA command, by its registers.
 void PageRedaction::AtaData(Span data, std::uint8_t command, std::uint8_t feature, std::uint8_t lbaLow)
 {
-    constexpr std::uint8_t kPartIdentifierLog = 0x9A;
     if (command == ata::kIdentifyDevice || command == ata::kIdentifyPacketDevice) {
         AtaIdentify(data);
     } else if (command == ata::kSmart && (feature == ata::kSmartReadData || feature == ata::kSmartReadThresholds)) {
         SmartPage(data, feature == ata::kSmartReadThresholds);
-    } else if (command == ata::kReadLogExt && lbaLow == kPartIdentifierLog) {
+    } else if (command == ata::kReadLogExt && lbaLow == ata::kPartIdentifierLog) {
         SwappedSerialIn(Part(data, 0, 20));  // EPPID
         Clear(From(data, 20));
     } else {

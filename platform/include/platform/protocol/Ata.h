@@ -24,6 +24,9 @@ inline constexpr std::uint8_t kSmartReturnStatus = 0xDA;
 inline constexpr std::uint8_t kSmartLbaMid = 0x4F;
 inline constexpr std::uint8_t kSmartLbaHigh = 0xC2;
 
+// Log address in the host-specific range (80h to 9Fh) where makers keep a part identifier, 20 bytes of text
+inline constexpr std::uint8_t kPartIdentifierLog = 0x9A;
+
 // Answers of CHECK POWER MODE, in the count register, of a drive whose medium does not turn; every other answer is of one that is
 // active or idle
 inline constexpr std::uint8_t kPowerStandby = 0x00;
