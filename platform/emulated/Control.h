@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -87,6 +88,9 @@ struct DeviceDescription {
 [[nodiscard]] std::vector<std::byte> DeviceDescriptor(const DeviceDescription& device);
 // STORAGE_ADAPTER_DESCRIPTOR as far as bus type and limits.
 [[nodiscard]] std::vector<std::byte> AdapterDescriptor(BusType busType);
+// Who keeps the counts of DISK_PERFORMANCE: the partition manager for a disk, the volume manager for a volume.
+inline constexpr std::array<char16_t, 8> kDiskManager{u'P', u'h', u'y', u's', u'D', u'i', u's', u'k'};
+inline constexpr std::array<char16_t, 8> kVolumeManager{u'V', u'O', u'L', u'M', u'G', u'R', u' ', u' '};
 // What Windows reports for every disk since drives stopped having a geometry.
 [[nodiscard]] DiskGeometry LargeDiskGeometry(std::uint64_t bytes, std::uint32_t bytesPerSector, bool isRemovable) noexcept;
 

@@ -27,7 +27,7 @@ NativeHandle DeviceIo::Open(const char16_t* path, std::uint32_t access, std::uin
                             std::uint32_t disposition, std::uint32_t /*flags*/, NativeHandle /*templateFile*/)
 {
     if (path == nullptr || disposition != kOpenExisting) {
-        return FailWith(win32::kInvalidParameter, kInvalidHandle);
+        return FailWith(path == nullptr ? win32::kPathNotFound : win32::kInvalidParameter, kInvalidHandle);
     }
     try {
         auto [error, device] = OpenPath(Utf16ToUtf8(path), access);
@@ -64,7 +64,7 @@ bool DeviceIo::Close(NativeHandle device) noexcept
 PowerState DeviceIo::DiskPowerState(const char16_t* path)
 {
     if (path == nullptr) {
-        return FailWith(win32::kInvalidParameter, PowerState::Unknown);
+        return FailWith(win32::kPathNotFound, PowerState::Unknown);
     }
     try {
         const std::optional<PowerState> state = PowerOfPath(Utf16ToUtf8(path));

@@ -175,9 +175,13 @@ public:
     PdhStatus AddEnglishCounter(PdhQueryObject* query, const char16_t* path, std::uintptr_t /*userData*/,
                                 PdhCounterObject** counter) override
     {
+        if (path == nullptr || counter == nullptr) {
+            return pdh::kInvalidArgument;
+        }
+        *counter = nullptr;
         const std::shared_ptr<Query> opened = m_Queries.Find(Handle(query));
-        if (opened == nullptr || path == nullptr || counter == nullptr) {
-            return opened == nullptr ? pdh::kInvalidHandle : pdh::kInvalidArgument;
+        if (opened == nullptr) {
+            return pdh::kInvalidHandle;
         }
         const std::optional<CounterPath> parsed = ParseCounterPath(Utf16ToUtf8(path));
         if (!parsed) {

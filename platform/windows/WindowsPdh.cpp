@@ -33,6 +33,9 @@ public:
 
     PdhStatus EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters) override
     {
+        if (buffer == nullptr && *characters != 0) {
+            return pdh::kInvalidArgument;
+        }
         // PdhEnumObjectItemsW knows the object by its name in the system's language only, and fills the instances only when there
         // is room for the counters too.
         const std::wstring local = LocalCounterName(AsWide(object));
@@ -72,6 +75,9 @@ public:
 
     PdhStatus CounterInstances(PdhCounterObject* counter, char16_t* buffer, std::uint32_t* characters) override
     {
+        if (buffer == nullptr && *characters != 0) {
+            return pdh::kInvalidArgument;
+        }
         // PDH returns the size of the values with the names, so the values are fetched even when only the size of the names is
         // requested.
         auto* native = reinterpret_cast<PDH_HCOUNTER>(counter);

@@ -60,9 +60,11 @@ public:
         const auto nativeKey = std::bit_cast<DEVPROPKEY>(key);
         DEVPROPTYPE nativeType = 0;
         DWORD needed = 0;
-        const bool done = ::SetupDiGetDevicePropertyW(AsHandle(set), &native, &nativeKey, &nativeType, static_cast<BYTE*>(buffer),
-                                                      bufferSize, &needed, flags) != FALSE;
-        *type = nativeType;
+        const bool done = ::SetupDiGetDevicePropertyW(AsHandle(set), &native, &nativeKey, type != nullptr ? &nativeType : nullptr,
+                                                      static_cast<BYTE*>(buffer), bufferSize, &needed, flags) != FALSE;
+        if (type != nullptr) {
+            *type = nativeType;
+        }
         if (required != nullptr) {
             *required = needed;
         }

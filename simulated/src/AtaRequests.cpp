@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "DeviceRequests.h"
+#include "emulated/PassThrough.h"
 #include "platform/protocol/Ata.h"
 #include "platform/protocol/Scsi.h"
 
@@ -14,8 +15,6 @@ namespace win32 = platform::win32;
 
 using namespace protocol::ata;
 namespace scsi = protocol::scsi;
-
-constexpr std::uint32_t kLongestTimeOut = 30 * 60 * 60;  // seconds; the class driver refuses more, and none at all
 
 AtaResult Aborted() { return {kStatusReady | kStatusError, kErrorAborted, {}}; }
 
@@ -118,15 +117,6 @@ ScsiResult ExecuteScsi(const DiskModel& disk, const std::array<std::uint8_t, 16>
     }
 }
 
-bool IsTimeOutValid(std::uint32_t seconds) { return seconds > 0 && seconds <= kLongestTimeOut; }
-
-// The sense area is after the structure and inside the output buffer.
-bool IsSenseAreaValid(const platform::ScsiPassThroughDirect& pass, std::uint32_t outputSize)
-{
-    const std::uint64_t end = static_cast<std::uint64_t>(pass.senseInfoOffset) + pass.senseInfoLength;
-    return pass.senseInfoLength == 0 || (pass.senseInfoOffset >= sizeof(pass) && end <= outputSize);
-}
-
 }  // namespace
 
 AtaResult ExecuteAta(const DiskModel& disk, const AtaCommand& command)
@@ -151,8 +141,8 @@ Reply AtaPassThrough(const Target& target, const Request& request)
 {
     const DiskModel& disk = *target.disk;
     const auto pass = request.As<platform::AtaPassThroughDirect>();
-    if (!pass || pass->length != sizeof(*pass) || request.outputSize < sizeof(*pass) || !IsTimeOutValid(pass->timeOutValue)) {
-        return Reply::Error(win32::kInvalidParameter);
+    if (const auto malformed = platform::emulated::CheckPassThrough(pass, request.outputSize); malformed != win32::kSuccess) {
+        return Reply::Error(malformed);
     }
     if (!disk.traits->isAta || !disk.ataPassThrough) {
         return Reply::Error(win32::kInvalidFunction);
@@ -173,9 +163,8 @@ Reply ScsiPassThrough(const Target& target, const Request& request)
 {
     const DiskModel& disk = *target.disk;
     const auto pass = request.As<platform::ScsiPassThroughDirect>();
-    if (!pass || pass->length != sizeof(*pass) || request.outputSize < sizeof(*pass) || pass->cdbLength > pass->cdb.size() ||
-        !IsTimeOutValid(pass->timeOutValue) || !IsSenseAreaValid(*pass, request.outputSize)) {
-        return Reply::Error(win32::kInvalidParameter);
+    if (const auto malformed = platform::emulated::CheckPassThrough(pass, request.outputSize); malformed != win32::kSuccess) {
+        return Reply::Error(malformed);
     }
     if (!disk.scsiPassThrough) {
         return Reply::Error(win32::kInvalidFunction);

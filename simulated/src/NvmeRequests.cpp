@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "DeviceRequests.h"
+#include "emulated/PassThrough.h"
 #include "platform/protocol/Nvme.h"
 
 namespace orbis::simulated {
@@ -14,8 +15,6 @@ using platform::StorageProtocolQuery;
 using platform::StorageProtocolSpecificData;
 
 using namespace protocol::nvme;
-
-constexpr std::uint64_t kLongestPage = 1U << 20;
 
 // The controller's answer to one admin command.
 struct AdminResult {
@@ -44,30 +43,16 @@ AdminResult GetLogPage(const DiskModel& disk, std::uint32_t identifier, std::uin
     return {0, {log.content.begin() + static_cast<std::ptrdiff_t>(offset), log.content.end()}};
 }
 
-// The Win32 error that a failed command of a property query ends as.
-std::uint32_t ErrorOfStatus(std::uint32_t status)
-{
-    return status == kInvalidLogPage || status == kInvalidOpcode ? win32::kInvalidFunction : win32::kIoDevice;
-}
-
 AdminResult Execute(const DiskModel& disk, const StorageProtocolSpecificData& protocol)
 {
-    switch (protocol.dataType) {
-        case platform::kNvmeDataTypeIdentify:
-            return Identify(disk, protocol.requestValue);
-        case platform::kNvmeDataTypeLogPage:
-            return GetLogPage(disk, protocol.requestValue,
-                              static_cast<std::uint64_t>(protocol.requestSubValue2) << 32 | protocol.requestSubValue);
-        default:
-            return {kInvalidField, {}};
-    }
+    return protocol.dataType == platform::kNvmeDataTypeIdentify
+               ? Identify(disk, protocol.requestValue)
+               : GetLogPage(disk, protocol.requestValue,
+                            static_cast<std::uint64_t>(protocol.requestSubValue2) << 32 | protocol.requestSubValue);
 }
 
 std::uint32_t DriverError(const DiskModel& disk, const StorageProtocolSpecificData& protocol)
 {
-    if (!disk.traits->isNvme || protocol.protocolType != platform::kProtocolTypeNvme) {
-        return win32::kInvalidFunction;
-    }
     const auto page = disk.nvmeLogPages.find(protocol.requestValue);
     if (protocol.dataType == platform::kNvmeDataTypeLogPage && page != disk.nvmeLogPages.end() && page->second.queryError != 0) {
         return page->second.queryError;
@@ -102,24 +87,17 @@ AdminResult Execute(const DiskModel& disk, const ByteVector& command)
 Reply QueryProtocolProperty(const Target& target, const Request& request)
 {
     const auto query = request.As<StorageProtocolQuery>();
-    if (!query) {
-        return Reply::Error(win32::kInvalidParameter);
+    if (const auto malformed = platform::emulated::CheckProtocolQuery(query, request.outputSize); malformed != win32::kSuccess) {
+        return Reply::Error(malformed);
     }
     const StorageProtocolSpecificData& protocol = query->protocol;
     if (const std::uint32_t error = DriverError(*target.disk, protocol); error != win32::kSuccess) {
         return Reply::Error(error);
     }
-    if (protocol.dataOffset < sizeof(protocol) || protocol.dataOffset > kLongestPage || protocol.dataLength == 0 ||
-        protocol.dataLength > kLongestPage) {
-        return Reply::Error(win32::kInvalidParameter);
-    }
     const std::size_t head = offsetof(StorageProtocolDataDescriptor, protocol) + protocol.dataOffset;
-    if (request.outputSize < head + protocol.dataLength) {
-        return Reply::Error(win32::kInsufficientBuffer);
-    }
     AdminResult result = Execute(*target.disk, protocol);
     if (result.status != 0) {
-        return Reply::Error(ErrorOfStatus(result.status));
+        return Reply::Error(platform::emulated::Win32FromNvmeStatus(result.status));
     }
     StorageProtocolDataDescriptor descriptor;
     descriptor.version = sizeof(descriptor);
@@ -139,25 +117,20 @@ Reply ProtocolCommand(const Target& target, const Request& request)
         return Reply::Error(win32::kInvalidFunction);
     }
     const auto head = request.As<StorageProtocolCommandHead>();
-    const std::size_t end = sizeof(StorageProtocolCommandHead) + platform::kProtocolCommandLengthNvme;
-    if (!head || request.input.size() < end || head->version != 1 || head->length != 84 ||
-        head->protocolType != platform::kProtocolTypeNvme || head->commandLength != platform::kProtocolCommandLengthNvme ||
-        head->commandSpecific != platform::kProtocolSpecificNvmeAdminCommand ||
-        (head->flags & platform::kProtocolCommandFlagAdapterRequest) == 0 || head->timeOutValue == 0) {
+    const auto malformed = platform::emulated::CheckProtocolCommand(head, request.input.size(), request.outputSize);
+    if (malformed != win32::kSuccess) {
+        return Reply::Error(malformed);
+    }
+    if (head->commandSpecific != platform::kProtocolSpecificNvmeAdminCommand || head->dataToDeviceTransferLength != 0) {
         return Reply::Error(win32::kInvalidParameter);
     }
     if (disk.description->nvme().protocol_command_error() != 0) {
         return Reply::Error(disk.description->nvme().protocol_command_error());
     }
-    const std::uint64_t length = head->dataFromDeviceTransferLength;
-    const std::uint64_t offset = head->dataFromDeviceBufferOffset;
-    if (request.outputSize < end || head->dataToDeviceTransferLength != 0 || length > kLongestPage ||
-        (length > 0 && offset < end) || offset + length > request.outputSize) {
-        return Reply::Error(win32::kInvalidParameter);
-    }
-
+    const std::size_t length = head->dataFromDeviceTransferLength;
+    const std::size_t offset = head->dataFromDeviceBufferOffset;
     const ByteVector command(request.input.begin() + sizeof(StorageProtocolCommandHead),
-                             request.input.begin() + static_cast<std::ptrdiff_t>(end));
+                             request.input.begin() + platform::emulated::kProtocolCommandEnd);
     const AdminResult result = Execute(disk, command);
     StorageProtocolCommandHead answer = *head;
     answer.returnStatus = result.status == 0 ? platform::kProtocolStatusSuccess : platform::kProtocolStatusError;

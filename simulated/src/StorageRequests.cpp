@@ -94,9 +94,8 @@ Reply Performance(const Target& target, const Request& request)
     performance.writeCount = static_cast<std::uint32_t>(Whole(totals.writes * share));
     performance.queryTime = Whole(request.now * kTicksPerSecond);
     performance.storageDeviceNumber = target.disk->number;
-    performance.storageManagerName = target.volume != nullptr
-                                         ? std::array<char16_t, 8>{u'V', u'o', u'l', u'm', u'g', u'r'}
-                                         : std::array<char16_t, 8>{u'P', u'h', u'y', u's', u'D', u'i', u's', u'k'};
+    performance.storageManagerName =
+        target.volume != nullptr ? platform::emulated::kVolumeManager : platform::emulated::kDiskManager;
     return Reply::Of(performance);
 }
 

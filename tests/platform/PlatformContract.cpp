@@ -35,6 +35,52 @@ TEST_P(PlatformContract, OpeningWhatIsNotThereFailsAsAbsent)
     }
 }
 
+TEST_P(PlatformContract, WhatIsNotOpenOrNullIsAnError)
+{
+    subject->ExpectMisuses();
+    DeviceIo& io = ports.DeviceIoPort();
+    EXPECT_EQ(io.Open(nullptr, 0, 0, nullptr, kOpenExisting, 0, 0), kInvalidHandle);
+    EXPECT_EQ(io.LastError(), win32::kPathNotFound);
+    std::vector<NativeHandle> handles{0x7FFC};  // one that was never opened
+    for (const WalkedDisk& disk : WalkDisks(ports.SetupPort())) {
+        handles.push_back(io.Open(disk.path.c_str(), 0, 0, nullptr, kOpenExisting, 0, 0));
+        EXPECT_TRUE(io.Close(handles.back()));
+    }
+    for (const NativeHandle handle : handles) {
+        std::uint32_t returned = 1;
+        EXPECT_FALSE(io.Control(handle, kIoctlStorageGetDeviceNumber, nullptr, 0, nullptr, 0, &returned, nullptr));
+        EXPECT_EQ(io.LastError(), win32::kInvalidHandle);
+        EXPECT_EQ(returned, 0U);
+        EXPECT_FALSE(io.Close(handle));
+        EXPECT_EQ(io.LastError(), win32::kInvalidHandle);
+    }
+
+    platform::Setup& setup = ports.SetupPort();
+    DeviceInterfaceData data;
+    DeviceInfoData info;
+    EXPECT_FALSE(setup.EnumDeviceInterfaces(kInvalidDeviceInfoSet, kDiskInterfaceGuid, 0, &data));
+    EXPECT_EQ(setup.LastError(), win32::kInvalidHandle);
+    EXPECT_FALSE(setup.EnumDeviceInfo(kInvalidDeviceInfoSet, 0, &info));
+    EXPECT_EQ(setup.LastError(), win32::kInvalidHandle);
+    EXPECT_FALSE(setup.DeviceProperty(kInvalidDeviceInfoSet, info, kDeviceInstanceIdKey, nullptr, nullptr, 0, nullptr, 0));
+    EXPECT_EQ(setup.LastError(), win32::kInvalidHandle);
+    EXPECT_FALSE(setup.DestroyDeviceInfoList(kInvalidDeviceInfoSet));
+    EXPECT_EQ(setup.LastError(), win32::kInvalidHandle);
+
+    Pdh& pdh = ports.PdhPort();
+    PdhQueryObject* query = nullptr;
+    auto* counter = reinterpret_cast<PdhCounterObject*>(&query);
+    PdhCounterValue value;
+    EXPECT_EQ(pdh.AddEnglishCounter(nullptr, u"\\PhysicalDisk(_Total)\\% Idle Time", 0, &counter), pdh::kInvalidHandle);
+    EXPECT_EQ(pdh.FormattedValue(nullptr, pdh::kFormatDouble, &value), pdh::kInvalidHandle);
+    ASSERT_EQ(pdh.OpenQuery(nullptr, 0, &query), pdh::kOk);
+    EXPECT_NE(pdh.AddEnglishCounter(query, u"\\No Such Object(*)\\No Such Counter", 0, &counter), pdh::kOk);
+    EXPECT_EQ(counter, nullptr) << "a counter that is not added is null";
+    EXPECT_EQ(pdh.CloseQuery(query), pdh::kOk);
+    EXPECT_EQ(pdh.CloseQuery(query), pdh::kInvalidHandle);
+    EXPECT_EQ(pdh.CollectQueryData(nullptr), pdh::kInvalidHandle);
+}
+
 TEST_P(PlatformContract, EveryDiskOfTheWalkIsTheOneOfItsDriveNumber)
 {
     DeviceIo& io = ports.DeviceIoPort();
@@ -144,6 +190,81 @@ TEST_P(PlatformContract, RequestsAnswerWholeStructuresOrSayThatTheBufferIsShort)
     }
 }
 
+TEST_P(PlatformContract, MalformedCommandsAreRefusedBeforeTheyReachADrive)
+{
+    DeviceIo& io = ports.DeviceIoPort();
+    // A well-formed request; the result sends it with one member changed and gives the error.
+    const auto asking = [&io](std::uint32_t code, const auto& request, std::size_t size) {
+        return [&io, code, request, size](const DeviceHandle& device, auto member, std::uint32_t value, std::size_t room) {
+            auto changed = request;
+            changed.*member = static_cast<std::remove_reference_t<decltype(changed.*member)>>(value);
+            return Ask(io, device, code, BytesOf(changed, size), room).error;
+        };
+    };
+    using Ata = AtaPassThroughDirect;
+    Ata ataRequest;
+    ataRequest.length = sizeof(ataRequest);
+    ataRequest.timeOutValue = 60;
+    const auto ata = asking(kIoctlAtaPassThroughDirect, ataRequest, sizeof(Ata));
+    using Scsi = ScsiPassThroughDirect;
+    Scsi scsiRequest;
+    scsiRequest.length = sizeof(scsiRequest);
+    scsiRequest.cdbLength = 6;
+    scsiRequest.senseInfoLength = 8;
+    scsiRequest.senseInfoOffset = 56;
+    scsiRequest.timeOutValue = 60;
+    const auto scsi = asking(kIoctlScsiPassThroughDirect, scsiRequest, 64);
+    struct Page : StoragePropertyQueryHead, StorageProtocolSpecificData {};
+    const auto page = asking(kIoctlStorageQueryProperty,
+                             Page{{kStorageDeviceProtocolSpecificProperty, kPropertyStandardQuery},
+                                  {kProtocolTypeNvme, kNvmeDataTypeIdentify, 1, 0, sizeof(StorageProtocolSpecificData), 16}},
+                             sizeof(StorageProtocolQuery));
+    using Command = StorageProtocolCommandHead;
+    Command commandRequest;
+    commandRequest.protocolType = kProtocolTypeNvme;
+    commandRequest.flags = kProtocolCommandFlagAdapterRequest;
+    commandRequest.commandLength = kProtocolCommandLengthNvme;
+    commandRequest.dataFromDeviceTransferLength = 16;
+    commandRequest.dataFromDeviceBufferOffset = 144;
+    commandRequest.timeOutValue = 10;
+    commandRequest.commandSpecific = kProtocolSpecificNvmeAdminCommand;
+    const auto command = asking(kIoctlStorageProtocolCommand, commandRequest, 144);
+
+    constexpr std::uint32_t kInvalid = win32::kInvalidParameter;
+    for (const WalkedDisk& disk : WalkDisks(ports.SetupPort())) {
+        const DeviceHandle device = OpenDevice(io, disk.path);
+        if (!device.IsValid() || ata(device, &Ata::length, 40, 48) == win32::kAccessDenied) {
+            continue;
+        }
+        EXPECT_EQ(ata(device, &Ata::length, 40, 48), kInvalid);
+        EXPECT_EQ(ata(device, &Ata::timeOutValue, 0, 48), kInvalid);
+        EXPECT_EQ(ata(device, &Ata::timeOutValue, 108001, 48), kInvalid) << "more than 30 hours";
+        EXPECT_EQ(ata(device, &Ata::dataTransferLength, 512, 48), kInvalid) << "no buffer";
+        EXPECT_EQ(ata(device, &Ata::length, 48, 47), kInvalid);
+        EXPECT_EQ(scsi(device, &Scsi::cdbLength, 0, 64), kInvalid);
+        EXPECT_EQ(scsi(device, &Scsi::cdbLength, 17, 64), kInvalid);
+        EXPECT_EQ(scsi(device, &Scsi::senseInfoOffset, 55, 64), kInvalid) << "in the structure";
+        EXPECT_EQ(scsi(device, &Scsi::senseInfoOffset, 57, 64), kInvalid) << "past the end";
+        const Answer descriptor = Ask(io, device, kIoctlStorageQueryProperty, BytesOf(StoragePropertyQueryHead{}, 12), 64);
+        if (descriptor.As<StorageDeviceDescriptorHead>().busType != BusType::Nvme) {
+            continue;
+        }
+        EXPECT_EQ(page(device, &Page::protocolType, 2, 64), kInvalid);
+        EXPECT_EQ(page(device, &Page::dataType, 9, 64), kInvalid);
+        EXPECT_EQ(page(device, &Page::dataOffset, 39, 64), kInvalid) << "in the structure";
+        EXPECT_EQ(page(device, &Page::dataOffset, 0xFFFFFFF8, 64), win32::kInsufficientBuffer);
+        EXPECT_EQ(page(device, &Page::dataLength, 0, 64), kInvalid);
+        EXPECT_EQ(page(device, &Page::dataLength, 17, 64), win32::kInsufficientBuffer);
+        EXPECT_EQ(command(device, &Command::version, 2, 160), kInvalid);
+        EXPECT_EQ(command(device, &Command::length, 80, 160), kInvalid);
+        EXPECT_EQ(command(device, &Command::flags, 0, 160), kInvalid);
+        EXPECT_EQ(command(device, &Command::commandLength, 63, 160), kInvalid);
+        EXPECT_EQ(command(device, &Command::timeOutValue, 0, 160), kInvalid);
+        EXPECT_EQ(command(device, &Command::dataFromDeviceBufferOffset, 143, 160), kInvalid) << "in the command";
+        EXPECT_EQ(command(device, &Command::dataFromDeviceTransferLength, 17, 160), win32::kInsufficientBuffer);
+    }
+}
+
 TEST_P(PlatformContract, DriveStringsAreCountedAsDocumentedAndNameVolumes)
 {
     DeviceIo& io = ports.DeviceIoPort();
@@ -164,6 +285,7 @@ TEST_P(PlatformContract, DriveStringsAreCountedAsDocumentedAndNameVolumes)
         EXPECT_EQ(information.bytes.size(), sizeof(PartitionInformationEx)) << information.error;
         EXPECT_EQ(Ask(io, volume, kIoctlDiskGetPartitionInfoEx, {}, 143).error, win32::kInsufficientBuffer);
         EXPECT_EQ(Ask(io, volume, kIoctlDiskPerformance, {}, 88).bytes.size(), sizeof(DiskPerformance));
+        EXPECT_TRUE(IsOneOf(Ask(io, volume, kIoctlDiskGetDriveLayoutEx, {}, 4096).error, kUnsupported)) << "of disks alone";
     }
 }
 

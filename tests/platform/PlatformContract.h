@@ -25,6 +25,7 @@ public:
     virtual ~ContractSubject() = default;
     [[nodiscard]] virtual platform::Platform& Ports() = 0;
     [[nodiscard]] virtual bool Has(Service /*service*/) const { return true; }
+    virtual void ExpectMisuses() {}  // of a test that misuses the ports
     virtual void Advance(std::chrono::milliseconds time) { Ports().TimePort().Sleep(static_cast<std::uint32_t>(time.count())); }
 };
 

@@ -99,17 +99,16 @@ Win32Error QueryProperty(const Asked& asked, ControlBuffers& buffers)
     return WithNode(asked, [&](const KernelDevice& device) { return QueryNvmeProtocolData(device, buffers); });
 }
 
-using TableRequest = Win32Error(const Machine&, const Target&, int, ControlBuffers&);
-
 // A partition table is on the disk, which for a volume's handle is another device.
-Win32Error AskDisk(TableRequest& request, const Asked& asked, ControlBuffers& buffers)
+Win32Error GetPartitionInfoFromDisk(const Asked& asked, ControlBuffers& buffers)
 {
     if (!asked.target.volume || asked.node < 0) {
-        return request(asked.machine, asked.target, asked.node, buffers);
+        return GetPartitionInfo(asked.machine, asked.target, asked.node, buffers);
     }
     Win32Error refusal = win32::kSuccess;
     const UniqueFd disk = OpenNode(asked.machine, asked.target.disk.name, refusal);
-    return disk.IsValid() || refusal == win32::kAccessDenied ? request(asked.machine, asked.target, disk.Get(), buffers) : refusal;
+    return disk.IsValid() || refusal == win32::kAccessDenied ? GetPartitionInfo(asked.machine, asked.target, disk.Get(), buffers)
+                                                             : refusal;
 }
 
 Win32Error Dispatch(std::uint32_t code, const Asked& asked, ControlBuffers& buffers)
@@ -124,9 +123,9 @@ Win32Error Dispatch(std::uint32_t code, const Asked& asked, ControlBuffers& buff
         case kIoctlDiskPerformance:
             return GetDiskPerformance(asked.machine, asked.target, buffers);
         case kIoctlDiskGetDriveLayoutEx:
-            return AskDisk(GetDriveLayout, asked, buffers);
+            return asked.target.volume ? win32::kInvalidFunction : GetDriveLayout(asked.machine, asked.target, asked.node, buffers);
         case kIoctlDiskGetPartitionInfoEx:
-            return AskDisk(GetPartitionInfo, asked, buffers);
+            return GetPartitionInfoFromDisk(asked, buffers);
         case kIoctlStorageProtocolCommand:
             return !asked.IsNvme() ? win32::kInvalidFunction
                                    : WithNode(asked, [&](const auto& device) { return RunNvmeProtocolCommand(device, buffers); });

@@ -3,6 +3,7 @@
 #include <optional>
 #include <span>
 
+#include "emulated/PassThrough.h"
 #include "linux/requests/ReadOnly.h"
 #include "linux/requests/Requests.h"
 #include "linux/requests/Scsi.h"
@@ -111,9 +112,9 @@ Win32Error Win32FromSense(std::uint8_t key)
 Win32Error RunAtaPassThrough(const KernelDevice& device, BusType busType, ControlBuffers& buffers)
 {
     const auto request = buffers.Request<AtaPassThroughDirect>();
-    if (!request || request->length != sizeof(*request) || buffers.out.size() < sizeof(*request) ||
-        (request->dataTransferLength != 0 && request->dataBuffer == nullptr)) {
-        return win32::kInvalidParameter;
+    const Win32Error malformed = emulated::CheckPassThrough(request, buffers.out.size());
+    if (malformed != win32::kSuccess) {
+        return malformed;
     }
     const Transfer transfer = request->dataTransferLength != 0 ? Transfer::FromDevice : Transfer::None;
     const bool isDeclared = (transfer == Transfer::FromDevice) == ((request->ataFlags & kAtaFlagsDataIn) != 0);

@@ -22,7 +22,7 @@ struct KernelDevice {
 };
 
 [[nodiscard]] std::chrono::nanoseconds MonotonicClock(const KernelCalls& calls);
-// A request's time-out in the milliseconds that the kernel takes; 0 leaves it to the driver.
+// A request's time-out in the milliseconds that the kernel takes.
 [[nodiscard]] std::uint32_t KernelTimeout(std::uint32_t seconds) noexcept;
 
 // No request that is let through moves more than this; larger ones are refused before anything is allocated.

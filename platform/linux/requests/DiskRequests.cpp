@@ -54,8 +54,6 @@ Win32Error GetDescriptor(const Target& target, bool ofAdapter, ControlBuffers& b
 Win32Error GetDiskPerformance(const Machine& machine, const Target& target, ControlBuffers& buffers)
 {
     constexpr std::int64_t kTicksPerMillisecond = 10000;  // of 100 ns
-    constexpr std::u16string_view kDiskManager = u"PhysDisk";
-    constexpr std::u16string_view kVolumeManager = u"VOLMGR  ";
     const std::optional<DiskStats> stats = ReadDiskStats(machine.roots, target.BlockName());
     if (!stats) {
         return win32::kNoSuchDevice;
@@ -72,7 +70,7 @@ Win32Error GetDiskPerformance(const Machine& machine, const Target& target, Cont
                                 .storageDeviceNumber = target.disk.number};
     performance.queryTime = uptime * kTicksPerMillisecond;
     performance.idleTime = std::max<std::int64_t>(0, performance.queryTime - ticks(stats->busyMilliseconds));
-    std::ranges::copy(target.volume ? kVolumeManager : kDiskManager, performance.storageManagerName.begin());
+    performance.storageManagerName = target.volume ? emulated::kVolumeManager : emulated::kDiskManager;
     return buffers.AnswerWhole(performance);
 }
 

@@ -7,6 +7,7 @@
 #include <linux/nvme_ioctl.h>
 #include <sys/ioctl.h>
 
+#include "emulated/PassThrough.h"
 #include "linux/requests/ReadOnly.h"
 #include "linux/requests/Requests.h"
 #include "platform/Errors.h"
@@ -21,28 +22,10 @@ using namespace protocol::nvme;
 constexpr std::uint32_t kLongestFeature = 4096;  // the most that Get Features returns
 
 struct Outcome {
-    Win32Error error = win32::kSuccess;
+    Win32Error error = win32::kSuccess;  // the command did not get as far as the controller
     std::uint32_t nvmeStatus = 0;
     std::uint32_t result = 0;  // command specific double word
 };
-
-Win32Error Win32FromNvmeStatus(std::uint32_t status)
-{
-    switch (status) {
-        case kInvalidOpcode:
-        case kInvalidField:
-        case kInvalidLogPage:
-            return win32::kInvalidFunction;
-        case kInvalidNamespace:
-            return win32::kInvalidParameter;
-        case kCommandSequenceError:
-            return win32::kNotReady;
-        case kOperationDenied:
-            return win32::kAccessDenied;
-        default:
-            return win32::kIoDevice;
-    }
-}
 
 // The controller writes as much as the command says, so `data` must hold that: the callers see to it.
 Outcome Send(const KernelDevice& device, nvme_admin_cmd command, std::vector<std::byte>& data)
@@ -54,7 +37,7 @@ Outcome Send(const KernelDevice& device, nvme_admin_cmd command, std::vector<std
         return {Win32FromErrno(errno)};
     }
     const auto nvmeStatus = static_cast<std::uint32_t>(status) & kStatusMask;
-    return {nvmeStatus == 0 ? win32::kSuccess : Win32FromNvmeStatus(nvmeStatus), nvmeStatus, command.result};
+    return {win32::kSuccess, nvmeStatus, command.result};
 }
 
 // Log pages are counted in double words from 0, the count's upper half in the next double word.
@@ -96,41 +79,29 @@ nvme_admin_cmd Identify(const StorageProtocolSpecificData& request)
     return command;
 }
 
-bool IsInside(std::uint64_t offset, std::uint64_t length, std::size_t size) { return offset <= size && length <= size - offset; }
-
 }  // namespace
 
 Win32Error QueryNvmeProtocolData(const KernelDevice& device, ControlBuffers& buffers)
 {
-    constexpr std::size_t kProtocolAt = offsetof(StorageProtocolDataDescriptor, protocol);
     const auto query = buffers.Request<StorageProtocolQuery>();
-    if (!query) {
-        return win32::kInvalidParameter;
+    if (const Win32Error error = emulated::CheckProtocolQuery(query, buffers.out.size()); error != win32::kSuccess) {
+        return error;
     }
     StorageProtocolSpecificData protocol = query->protocol;
-    const std::uint64_t dataAt = std::uint64_t{kProtocolAt} + protocol.dataOffset;
-    if (protocol.protocolType != kProtocolTypeNvme || protocol.dataOffset < sizeof(protocol) || protocol.dataLength == 0 ||
-        protocol.dataLength > kLargestTransfer) {
-        return win32::kInvalidParameter;
-    }
-    if (!IsInside(dataAt, protocol.dataLength, buffers.out.size())) {
-        return win32::kInsufficientBuffer;
-    }
+    const std::size_t dataAt = offsetof(StorageProtocolDataDescriptor, protocol) + protocol.dataOffset;
 
     nvme_admin_cmd command{};
     std::vector<std::byte> data;
     if (protocol.dataType == kNvmeDataTypeIdentify) {
         command = Identify(protocol);
         data.resize(kIdentifySize);
-    } else if (protocol.dataType == kNvmeDataTypeLogPage && protocol.dataLength % 4 == 0) {
+    } else {
         command = GetLogPage(protocol);
         data.resize(protocol.dataLength);
-    } else {
-        return win32::kInvalidParameter;
     }
     const Outcome outcome = Send(device, command, data);
-    if (outcome.error != win32::kSuccess) {
-        return outcome.error;
+    if (outcome.error != win32::kSuccess || outcome.nvmeStatus != 0) {
+        return outcome.error != win32::kSuccess ? outcome.error : emulated::Win32FromNvmeStatus(outcome.nvmeStatus);
     }
 
     data.resize(std::min<std::size_t>(data.size(), protocol.dataLength));
@@ -140,7 +111,7 @@ Win32Error QueryNvmeProtocolData(const KernelDevice& device, ControlBuffers& buf
     answer.version = sizeof(answer);
     answer.size = sizeof(answer);
     answer.protocol = protocol;
-    if (!buffers.Answer(answer) || !buffers.AnswerBytes(data, static_cast<std::size_t>(dataAt))) {
+    if (!buffers.Answer(answer) || !buffers.AnswerBytes(data, dataAt)) {
         return win32::kInsufficientBuffer;
     }
     buffers.returned = static_cast<std::uint32_t>(dataAt + data.size());
@@ -152,8 +123,9 @@ Win32Error RunNvmeProtocolCommand(const KernelDevice& device, ControlBuffers& bu
     using CommandWords = std::array<std::uint32_t, 16>;  // a submission queue entry
     const auto head = buffers.Request<StorageProtocolCommandHead>();
     const auto words = buffers.Request<CommandWords>(sizeof(StorageProtocolCommandHead));
-    if (!head || !words || head->protocolType != kProtocolTypeNvme || head->commandLength != kProtocolCommandLengthNvme) {
-        return win32::kInvalidParameter;
+    const Win32Error malformed = emulated::CheckProtocolCommand(head, buffers.in.size(), buffers.out.size());
+    if (malformed != win32::kSuccess || !words) {
+        return malformed;
     }
     const CommandWords& entry = *words;
     const auto opcode = static_cast<std::uint8_t>(entry[0]);
@@ -162,14 +134,6 @@ Win32Error RunNvmeProtocolCommand(const KernelDevice& device, ControlBuffers& bu
         return win32::kAccessDenied;
     }
     const std::uint32_t length = head->dataFromDeviceTransferLength;
-    constexpr std::size_t kEntryEnd = sizeof(StorageProtocolCommandHead) + sizeof(CommandWords);
-    const bool isClear = length == 0 || head->dataFromDeviceBufferOffset >= kEntryEnd;
-    if (length > kLargestTransfer || !isClear) {
-        return win32::kInvalidParameter;
-    }
-    if (!IsInside(head->dataFromDeviceBufferOffset, length, buffers.out.size()) || buffers.out.size() < sizeof(*head)) {
-        return win32::kInsufficientBuffer;
-    }
 
     nvme_admin_cmd command{};
     command.opcode = opcode;
@@ -189,22 +153,19 @@ Win32Error RunNvmeProtocolCommand(const KernelDevice& device, ControlBuffers& bu
     std::vector<std::byte> data(opcode == kGetLogPage ? length : std::max(length, kLongestFeature));
     const Outcome outcome = Send(device, command, data);
 
-    StorageProtocolCommandHead answer = *head;
-    answer.returnStatus = outcome.error == win32::kSuccess ? kProtocolStatusSuccess : kProtocolStatusError;
-    answer.errorCode = outcome.nvmeStatus;
-    answer.fixedProtocolReturnData = outcome.result;
-    if (!buffers.Answer(answer)) {
-        return win32::kInsufficientBuffer;
-    }
-    buffers.returned = sizeof(answer);
     if (outcome.error != win32::kSuccess) {
         return outcome.error;
     }
-    data.resize(length);
-    if (!buffers.AnswerBytes(data, head->dataFromDeviceBufferOffset)) {
+    const bool isDone = outcome.nvmeStatus == 0;
+    StorageProtocolCommandHead answer = *head;
+    answer.returnStatus = isDone ? kProtocolStatusSuccess : kProtocolStatusError;
+    answer.errorCode = outcome.nvmeStatus;
+    answer.fixedProtocolReturnData = outcome.result;
+    data.resize(isDone ? length : 0);
+    if (!buffers.Answer(answer) || (!data.empty() && !buffers.AnswerBytes(data, head->dataFromDeviceBufferOffset))) {
         return win32::kInsufficientBuffer;
     }
-    buffers.returned = std::max<std::uint32_t>(buffers.returned, length == 0 ? 0 : head->dataFromDeviceBufferOffset + length);
+    buffers.returned = data.empty() ? sizeof(answer) : head->dataFromDeviceBufferOffset + length;
     return win32::kSuccess;
 }
 

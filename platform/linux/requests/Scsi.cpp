@@ -5,6 +5,7 @@
 
 #include <scsi/sg.h>
 
+#include "emulated/PassThrough.h"
 #include "linux/requests/ReadOnly.h"
 #include "linux/requests/Requests.h"
 #include "platform/Requests.h"
@@ -80,17 +81,13 @@ ScsiOutcome SendScsi(const KernelDevice& device, const ScsiCommand& command)
 Win32Error RunScsiPassThrough(const KernelDevice& device, ControlBuffers& buffers)
 {
     const auto request = buffers.Request<ScsiPassThroughDirect>();
-    if (!request || request->length != sizeof(*request) || buffers.out.size() < sizeof(*request)) {
-        return win32::kInvalidParameter;
+    const Win32Error malformed = emulated::CheckPassThrough(request, buffers.out.size());
+    if (malformed != win32::kSuccess || request->dataTransferLength > kLargestTransfer) {
+        return malformed != win32::kSuccess ? malformed : win32::kInvalidParameter;
     }
     const std::size_t senseAt = request->senseInfoOffset;
     const std::size_t senseEnd = senseAt + request->senseInfoLength;
     const bool hasSense = request->senseInfoLength != 0;
-    if (request->cdbLength == 0 || request->cdbLength > request->cdb.size() ||
-        (hasSense && (senseAt < sizeof(*request) || senseEnd > buffers.out.size())) ||
-        (request->dataTransferLength != 0 && request->dataBuffer == nullptr) || request->dataTransferLength > kLargestTransfer) {
-        return win32::kInvalidParameter;
-    }
     const Transfer transfer = request->dataTransferLength != 0 ? Transfer::FromDevice : Transfer::None;
     const std::span<const std::uint8_t> cdb(request->cdb.data(), request->cdbLength);
     if ((transfer == Transfer::FromDevice && request->dataIn != kScsiIoctlDataIn) || !IsReadOnlyScsi(cdb, transfer)) {

@@ -197,10 +197,6 @@ TEST_F(LinuxPassThrough, AtaCommandsThatMayChangeADriveNeverLeave)
     EXPECT_EQ(AskAta({0, 0, 0, 0, 0, 0, 0xEC, 0}, 1024).error, win32::kInvalidParameter)
         << "two sectors of a command that moves one";
     EXPECT_EQ(AskAta({0, 1, 0, 0, 0, 0, 0xEC, 0}, 500).error, win32::kInvalidParameter);
-    AtaPassThroughDirect request;
-    request.length = 40;
-    EXPECT_EQ(Ask(io, device, kIoctlAtaPassThroughDirect, BytesOf(request), 48).error, win32::kInvalidParameter);
-    EXPECT_EQ(Ask(io, device, kIoctlAtaPassThroughDirect, BytesOf(request, 47), 48).error, win32::kInvalidParameter);
     EXPECT_TRUE(cdb.empty());
 }
 
@@ -342,8 +338,6 @@ TEST_F(LinuxPassThrough, ScsiCommandsThatMayChangeADriveNeverLeave)
     }
     cdb.clear();
     EXPECT_EQ(AskScsi({0x12, 0, 0, 0, 36, 0}, 36, 0).error, win32::kAccessDenied) << "data to the device";
-    EXPECT_EQ(AskScsi({}, 36).error, win32::kInvalidParameter);
-    EXPECT_EQ(AskScsi({0x12, 0, 0, 0, 36, 0}, 36, 1, 127).error, win32::kInvalidParameter) << "no room for sense data";
     EXPECT_EQ(AskScsi({0x12, 0, 0, 0, 36, 0}, (1U << 20) + 1).error, win32::kInvalidParameter);
     EXPECT_TRUE(cdb.empty());
 }

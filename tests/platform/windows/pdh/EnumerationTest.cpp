@@ -154,7 +154,8 @@ TEST(WindowsPdhInstances, AreAskedForTwiceAndSeeADiskThatWasInsertedSince)
     ASSERT_EQ(pdh.EnumInstances(u"PhysicalDisk", names.data(), &characters), pdh::kOk);
     EXPECT_EQ(names, u"0 C:\0001 D:\0_Total\0\0"sv);
 
-    EXPECT_EQ(pdh.EnumInstances(u"No Such Object", nullptr, &characters), pdh::kNoObject);
+    EXPECT_EQ(pdh.EnumInstances(u"PhysicalDisk", nullptr, &characters), pdh::kInvalidArgument);
+    EXPECT_EQ(pdh.EnumInstances(u"No Such Object", nullptr, &(characters = 0)), pdh::kNoObject);
 }
 
 // The system's machine with the counters of this program.
