@@ -5,6 +5,7 @@
 #include "CommonCLI/ExceptionSupport.h"
 #include "CommonCLI/NativeException.h"
 #include "HostSdk/Exceptions.h"
+#include "LogSite.h"
 
 namespace Veyra::Orbis::Plugins {
 
@@ -29,7 +30,7 @@ auto Create(const Factory& make, const std::shared_ptr<IZelLog>& log) -> typenam
     try {
         return make ? make(log) : nullptr;
     } catch (...) {
-        log->Error(Cpp::Common::CurrentFailure().fullText, __LINE__, kFile, kConstructor);
+        LogSite{*log, kFile, kConstructor}.Error(Cpp::Common::CurrentFailure().fullText, __LINE__);
         return nullptr;
     }
 }
