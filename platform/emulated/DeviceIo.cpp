@@ -6,7 +6,6 @@
 
 #include "emulated/CaseFolding.h"
 #include "emulated/Guid.h"
-#include "platform/Guid.h"
 #include "platform/Text.h"
 
 namespace orbis::platform::emulated {
@@ -94,5 +93,7 @@ std::string DiskInterfacePath(std::string instanceId)
     std::ranges::replace(instanceId, '\\', '#');
     return R"(\\?\)" + LowerAscii(std::move(instanceId)) + "#{" + GuidText(kDiskInterfaceGuid) + "}";
 }
+
+std::string VolumeName(const Guid& guid) { return R"(\\?\Volume{)" + GuidText(guid) + "}\\"; }
 
 }  // namespace orbis::platform::emulated

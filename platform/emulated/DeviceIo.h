@@ -8,6 +8,7 @@
 #include "emulated/Control.h"
 #include "emulated/Handles.h"
 #include "platform/DeviceIo.h"
+#include "platform/Guid.h"
 
 namespace orbis::platform::emulated {
 
@@ -58,5 +59,7 @@ inline constexpr std::uint32_t kFileWriteData = 2;
 
 // The device interface path of a disk's instance id: "\\?\scsi#disk&ven_...#...#{53f56307-b6bf-11d0-94f2-00a0c91efb8b}".
 [[nodiscard]] std::string DiskInterfacePath(std::string instanceId);
+// The name of a volume, which ends with a backslash: "\\?\Volume{...}\".
+[[nodiscard]] std::string VolumeName(const Guid& guid);
 
 }  // namespace orbis::platform::emulated

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "emulated/CaseFolding.h"
@@ -26,7 +28,8 @@ inline constexpr WmiClass kPerformanceDisk{R"(root\cimv2)", "Win32_PerfFormatted
 inline constexpr WmiClass kPhysicalDisk{R"(root\microsoft\windows\storage)", "MSFT_PhysicalDisk"};
 inline constexpr WmiClass kAtapiSmartData{R"(root\wmi)", "MSStorageDriver_ATAPISmartData"};
 
-// InterfaceType and MediaType of Win32_DiskDrive.
+// DeviceID, InterfaceType and MediaType of Win32_DiskDrive.
+[[nodiscard]] inline std::string DiskDeviceId(std::uint32_t number) { return R"(\\.\PHYSICALDRIVE)" + std::to_string(number); }
 [[nodiscard]] constexpr std::string_view InterfaceType(BusType busType) noexcept
 {
     switch (busType) {

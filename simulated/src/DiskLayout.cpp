@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "DiskModel.h"
+#include "emulated/DeviceIo.h"
 #include "platform/Text.h"
 
 namespace orbis::simulated {
@@ -74,7 +75,7 @@ std::unique_ptr<VolumeModel> BuildVolume(const DiskModel& disk, const descriptio
     const std::string& guid = description.guid().empty() ? partition.id() : description.guid();
     // Windows gives a volume without an identifier one that is valid until the next boot.
     const platform::Guid made{0x00C0FFEE, static_cast<std::uint16_t>(disk.number), static_cast<std::uint16_t>(number), {}};
-    volume->guidPath = R"(\\?\Volume{)" + GuidText(ParseGuid(guid).value_or(made)) + "}\\";
+    volume->guidPath = platform::emulated::VolumeName(ParseGuid(guid).value_or(made));
     volume->size = extent.size;
     volume->free = description.has_free() ? description.free() : extent.size / 2;
     volume->partitionInformation = std::move(entry);

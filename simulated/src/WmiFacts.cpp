@@ -7,6 +7,7 @@
 
 #include "Activity.h"
 #include "MachineState.h"
+#include "emulated/DeviceIo.h"
 #include "emulated/WmiClasses.h"
 #include "emulated/Wql.h"
 #include "platform/Text.h"
@@ -139,7 +140,7 @@ private:
 void DiskDrives(const MachineState& machine, Table& table)
 {
     for (const DiskModel* disk : machine.PresentDisks()) {
-        const std::string device = fmt::format(R"(\\.\PHYSICALDRIVE{})", disk->number);
+        const std::string device = DiskDeviceId(disk->number);
         const auto busType = static_cast<platform::BusType>(disk->busType);
         WmiRow row;
         row.Number("Index", disk->number).Number("SCSIPort", disk->scsiPort);
@@ -245,8 +246,8 @@ void Volumes(const MachineState& machine, Table& table)
             const char letter = ToUpper(volume.letter()).front();
             const std::string name = fmt::format("{}:\\", letter);
             WmiRow row;
-            row.Text("DeviceID", fmt::format(R"(\\?\Volume{{{:08x}-0000-0000-0000-000000000000}}\)", letter)).Text("Name", name);
-            row.Text("Caption", name).Text("DriveLetter", name.substr(0, 2)).Number("DriveType", TypeOf(volume));
+            row.Text("DeviceID", VolumeName({static_cast<std::uint32_t>(letter), 0, 0, {}}));
+            row.Text("Name", name).Text("Caption", name).Text("DriveLetter", name.substr(0, 2)).Number("DriveType", TypeOf(volume));
             row.Flag("BootVolume", false).Flag("SystemVolume", false).Flag("PageFilePresent", false);
             row.Null("Label").Null("FileSystem").Null("SerialNumber").Null("Capacity").Null("FreeSpace");
             if (volume.serial() != 0) {

@@ -6,7 +6,7 @@
 
 #include <fmt/format.h>
 
-#include "emulated/Guid.h"
+#include "emulated/DeviceIo.h"
 #include "emulated/Pdh.h"
 #include "emulated/WmiClasses.h"
 #include "linux/kernel/Files.h"
@@ -17,7 +17,6 @@ namespace {
 
 using namespace emulated;
 
-std::string DrivePath(const Disk& disk) { return fmt::format(R"(\\.\PHYSICALDRIVE{})", disk.number); }
 std::string Drive(const Volume& volume) { return std::string(1, volume.letter) + ":"; }
 
 // Vendor and model as one name; the standards whose disks have no vendor text are none.
@@ -44,7 +43,7 @@ WmiRows RowsOf(const Items& items, Fill fill)
 WmiRows DiskDrives(Machine& machine)
 {
     return RowsOf(machine.inventory.Disks(), [](WmiRow& row, const Disk& disk) {
-        const std::string path = DrivePath(disk);
+        const std::string path = DiskDeviceId(disk.number);
         row.Number("Index", disk.number).Text("DeviceID", path).Text("Name", path);
         row.Text("Caption", ModelName(disk)).Text("Model", ModelName(disk)).Text("Manufacturer", disk.vendor);
         row.Text("PNPDeviceID", disk.instanceId).Text("SerialNumber", disk.serial).Text("FirmwareRevision", disk.firmwareRevision);
@@ -103,7 +102,7 @@ std::string VolumeGuidPath(const Volume& volume)
     add(fmt::format("/{}/{}", volume.partitionNumber, volume.blockName));
     Guid guid{static_cast<std::uint32_t>(hash >> 32), static_cast<std::uint16_t>(hash >> 16), static_cast<std::uint16_t>(hash)};
     std::ranges::copy(std::string_view("volume"), guid.data4.begin());
-    return R"(\\?\Volume{)" + GuidText(guid) + "}\\";
+    return VolumeName(guid);
 }
 
 WmiRows Volumes(Machine& machine)
