@@ -4,6 +4,8 @@
 #include <array>
 #include <cstring>
 #include <functional>
+#include <thread>
+#include <utility>
 
 #include "Common/HardwareAccess.h"
 #include "Common/WmiCommonLib.h"
@@ -92,6 +94,50 @@ TEST_F(JournalTest, RequestIsKeptAsItWasAndAnswersAreKeptWhole)
         EXPECT_EQ(opens[one]->handle, requests[one]->handle);
         EXPECT_EQ(opens[one]->handle, closes[one]->handle);
     }
+}
+
+// A system that has one handle, and gives it to another thread before the close of it has returned.
+class OneHandle final : public platform::ForwardingPlatform, private platform::ForwardingDeviceIo {
+public:
+    explicit OneHandle(Platform& machine) : ForwardingPlatform(machine), ForwardingDeviceIo(machine.DeviceIoPort()) {}
+    platform::DeviceIo& DeviceIoPort() noexcept override { return *this; }
+    std::function<void()> meanwhile;
+
+private:
+    platform::NativeHandle Open(const char16_t*, std::uint32_t, std::uint32_t, void*, std::uint32_t, std::uint32_t,
+                                platform::NativeHandle) override
+    {
+        return 42;
+    }
+    bool Close(platform::NativeHandle) noexcept override
+    {
+        std::thread(std::exchange(meanwhile, [] {})).join();
+        return true;
+    }
+};
+
+TEST_F(JournalTest, HandleGivenOutAgainDuringItsCloseIsAnotherObject)
+{
+    const auto machine = simulated::ParseMachine("");
+    OneHandle system(*machine);
+    Journal journal(system);
+    platform::DeviceIo& io = journal.DeviceIoPort();
+    const auto open = [&io] { return io.Open(u"", 0, 3, nullptr, platform::kOpenExisting, 0, 0); };
+    system.meanwhile = [&] { static_cast<void>(open()); };
+    io.Close(open());
+    io.Close(42);
+    const Extract extract = journal.Take();
+    const auto opens = Of<call::Open>(extract);
+    const auto closes = Of<call::Close>(extract);
+    ASSERT_EQ(extract.records.size(), 4U);
+    EXPECT_NE(opens[0]->handle, opens[1]->handle);
+    EXPECT_EQ(closes[0]->handle, opens[0]->handle);
+    EXPECT_EQ(closes[1]->handle, opens[1]->handle);
+    const Record& opened = extract.records[1];
+    const Record& closed = extract.records[2];
+    EXPECT_NE(opened.thread, closed.thread);
+    EXPECT_LE(closed.start, opened.start);
+    EXPECT_GE(closed.start + closed.duration, opened.start + opened.duration);
 }
 
 TEST_F(JournalTest, RowsCarryTheirQueryAndArraysTheirElements)
