@@ -6,11 +6,12 @@
 #include <google/protobuf/text_format.h>
 #include <google/protobuf/timestamp.pb.h>
 #include <google/protobuf/util/delimited_message_util.h>
-#include <google/protobuf/util/json_util.h>
 #include <google/protobuf/wrappers.pb.h>
 #include <algorithm>
 #include <array>
+#include <string_view>
 
+#include "JsonWriter.h"
 #include "Table.h"
 #include "orbis/host/collected_item.pb.h"
 #include "orbis/host/json_line.pb.h"
@@ -20,6 +21,8 @@ namespace orbis::host {
 namespace {
 
 namespace pb = google::protobuf;
+
+constexpr std::string_view kPackage = "veyra.orbis.datatypes.";
 
 template <class Datatype>
 const pb::Message& PrototypeOf()
@@ -38,29 +41,34 @@ pb::Timestamp ToTimestamp(std::chrono::system_clock::time_point time)
     return timestamp;
 }
 
-std::string Json(const pb::Message& message)
+std::string WriteTime(JsonWriter& writer, std::chrono::system_clock::time_point time)
 {
-    std::string text;
-    const auto status = pb::util::MessageToJsonString(message, &text);
-    return status.ok() ? text : std::string("null");
+    return writer.Write("google.protobuf.Timestamp", ToTimestamp(time));
 }
 
-std::string JsonText(const std::string& utf8)
+std::string WriteText(JsonWriter& writer, const std::string& utf8)
 {
     pb::StringValue value;
     value.set_value(utf8);
-    return Json(value);
+    return writer.Write("google.protobuf.StringValue", value);
+}
+
+// "null" for an item without data.
+std::string WriteData(JsonWriter& writer, const std::string& datatype, const Collected& item)
+{
+    return item.message == nullptr ? "null" : writer.Write(std::string(kPackage) + datatype, *item.message);
 }
 
 std::string RenderJson(const std::vector<CollectedDatatype>& results)
 {
+    JsonWriter writer;
     std::string out = "[";
     const char* separator = "\n";
     for (const CollectedDatatype& result : results) {
         for (const Collected& item : result.items) {
             out += fmt::format(R"({}{{"datatype":{},"itemId":{},"collectionTime":{},"data":{}}})", separator,
-                               JsonText(result.datatype), JsonText(item.itemId), Json(ToTimestamp(item.time)),
-                               item.message == nullptr ? "null" : Json(*item.message));
+                               WriteText(writer, result.datatype), WriteText(writer, item.itemId), WriteTime(writer, item.time),
+                               WriteData(writer, result.datatype, item));
             separator = ",\n";
         }
     }
@@ -99,6 +107,8 @@ JsonLine BeginLine(const Context& context, std::chrono::system_clock::time_point
 // One line for each item, and one for the findings that concern none of them.
 std::string RenderJsonLines(const std::vector<CollectedDatatype>& results, const Context& context)
 {
+    constexpr const char* kLine = "orbis.host.JsonLine";
+    JsonWriter writer;
     std::string out;
     std::vector<const Finding*> left;
     for (const Finding& finding : context.findings) {
@@ -131,9 +141,9 @@ std::string RenderJsonLines(const std::vector<CollectedDatatype>& results, const
                     std::erase(left, &finding);
                 }
             }
-            std::string text = Json(line);
+            std::string text = writer.Write(kLine, line);
             text.pop_back();  // the brace that closes it
-            out += fmt::format("{},\"data\":{}}}\n", text, item.message == nullptr ? "null" : Json(*item.message));
+            out += fmt::format("{},\"data\":{}}}\n", text, WriteData(writer, result.datatype, item));
         }
     }
     if (!left.empty()) {
@@ -141,21 +151,22 @@ std::string RenderJsonLines(const std::vector<CollectedDatatype>& results, const
         for (const Finding* finding : left) {
             Add(*finding, line);
         }
-        out += Json(line) + '\n';
+        out += writer.Write(kLine, line) + '\n';
     }
     return out;
 }
 
 std::string RenderText(const std::vector<CollectedDatatype>& results)
 {
+    JsonWriter writer;
     pb::TextFormat::Printer printer;
     printer.SetUseUtf8StringEscaping(true);
     std::string out;
     for (const CollectedDatatype& result : results) {
         for (const Collected& item : result.items) {
             // Item ids are device text. Quoted and escaped as in JSON, they stay on one line.
-            out +=
-                fmt::format("{}# {} {} {}\n", out.empty() ? "" : "\n", result.datatype, JsonText(item.itemId), Rfc3339(item.time));
+            out += fmt::format("{}# {} {} {}\n", out.empty() ? "" : "\n", result.datatype, WriteText(writer, item.itemId),
+                               Rfc3339(item.time));
             if (item.message == nullptr) {
                 out += "# no data\n";
                 continue;
@@ -269,7 +280,6 @@ std::unique_ptr<pb::Message> NewMessage(const std::string& fullName)
          {"SmartNvmeInfo", PrototypeOf<datatypes::SmartNvmeInfo>},
          {"SmartStaticInfo", PrototypeOf<datatypes::SmartStaticInfo>},
          {"NvmeIdentifyControllerData", PrototypeOf<datatypes::NvmeIdentifyControllerData>}}};
-    constexpr std::string_view kPackage = "veyra.orbis.datatypes.";
     const auto found = std::ranges::find_if(kDatatypes, [&](const auto& one) {
         return fullName.starts_with(kPackage) && fullName.substr(kPackage.size()) == one.first;
     });
@@ -295,7 +305,8 @@ std::string Render(const std::vector<CollectedDatatype>& results, Format format,
 
 std::string Rfc3339(std::chrono::system_clock::time_point time)
 {
-    const std::string quoted = Json(ToTimestamp(time));
+    JsonWriter writer;
+    const std::string quoted = WriteTime(writer, time);
     return quoted.size() > 2 ? quoted.substr(1, quoted.size() - 2) : quoted;
 }
 
