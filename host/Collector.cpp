@@ -26,8 +26,9 @@ using border::Operation;
 constexpr std::string_view kAll = "all";
 // The error of a WMI query that is left out: ERROR_TIMEOUT.
 constexpr std::string_view kTimedOut = "HRESULT 0x800705B4";
-// The datatypes that identify disks, by name: asking a message for its descriptor would build the whole schema.
+// Datatypes by name: asking a message for its descriptor would build the whole schema.
 constexpr std::string_view kStaticInfo = "PhysicalDiskStaticInfo";
+constexpr std::string_view kActivityInfo = "PhysicalDiskDynamicInfo";
 constexpr std::string_view kIdentify = "NvmeIdentifyControllerData";
 
 // The disk according to its PhysicalDiskStaticInfo, for disks whose requests were not observed.
@@ -78,7 +79,7 @@ void Collector::LetRatesBuildUp(const std::vector<Operation>& operations)
 {
     constexpr double kFirstInterval = 1.0;
     if (std::any_of(operations.begin(), operations.end(),
-                    [](const Operation& one) { return ShortName(one.datatype) == "PhysicalDiskDynamicInfo"; })) {
+                    [](const Operation& one) { return ShortName(one.datatype) == kActivityInfo; })) {
         m_Machine.LetRatesBuildUp(kFirstInterval);
     }
 }
@@ -152,7 +153,7 @@ void Collector::ReportFailure(const std::string& datatype, const HostException& 
 std::vector<Finding> Collector::ReportFindings()
 {
     std::vector<Finding> findings = m_Machine.TakeFindings();
-    const bool isExplained = IsExplained(datatypes::PhysicalDiskDynamicInfo::descriptor()->name());
+    const bool isExplained = IsExplained(kActivityInfo);
     const bool isLate = HasLateSource();
     m_Log->Drop([&](std::string_view error) {
         const auto says = [&](std::string_view text) { return error.find(text) != std::string_view::npos; };
@@ -225,7 +226,7 @@ bool Collector::HasLateSource() const
     return std::any_of(findings.begin(), findings.end(), [](const Finding& finding) { return finding.kind == "no-answer"; });
 }
 
-bool Collector::IsExplained(const std::string& datatype) const
+bool Collector::IsExplained(std::string_view datatype) const
 {
     const std::vector<Finding> findings = m_Machine.CurrentFindings();
     return std::any_of(findings.begin(), findings.end(), [&](const Finding& finding) {

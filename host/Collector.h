@@ -67,7 +67,7 @@ private:
     // Whether something did not answer in time and is left out.
     [[nodiscard]] bool HasLateSource() const;
     // Whether a current finding explains why the collection of a datatype ended or lacks a disk.
-    [[nodiscard]] bool IsExplained(const std::string& datatype) const;
+    [[nodiscard]] bool IsExplained(std::string_view datatype) const;
     void LearnIdentities();
     void Learn(const std::vector<CollectedDatatype>& results);
 
