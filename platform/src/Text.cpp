@@ -84,6 +84,9 @@ std::string DefaultToUtf8(std::string_view text)
 
 std::string Utf16ToUtf8(std::u16string_view text)
 {
+    if (std::ranges::all_of(text, [](char16_t unit) { return unit < 0x80; })) {  // nearly every text
+        return {text.begin(), text.end()};
+    }
     std::string out;
     out.reserve(text.size());
     for (std::size_t at = 0; at < text.size(); ++at) {

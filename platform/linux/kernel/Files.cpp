@@ -4,10 +4,13 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
-#include <filesystem>
+#include <climits>
+#include <cstdlib>
+#include <memory>
 #include <string_view>
 #include <system_error>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -15,6 +18,13 @@ namespace orbis::platform::linux_system {
 namespace {
 
 constexpr int kReading = O_RDONLY | O_NONBLOCK | O_CLOEXEC;
+
+struct CloseDirectory {
+    void operator()(DIR* directory) const noexcept { ::closedir(directory); }
+};
+struct FreeText {
+    void operator()(char* text) const noexcept { std::free(text); }
+};
 
 std::vector<std::string_view> Split(std::string_view text, std::string_view separators)
 {
@@ -86,9 +96,12 @@ std::optional<std::uint64_t> ReadNumber(const std::string& path) { return ParseN
 std::vector<std::string> DirectoryNames(const std::string& path)
 {
     std::vector<std::string> names;
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(path, error), end; !error && entry != end; entry.increment(error)) {
-        names.push_back(entry->path().filename().string());
+    const std::unique_ptr<DIR, CloseDirectory> directory(::opendir(path.c_str()));
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): glibc's is safe, since each thread has its own stream
+    while (const dirent* const entry = directory != nullptr ? ::readdir(directory.get()) : nullptr) {
+        if (const std::string_view name = entry->d_name; name != "." && name != "..") {
+            names.emplace_back(name);
+        }
     }
     std::ranges::sort(names);
     return names;
@@ -98,16 +111,15 @@ bool Exists(const std::string& path) noexcept { return ::access(path.c_str(), F_
 
 std::string RealPath(const std::string& path)
 {
-    std::error_code error;
-    const std::filesystem::path real = std::filesystem::canonical(path, error);
-    return error ? std::string() : real.string();
+    const std::unique_ptr<char, FreeText> real(::realpath(path.c_str(), nullptr));
+    return real != nullptr ? real.get() : std::string();
 }
 
 std::string LinkTarget(const std::string& path)
 {
-    std::error_code error;
-    const std::filesystem::path target = std::filesystem::read_symlink(path, error);
-    return error ? std::string() : target.string();
+    std::array<char, PATH_MAX> target;  // NOLINT(cppcoreguidelines-pro-type-member-init): readlink(2) fills it
+    const ssize_t length = ::readlink(path.c_str(), target.data(), target.size());
+    return length > 0 ? std::string(target.data(), static_cast<std::size_t>(length)) : std::string();
 }
 
 std::string PathIn(std::string_view directory, std::string_view name)
