@@ -23,7 +23,7 @@ public:
             if (serial != 0) {
                 m_Queries[*query] = serial;
             }
-            return call::OpenQuery{serial, status};
+            return call::OpenQuery{TextOf(dataSource), serial, status};
         });
         return status;
     }

@@ -40,7 +40,11 @@ public:
             if (isOpen) {
                 m_Open[set] = {serial, {}, {}};
             }
-            return call::ClassDevices{serial, classGuid != nullptr ? *classGuid : platform::Guid{}, flags, isOpen ? 0 : set,
+            return call::ClassDevices{serial,
+                                      classGuid != nullptr ? *classGuid : platform::Guid{},
+                                      TextOf(enumerator),
+                                      flags,
+                                      isOpen ? 0 : set,
                                       isOpen ? 0 : LastError()};
         });
         return set;
@@ -56,7 +60,7 @@ public:
             if (done) {
                 known.interfaces[KeyOf(*data)] = index;
             }
-            return call::EnumDeviceInterfaces{known.serial, index, done, done ? 0 : LastError()};
+            return call::EnumDeviceInterfaces{known.serial, interfaceClass, index, done, done ? 0 : LastError()};
         });
         return done;
     }
@@ -114,6 +118,7 @@ public:
             return call::DeviceProperty{known.serial,
                                         IndexOf(known.devices, KeyOf(data)),
                                         key,
+                                        flags,
                                         type != nullptr ? *type : 0,
                                         bytes != nullptr ? Bytes(bytes, bytes + bufferSize) : Bytes{},
                                         required != nullptr ? *required : 0,

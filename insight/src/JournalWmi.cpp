@@ -34,7 +34,9 @@ public:
     {
         const auto start = Clock::now();
         const Hresult result = ForwardingWmi::InitializeSecurity(services, level, impersonation, capabilities);
-        m_Store.Keep(start, [&]() -> Call { return call::InitializeSecurity{result}; });
+        m_Store.Keep(start, [&]() -> Call {
+            return call::InitializeSecurity{services, level, impersonation, capabilities, result};
+        });
         return result;
     }
     void UninitializeCom() noexcept override
@@ -89,7 +91,10 @@ public:
         const auto start = Clock::now();
         const Hresult result =
             ForwardingWmi::SetProxyBlanket(services, authentication, authorization, level, impersonation, capabilities);
-        m_Store.Keep(start, [&]() -> Call { return call::SetProxyBlanket{Find(services).serial, result}; });
+        m_Store.Keep(start, [&]() -> Call {
+            return call::SetProxyBlanket{Find(services).serial, authentication, authorization, level,
+                                         impersonation,         capabilities,   result};
+        });
         return result;
     }
     Hresult ExecQuery(ComObject* services, Bstr language, Bstr query, std::int32_t flags, ComObject** enumerator) override

@@ -161,6 +161,7 @@ TEST_F(JournalTest, RowsCarryTheirQueryAndArraysTheirElements)
         EXPECT_EQ(reads[one]->query->text, u"SELECT * FROM C");
         EXPECT_EQ(reads[one]->rowIndex, one == 0 ? 0U : 1U);
     }
+    EXPECT_EQ(Of<call::SetProxyBlanket>(extract).at(0)->authenticationLevel, 3U) << "RPC_C_AUTHN_LEVEL_CALL";
     EXPECT_TRUE(reads[1]->value.isNullPointer);
     EXPECT_EQ(reads[2]->value.text, u"text");
     EXPECT_EQ(reads[3]->result, platform::hresult::kWbemNotFound);

@@ -15,6 +15,8 @@
 //   from 1, given when it is opened; 0 is an object that is unknown (opened before the journal was in force) or that there is none.
 // - Buffers are copied whole, as large as the caller made them, of failed calls too: `returned` is what the driver claims and no
 //   limit. Pointers inside them are zero.
+// - Arguments that point into the caller's process alone (security attributes, template file, parent window, user data) are not
+// kept.
 // - `error` is the Win32 error after the call when it failed, else 0.
 namespace orbis::insight {
 
@@ -86,12 +88,14 @@ struct LogicalDriveStrings {
 struct ClassDevices {
     Serial set = 0;  // 0: failed
     platform::Guid classGuid{};
+    std::u16string enumerator;
     std::uint32_t flags = 0;
     platform::DeviceInfoSetHandle result = 0;  // for an invalid one, which it was
     std::uint32_t error = 0;
 };
 struct EnumDeviceInterfaces {
     Serial set = 0;
+    platform::Guid interfaceClass{};
     std::uint32_t index = 0;
     bool succeeded = false;
     std::uint32_t error = 0;
@@ -115,6 +119,7 @@ struct DeviceProperty {
     Serial set = 0;
     std::uint32_t index = 0;  // of the device in the set, or kUnknownIndex
     platform::DevicePropertyKey key{};
+    std::uint32_t flags = 0;
     std::uint32_t type = 0;
     Bytes value;  // the whole buffer
     std::uint32_t required = 0;
@@ -143,6 +148,10 @@ struct InitializeCom {
     platform::Hresult result = 0;
 };
 struct InitializeSecurity {
+    std::int32_t authenticationServices = 0;
+    std::uint32_t authenticationLevel = 0;
+    std::uint32_t impersonationLevel = 0;
+    std::uint32_t capabilities = 0;
     platform::Hresult result = 0;
 };
 struct UninitializeCom {};
@@ -166,6 +175,11 @@ struct ConnectServer {
 };
 struct SetProxyBlanket {
     Serial services = 0;
+    std::uint32_t authentication = 0;
+    std::uint32_t authorization = 0;
+    std::uint32_t authenticationLevel = 0;
+    std::uint32_t impersonationLevel = 0;
+    std::uint32_t capabilities = 0;
     platform::Hresult result = 0;
 };
 struct ExecQuery {
@@ -219,6 +233,7 @@ struct ArrayBounds {
 
 // ---- Pdh ----
 struct OpenQuery {
+    std::u16string dataSource;
     Serial query = 0;
     platform::PdhStatus status = 0;
 };
