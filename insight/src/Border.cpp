@@ -36,11 +36,11 @@ namespace {
 namespace pb = google::protobuf;
 
 struct OwnedResult {
-    OrbisInsightResult result{};  // first: a host gets its address
+    OrbisInsightResult result{};  // first member, because a host gets its address
     std::string text;
 };
 
-const OrbisInsightResult* Own(std::string text, bool isFailure)
+const OrbisInsightResult* NewResult(std::string text, bool isFailure)
 {
     auto owned = std::make_unique<OwnedResult>();
     owned->text = std::move(text);
@@ -48,7 +48,7 @@ const OrbisInsightResult* Own(std::string text, bool isFailure)
     return &owned.release()->result;
 }
 
-// Answers when there is no memory for an answer; it is never freed.
+// The result when there is no memory for one; it is never freed.
 constexpr std::string_view kNoMemory = "out of memory";
 constexpr OrbisInsightResult kOutOfMemory{sizeof(OrbisInsightResult), 1, {kNoMemory.data(), kNoMemory.size()}};
 
@@ -58,9 +58,9 @@ const OrbisInsightResult* Guarded(Answer&& answer) noexcept
 {
     try {
         try {
-            return Own(answer(), false);
+            return NewResult(answer(), false);
         } catch (const std::exception& exception) {
-            return Own(exception.what(), true);
+            return NewResult(exception.what(), true);
         }
     } catch (...) {
         return &kOutOfMemory;
@@ -83,7 +83,7 @@ std::string Json(const pb::Message& message, const pb::util::JsonPrintOptions& o
     return text;
 }
 
-// A document of this library, with its zeros and empty lists: the first disk has a number too.
+// A document of this library, including zeros and empty lists, so that drive number 0 is not missing.
 std::string Document(const pb::Message& message)
 {
     pb::util::JsonPrintOptions options;
@@ -102,7 +102,7 @@ std::string ToString(const OrbisText* text)
 std::unique_ptr<pb::Message> Parse(const OrbisText* datatype, const OrbisText* message)
 {
     using namespace veyra::orbis::datatypes;
-    // Names each file of the schema, so that a static library has them all.
+    // Refers to each file of the schema, so that they are all linked from a static library.
     for (const pb::Descriptor* one : {PhysicalDiskStaticInfo::descriptor(), SmartStaticInfo::descriptor(),
                                       SmartNvmeInfo::descriptor(), NvmeIdentifyControllerData::descriptor()}) {
         static_cast<void>(one);
@@ -162,7 +162,7 @@ private:
     std::map<std::thread::id, Wait> m_Waits;
 };
 
-// The one observer of the process. It is never destroyed: plug-in objects may outlive any order of destruction.
+// The observer of the process. It is never destroyed, because plug-in objects may live until the process ends.
 class Observer {
 public:
     static Observer& Get()
@@ -233,7 +233,7 @@ public:
         RequireInstalled();
         HiddenDisk disk;
         disk.number = number;
-        // Collections that walk the devices before they read the inventory meet the path first.
+        // Some collections walk the devices before they read the inventory, and so see the path first.
         const auto paths = m_Pass ? DrivePaths(m_Pass->records).Numbers() : std::map<std::u16string, std::uint32_t>{};
         for (const auto& [path, owner] : paths) {
             if (owner == number && DrivePaths::LetterOf(path) == 0) {
@@ -248,7 +248,7 @@ public:
         return {};
     }
 
-    // "DISK0", or the letter or path that is all that is known.
+    // "DISK0", or the letter or path if nothing else is known.
     static std::string SubjectOf(const HiddenDisk& disk)
     {
         return disk.number            ? "DISK" + std::to_string(*disk.number)
@@ -298,7 +298,7 @@ private:
     std::unique_ptr<SleepingDisks> m_Sleep;
     std::unique_ptr<Journal> m_Journal;
     Findings m_Findings;
-    std::vector<Finding> m_New;  // of the pass that was ended last
+    std::vector<Finding> m_New;  // of the last pass that ended
     std::optional<Extract> m_Pass;
 };
 

@@ -11,14 +11,15 @@
 
 namespace orbis::insight {
 
-// The drive numbers behind the paths that a pass opened, as the devices reported them.
+// The drive numbers of the paths that a pass opened, as the devices reported them.
 class DrivePaths {
 public:
     explicit DrivePaths(std::span<const Record> records);
 
-    // "\\.\PhysicalDriveN" by itself; an interface path or a volume by its answer to the device number request.
+    // From the path itself for "\\.\PhysicalDriveN"; for an interface path or a volume from its answer to the device number
+    // request.
     [[nodiscard]] std::optional<std::uint32_t> NumberOf(std::u16string_view path) const;
-    // 'C' for "\\.\c:"; 0 for a path that is no volume's.
+    // 'C' for "\\.\c:"; 0 for the path of something other than a volume.
     [[nodiscard]] static char LetterOf(std::u16string_view path) noexcept;
     [[nodiscard]] const std::map<std::u16string, std::uint32_t>& Numbers() const noexcept { return m_Numbers; }
 
@@ -26,7 +27,7 @@ private:
     std::map<std::u16string, std::uint32_t> m_Numbers;  // by path, lower case
 };
 
-// ASCII letters in lower case, as far as paths and ids need it.
+// ASCII letters in lower case, which is enough for paths and ids.
 [[nodiscard]] std::u16string LowerAscii(std::u16string_view text);
 // The class that a query asks for: "Win32_DiskDrive" of "SELECT * FROM Win32_DiskDrive"; empty when it names none.
 [[nodiscard]] std::u16string_view ClassOf(std::u16string_view query);

@@ -112,7 +112,7 @@ private:
         }
     }
 
-    // A refused open counts until one succeeds: several requests open the same disk.
+    // A failed open counts until another one succeeds, because several requests open the same disk.
     void LearnOpen(const call::Open& open)
     {
         const auto number =
@@ -124,7 +124,7 @@ private:
         if (open.handle == 0 && known == m_Disks.end()) {
             constexpr std::uint32_t kFileNotFound = 2;
             if (open.error == kFileNotFound || MeansNoMedium(open.error)) {
-                return;  // the drive numbers are tried in turn, and an empty card reader is no disk
+                return;  // all drive numbers are tried, and an empty card reader does not count as a disk
             }
         }
         DiskEvidence& disk = Disk(*number);
@@ -175,7 +175,7 @@ private:
             default:
                 return;
         }
-        // The collectors try a second way where the first fails; the one that answers counts.
+        // When the first request fails, the collectors try another one; the one that answers counts.
         if (page.answer.IsAnswered() || !answer->IsAnswered()) {
             *answer = page.answer;
         }
@@ -237,7 +237,7 @@ private:
         disk.firmwareRevision = text(u"FirmwareRevision");
     }
 
-    // Windows reports the table of a disk whose driver refuses the request itself.
+    // WMI can report the table of a disk whose driver refuses the request itself.
     void UseSmart(const Row& row)
     {
         const auto name = row.values.find(u"InstanceName");
@@ -260,7 +260,7 @@ private:
         }
     }
 
-    // What the drive says of itself counts before what Windows says of it.
+    // The drive's own data takes precedence over that of Windows.
     static void Name(DiskEvidence& disk)
     {
         const auto set = [](std::string& field, std::string text) {

@@ -136,7 +136,7 @@ std::uint32_t HiddenDisks::WholeIndex(DeviceInfoSetHandle set, std::uint32_t ind
     while (visible.size() <= index) {
         DeviceInterfaceData data;
         if (!ForwardingSetup::EnumDeviceInterfaces(set, kDiskInterfaceGuid, next, &data)) {
-            return next;  // past the last one: the caller meets the same failure
+            return next;  // past the last one, so that the caller gets the same failure
         }
         if (!IsHidden({.interfacePath = InterfacePathOf(*this, set, data)})) {
             visible.push_back(next);
@@ -194,7 +194,7 @@ Hresult HiddenDisks::ExecQuery(ComObject* services, Bstr language, Bstr query, s
 
 bool HiddenDisks::IsHiddenRow(ComObject* row, RowKind kind)
 {
-    // A property as a text; a number in decimal.
+    // A property as text; numbers in decimal.
     const auto read = [&](const char16_t* name) -> std::u16string {
         ComVariant value(*this);
         if (Failed(ForwardingWmi::Get(row, name, value.Put()))) {
@@ -275,7 +275,7 @@ PdhStatus HiddenDisks::VisibleInstances(const List& list, char16_t* buffer, std:
     std::u16string all;
     std::uint32_t size = 0;
     PdhStatus status = list(nullptr, &size);
-    // The list may grow between two calls.
+    // The list may become longer between two calls.
     for (int attempt = 0; status == pdh::kMoreData && attempt < 5; ++attempt) {
         all.assign(size, u'\0');
         status = list(all.data(), &size);

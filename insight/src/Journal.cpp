@@ -28,7 +28,7 @@ std::size_t SizeOf(const Other& /*value*/)
     return 0;  // inside the record itself, or shared
 }
 
-// Bytes that a call holds outside its record: those members that exist in it.
+// The bytes that a call has outside its record, in those members that it has.
 template <class Kind>
 std::size_t HeldBy(const Kind& call)
 {
@@ -83,7 +83,7 @@ Bytes Store::CopyOf(const void* data, std::size_t size) noexcept
 void Store::Add(Record record)
 {
     const std::size_t size = sizeof(Record) + std::visit([](const auto& call) { return HeldBy(call); }, record.call);
-    // Once full it stays full until it is taken, so that the records have no gap but an end.
+    // Once full, the journal stays full until Take, so that the records end early but have no gap.
     if (m_Lost > 0 || !Grow(size)) {
         ++m_Lost;
         return;
@@ -143,7 +143,7 @@ Journal::~Journal() = default;
 Extract Journal::Take()
 {
     Extract extract = m_Ports->store.Take();
-    // There may be decorators in between; none of them has its own texts.
+    // Decorators in between do not change texts.
     extract.isOfSystem = &Inner().TextPort() == &platform::Platform::System().TextPort();
     return extract;
 }

@@ -78,7 +78,8 @@ public:
     bool Control(NativeHandle device, std::uint32_t code, void* in, std::uint32_t inSize, void* out, std::uint32_t outSize,
                  std::uint32_t* returned, void* overlapped) override
     {
-        // Before the call: the output may be the same buffer, and a driver may change the length and the pointer in it.
+        // Read before the call, because the output may be the same buffer, and a driver may change the length and the pointer in
+        // it.
         Bytes request = m_Store.CopyOf(in, inSize);
         const DirectBuffer direct = FindDirectBuffer(code, request);
         Bytes before = m_Store.CopyOf(direct.data, direct.size);
@@ -98,7 +99,7 @@ public:
 
     bool Close(NativeHandle device) noexcept override
     {
-        // Ended before it is closed: another thread may be given the same handle at once.
+        // Removed before the handle is closed, because another thread may then get the same handle immediately.
         const Serial serial = m_Store.Locked([&] {
             const auto found = m_Open.find(device);
             const Serial known = found != m_Open.end() ? found->second.serial : 0;

@@ -153,7 +153,7 @@ private:
     Store& m_Store;
 };
 
-// A text of `length` characters, zero-terminated for -1; empty for any other length that is none.
+// A text of `length` characters, zero-terminated for -1; empty for any other negative length.
 template <class Unit>
 std::basic_string<Unit> Counted(const Unit* text, std::int32_t length)
 {
@@ -162,7 +162,7 @@ std::basic_string<Unit> Counted(const Unit* text, std::int32_t length)
     }
     return length == -1 ? std::basic_string<Unit>(text) : std::basic_string<Unit>(text, static_cast<std::size_t>(length));
 }
-// What a conversion wrote: nothing when it only measured or failed.
+// The output of a conversion; empty when it only computed the size, or failed.
 template <class Unit>
 std::basic_string<Unit> Written(const Unit* out, std::int32_t room, std::int32_t result)
 {

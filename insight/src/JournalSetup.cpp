@@ -8,7 +8,7 @@ namespace {
 
 using platform::DeviceInfoSetHandle;
 
-// What the system put into an entry of a set to find it again; it says which index the entry has.
+// The value by which the system finds an entry of a set again; it identifies the index of the entry.
 using EntryKey = std::pair<std::uint32_t, std::uintptr_t>;
 EntryKey KeyOf(const platform::DeviceInterfaceData& data) { return {data.flags, data.reserved}; }
 EntryKey KeyOf(const platform::DeviceInfoData& data) { return {data.deviceInstance, data.reserved}; }

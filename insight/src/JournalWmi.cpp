@@ -190,7 +190,7 @@ private:
     struct Object {
         Serial serial = 0;
         std::shared_ptr<const Query> query;
-        std::uint32_t rows = 0;  // of an enumerator: rows given; of a row: its index
+        std::uint32_t rows = 0;  // for an enumerator the number of rows returned; for a row its index
     };
     struct Array {
         Serial serial = 0;
@@ -202,7 +202,7 @@ private:
         return text != nullptr ? std::u16string(text, ForwardingWmi::StringLength(text)) : std::u16string{};
     }
 
-    // A new object's serial number; a null object has none.
+    // The serial number of a new object; a null object has none.
     Serial Opened(ComObject* object, std::shared_ptr<const Query> query, const std::uint32_t* row)
     {
         if (object == nullptr) {
@@ -240,7 +240,7 @@ private:
         return value;
     }
 
-    // Adds one call to a fold, and its element when it was given.
+    // Adds one call to a combined record, with its element if there is one.
     void AddElement(call::ArrayElements& elements, VariantType type, const void* element) const
     {
         ++elements.count;
@@ -256,7 +256,7 @@ private:
         }
     }
 
-    // Adds the call to the record kept last when that is of the same walk; false when it is not, or has no room.
+    // Adds the call to the last record if that belongs to the same array; false if it does not, or if there is no room.
     bool Folded(Clock::time_point start, const SafeArray* array, std::int32_t index, const void* element, Hresult result) noexcept
     try {
         Record* last = m_Store.LastOfThisThread();

@@ -65,7 +65,7 @@ ReportPartition::Kind KindOfMbr(std::uint8_t type)
     }
 }
 
-// An extended partition holds others, which have entries of their own.
+// An extended partition contains others, which have entries of their own.
 bool IsContainer(const PartitionInformationEx& entry)
 {
     return entry.partitionStyle == PartitionStyle::Mbr && (entry.mbr.partitionType == 0x05 || entry.mbr.partitionType == 0x0F);
@@ -99,7 +99,7 @@ std::string LetterAt(const Observations& observations, std::uint32_t disk, const
     return {};
 }
 
-// Nothing when the disk did not report it.
+// Empty when the disk did not report it.
 std::optional<std::vector<ReportPartition>> Partitions(const Observations& observations, std::uint32_t disk)
 {
     const Page* page = observations.FindPage(disk, 0, DRIVE_LAYOUT);
@@ -153,7 +153,7 @@ void AddWithGaps(const std::vector<ReportPartition>& partitions, ReportDisk& dis
     addGap(disk.bytes());
 }
 
-// A disk without a partition table that a volume fills.
+// A disk without a partition table, with one volume on all of it.
 void AddWhole(char letter, ReportDisk& disk)
 {
     ReportPartition& whole = *disk.add_partition();

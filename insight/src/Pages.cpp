@@ -44,7 +44,7 @@ PageAnswer Unsupported()
     return answer;
 }
 
-// Pages of all zeros are none.
+// A page of zeros does not count as answered.
 PageAnswer Answered(Span bytes)
 {
     if (std::all_of(bytes.begin(), bytes.end(), [](std::uint8_t byte) { return byte == 0; })) {
@@ -190,7 +190,7 @@ std::optional<PageRead> ScsiPassThrough(const call::Control& control)
     return PageRead{page, hasFailed ? Unsupported() : Answered(control.dataAfter)};
 }
 
-// A request whose whole answer is the page.
+// A request whose complete answer is the page.
 PageRead Plain(Request page, const call::Control& control)
 {
     if (!control.succeeded) {

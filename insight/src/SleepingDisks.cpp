@@ -52,7 +52,7 @@ void SleepingDisks::Look()
         }
     }
     DeviceIo& io = m_Inner.DeviceIoPort();
-    constexpr std::uint32_t kNumbersInAMask = 32;  // the collectors look for as many
+    constexpr std::uint32_t kNumbersInAMask = 32;  // the collectors try the same numbers
     constexpr std::uint32_t kMostDrives = 4096;
     bool isThere = true;
     for (std::uint32_t number = 0; number < kNumbersInAMask || (isThere && number < kMostDrives); ++number) {

@@ -16,8 +16,8 @@ class Store {
 public:
     explicit Store(std::size_t capacity) : m_Capacity(capacity) {}
 
-    // Keeps what `make` builds of a call that began at `start` and has just returned; `make` runs under the lock. The caller's
-    // result is already there, so nothing may fail: without memory the call counts as lost.
+    // Records a call that began at `start` and has just returned; `make` builds the record, under the lock. The call itself has
+    // succeeded, so recording must not fail: without memory the call counts as lost.
     template <class Make>
     void Keep(Clock::time_point start, Make&& make) noexcept
     {
@@ -30,7 +30,7 @@ public:
         }
     }
 
-    // Runs `use` under the lock and gives its result; `use` does not throw.
+    // Runs `use` under the lock and returns its result; `use` does not throw.
     template <class Use>
     auto Locked(Use&& use) noexcept
     {
@@ -38,14 +38,14 @@ public:
         return use();
     }
 
-    // A buffer's content; null is empty, and so is one for which there is no memory (then the call counts as lost).
+    // The content of a buffer; empty for null, and when there is no memory for it (then the call counts as lost).
     [[nodiscard]] Bytes CopyOf(const void* data, std::size_t size) noexcept;
 
     // Under the lock:
     [[nodiscard]] Serial NewSerial() noexcept { return ++m_LastSerial; }
-    // The record kept last, when it is the calling thread's; null otherwise.
+    // The last record if it is the calling thread's, else null.
     [[nodiscard]] Record* LastOfThisThread() noexcept;
-    // Counts bytes that were added to that record, and says whether there is room for them.
+    // Counts bytes that are added to that record. Returns whether there is room for them.
     [[nodiscard]] bool Grow(std::size_t bytes) noexcept;
 
     [[nodiscard]] Extract Take();

@@ -12,7 +12,7 @@ namespace {
 
 using namespace platform;
 
-// Where a request has its time-out in seconds; 0 for one that has none.
+// The offset of a request's time-out in seconds; 0 for a request without one.
 std::size_t TimeoutOffset(std::uint32_t code)
 {
     switch (code) {
@@ -47,7 +47,7 @@ bool TimeLimits::Control(NativeHandle device, std::uint32_t code, void* in, std:
     const std::uint32_t sent = std::min(asked, left);
     std::memcpy(field, &sent, sizeof sent);
     const bool done = ForwardingDeviceIo::Control(device, code, in, inSize, out, outSize, returned, overlapped);
-    std::memcpy(field, &asked, sizeof asked);  // the caller's request is as it was
+    std::memcpy(field, &asked, sizeof asked);  // restores the caller's request
     return done;
 }
 

@@ -15,7 +15,7 @@ namespace {
 using namespace platform;
 using Kind = Source::Kind;
 
-// Tells the end of an operation, also when it throws.
+// Reports the end of an operation, also when it throws.
 class Ending {
 public:
     explicit Ending(WaitListener& listener) noexcept : m_Listener(listener) {}

@@ -9,7 +9,7 @@
 
 #include "platform/Platform.h"
 
-// What the journal keeps of each port operation: what was asked and what was answered. The names are those of the operations.
+// The records that the journal keeps of port operations: arguments and results. The names are those of the operations.
 //
 // - Identity: handles, device sets and COM objects are reused by the system after they were given back, so each has a serial number
 //   from 1, given when it is opened; 0 is an object that is unknown (opened before the journal was in force) or that there is none.
@@ -217,11 +217,12 @@ struct ArrayUpperBound {
     std::int32_t bound = 0;
     platform::Hresult result = 0;
 };
-// Consecutive reads of one array, folded: elements from `first` on, one for each call. A call that fails ends the fold.
+// Consecutive reads of one array, combined into one record: elements from `first` on, one for each call. A failed call ends the
+// record.
 struct ArrayElements {
     Serial array = 0;
     std::int32_t first = 0;
-    std::uint32_t count = 0;            // calls, the failed one included
+    std::uint32_t count = 0;            // calls, including a failed one
     Bytes bytes;                        // of an array of bytes
     std::vector<std::u16string> texts;  // of an array of texts; a null text is empty
     platform::Hresult result = 0;       // of the last call
@@ -309,14 +310,14 @@ using Call =
                  call::EnumInstances, call::CounterInstances, call::AddEnglishCounter, call::CollectQueryData, call::FormattedValue,
                  call::CloseQuery, call::UtcNow, call::Sleep, call::WideToUtf8, call::DefaultToWide>;
 
-// One call, kept when it has returned. A call that threw is not kept.
+// One call, recorded when it has returned. A call that threw is not recorded.
 struct Record {
     std::uint32_t thread = 0;  // serial number of the calling thread in the process, from 1
     std::chrono::steady_clock::time_point start;
     std::chrono::nanoseconds duration{0};
     Call call;
 
-    // The call when it is of this kind, else null: `if (const auto* control = record.As<call::Control>())`.
+    // The call if it is of this kind, else null: `if (const auto* control = record.As<call::Control>())`.
     template <class T>
     [[nodiscard]] const T* As() const noexcept
     {

@@ -47,7 +47,7 @@ struct DiskEvidence {
     PageAnswer smartThresholds;  // SMART READ THRESHOLDS, 512 bytes
 };
 
-// The evidence in `records`, which are one pass of the collections; by drive number.
+// The evidence in `records`, the calls of one pass of the collections; by drive number.
 [[nodiscard]] ORBIS_INSIGHT_EXPORT std::vector<DiskEvidence> EvidenceOf(std::span<const Record> records);
 
 }  // namespace orbis::insight

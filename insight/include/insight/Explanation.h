@@ -20,12 +20,13 @@ namespace orbis::insight {
 [[nodiscard]] ORBIS_INSIGHT_EXPORT const SourceTable& Sources();
 // The row of a field, or null. `field` is the name in the schema: "NvmeHealthInfo.available_spare".
 [[nodiscard]] ORBIS_INSIGHT_EXPORT const FieldSource* SourceOf(std::string_view field);
-// "NVMe log 02h bytes 160-175", "Win32_DiskDrive.Model"; several places parted by ", else " or, where all of them count, by " and
-// ". Bytes count from `base` where the message is an element of the answer, and from the entry of `attribute` (0: none) in a SMART
+// "NVMe log 02h bytes 160-175", "Win32_DiskDrive.Model"; several places are separated by ", else " or, if all of them count, by "
+// and
+// ". Bytes count from `base` if the message is an element of the answer, and from the entry of `attribute` (0: none) in a SMART
 // page.
 [[nodiscard]] ORBIS_INSIGHT_EXPORT std::string PlaceText(const FieldSource& source, std::uint32_t base = 0,
                                                          std::uint32_t attribute = 0);
-// What a request is called in texts for people.
+// The name of a request in texts for people.
 [[nodiscard]] ORBIS_INSIGHT_EXPORT std::string PageName(Request request);
 
 // Explains messages of one pass of the collections.
@@ -33,7 +34,7 @@ class ORBIS_INSIGHT_EXPORT Explainer {
 public:
     class Observations;
 
-    // `records` are those of the pass; they are read here and not kept.
+    // `records` are the calls of the pass; they are only used here.
     explicit Explainer(std::span<const Record> records);
     ~Explainer();
     Explainer(const Explainer&) = delete;
@@ -41,7 +42,7 @@ public:
 
     // `itemId`: "Disk_" and a PnP device id.
     [[nodiscard]] MessageExplanation Explain(const google::protobuf::Message& message, std::string_view itemId) const;
-    // The disks of the inventory that the pass sent no message of a datatype ("SmartNvmeInfo") for, each with the reason. `sent`
+    // The disks of the inventory for which the pass sent no message of a datatype ("SmartNvmeInfo"), each with the reason. `sent`
     // are the item ids of its messages.
     [[nodiscard]] std::vector<MessageExplanation> ExplainUnsent(std::string_view datatype, const std::set<std::string>& sent) const;
 

@@ -14,9 +14,9 @@ namespace orbis::insight {
 struct Finding {
     std::string kind;     // stable name for programs, such as "access-denied"
     std::string subject;  // the disk ("DISK0"), letter ("C:"), device path or WMI namespace concerned; empty: the system
-    std::string text;     // for people: what was found and what is missing for it; no final stop
+    std::string text;     // for people: what was found and which data is missing because of it; no full stop at the end
     std::string remedy;   // what can be done
-    std::vector<std::string> datatypes;  // short names of those that lack data when they are collected
+    std::vector<std::string> datatypes;  // short names of the datatypes that lack data because of it
 
     friend bool operator==(const Finding&, const Finding&) = default;
 };
@@ -26,8 +26,8 @@ struct Finding {
 inline constexpr const char* kAccessDenied = "access-denied";
 inline constexpr std::string_view kNoAccess = "no access to ";
 
-// Reads findings from a journal, pass by pass. A finding is given once, and again after a pass in which its subject was asked and
-// it did not hold. For one thread at a time.
+// Reads findings from a journal, pass by pass. A finding is reported once, and again if it returns after a pass in which its
+// subject was asked and it did not hold. For one thread at a time.
 class ORBIS_INSIGHT_EXPORT Findings {
 public:
     Findings();
@@ -39,7 +39,7 @@ public:
     void Read(const Extract& extract);
     // Ends the pass and gives what was found in it and not already before, in the order of kind and subject.
     [[nodiscard]] std::vector<Finding> EndPass();
-    // All that holds now.
+    // All findings that hold now.
     [[nodiscard]] std::vector<Finding> Current() const;
 
 private:

@@ -15,8 +15,8 @@
 
 namespace orbis::insight {
 
-// A disk that is left out, by its names. One name is enough: the others are taken from the answers that are forwarded, such as
-// rows of Win32_DiskDrive and names of counter instances ("3 F: G:").
+// The names of a disk that is left out. One name is enough: the others are learnt from the answers that are forwarded, such as rows
+// of Win32_DiskDrive and names of counter instances ("3 F: G:").
 struct HiddenDisk {
     std::optional<std::uint32_t> number{};  // physical drive number
     std::u16string interfacePath{};         // device interface path of the walk, in any case
@@ -27,13 +27,13 @@ struct HiddenDisk {
     std::u16string serialNumber{};
 };
 
-// The disk behind a path that is opened: "\\.\PhysicalDrive3", "\\.\F:" or a device interface path.
+// The disk with this path: "\\.\PhysicalDrive3", "\\.\F:" or a device interface path.
 [[nodiscard]] ORBIS_INSIGHT_EXPORT HiddenDisk HiddenDiskOf(std::u16string_view path);
 
 // A machine without some of its disks: they are left out of the device walk, the drive letters, the counter instances and the rows
-// of WMI, and cannot be opened. A late or sleeping disk is kept from spoiling the others in this way: the collectors meet a machine
-// that does not have it. Safe to use from several threads at once; a collection that is under way when a disk is hidden or shown
-// may have met it before.
+// of WMI, and cannot be opened. A late or sleeping disk is hidden in this way so that it does not affect the others: for the
+// collectors the machine does not have it. Safe to use from several threads at once; a collection that is running when a disk is
+// hidden or shown may have seen the earlier state.
 class ORBIS_INSIGHT_EXPORT HiddenDisks final : public platform::ForwardingPlatform,
                                                private platform::ForwardingDeviceIo,
                                                private platform::ForwardingSetup,
@@ -79,13 +79,13 @@ private:
     // The hidden disk that has one of these names, or null. Called with the lock held.
     [[nodiscard]] HiddenDisk* Find(const HiddenDisk& names);
     [[nodiscard]] bool IsHidden(const HiddenDisk& names);
-    // Adds these names to the hidden disk that has one of them, and says whether there is one.
+    // Adds these names to the hidden disk that has one of them. Returns whether there is one.
     bool Learn(const HiddenDisk& names);
     [[nodiscard]] bool IsAnyHidden() const noexcept { return m_Count.load(std::memory_order_acquire) != 0; }
     [[nodiscard]] bool IsHiddenRow(platform::ComObject* row, RowKind kind);
-    // The position in the whole walk of the visible disk number `index`.
+    // The position of the visible disk `index` in the complete walk.
     [[nodiscard]] std::uint32_t WholeIndex(platform::DeviceInfoSetHandle set, std::uint32_t index);
-    // Filters a list of instances that `list` gives, as EnumInstances does.
+    // Filters a list of instances from `list`, which has the form of EnumInstances.
     template <class List>
     platform::PdhStatus VisibleInstances(const List& list, char16_t* buffer, std::uint32_t* characters);
 

@@ -9,8 +9,8 @@
 
 namespace orbis::insight {
 
-// A machine on which some sources other than devices fail at once instead of being waited for: WMI, its namespaces and classes, the
-// counters, the firmware tables, the walk and the drive letters. They fail as they would after a time-out. Safe to use from several
+// A machine on which some sources other than devices fail immediately, as after a time-out: WMI, its namespaces and classes, the
+// counters, the firmware tables, the device walk and the list of drive letters. Safe to use from several
 // threads.
 class ORBIS_INSIGHT_EXPORT HiddenSources final : public platform::ForwardingPlatform,
                                                  private platform::ForwardingDeviceIo,

@@ -11,17 +11,17 @@
 
 namespace orbis::insight {
 
-// What the journal has kept since it was taken last.
+// The records of the journal since the last Take.
 struct Extract {
     std::vector<Record> records;  // in the order in which the calls returned
-    std::uint64_t lost = 0;       // calls that found no room; not 0 is an error to be reported: the records end early
+    std::uint64_t lost = 0;       // calls for which there was no room; if not 0, the records end early, which must be reported
     bool isOfSystem = false;      // the machine is the operating system's own
 };
 
-// A decorator over every port of a machine that keeps each call with what it was asked and answered. Put it in force with
-// Platform::Replace before a plug-in object is made; it must outlive every such object. Readers (findings, health, explanation,
-// recording) work on what Take returns. The journal is bounded: calls that find no room are counted and not kept. It never changes
-// an answer and never makes a call fail. Safe to use from several threads.
+// A decorator over every port of a machine that records each call with its arguments and results. Install it with Platform::Replace
+// before a plug-in object is created; it must outlive every such object. Readers (findings, health, explanation, recording) use the
+// records that Take returns. The journal is bounded: calls for which there is no room are only counted. It never changes an answer
+// and never makes a call fail. Safe to use from several threads.
 class ORBIS_INSIGHT_EXPORT Journal final : public platform::ForwardingPlatform {
 public:
     static constexpr std::size_t kDefaultCapacity = std::size_t{64} << 20;  // bytes
@@ -32,7 +32,7 @@ public:
     Journal(const Journal&) = delete;
     Journal& operator=(const Journal&) = delete;
 
-    // Gives the calls that were kept and begins anew. Objects that are open keep their serial numbers. Call it after each pass.
+    // Returns the recorded calls and empties the journal. Open objects keep their serial numbers. Call it after each pass.
     [[nodiscard]] Extract Take();
 
     platform::DeviceIo& DeviceIoPort() noexcept override;

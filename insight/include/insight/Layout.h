@@ -9,8 +9,8 @@
 
 namespace orbis::insight {
 
-// How each disk is divided, from the answers of one pass: number, capacity, and partitions with the gaps between them in the order
-// of the disk. Names, flags and the kind of the disk are left to the caller. By drive number; a disk without an answer is not
+// The layout of each disk, from the answers of one pass: number, capacity, and partitions with the gaps between them in order of
+// their position. Names, flags and the kind of the disk are left to the caller. By drive number; a disk without an answer is not
 // there.
 [[nodiscard]] ORBIS_INSIGHT_EXPORT std::vector<ReportDisk> LayoutsOf(std::span<const Record> records);
 

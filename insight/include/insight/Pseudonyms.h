@@ -12,22 +12,22 @@
 
 namespace orbis::insight {
 
-// Replaces values that identify. Each letter and digit becomes another one of its kind (0-9, a-f, g-z, each in its case), by a
-// random key that ends with the object and by the letters and digits before it in the value. So the same value gets the same
-// replacement, of the same length and alphabet, whatever its case and separators ("\", "#", "-", "_"), and what a value begins with
-// is what its replacement begins with. Zeros at the beginning stay. Empty values and those of zeros, blanks or one repeated
-// character stay.
+// Replaces identifying values. Each letter and digit becomes another one of its kind (0-9, a-f, g-z, in the same case). The
+// replacement depends on a random key, which lives as long as the object, and on the letters and digits before it in the value. So
+// the same value always gets the same replacement, of the same length and alphabet, whatever its case and separators ("\", "#",
+// "-", "_"), and values with a common prefix get replacements with a common prefix. Leading zeros are kept, as are empty values and
+// values of zeros, blanks or one repeated character.
 class ORBIS_INSIGHT_EXPORT Pseudonyms {
 public:
     Pseudonyms();
 
-    // Words that are no identifiers: a value that occurs in them is replaced in its own field and not searched for elsewhere. In
-    // names of models a serial number is looked for all the same.
+    // Words that are not identifiers: a value that occurs in them is replaced in its own field but not elsewhere. In names of
+    // models a serial number is replaced nevertheless.
     void KeepWords(std::string_view words);
     void KeepName(std::string_view name);
 
-    // The replacement of a value; what is known of it already keeps its replacement. The value is remembered, so that In replaces
-    // it elsewhere too.
+    // The replacement of a value. Parts of it that are known already keep their replacements. The value is remembered, so that In
+    // replaces it elsewhere too.
     [[nodiscard]] std::string Text(std::string_view utf8);
     [[nodiscard]] std::u16string Text(std::u16string_view text);
     [[nodiscard]] std::string Serial(std::string_view text);
@@ -36,8 +36,8 @@ public:
     void Bytes(std::span<std::uint8_t> bytes);
     void Guid(std::span<std::uint8_t> bytes);
 
-    // Text or bytes with every remembered value of at least six letters and digits replaced: in any case, as
-    // UTF-16, with its bytes swapped in pairs or all of them reversed, as hexadecimal text, and cut short after at least eight.
+    // Text or bytes with every remembered value of at least six letters and digits replaced: in upper or lower case, as UTF-16,
+    // with bytes swapped in pairs or all reversed, as hexadecimal text, and truncated to at least eight characters.
     [[nodiscard]] std::string In(std::string_view content) const;
     // Whether such a value, or its base64, occurs in the bytes.
     [[nodiscard]] bool IsFoundIn(std::string_view content) const;

@@ -8,18 +8,19 @@
 
 namespace orbis::insight {
 
-// Keeps collections from waking the disks that are asleep: they are left out of the machine that the collectors meet.
+// Prevents collections from waking sleeping disks: these are left out of the machine that the collectors see.
 class ORBIS_INSIGHT_EXPORT SleepingDisks {
 public:
     // `inner` is not owned and must outlive this object.
     explicit SleepingDisks(platform::Platform& inner) : m_Inner(inner), m_Hidden(inner) {}
 
-    // The machine without its sleeping disks, to be put in force.
+    // The machine without its sleeping disks, to be installed.
     [[nodiscard]] platform::Platform& Visible() noexcept { return m_Hidden; }
 
-    // Asks every disk for its power state, in the way that wakes none; those that are asleep are left out from now on, and those
-    // that woke up are back. Call it before the first request of a pass. Where a disk is asleep, the names by which a collection
-    // would meet it are asked for as well: device paths and letters, in the same way, and counter instances, which are no disk's.
+    // Asks every disk for its power state, in a way that wakes none. Sleeping disks are left out from now on, and disks that woke
+    // up are included again. Call it before the first request of a pass. If a disk is asleep, its other names are looked up as
+    // well, so that it is hidden under all of them: device paths and letters, in the same way, and counter instances, which do not
+    // involve a disk.
     void Look();
     // The disks that are left out, with the names learnt so far.
     [[nodiscard]] std::vector<HiddenDisk> Asleep() const { return m_Hidden.Hidden(); }

@@ -7,11 +7,11 @@
 
 namespace orbis::insight {
 
-// A decorator that sends pass-through requests with no longer a time-out than what is left of the caller's time, and at least one
-// second; it changes the time-out field and nothing else.
+// A decorator that limits the time-outs of pass-through requests to the caller's remaining time, but to at least one second. It
+// changes only the time-out field.
 class ORBIS_INSIGHT_EXPORT TimeLimits final : public platform::ForwardingPlatform, private platform::ForwardingDeviceIo {
 public:
-    // `secondsLeft` says how much time is left. `inner` is not owned and must outlive this object.
+    // `secondsLeft` returns the remaining time. `inner` is not owned and must outlive this object.
     TimeLimits(platform::Platform& inner, std::function<double()> secondsLeft);
 
     [[nodiscard]] platform::DeviceIo& DeviceIoPort() noexcept override { return *this; }

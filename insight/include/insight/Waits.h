@@ -12,7 +12,7 @@
 
 namespace orbis::insight {
 
-// Something that a collection may have to wait for.
+// A source that a collection may have to wait for.
 struct Source {
     enum class Kind : std::uint8_t {
         Device,        // `name` is its path: "\\.\PhysicalDrive3", "\\.\F:" or a device interface path
@@ -30,7 +30,7 @@ struct Source {
     friend std::strong_ordering operator<=>(const Source&, const Source&) = default;
 };
 
-// The name of the source for people, made from a device's path alone: "DISK3", "F:", "Win32_DiskDrive".
+// The name of the source for people; that of a device is derived from its path: "DISK3", "F:", "Win32_DiskDrive".
 [[nodiscard]] ORBIS_INSIGHT_EXPORT std::string NameOf(const Source& source);
 
 // Called for each operation that may block, on the thread that calls it. Must be safe for several threads and must not throw.

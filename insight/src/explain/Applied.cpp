@@ -24,7 +24,7 @@ std::string TextOf(SourceRule rule)
     return found == texts.end() ? std::string() : found->text();
 }
 
-// What one rule did, or nothing.
+// The effect of one rule; empty if it had none.
 std::string AppliedRule(SourceRule rule, const RawContent& raw, const FieldExplanation& field, const Scope& scope)
 {
     const auto when = [&](bool isApplied) { return isApplied ? TextOf(rule) : std::string(); };
@@ -90,7 +90,7 @@ bool IsChoice(const FieldSource& source) { return Has(source, SOLID_STATE_NAME);
 bool Decides(const Place& place, const RawContent& raw)
 {
     if (place.request() != ATA_IDENTIFY) {
-        return true;  // the attribute is there, or this is the last resort
+        return true;  // the attribute exists, or this is the last possible place
     }
     constexpr unsigned kNonRotating = 1;        // word 217
     constexpr unsigned kCompactFlash = 0x848A;  // word 0

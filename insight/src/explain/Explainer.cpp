@@ -20,7 +20,7 @@ bool IsWrapper(const FieldDescriptor& field)
            field.message_type()->file()->name() == "google/protobuf/wrappers.proto";
 }
 
-// The value of a field as JSON has it, without quotes; bytes in hexadecimal.
+// The value of a field as in JSON, without quotes; bytes in hexadecimal.
 std::string ScalarText(const Message& message, const FieldDescriptor& field)
 {
     const auto& reflection = *message.GetReflection();
@@ -194,7 +194,7 @@ private:
                 break;
             }
         }
-        // Without an answer, every place that was tried; else the one that counts.
+        // Every place that was tried if none answered, else the place of the value.
         FieldSource shown = *source;
         if (used != nullptr && !source->joined()) {
             shown.clear_from();
@@ -254,7 +254,7 @@ void AddOtherAttributes(const Observations& observations, std::uint32_t disk, Me
     }
 }
 
-// Bytes of a page that are not zero and that no field is made from.
+// Bytes of a page that are not zero and from which no field is made.
 void AddOtherBytes(const Observations& observations, std::uint32_t disk, Request request, MessageExplanation& out)
 {
     const auto* page = observations.FindPage(disk, 0, request);
@@ -298,7 +298,7 @@ void AddRequest(std::string request, std::chrono::nanoseconds duration, std::str
     one.set_outcome(std::move(outcome));
 }
 
-// What is asked of the system and not of a disk: WMI classes, counters, the firmware's table.
+// Requests to the system rather than to a disk: WMI classes, counters, the firmware table.
 void AddSystemRequests(const Observations& observations, const std::set<Request>& wanted, const std::set<std::string>& classes,
                        MessageExplanation& out)
 {

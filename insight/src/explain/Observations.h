@@ -12,7 +12,7 @@
 
 namespace orbis::insight {
 
-// What one pass saw, sorted by what is asked of it.
+// The answers of one pass, arranged for look-up.
 class Explainer::Observations {
 public:
     struct Page {
@@ -31,11 +31,11 @@ public:
 
     explicit Observations(std::span<const Record> records);
 
-    // A page of a disk, or of one of its volumes, by drive number and letter (0 for the disk); null when it was not asked for.
+    // A page of a disk, or of one of its volumes, by drive number and letter (0 for the disk); null when it was not requested.
     [[nodiscard]] const Page* FindPage(std::uint32_t number, char letter, Request request) const;
     // Letters of the volumes on a disk, in order.
     [[nodiscard]] std::vector<char> Letters(std::uint32_t number) const;
-    // The first row of a class that `fits`, or null.
+    // The first row of a class for which `fits` is true, or null.
     template <class Fits>
     [[nodiscard]] const Row* FindRow(std::string_view kind, const Fits& fits) const
     {
@@ -49,16 +49,16 @@ public:
     // Why a class gave no rows: the failure of its query, when there was one.
     [[nodiscard]] std::optional<platform::Hresult> QueryFailure(std::string_view kind) const;
     [[nodiscard]] bool WasQueried(std::string_view kind) const { return m_Queried.contains(std::string(kind)); }
-    // How long the counters' samples and the firmware's table took.
+    // The time that counter samples and the firmware table took.
     [[nodiscard]] std::chrono::nanoseconds CounterTime() const { return m_CounterTime; }
     [[nodiscard]] std::chrono::nanoseconds FirmwareTime() const { return m_FirmwareTime; }
-    // How long the classes' queries and rows took, all in all.
+    // The total time of the queries and rows of each class.
     [[nodiscard]] const std::map<std::string, std::chrono::nanoseconds>& Queries() const { return m_Queried; }
-    // Rows that a property was read of.
+    // Rows of which a property was read.
     [[nodiscard]] std::size_t RowsOf(std::string_view kind) const;
     // The last sample of a counter whose instance starts with the drive number; null when it was not read.
     [[nodiscard]] const Sample* FindSample(std::uint32_t number, std::string_view counter) const;
-    // The last firmware table, or the error with which it was refused.
+    // The last firmware table, or the error if it was refused.
     [[nodiscard]] const std::vector<std::uint8_t>& FirmwareTable() const { return m_FirmwareTable; }
     [[nodiscard]] std::uint32_t FirmwareError() const { return m_FirmwareError; }
 
@@ -66,7 +66,7 @@ public:
     [[nodiscard]] std::optional<std::uint32_t> NumberOf(std::string_view pnpDeviceId) const;
     [[nodiscard]] const std::map<std::pair<std::uint32_t, char>, std::map<Request, Page>>& Pages() const { return m_Pages; }
     [[nodiscard]] std::string NameOf(std::uint32_t number) const;
-    // PnP device ids by drive number, of the inventory's rows.
+    // The PnP device ids in the inventory's rows, by drive number.
     [[nodiscard]] std::map<std::uint32_t, std::string> Inventory() const;
     // What is known of each disk, by drive number.
     [[nodiscard]] const std::map<std::uint32_t, DiskEvidence>& Disks() const { return m_Disks; }

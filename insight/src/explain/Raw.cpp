@@ -19,7 +19,7 @@ constexpr std::size_t kShownBytes = 16;
 
 RawContent Missing(std::string reason) { return {false, {}, std::move(reason)}; }
 
-// The number in the bytes, where they are few enough to be one.
+// The number in the bytes; empty when they are not a number.
 std::string NumberText(std::span<const std::uint8_t> bytes, const Place& place)
 {
     // A number has 1, 2, 4, 6, 8 or 16 bytes; other lengths are texts or several numbers.
@@ -49,7 +49,7 @@ RawContent FromPage(const Observations& observations, const Place& place, const 
     const bool isVolume = place.request() == DISK_PERFORMANCE || place.request() == PARTITION_INFO;
     const Observations::Page* page = nullptr;
     if (isVolume) {
-        // The last volume on a disk is the one that counts.
+        // The datatype has the values of the last volume on a disk.
         for (const char letter : observations.Letters(*scope.disk)) {
             if (const auto* one = observations.FindPage(*scope.disk, letter, place.request())) {
                 page = one;
@@ -174,8 +174,8 @@ RawContent FromCounter(const Observations& observations, const Place& place, con
                                          sample->status != platform::pdh::kOk ? sample->status : sample->value.status));
 }
 
-// A string of the first structure of a type in what GetSystemFirmwareTable gave: a head of 8 bytes, then the structures, each with
-// its length in byte 1 and followed by its strings.
+// A string of the first structure of a type in the answer of GetSystemFirmwareTable: a header of 8 bytes, then the structures, each
+// with its length in byte 1 and followed by its strings.
 std::optional<std::string> FirmwareString(std::span<const std::uint8_t> table, std::uint32_t type, std::uint32_t number)
 {
     for (std::size_t at = 8; at + 4 <= table.size();) {

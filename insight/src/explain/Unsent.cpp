@@ -4,7 +4,7 @@
 #include "insight/ErrorText.h"
 #include "platform/Requests.h"
 
-// Why a collection sends no message of a disk.
+// Why a collection sends no message for a disk.
 namespace orbis::insight {
 namespace {
 

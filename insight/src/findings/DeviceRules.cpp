@@ -50,27 +50,27 @@ class AccessRule final : public FindingRule {
     }
 };
 
-// The disk or letter whose failure ends a collection, and what a disk refuses.
+// The disk or letter whose failure ends a collection, and requests that a disk refuses.
 class DeviceRule final : public FindingRule {
-    // Where a thread is: the full record of a disk begins when the walk has ended, and goes on over queries once it asked for a
-    // size. Elsewhere a disk that cannot be opened ends nothing.
-    enum class Place { Elsewhere, AfterWalk, InDiskRecord };
+    // The stage of a collection on a thread. The full record of a disk begins when the walk has ended, and continues across queries
+    // once the size was requested. At other stages a disk that cannot be opened does not end a collection.
+    enum class Stage { Elsewhere, AfterWalk, InDiskRecord };
 
     void Read(const Record& record, Notes& notes) override
     {
-        Place& place = m_Places[record.thread];
+        Stage& stage = m_Stages[record.thread];
         if (const auto* entry = record.As<call::EnumDeviceInterfaces>(); entry != nullptr && !entry->succeeded) {
-            place = Place::AfterWalk;
+            stage = Stage::AfterWalk;
         } else if (record.As<call::UtcNow>() != nullptr ||
-                   (record.As<call::InitializeCom>() != nullptr && place == Place::AfterWalk)) {
-            place = Place::Elsewhere;
+                   (record.As<call::InitializeCom>() != nullptr && stage == Stage::AfterWalk)) {
+            stage = Stage::Elsewhere;
         } else if (const auto* open = record.As<call::Open>()) {
-            ReadOpen(*open, place != Place::Elsewhere, notes);
+            ReadOpen(*open, stage != Stage::Elsewhere, notes);
         } else if (const auto* control = record.As<call::Control>()) {
             if (DrivePaths::LetterOf(control->device->path) != '\0') {
                 ReadLetter(*control, notes);
             } else if (DriveNumberOf(control->device->path)) {
-                place = control->code == platform::kIoctlDiskGetDriveGeometry ? Place::InDiskRecord : place;
+                stage = control->code == platform::kIoctlDiskGetDriveGeometry ? Stage::InDiskRecord : stage;
                 ReadDisk(*control, notes);
             }
         }
@@ -182,11 +182,11 @@ class DeviceRule final : public FindingRule {
                      {datatype::kDiskStatic, datatype::kDiskDynamic}});
     }
 
-    std::map<std::uint32_t, Place> m_Places;  // by thread
+    std::map<std::uint32_t, Stage> m_Stages;  // by thread
 };
 
-// An NVMe drive whose driver does not pass the protocol query. A RAID driver says the bus type of its controller (8) for every
-// drive, so such a drive is taken for NVMe only when it does not answer ATA either.
+// An NVMe drive whose driver does not pass the protocol query on. A RAID driver reports its controller's bus type (8) for every
+// drive, so such a drive counts as NVMe only when it does not answer ATA requests either.
 class NvmeRule final : public FindingRule {
     struct Drive {
         platform::BusType busType = platform::BusType::Unknown;

@@ -15,8 +15,8 @@ namespace orbis::insight {
 class Findings::Passes {
 public:
     std::vector<std::unique_ptr<FindingRule>> rules;
-    Notes notes;                           // of the pass that goes on
-    std::map<Notes::Key, Finding> active;  // what holds after the passes that ended
+    Notes notes;                           // of the current pass
+    std::map<Notes::Key, Finding> active;  // findings that hold after the passes that ended
     bool isOfSystem = false;
 };
 
@@ -43,7 +43,7 @@ void Findings::Read(const Extract& extract)
         m_Passes->notes.Raise({kFull,
                                {},
                                fmt::format("{} requests were not observed: the journal was full", extract.lost),
-                               "collect fewer datatypes at a time",
+                               "collect fewer datatypes in a pass",
                                {}});
     }
 }
@@ -54,7 +54,7 @@ std::vector<Finding> Findings::EndPass()
     for (const auto& rule : m_Passes->rules) {
         rule->EndPass(notes);
     }
-    // The system's own path beside the name that Windows would use.
+    // Adds the system's own path to the name that Windows would use.
     for (auto& [key, finding] : notes.raised) {
         if (m_Passes->isOfSystem && finding.kind == kAccessDenied) {
             const auto number = DriveNumberOf(platform::Utf8ToUtf16(finding.text.substr(kNoAccess.size())));

@@ -128,14 +128,14 @@ class WalkRule final : public FindingRule {
     std::map<std::uint32_t, std::uint32_t> m_InstanceIdErrors;  // by index; 0: read
 };
 
-// The records of Win32_DiskDrive, which give the item ids: rows that cannot be read, and disks that end up with the same id.
+// The rows of Win32_DiskDrive, which give the item ids: rows that cannot be read, and disks that get the same id.
 class InventoryRule final : public FindingRule {
     static constexpr const char* kRow = "inventory-record-unreadable";
     static constexpr const char* kMissing = "inventory-record-missing";
     static constexpr const char* kShared = "item-id-shared";
 
     struct Row {
-        std::string drive;  // what it is called, once its number was asked
+        std::string drive;  // its name, once its number was read
         std::optional<std::uint32_t> number;
         std::string pnpDeviceId;
     };
@@ -159,7 +159,7 @@ class InventoryRule final : public FindingRule {
         Row& row = m_Rows[get.row];
         const std::string property = Utf16ToUtf8(get.name);
         const bool isFailed = platform::Failed(get.result);
-        if (property == "Index") {  // only the inventory asks for the number first
+        if (property == "Index") {  // only the inventory reads the number first
             row.drive = isFailed ? "a drive" : fmt::format("drive {}", static_cast<std::uint32_t>(get.value.payload));
             if (!isFailed) {
                 row.number = static_cast<std::uint32_t>(get.value.payload);
@@ -170,7 +170,7 @@ class InventoryRule final : public FindingRule {
         }
         const std::string subject = row.number ? DiskName(*row.number) : std::string();
         notes.Asked(kRow, subject);
-        const bool isText = property != "Index" && property != "SCSIPort";  // a number without a value reads as 0
+        const bool isText = property != "Index" && property != "SCSIPort";  // a missing number reads as 0
         std::string problem;
         if (isFailed) {
             problem = fmt::format("{} has no id: its row of Win32_DiskDrive has no {} (0x{:08X})", row.drive, property,
@@ -241,11 +241,11 @@ class InventoryRule final : public FindingRule {
     std::map<std::uint32_t, std::string> m_Ids;  // PnP device ids by drive number
     std::set<std::uint32_t> m_Unreadable;
     std::set<std::uint32_t> m_Walked;
-    bool m_IsListed = false;  // an enumeration came to its end in this pass
+    bool m_IsListed = false;  // an enumeration was complete in this pass
 };
 
-// NVMe data of another device-query library than this project's: its requests do not pass the ports. A collection reads the
-// inventory and then asks for disks; one that reads the inventory and asks nothing has got its disks elsewhere.
+// NVMe data from a device-query library other than this project's, whose requests do not pass the ports. A collection reads the
+// inventory and then opens disks; one that reads the inventory and opens none got its data elsewhere.
 class LibraryRule final : public FindingRule {
     static constexpr const char* kKind = "foreign-device-query-library";
 
@@ -253,7 +253,7 @@ class LibraryRule final : public FindingRule {
     {
         auto& [isOpen, hasWalked] = m_Collections[record.thread];
         if (const auto* get = record.As<call::Get>()) {
-            // The list of models, which other collections read, asks for the model first.
+            // Other collections read a list of models, and ask for the model first.
             if (get->query->text == kInventoryQuery && get->rowIndex == 0 && get->name == u"Index") {
                 isOpen = !hasWalked;
             }
@@ -298,7 +298,7 @@ class LibraryRule final : public FindingRule {
     std::map<std::uint32_t, Collection> m_Collections;  // by thread
 };
 
-// Counters whose instance is gone: the collection skips them until its plug-in object is made anew.
+// Counters whose instance disappeared: the collection skips them until a new plug-in object is created.
 class CounterRule final : public FindingRule {
     void Read(const Record& record, Notes& notes) override
     {

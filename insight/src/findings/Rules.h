@@ -15,12 +15,12 @@
 
 namespace orbis::insight {
 
-// Where rules put what they find in a pass.
+// Collects the findings of a pass.
 class Notes {
 public:
     // The subject was asked: a finding of this kind that is not raised in this pass no longer holds.
     void Asked(std::string_view kind, const std::string& subject) { asked.insert({std::string(kind), subject}); }
-    // A finding; the first one of a kind and subject counts.
+    // Adds a finding; the first one of a kind and subject counts.
     void Raise(Finding finding)
     {
         Asked(finding.kind, finding.subject);
@@ -32,7 +32,7 @@ public:
     std::map<Key, Finding> raised;
 };
 
-// One rule: looks at the calls in their order and notes what it finds. It keeps from pass to pass what it needs.
+// One rule: reads the calls in order and adds its findings. It may keep state from pass to pass.
 class FindingRule {
 public:
     virtual ~FindingRule() = default;
@@ -49,7 +49,7 @@ public:
 [[nodiscard]] std::unique_ptr<FindingRule> MakeCounterRule();
 
 inline constexpr const char* kMoreRights = "run this program as administrator, on Linux as root";
-// What helps against a Win32 error of an open or a request that says so itself; else `otherwise`.
+// The remedy for a Win32 error of an open or a request if the error implies one, else `otherwise`.
 [[nodiscard]] const char* RemedyFor(std::uint32_t error, const char* otherwise) noexcept;
 
 // Names of the datatypes.

@@ -22,9 +22,9 @@ struct Attribute {
     std::uint8_t value = 0;
     std::uint64_t raw = 0;  // 48 bits
 
-    // 0, 254 and 255 are no normalised values (SFF-8035i).
+    // 0, 254 and 255 are not normalised values (SFF-8035i).
     [[nodiscard]] bool HasValue() const noexcept { return value >= 1 && value <= 0xFD; }
-    // The count of the attributes that are judged by it: makers pack further counters above the low 32 bits.
+    // The count in a raw value: makers put further counters above the low 32 bits.
     [[nodiscard]] std::uint32_t Events() const noexcept { return static_cast<std::uint32_t>(raw); }
 };
 
@@ -50,7 +50,7 @@ std::optional<std::uint8_t> ThresholdOf(std::uint8_t id, std::span<const std::ui
     return std::nullopt;
 }
 
-// The usual names of the attributes that people ask about; makers differ in what they count.
+// The usual names of common attributes; makers differ in what they count.
 std::string NameOf(std::uint8_t id)
 {
     struct Name {
@@ -158,7 +158,7 @@ void JudgeAta(const DiskEvidence& disk, DiskJudge& judge)
                       fmt::format("the SMART data has {} bytes, its attributes take {}", data.size(), kAttributesEnd), kSource);
         return;
     }
-    // The rows of WMI end behind the attributes and carry no checksum.
+    // Rows of WMI end after the attributes and have no checksum.
     if (data.size() >= kSectorSize && !HasChecksum(data.first(kSectorSize))) {
         judge.Unknown("unknown.checksum", "the SMART data's checksum is wrong; its values may be wrong too", kSource);
     }

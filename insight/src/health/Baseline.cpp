@@ -26,7 +26,7 @@ const RisingText& TextOfRise(std::string_view counter)
     return *std::find_if(kTexts.begin(), kTexts.end() - 1, [&](const RisingText& text) { return text.counter == counter; });
 }
 
-// Counters that never fall on one and the same drive.
+// Counters that never decrease on the same drive.
 constexpr std::array<std::string_view, 4> kNeverFalling{"powerOnHours", "powerCycles", "dataUnitsWritten", "mediaErrors"};
 
 // The rise of a counter, when both reports have it and it rose.
@@ -53,7 +53,7 @@ void CompareDisk(DiskHealth& now, const DiskHealth& before, const google::protob
                  std::span<const std::string> onlyWhenRising)
 {
     if (IsReset(now, before)) {
-        // The counters began anew: nothing can be said to have risen.
+        // The counters were reset, so a rise cannot be determined.
         now.set_change(RESET);
         return;
     }
@@ -131,7 +131,7 @@ void Compare(HealthReport& report, const HealthReport& baseline, std::span<const
         }
     }
     for (const DiskHealth& before : baseline.disk()) {
-        // One that was asleep and never judged cannot be recognised.
+        // A disk that was asleep and never judged cannot be recognised.
         if (std::find(matches.begin(), matches.end(), &before) == matches.end() && LastVerdict(before) != VERDICT_UNSPECIFIED) {
             *report.add_gone() = before;
         }

@@ -23,7 +23,7 @@ public:
     {
         Add(rule.level, rule.name, std::move(text), std::move(value), std::move(threshold), source);
     }
-    // Something that keeps the disk from being judged. `rule` starts with "unknown.".
+    // Adds a reason why the disk cannot be judged. `rule` starts with "unknown.".
     void Unknown(std::string_view rule, std::string text, std::string_view source)
     {
         Add(UNKNOWN, rule, std::move(text), {}, {}, source);
@@ -52,7 +52,7 @@ private:
     DiskHealth& m_Disk;
 };
 
-// Each judges what its pages say. `JudgeNvme` needs an answered health log, `JudgeAta` answered SMART data.
+// Each applies the rules to its pages. `JudgeNvme` needs an answered health log, `JudgeAta` answered SMART data.
 void JudgeNvme(const DiskEvidence& disk, DiskJudge& judge);
 void JudgeAta(const DiskEvidence& disk, DiskJudge& judge);
 

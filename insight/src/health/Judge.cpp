@@ -122,7 +122,7 @@ void AddAsleep(HealthReport& report, const DiskHealth& disk, const HealthReport&
         }
     }
     asleep.clear_change();
-    // Nothing of what was found then is known to hold now.
+    // The earlier findings may no longer hold.
     asleep.clear_reason();
     asleep.clear_counter();
     if (disk.letter_size() > 0) {

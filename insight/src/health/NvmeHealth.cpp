@@ -58,7 +58,7 @@ void JudgeCriticalWarning(std::span<const std::uint8_t> log, DiskJudge& judge)
     }
 }
 
-// Kelvin as the log has it; 0 is "not reported".
+// Kelvin, as in the log; 0 is "not reported".
 void JudgeTemperature(std::span<const std::uint8_t> log, const PageAnswer& identify, DiskJudge& judge)
 {
     constexpr std::int32_t kZeroCelsius = 273;

@@ -10,7 +10,7 @@
 
 namespace orbis::insight {
 
-// The 128-bit counters of NVMe, exactly. No compiler-specific integer: the Microsoft compiler has none of this width.
+// The 128-bit counters of NVMe, exactly. The Microsoft compiler has no integer type of this width.
 struct Unsigned128 {
     std::uint64_t high = 0;
     std::uint64_t low = 0;
@@ -24,7 +24,7 @@ struct Unsigned128 {
         }
         return value;
     }
-    // Decimal digits alone; nothing when there is another character, none at all, or the number is too large.
+    // Reads decimal digits; empty when there is another character, no digit, or the number is too large.
     [[nodiscard]] static constexpr std::optional<Unsigned128> FromDecimal(std::string_view text) noexcept
     {
         if (text.empty()) {

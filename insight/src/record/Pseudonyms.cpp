@@ -11,7 +11,7 @@
 namespace orbis::insight {
 namespace {
 
-constexpr std::size_t kShortest = 6;  // letters and digits of a value that is looked for
+constexpr std::size_t kShortest = 6;  // letters and digits of a value that is searched for
 constexpr std::size_t kShortestBeginning = 8;
 
 char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
@@ -43,7 +43,7 @@ std::string Core(std::string_view text)
     return core;
 }
 
-// Control characters are no text, but those that fields are padded with.
+// Text has no control characters except those that pad fields.
 bool IsControl(char c) { return Byte(c) < 0x20 && c != 0 && (c < '\b' || c > '\r'); }
 
 // A value that identifies nothing: empty, or one character repeated.
@@ -203,7 +203,7 @@ std::string Pseudonyms::Replaced(std::string_view utf8) const
             const auto place = static_cast<std::uint64_t>(lower - first);
             return static_cast<char>(first + static_cast<char>((place + 1 + Hash(before) % (count - 1)) % count));
         };
-        // Zeros that a value begins with stay, and no others come: an identifier whose first byte is zero counts as none.
+        // Leading zeros are kept, and no others are added, because an identifier whose first byte is zero counts as absent.
         const bool isLeading = before.find_first_not_of('0') == before.npos;
         char other = c;
         if (isLeading && lower >= '0' && lower <= '9') {
@@ -219,7 +219,7 @@ std::string Pseudonyms::Replaced(std::string_view utf8) const
         } else if (!isUtf8 && Byte(c) >= 0x80) {
             other = static_cast<char>((Byte(c) + 1 + Hash(before) % 7) | 0xF8U);  // never part of UTF-8
         } else if (isContinuation(at) && !isContinuation(at + 1)) {
-            // The last bits of a character beyond ASCII; its script stays.
+            // The last bits of a character beyond ASCII, so that its script is kept.
             other = static_cast<char>((Byte(c) & 0xE0U) | ((Byte(c) + 1 + Hash(before) % 31) & 0x1FU));
         } else {
             result += known[at];
@@ -243,7 +243,7 @@ std::string Pseudonyms::Text(std::string_view utf8, std::string_view words)
         return std::string(utf8);
     }
     const std::string_view value = Trim(utf8);
-    // Drivers give a serial number as hexadecimal text, too: it is the same value.
+    // Some drivers report a serial number as hexadecimal text; it is the same value.
     if (const auto decoded = FromHex(Lower(value));
         decoded && IsBlank(*decoded) == false && std::ranges::all_of(*decoded, IsPrintable)) {
         static_cast<void>(Text(*decoded, words));
@@ -275,7 +275,7 @@ void Pseudonyms::Guid(std::span<std::uint8_t> bytes)
     std::ranges::copy(GuidOrder(FromHex(Text(Hex(GuidOrder(raw)))).value_or(raw)), bytes.begin());
 }
 
-// The recording contains a text in UTF-16 too.
+// A recording also contains texts in UTF-16.
 void Pseudonyms::AddText(const std::string& from, const std::string& to, std::size_t shortest)
 {
     const bool isAscii = std::ranges::all_of(from, [](char c) { return Byte(c) < 0x80; });
@@ -315,7 +315,7 @@ void Pseudonyms::Learn(std::string_view from, std::string_view to, std::string_v
     if (core.size() < kShortest || words.find(lower) != words.npos || !m_Learnt.insert(lower).second) {
         return;
     }
-    // A beginning that is a word, or hardly anything but zeros, is no sign of the value.
+    // A prefix that is a word, or almost only zeros, does not indicate the value.
     const std::string beginning = lower.substr(0, kShortestBeginning);
     const bool hasDigit = std::ranges::any_of(beginning, [](char c) { return c >= '0' && c <= '9'; });
     const std::size_t shortest = hasDigit && std::set(beginning.begin(), beginning.end()).size() >= 4 ? kShortestBeginning : 0;

@@ -15,7 +15,7 @@ namespace {
 
 std::string ToString(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
 
-// Without the zeros at the end: replay fills the buffer up.
+// Without trailing zeros; replay fills the buffer with them.
 std::string Trimmed(std::string bytes)
 {
     bytes.resize(bytes.find_last_not_of('\0') + 1);
@@ -26,7 +26,7 @@ std::string TrimmedText(std::u16string_view text) { return Utf16Bytes(text.subst
 
 std::uint32_t Bits(platform::Hresult result) { return static_cast<std::uint32_t>(result); }
 
-// Adds to a list of answers; the same again is counted.
+// Adds to a list of answers; a repeated answer is counted.
 template <class Answers, class Answer>
 void Append(Answers& answers, Answer answer)
 {
@@ -69,7 +69,7 @@ public:
     }
 
 private:
-    // ---- the tape ----
+    // ---- calls ----
     struct Key {
         const char* operation;
         std::string subject{};
@@ -295,7 +295,7 @@ private:
         const std::string path = platform::Utf16ToUtf8(*counter.path);
         Keep({"Pdh::AddEnglishCounter", path}, Result(counter.status));
         if (counter.counter != 0) {
-            // Each counter of a path has values of its own: a refresh begins anew.
+            // Counters with the same path have separate values, because a refresh creates new ones.
             m_Counters[counter.counter] = m_Created[path]++;
         }
     }
@@ -349,7 +349,7 @@ private:
         Keep({operation, {}, 0, 0, std::move(text), static_cast<std::size_t>(room)}, std::move(answer));
     }
 
-    // Whether a text conversion always gave what the portable one gives: such a conversion need not be in the file.
+    // Whether a text conversion always gave the result of the portable one; such a conversion need not be in the file.
     static bool IsPortable(const RecordedCall& call)
     {
         const bool isNarrow = call.operation() == "Text::WideToUtf8";
@@ -362,7 +362,7 @@ private:
                (call.room() == 0 || call.answer(0).output() == expected);
     }
 
-    // Answered by the replay itself: closing, releasing, strings, sleep, power states.
+    // Not recorded, because the replay answers them itself: closing, releasing, strings, sleep, power states.
     template <class Other>
     void On(const Other& /*call*/)
     {}
@@ -374,7 +374,7 @@ private:
     std::map<Serial, std::size_t> m_Enumerators;
     std::map<Serial, RowPlace> m_Rows;
     std::map<Serial, ArrayPlace> m_Arrays;
-    std::map<Serial, std::uint32_t> m_Counters;      // which of its path a counter is
+    std::map<Serial, std::uint32_t> m_Counters;      // index of a counter among those with its path
     std::map<std::string, std::uint32_t> m_Created;  // counters of a path
 };
 

@@ -61,7 +61,7 @@ void SwapPairs(Span bytes)
     }
 }
 
-// All of a field, or nothing of it.
+// The complete field, or nothing.
 Span Whole(Span bytes, std::size_t at, std::size_t size)
 {
     const Span part = Part(bytes, at, size);
@@ -369,11 +369,11 @@ void PageRedaction::Smbios(Span table)
             return Clear(From(table, at));
         }
     }
-    // A structure that breaks the table off breaks it off in the replay.
+    // A structure that ends the table early does so in the replay too.
     const bool isBroken = at + kHead <= size && table[at + 1] < kHead;
     Clear(From(table, std::min(at, table.size()) + (isBroken ? kHead : 0)));
 }
-// "1[08B7]" keeps its frame.
+// "1[08B7]" keeps its form.
 void PageRedaction::SmbiosString(Span text)
 {
     constexpr std::size_t kNumber = 2;

@@ -13,16 +13,16 @@ namespace orbis::insight {
 using WritableBytes = std::span<std::uint8_t>;
 
 inline void Clear(WritableBytes bytes) { std::ranges::fill(bytes, std::uint8_t{0}); }
-// From `at` on; empty behind the end.
+// The bytes from `at` on; empty beyond the end.
 inline WritableBytes From(WritableBytes bytes, std::size_t at) { return bytes.subspan(std::min(at, bytes.size())); }
-// That part, as far as it is there.
+// The part of that length, or less if the bytes end before.
 inline WritableBytes Part(WritableBytes bytes, std::size_t at, std::size_t size)
 {
     const WritableBytes rest = From(bytes, at);
     return rest.first(std::min(size, rest.size()));
 }
 
-// UTF-16 in a buffer up to its first zero, replaced by `replace`; what is behind that is cleared.
+// Replaces UTF-16 text in a buffer up to its first zero with the result of `replace`, and clears the rest.
 template <class Replace>
 void ReplaceUtf16(WritableBytes bytes, const Replace& replace)
 {
@@ -33,8 +33,8 @@ void ReplaceUtf16(WritableBytes bytes, const Replace& replace)
     std::copy_n(replaced.begin(), std::min(replaced.size(), bytes.size()), bytes.begin());
 }
 
-// Pages of devices and the firmware: by the standards' fields what identifies is replaced, what is known stays, the rest becomes
-// zero. Checksums that were valid are made again.
+// Pages of devices and the firmware: by the fields of the standards, identifying values are replaced, known ones are kept, and the
+// rest becomes zero. Checksums that were valid stay valid.
 class PageRedaction {
 public:
     explicit PageRedaction(Pseudonyms& pseudonyms) : m_Pseudonyms(pseudonyms) {}

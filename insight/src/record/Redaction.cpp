@@ -1,5 +1,5 @@
-// What a recording shows of one machine, by the fields that the standards define: what identifies is replaced, what stays is a
-// list, and the rest becomes zero.
+// Redacts a recording by the fields that the standards define: identifying values are replaced, the values that are kept are
+// listed, and the rest becomes zero.
 #include <google/protobuf/descriptor.h>
 #include <google/protobuf/message.h>
 
@@ -35,7 +35,7 @@ public:
         m_Recording.set_title("Recording of a machine");
         CollectWords();
         LearnCharacters();
-        // What a device says of itself comes first: other forms of it are then known.
+        // The devices' own values are read first, so that other forms of them are recognised.
         for (RecordedCall& call : *m_Recording.mutable_call()) {
             ReplacePages(call);
         }
@@ -60,7 +60,7 @@ public:
     }
 
 private:
-    // ---- words that stay ----
+    // ---- words that are kept ----
     void CollectWords()
     {
         for (const RecordedQuery& query : m_Recording.query()) {
@@ -92,8 +92,8 @@ private:
     {
         return text.substr(0, at) + Text(std::u16string_view(text).substr(std::min(at, text.size())));
     }
-    // "SCSI\DISK&VEN_X\5&1A2B&0", "\\?\scsi#disk&ven_x#5&1a2b&0#{..}": what stands behind the enumerator and the device's id tells
-    // devices apart. "\\?\Volume{..}\" tells volumes apart; "\\.\PhysicalDrive0" and "\\.\C:" do not.
+    // "SCSI\DISK&VEN_X\5&1A2B&0", "\\?\scsi#disk&ven_x#5&1a2b&0#{..}": the part after the enumerator and the device's id identifies
+    // a device. "\\?\Volume{..}\" identifies a volume; "\\.\PhysicalDrive0" and "\\.\C:" identify nothing.
     std::u16string DevicePath(const std::u16string& path)
     {
         constexpr std::size_t kPrefix = 4;
@@ -148,7 +148,7 @@ private:
         }
         return replaced;
     }
-    // A folder keeps its drive; the one that Windows makes stays whole.
+    // A folder keeps its drive; the folder that Windows creates is kept completely.
     std::u16string Folder(const std::u16string& path)
     {
         constexpr std::array<std::u16string_view, 4> kUsual{u"\\", u"\\Windows\\Minidump", u"%SystemRoot%\\Minidump",
@@ -211,7 +211,7 @@ private:
             }
         }
     }
-    // Lets `change` work on whole buffers; zeros at their ends are not kept.
+    // Applies `change` to complete buffers; recordings have no trailing zeros.
     template <class Change>
     static void InBuffers(RecordedAnswer& answer, std::size_t outputSize, std::size_t dataSize, const Change& change)
     {
@@ -308,7 +308,7 @@ private:
     }
 
     // ---- texts in another code page than UTF-8 ----
-    // One byte for each character: such a conversion can be made of another text.
+    // One byte for each character: such a conversion can be made for another text.
     static bool IsSingle(const RecordedCall& call)
     {
         const std::size_t size = call.request().size();
@@ -324,7 +324,7 @@ private:
             }
         }
     }
-    // False for a conversion that cannot be: the replay then converts by itself.
+    // False for a conversion that cannot; the replay then converts the text itself.
     bool ConvertAgain(RecordedCall& call)
     {
         const std::string replaced = call.operation().starts_with("Text::") ? m_Pseudonyms.In(call.request()) : call.request();
