@@ -1,5 +1,4 @@
-// The plug-in seen from the C border: its registration, and a thin adapter to StorageCollectorPlugin. No exception
-// leaves this file.
+// The C border of the plug-in: its registration, and a thin adapter to StorageCollectorPlugin. No exception leaves this file.
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -14,7 +13,7 @@
 #include "StorageCollectorPlugin.h"
 #include "platform/Text.h"
 
-// What a host holds as its plug-in object.
+// The plug-in object of a host.
 struct OrbisPlugin {
     Veyra::Orbis::Plugins::StorageCollectorPlugin collector{nullptr};
 };
@@ -30,8 +29,8 @@ namespace {
 
 constexpr OrbisText TextOf(std::string_view text) noexcept { return {text.data(), text.size()}; }
 
-// Hands log lines to the host's function. A line is dropped when memory is short or the host's function throws; the
-// collection goes on.
+// Passes log lines to the host's function. A line is dropped when memory is exhausted or the host's function throws; the collection
+// continues.
 class BorderLog final : public IZelLog {
 public:
     BorderLog(const OrbisHost& host, std::string_view logId) : m_Log(host.log), m_Context(host.logContext), m_LogId(logId) {}
@@ -63,7 +62,7 @@ private:
                    std::string_view function) noexcept
     {
         try {
-            // Trace lines hold bytes of the device as they are; hosts are promised UTF-8.
+            // Trace lines contain unchanged bytes of devices, but a host gets valid UTF-8.
             const std::string text = orbis::platform::ValidUtf8(message);
             const OrbisLogLine record{sizeof(OrbisLogLine), level, TextOf(m_LogId), TextOf(text), TextOf(file),
                                       TextOf(function),     line};
@@ -120,7 +119,7 @@ constexpr std::array<OrbisOperation, kRows.size()> kOperations = [] {
     return operations;
 }();
 
-// ---- What a host passes in, checked ----
+// ---- Checks of the host's arguments ----
 
 // Sizes of the structures in the border's first version. Later hosts may pass longer ones.
 constexpr std::size_t kHostSize = offsetof(OrbisHost, logContext) + sizeof(OrbisHost::logContext);

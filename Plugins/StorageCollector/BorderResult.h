@@ -12,14 +12,14 @@
 
 namespace Veyra::Orbis::Plugins {
 
-// Raised when a host passes what the border forbids.
+// Raised for arguments that the border does not allow.
 class InvalidCallException final : public Sdk::Exceptions::Detail::HostExceptionOf<InvalidCallException> {
 public:
     static constexpr std::string_view kTypeName = "System.InvalidOperationException";
     using HostExceptionOf::HostExceptionOf;
 };
 
-// What the plug-in answers over the C border, with the memory that the C structures point to.
+// A result of the plug-in at the C border, with the memory that the C structures point to.
 class BorderResult final : public OrbisResult {
 public:
     // Success without a list.
@@ -42,7 +42,7 @@ public:
     // The exception in flight as a failure. Never null: when memory is short it is a constant record.
     [[nodiscard]] static const OrbisResult* OfCurrentException() noexcept;
 
-    // Frees what Of or OfCurrentException made; null is ignored.
+    // Frees a result of Of or OfCurrentException; null is ignored.
     static void Free(const OrbisResult* result) noexcept;
 
 private:
@@ -71,10 +71,10 @@ private:
 
     [[nodiscard]] static std::unique_ptr<BorderResult> OfFailure(std::int32_t kind, std::string typeName, std::string message);
     [[nodiscard]] static std::unique_ptr<BorderResult> OfFailure(const Sdk::Exceptions::HostException& exception);
-    // Puts a failure at the end of the chain.
+    // Appends a failure to the chain.
     void AppendFailure(std::int32_t kind, std::string typeName, std::string message);
 
-    // The C structures point into these; their elements never move.
+    // The C structures point into these, whose elements never move.
     std::vector<StoredItem> m_StoredItems;
     std::vector<OrbisItem> m_Items;
     std::list<StoredFailure> m_Failures;

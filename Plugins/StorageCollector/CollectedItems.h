@@ -16,7 +16,7 @@ enum class LookUp {
     Reversed,  // an id that is there raises it, and one that is not gives an item without a message
 };
 
-// Every entry in the dictionary's order when the id asks for all, else the one item of the id.
+// Every entry in the dictionary's order when the id asks for all, else the item with the id.
 template <class T>
 [[nodiscard]] std::vector<Common::CollectionDatatypeItem<T>> CollectedItems(
     const Common::Dictionary<Sdk::Common::Identifiers::ItemId, std::shared_ptr<const T>>& collected,

@@ -12,7 +12,7 @@ class IStorageRetriever {
 public:
     virtual ~IStorageRetriever() = default;
 
-    // The requested item, or every item when the id asks for all. What it throws is translated by ItemHandler.
+    // The requested item, or every item when the id asks for all. ItemHandler translates its exceptions.
     [[nodiscard]] virtual Common::CollectionList<T> CollectData(const Sdk::Common::Identifiers::ItemId& itemId) = 0;
 };
 

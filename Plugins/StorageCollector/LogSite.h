@@ -7,9 +7,8 @@
 
 namespace Veyra::Orbis::Plugins {
 
-// In whose name a function logs: the log, and the source file and the function that its lines carry. Every call passes its own
-// line, so a LogSite is used in the file that it names. Code that several files share hands its texts to its caller, which logs
-// them.
+// The origin of a function's log lines: the log, the source file and the function. Every call passes its own line number, so a
+// LogSite must be used in the file that it names. Code that several files share passes its texts to its caller, which logs them.
 struct LogSite {
     Common::IZelLog& log;
     std::string_view file;

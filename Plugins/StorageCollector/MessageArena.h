@@ -17,8 +17,8 @@ namespace Veyra::Orbis::Plugins {
     return std::make_shared<google::protobuf::Arena>(options);
 }
 
-// A new message on an arena. Releases of the library before 22 do this with CreateMessage, those from 30 on with Create alone; the
-// older name is taken where it exists. `MessageArena` is a parameter so that the compiler looks for the name here.
+// A new message on an arena. Releases of protobuf before 22 do this with CreateMessage, releases from 30 on only with Create; the
+// older name is used where it exists. `MessageArena` is a template parameter so that the name is looked up at instantiation.
 template <class Message, class MessageArena = google::protobuf::Arena>
 [[nodiscard]] Message* NewMessage(MessageArena& arena)
 {

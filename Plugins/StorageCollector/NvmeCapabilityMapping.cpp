@@ -85,7 +85,7 @@ datatypes::NvmeOptionalAdminCommandSupport* NvmeDataGetter::getNvmeOptionalAdmin
                                                                                                Arena& arena)
 {
     return Map<datatypes::NvmeOptionalAdminCommandSupport>(data->OACS(), arena, [](auto& to, const auto& from) {
-        // Intentional: the self-test is read and written here and again in its place.
+        // Intentional: the self-test is read and written here and again at its position below.
         to.mutable_support_device_self_test()->set_value(from.DeviceSelfTest());
         to.mutable_support_security_send_security_receive()->set_value(from.SecuritySendReceive());
         to.mutable_support_format_nvm()->set_value(from.FormatNvm());

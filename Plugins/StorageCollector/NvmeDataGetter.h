@@ -19,10 +19,10 @@ namespace Veyra::Orbis::Plugins {
 
 namespace datatypes = veyra::orbis::datatypes;
 
-// Walks the NVMe drives and maps what the device-query library reads from them to the host's messages.
+// Walks the NVMe drives and maps the data that the device-query library reads to the host's messages.
 //
-// The messages of one collection live on one arena; every entry of a map keeps the whole arena alive. The mappers make their
-// message on the arena that they are given, and answer null when the library has no object to map.
+// The messages of one collection live on one arena; every entry of a map keeps the whole arena alive. The mappers create their
+// message on the given arena, and return null when the library has no object to map.
 class NvmeDataGetter {
 public:
     using Arena = google::protobuf::Arena;
@@ -38,7 +38,7 @@ public:
     // logs. Two drives with the same item id (both without
     // an inventory record, for example) raise ArgumentException.
     [[nodiscard]] static MessageMap<datatypes::NvmeIdentifyControllerData> GetIdentifyControllerData(Common::IZelLog& log);
-    // One message for each NVMe drive, also for one that answers neither log; else as above.
+    // One message for each NVMe drive, even for one that answers neither log; otherwise as above.
     [[nodiscard]] static MessageMap<datatypes::SmartNvmeInfo> GetNvmeHealthData(Common::IZelLog& log);
 
     [[nodiscard]] static datatypes::NvmeIdentifyControllerData* toIdentifyControllerData(const IIdentifyControllerData* data,
@@ -95,8 +95,8 @@ public:
     [[nodiscard]] static datatypes::NvmePowerStateDesc* getPowerStateDesc(const IIdentifyControllerData* data, std::uint32_t index,
                                                                           Arena& arena);
 
-    // The unsigned number that the bytes hold, folded from its most significant byte on in double precision: beyond 2^53 it is
-    // rounded step by step. No bytes are 0.
+    // The unsigned number in the bytes, computed from the most significant byte on in double precision, so that a number beyond
+    // 2^53 is rounded at each step. 0 for no bytes.
     [[nodiscard]] static double RawBufferToDouble(const char* bytes, std::int32_t length, bool bigEndian);
     // -273 degrees Celsius, which is the drive's 0 kelvin for "not reported", becomes 0.
     [[nodiscard]] static std::int32_t ToValidTemperature(std::int32_t celsius);

@@ -13,7 +13,7 @@ namespace {
 using NvmeMapping::Bytes;
 using NvmeMapping::Map;
 
-// The counter as a double: 0 exactly where its bytes are sent empty.
+// The counter as a double: 0 exactly when its bytes are sent empty.
 double Approximate(const veyra::Carray<16>& counter)
 {
     const std::string_view bytes = counter.View();
@@ -101,7 +101,7 @@ datatypes::NvmeCustomizedHealthInfo* NvmeDataGetter::toCustomizedHealthInfo(cons
     to.mutable_used_reserved_block_count_worst_case_component()->set_value(from.UsedReservedBlockCountWorstCaseComponent());
     to.mutable_used_reserved_block_count_ssd_total()->set_value(from.UsedReservedBlockCountSsdTotal());
     to.mutable_reserved_block_count_ssd_total()->set_value(from.ReservedBlockCountSsdTotal());
-    // Intentional: the 32 bits as they are, -273 too, unlike the standard log's temperatures.
+    // Intentional: the 32 bits unchanged, including -273, unlike the standard log's temperatures.
     to.mutable_minimum_temperature()->set_value(static_cast<std::uint32_t>(from.MinimumTemperature()));
     to.mutable_maximum_temperature()->set_value(static_cast<std::uint32_t>(from.MaximumTemperature()));
     to.set_total_data_written_by_controller(Bytes(from.TotalDataWrittenByController()));

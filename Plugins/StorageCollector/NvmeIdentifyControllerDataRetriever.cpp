@@ -28,7 +28,7 @@ constexpr std::string_view kIdentifyFile = "Plugins\\StorageCollector\\NvmeIdent
 constexpr std::string_view kGetIdentifyData = "Veyra::Orbis::Plugins::NvmeDataGetter::GetIdentifyControllerData";
 constexpr std::string_view kCollectIdentifyData = "Veyra::Orbis::Plugins::NvmeIdentifyControllerDataRetriever::CollectData";
 
-// Intentional: the raw bytes are inserted and read as UTF-8; they are not hexadecimal digits, in spite of the "0x".
+// Intentional: the raw bytes are inserted and read as UTF-8; they are not hexadecimal digits, despite the "0x".
 std::string ByteStringObjects(const std::string& key, const datatypes::NvmeIdentifyControllerData& data)
 {
     return key + " ByteStringObjects: FruGloballyUniqueIdentifier: 0x" + ValidUtf8(data.fru_globally_unique_identifier()) +

@@ -71,7 +71,7 @@ void MapOwnFields(datatypes::NvmeIdentifyControllerData& to, const IIdentifyCont
     to.set_nvm_subsystem_nvme_qualified_name(Text(from.SUBNQN()));
 }
 
-// A capability that the library does not give leaves its sub-message unset: setting null clears it.
+// A capability that the library does not return leaves its sub-message unset: setting null clears it.
 void MapCapabilities(datatypes::NvmeIdentifyControllerData& to, const IIdentifyControllerData* from, google::protobuf::Arena& arena)
 {
     using Getter = NvmeDataGetter;
@@ -102,8 +102,8 @@ void MapCapabilities(datatypes::NvmeIdentifyControllerData& to, const IIdentifyC
     to.set_allocated_sgl_support(Getter::getSglSupport(from, arena));
 }
 
-// NPSS is zero-based: NPSS + 1 descriptors are asked for, and one that is not there is skipped. Intentional: NPSS is read once for
-// nothing and again after each descriptor.
+// NPSS is zero-based: NPSS + 1 descriptors are requested, and a missing one is skipped. Intentional: NPSS is read once without
+// being used, and again after each descriptor.
 void MapPowerStates(datatypes::NvmeIdentifyControllerData& to, const IIdentifyControllerData* from, google::protobuf::Arena& arena)
 {
     std::uint32_t index = 0;
@@ -129,7 +129,7 @@ std::string Eppid(const ICustomizedControllerData& from)
 void MapMakerArea(datatypes::NvmeIdentifyControllerData& to, const IIdentifyControllerData* from, google::protobuf::Arena& arena)
 {
     const auto vendor = TakeOwnership(from->VendorSpecific());
-    // A view of the vendor object, which stays the one that is released.
+    // A view of the vendor object; only the vendor object is released.
     const auto* customized = CustomizedControllerDataOf(vendor.get());
     if (customized == nullptr) {
         return;

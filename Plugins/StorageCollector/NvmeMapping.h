@@ -14,11 +14,11 @@
 #include "platform/Text.h"
 #include "sondix/sondix.h"
 
-// What the NVMe mappers share. Each of their lines fills one field: the message's setter on the left, the drive's field on the
+// Shared by the NVMe mappers. Each of their lines fills one field: the message's setter on the left, the drive's field on the
 // right.
 namespace Veyra::Orbis::Plugins::NvmeMapping {
 
-// Holds an object of the device-query library from the moment that it is returned. Null stays null.
+// Owns an object of the device-query library as soon as it is returned. Null stays null.
 template <class Object>
 [[nodiscard]] std::shared_ptr<Object> TakeOwnership(Object* object)
 {
@@ -38,7 +38,7 @@ template <class Message, class Object, class Fill>
     return to;
 }
 
-// A text as the drive holds it: trimmed, up to the first zero byte that is left inside, as UTF-8.
+// A text of the drive: trimmed, up to the first remaining zero byte, as UTF-8.
 template <std::size_t N>
 [[nodiscard]] std::string Text(const veyra::Carray<N>& field)
 {

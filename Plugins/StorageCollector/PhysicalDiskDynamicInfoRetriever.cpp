@@ -51,7 +51,7 @@ constexpr float kMillisecondsPerSecond = 1000.0F;
 constexpr float kFullPercentage = 100.0F;
 constexpr std::uint32_t kFreshCountersMilliseconds = 1000;
 
-// Instance names hold drive numbers and letters: ASCII. Other letters stay as they are.
+// Instance names contain drive numbers and letters, which are ASCII. Other characters are not changed.
 std::string ToLower(std::string text)
 {
     std::transform(text.begin(), text.end(), text.begin(),
@@ -69,7 +69,7 @@ std::uint64_t Truncate(float value)
     return value >= kTooLarge ? std::numeric_limits<std::uint64_t>::max() : static_cast<std::uint64_t>(value);
 }
 
-// The leading decimal number of a text, as std::stoi reads it, with errors of the same types whose texts are the same on every
+// The leading decimal number of a text, as read by std::stoi, with errors of the same types whose texts are the same on every
 // system.
 std::uint32_t LeadingNumber(const std::string& text)
 {
@@ -282,7 +282,7 @@ void PhysicalDiskDynamicInfoRetriever::CollectInstance(const std::string& name, 
         message->mutable_obsolete_byte_write_per_sec_in_mb()->set_value(Truncate(message->byte_write_per_sec_in_mb().value()));
     }
 
-    // Names read "1 d: e:": the letter before the last colon is the last volume's.
+    // Names have the form "1 d: e:"; the letter before the last colon belongs to the last volume.
     const std::size_t colon = name.rfind(':');
     if (colon == std::string::npos || colon == 0) {
         throw std::invalid_argument(name);

@@ -18,7 +18,7 @@ namespace Veyra::Orbis::Plugins {
 
 namespace datatypes = ::veyra::orbis::datatypes;
 
-// Item id texts of the disks to be left out: those without size, known media type and GUID. Logs one line for each.
+// The item id texts of the disks to be left out: those without a size, a known media type and a GUID. Logs one line for each.
 [[nodiscard]] std::vector<std::string> SelectItemIdsIfDiskGuidIsEmpty(Common::IZelLog& log);
 // Whether the text equals an element of the list, exactly.
 [[nodiscard]] bool IsInSkippableList(const std::vector<std::string>& itemIds, std::string_view itemId);
@@ -36,7 +36,7 @@ public:
 
     [[nodiscard]] Common::CollectionList<Message> CollectData(const Sdk::Common::Identifiers::ItemId& itemId) override;
 
-    // One message per disk. Never fails: what goes wrong is logged, and what was gathered is returned.
+    // One message per disk. Never fails: failures are logged, and the messages made so far are returned.
     [[nodiscard]] Map GetDynamicDiskData();
     // Opens the query (again), makes the counters of every instance and takes a first sample.
     void RefreshPdhQuery();
@@ -47,7 +47,7 @@ private:
     static constexpr std::size_t kCounters = 7;
     using Counters = std::array<std::shared_ptr<Common::Utilities::IPdhCounter>, kCounters>;
 
-    // The message of one instance and its item id; throws as its sources do.
+    // The message of one instance and its item id. Exceptions of its sources leave it.
     struct Inventory;
     void CollectInstance(const std::string& name, const Counters& counters, const Inventory& inventory, Map& map);
 

@@ -13,7 +13,7 @@
 
 namespace Veyra::Orbis::Plugins {
 
-// Identity, size, media and partitions of every physical disk. Keeps nothing between collections.
+// Identity, size, media and partitions of every physical disk. Keeps no state between collections.
 class PhysicalDiskStaticInfoRetriever final : public IStorageRetriever<veyra::orbis::datatypes::PhysicalDiskStaticInfo> {
 public:
     using Message = veyra::orbis::datatypes::PhysicalDiskStaticInfo;
@@ -29,8 +29,8 @@ public:
 
     // Every valid disk by its item id.
     [[nodiscard]] MessageMap GetStaticDiskData();
-    // The PC's system identifier: the second string of the first OEM Strings structure that claims two or more, without its
-    // brackets. Empty when there is none.
+    // The PC's system identifier: the second string of the first OEM Strings structure that reports two or more strings, without
+    // its brackets. Empty when there is none.
     [[nodiscard]] std::string GetOEMStringsfromBIOS();
 
 private:

@@ -14,12 +14,12 @@ struct WalkedDisk {
     Cpp::Common::PhysicalDiskInfo info;
     DiskDeviceInfo device;
     Sdk::Common::Identifiers::ItemId itemId;
-    bool isInvalid = false;  // nothing is known of it; already reported as skipped
+    bool isInvalid = false;  // without size, media type and GUID; already reported as skipped
 };
 
-// Reads one disk after the other, in the order of the device walk, and hands each to `visit` before it reads the next. Media types
-// that cannot be read are reported and done without; any other failure leaves. Lines for the log, all at Debug level, go to
-// `debug`; `operation` is the name of the caller in them.
+// Reads one disk after another, in the order of the device walk, and passes each to `visit` before it reads the next. If media
+// types cannot be read, that is reported and they are missing; any other failure leaves. `debug` gets the lines for the log, all at
+// Debug level; `operation` is the name of the caller in them.
 void WalkPhysicalDisks(std::string_view operation, const std::function<void(std::string_view text)>& debug,
                        const std::function<void(WalkedDisk& disk)>& visit);
 

@@ -14,8 +14,8 @@ namespace Veyra::Orbis::Plugins {
 
 namespace datatypes = ::veyra::orbis::datatypes;
 
-// How the plug-in makes its retrievers, one for each datatype, in the order in which it makes them. A factory may throw, or be
-// empty: the plug-in then has no retriever for that datatype.
+// Functions that create the plug-in's retrievers, one for each datatype, in the order of the calls. If a factory throws or is
+// empty, the plug-in has no retriever for that datatype.
 struct RetrieverFactories {
     template <class T>
     using Factory = std::function<std::unique_ptr<IStorageRetriever<T>>(const std::shared_ptr<Common::IZelLog>& log)>;
@@ -27,8 +27,8 @@ struct RetrieverFactories {
     Factory<datatypes::SmartStaticInfo> smartStaticInfo;
     Factory<datatypes::NvmeIdentifyControllerData> nvmeIdentifyControllerData;
 
-    // The retrievers of this plug-in. The only place that names their classes, so a program that links its own definition of this
-    // function runs the plug-in on retrievers of its own.
+    // The retrievers of this plug-in. Only this function names their classes, so a program that links its own definition of it runs
+    // the plug-in with its own retrievers.
     [[nodiscard]] static RetrieverFactories Default();
 };
 

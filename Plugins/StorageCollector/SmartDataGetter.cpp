@@ -10,7 +10,7 @@
 #include "Common/WmiCommonLib.h"
 #include "platform/Text.h"
 
-// What WMI knows, for both SMART datatypes.
+// The data of WMI for both SMART datatypes.
 namespace Veyra::Orbis::Plugins {
 namespace {
 
@@ -19,7 +19,7 @@ using Cpp::Common::WmiCommonLib;
 using Cpp::Common::WmiNamespace;
 using Cpp::Common::HardwareAccessLib::BasicDiskInfo;
 
-// The rows of a query, each as `read` makes it.
+// The rows of a query, each converted by `read`.
 template <class Read>
 auto ReadRows(const std::u16string& query, WmiNamespace wmiNamespace, Read read)
 {

@@ -24,10 +24,10 @@ namespace Veyra::Orbis::Plugins {
 
 namespace datatypes = ::veyra::orbis::datatypes;
 
-// Joins what the native library reads from each disk with WMI and the disk inventory, and maps it to the host's messages.
+// Joins the native library's data of each disk with WMI and the disk inventory, and maps it to the host's messages.
 //
-// The messages of one collection live on one arena; every entry of a map keeps the whole arena alive. The mappers make their
-// message on the arena that they are given.
+// The messages of one collection live on one arena; every entry of a map keeps the whole arena alive. The mappers create their
+// message on the given arena.
 class SmartDataGetter {
 public:
     using Arena = google::protobuf::Arena;
@@ -37,7 +37,7 @@ public:
     // One row of MSStorageDriver_ATAPISmartData.
     struct WmiSmartDiskData {
         std::u16string InstanceName;               // the disk's instance path and a suffix such as "_0"
-        std::vector<std::uint8_t> VendorSpecific;  // the SMART data block, 362 bytes as a rule
+        std::vector<std::uint8_t> VendorSpecific;  // the SMART data block, normally 362 bytes
     };
     // Disk index and model of each Win32_DiskDrive, the model as UTF-8.
     using ModelList = std::vector<std::pair<std::uint32_t, std::string>>;
@@ -50,22 +50,21 @@ public:
     [[nodiscard]] static MessageMap<datatypes::SmartStaticInfo> GetStaticDiskData(Common::IZelLog& log);
     [[nodiscard]] static MessageMap<datatypes::SmartDynamicInfo> GetDynamicDiskData(Common::IZelLog& log);
 
-    // What WMI knows. A row that cannot be read is left out; a query that fails, also half-way, gives an empty list.
+    // The data of WMI. A row that cannot be read is left out; a query that fails, even after some rows, gives an empty list.
     [[nodiscard]] static std::vector<WmiSmartDiskData> GetWmiSmartData();
     [[nodiscard]] static ModelList EnumDiskModels();
 
-    // The block of the first row whose instance name contains `path`, ignoring case, or an empty one. The row is taken out of
-    // the list, so that it serves one disk. Intentional: an empty path is contained in
-    // every name and takes the first row.
+    // The block of the first row whose instance name contains `path`, ignoring case, or an empty one. The row is removed from the
+    // list, so that it is used for one disk only. Intentional: an empty path is contained in every name and takes the first row.
     [[nodiscard]] static std::vector<std::uint8_t> getSmartDataByPath(std::u16string_view path,
                                                                       std::vector<WmiSmartDiskData>& list);
-    // The model of the first pair with the index, which is taken out of the list.
+    // The model of the first pair with the index; the pair is removed from the list.
     [[nodiscard]] static std::optional<std::string> getModelNameByIndex(std::uint32_t index, ModelList& models);
 
     // Null for an attribute without any value.
     [[nodiscard]] static datatypes::SmartAttributeDetail* toSmartAttributeDetail(const Cpp::Common::SmartAttribute& slot,
                                                                                  Arena& arena);
-    // The disk as a line of the log.
+    // The log line for a disk.
     [[nodiscard]] static std::string DescribeDisk(const Cpp::Common::HardwareAccessLib::BasicDiskInfo& disk);
 
     // The message for one of the two datatypes.

@@ -13,8 +13,8 @@ public:
     // `log` is not null.
     explicit SmartDynamicInfoRetriever(std::shared_ptr<Common::IZelLog> log);
 
-    // Without any disk it returns no list; the static collection returns an empty one. NotSupportedException alone is
-    // caught: it is logged and gives an empty list.
+    // Without any disk it returns no list; the static collection returns an empty one. Of the exceptions only NotSupportedException
+    // is caught: it is logged and gives an empty list.
     [[nodiscard]] Common::CollectionList<veyra::orbis::datatypes::SmartDynamicInfo> CollectData(
         const Sdk::Common::Identifiers::ItemId& itemId) override;
 

@@ -97,7 +97,7 @@ datatypes::SmartStaticInfo* SmartDataGetter::parseCacheToIMessage(const SmartDat
     auto* message = NewMessage<datatypes::SmartStaticInfo>(arena);
     message->set_name(DefaultToUtf8(collection.name));
     if (collection.modelName) {
-        message->set_model_name(DefaultToUtf8(*collection.modelName));  // Intentional: as the drive pads it
+        message->set_model_name(DefaultToUtf8(*collection.modelName));  // Intentional: with the drive's padding
     }
     if (collection.eppid) {
         message->set_eppid(DefaultToUtf8(StorageHelper::Trim(*collection.eppid)));

@@ -44,7 +44,7 @@ NvmeDataGetter::MessageMap<datatypes::SmartNvmeInfo> NvmeDataGetter::GetNvmeHeal
         }
         const auto customized = NvmeMapping::TakeOwnership(SXNvmNewCustomizedHealthInfo(drive));
         if (customized != nullptr) {
-            // Intentional: the misspelling is what people search their logs for.
+            // Intentional: people search their logs for this misspelling.
             site.Debug(fmt::format("Fetching CuctomizedHealthInfo for {0}", name), __LINE__);
             info->set_allocated_customized_health_info(toCustomizedHealthInfo(customized.get(), *arena));
         }

@@ -23,7 +23,7 @@ namespace {
 constexpr std::string_view kFile = "Plugins\\StorageCollector\\StorageCollectorPlugin";
 constexpr std::string_view kConstructor = "Veyra::Orbis::Plugins::StorageCollectorPlugin::StorageCollectorPlugin";
 
-// The factory's retriever, or null when it cannot be made. The plug-in is constructed in any case.
+// The factory's retriever, or null when it cannot be created. The plug-in is constructed in any case.
 template <class Factory>
 auto Create(const Factory& make, const std::shared_ptr<IZelLog>& log) -> typename Factory::result_type
 {

@@ -13,10 +13,10 @@
 
 namespace Veyra::Orbis::Plugins {
 
-// The plug-in: one collection operation for each datatype, each handed to its retriever through ItemHandler.
+// The plug-in: one collection operation for each datatype, which calls its retriever through ItemHandler.
 //
-// An operation answers one item, or all of them, and fails with ZelException; with OperationCanceledException when the token was
-// cancelled before the call; and with NullReferenceException, unlogged, when its retriever could not be constructed.
+// An operation returns one item, or all items. It fails with ZelException, with OperationCanceledException when the token was
+// cancelled before the call, and with NullReferenceException, unlogged, when its retriever could not be constructed.
 class StorageCollectorPlugin final : public Common::Utilities::BaseClasses::BaseCollectorPlugin {
 public:
     // Registration data; see Border.cpp for the table that a host discovers.

@@ -9,7 +9,7 @@
 
 namespace Veyra::Orbis::Plugins {
 
-// One disk drive as Win32_DiskDrive reports it. Texts are narrow, UTF-8 as WMI delivers them.
+// One row of Win32_DiskDrive. Texts are narrow, in UTF-8 as WMI delivers them.
 struct DiskDeviceInfo {
     std::uint32_t index = 0;  // physical drive number: the N of PhysicalDriveN
     std::uint32_t scsiPort = 0;
@@ -18,7 +18,7 @@ struct DiskDeviceInfo {
     std::string firmwareRevision;
 };
 
-// The disk inventory that gives every collector the same key for the same disk, and the normalisation of what firmware returns.
+// The disk inventory, from which every collector takes the same key for the same disk, and the normalisation of firmware data.
 class StorageHelper {
 public:
     // Every disk drive, in the order of WMI's rows. A row with a property that cannot be read is left out; a failure of the query

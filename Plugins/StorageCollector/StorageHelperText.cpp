@@ -13,7 +13,7 @@ bool IsNotZero(char character) { return character != '\0'; }
 bool IsNotSpace(char character) { return std::string_view{" \t\n\v\f\r"}.find(character) == std::string_view::npos; }
 bool IsNotBackspace(char character) { return character != '\b'; }
 
-// From the first character that is kept to the last one.
+// The text from the first kept character to the last one.
 template <bool (*keep)(char)>
 std::string_view TrimEnds(std::string_view text)
 {
@@ -32,7 +32,7 @@ std::string StorageHelper::TrimInvalidChar(const std::string& text) { return std
 
 std::string StorageHelper::Trim(const std::string& text)
 {
-    // The order matters: a backspace at an end keeps the white space before it from being removed.
+    // The order matters: white space before a backspace at the end is not removed.
     return std::string{TrimEnds<IsNotBackspace>(TrimEnds<IsNotSpace>(TrimEnds<IsNotZero>(text)))};
 }
 

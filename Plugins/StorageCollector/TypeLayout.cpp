@@ -75,11 +75,11 @@ public:
     [[nodiscard]] Address Found() const { return m_IsAmbiguous ? 0 : m_Found; }
 
 private:
-    // More than any class has; type information that goes round in circles ends there.
+    // More than any class has. The limit also ends a walk over cyclic type information.
     static constexpr unsigned kDepth = 16;
     static constexpr std::uint32_t kClasses = 256;
 
-    // The class of a type_info object, by its own type information: modules have copies of it, all of one name.
+    // The class of a type_info object, by its own type information: modules have separate copies of it with the same name.
     static bool IsOfKind(Address type, std::string_view kind)
     {
         const auto table = Read<Address>(type);
@@ -112,7 +112,7 @@ private:
     std::uint32_t m_Visited = 0;
 };
 
-// ---- The Microsoft C++ ABI for 64-bit programs: addresses are distances from the image's beginning
+// ---- The Microsoft C++ ABI for 64-bit programs: addresses are offsets from the image's start
 
 struct Locator {  // _RTTICompleteObjectLocator
     std::uint32_t signature;
@@ -141,7 +141,7 @@ static_assert(sizeof(Locator) == 24 && sizeof(Hierarchy) == 16 && sizeof(Base) =
 constexpr std::uint32_t kSignature64 = 1;
 constexpr Address kNameInType = 16;  // _TypeDescriptor: a table pointer, a spare word, the name
 
-// A locator's own distance gives the start of the image; its class has a decorated name.
+// The start of the image follows from a locator's own offset; the locator's class has a decorated name.
 std::optional<Locator> LocatorBefore(Address table, Address& at)
 {
     at = Read<Address>(table - sizeof(Address)).value_or(0);

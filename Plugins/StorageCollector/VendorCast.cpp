@@ -11,8 +11,8 @@
 namespace Veyra::Orbis::Plugins {
 namespace {
 
-// Offset of the maker's interface in the objects of each virtual table that was seen; nothing when they do not have it. A table
-// belongs to one class, and libraries are never unloaded, so its type information is read once.
+// The offset of the maker's interface in the objects of each virtual table seen so far; empty when they do not have it. A table
+// belongs to one class, and libraries are never unloaded, so its type information is read only once.
 class KnownTables {
 public:
     // The distance from an object with this table.

@@ -21,7 +21,7 @@ private:
     maker::MakerArea m_Area;
 };
 
-// A vendor area in the maker's layout: freed through its first interface, read through its second.
+// A vendor area in the maker's layout: it is freed through its first interface and read through its second.
 class CustomizedControllerData final : public Destroyable<CustomizedControllerData, IIdentifyControllerData::IVendorSpecificInfo>,
                                        public ICustomizedControllerData {
 public:
@@ -38,7 +38,7 @@ private:
     maker::MakerArea m_Area;
 };
 
-// A vendor area in no layout known here: nothing to read.
+// A vendor area in an unknown layout, without accessors.
 class UnknownVendorSpecificInfo final
     : public Destroyable<UnknownVendorSpecificInfo, IIdentifyControllerData::IVendorSpecificInfo> {};
 

@@ -68,7 +68,7 @@ public:
     std::uint32_t TotalTimeForThermalManagementTemperature2() const noexcept override { return word<228, std::uint32_t>(); }
 
 private:
-    // 273, not 273.15: the whole kelvins of the log, and -273 for a sensor that is not there.
+    // 273, not 273.15: the log has whole kelvins, and -273 stands for a missing sensor.
     static std::int32_t Celsius(std::uint16_t kelvin) noexcept { return std::int32_t{kelvin} - 273; }
 };
 

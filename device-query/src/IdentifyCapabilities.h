@@ -5,8 +5,8 @@
 #include "Object.h"
 #include "sondix/IIdentifyControllerData.h"
 
-// The objects nested in Identify Controller. Each states its first byte and its length once; bits count
-// within it, and one outside it does not compile.
+// The objects nested in Identify Controller. Each states its first byte and its length once; bits are numbered within it, and a bit
+// outside it does not compile.
 namespace veyra::sondix::nvme {
 
 // CMIC

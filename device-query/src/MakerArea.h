@@ -30,7 +30,7 @@
 //     81      15  reserved, zero
 //     96     928  free
 //
-// A drive in this layout is the maker's, and only the maker's drives are asked for the log of MakerHealthLog.h.
+// A drive with this layout is one of the maker's, and only these are asked for the log of MakerHealthLog.h.
 namespace veyra::sondix::maker {
 
 class MakerArea : private Page<1024> {
@@ -51,7 +51,7 @@ public:
     // The area of a whole Identify Controller structure.
     explicit MakerArea(const Page<4096>& identify) noexcept : Page(identify.element<3072, 1024, 1>(0)) {}
 
-    // Signature, version, length and checksum are right. Nothing below means anything otherwise.
+    // Whether signature, version, length and checksum are correct. Otherwise the other accessors are meaningless.
     [[nodiscard]] bool IsRecognised() const noexcept { return HasSignature<kLength>(Bytes(), "VEYRA-ID", 1); }
 
     [[nodiscard]] nvme::NominalFormFactor FormFactor() const noexcept

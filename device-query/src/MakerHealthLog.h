@@ -9,8 +9,8 @@
 // file has an offset of it or its identifier.
 //
 // Log identifier D1h (vendor specific range C0h to FFh), 512 bytes, of the controller. Only drives whose Identify vendor area is in
-// the maker's layout (MakerArea.h) are asked for it: to another maker's drive the identifier means something else, or nothing, and
-// then every collection would leave an entry in that drive's Error Information log.
+// the maker's layout (MakerArea.h) are asked for it: for another maker's drive the identifier means something else, or is unknown,
+// and then every collection would leave an entry in that drive's Error Information log.
 //
 // Layout, version 1. Numbers are little-endian.
 //
@@ -42,7 +42,7 @@ public:
     static constexpr std::size_t kLength = 64;  // of the layout
     using Page::Page;
 
-    // Signature, version, length and checksum are right. Nothing below means anything otherwise.
+    // Whether signature, version, length and checksum are correct. Otherwise the other accessors are meaningless.
     [[nodiscard]] bool IsRecognised() const noexcept { return HasSignature<kLength>(Bytes(), "VEYRA-HL", 1); }
 
     [[nodiscard]] std::uint8_t WearLevelingCount() const noexcept { return word<12, std::uint8_t>(); }

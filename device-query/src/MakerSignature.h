@@ -9,8 +9,8 @@
 
 namespace veyra::sondix::maker {
 
-// The head that both of the maker's layouts begin with: an 8-byte signature, the version (16 bits, little-endian), the length of
-// the layout, and a byte that makes the sum of the `Length` bytes a multiple of 256, as SMBIOS and ACPI tables have it.
+// The header of both of the maker's layouts: an 8-byte signature, the version (16 bits, little-endian), the length of the layout,
+// and a byte that makes the sum of the `Length` bytes a multiple of 256, as in SMBIOS and ACPI tables.
 template <std::size_t Length, std::size_t Size>
 [[nodiscard]] bool HasSignature(const std::array<std::uint8_t, Size>& page, std::string_view signature,
                                 std::uint16_t version) noexcept

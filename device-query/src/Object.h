@@ -23,8 +23,8 @@ protected:
     ~Destroyable() = default;
 };
 
-// An object over `Size` bytes at byte `First` of an NVMe structure. It holds a copy of its bytes, so that it needs
-// nothing of the object that it came from.
+// An object over `Size` bytes at byte `First` of an NVMe structure. It has a copy of its bytes, so it does not depend on the object
+// that returned it.
 template <class Derived, class Interface, std::size_t First, std::size_t Size>
 class Object : public Destroyable<Derived, Interface>, protected Page<Size, First> {
 public:
@@ -40,7 +40,7 @@ protected:
     [[nodiscard]] const Page<Size, First>& Whole() const noexcept { return *this; }
 };
 
-// A new object for the caller; null when memory is short.
+// A new object for the caller; null when memory is exhausted.
 template <class T, class... Source>
 [[nodiscard]] T* New(const Source&... source) noexcept
 {

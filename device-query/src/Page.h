@@ -24,7 +24,7 @@ class Page {
 public:
     static constexpr std::size_t kSize = Size;
 
-    // Whether `length` bytes at byte `byte` are of this page.
+    // Whether `length` bytes at byte `byte` are inside this page.
     static constexpr bool Holds(std::size_t byte, std::size_t length) { return First <= byte && byte + length <= First + Size; }
 
     explicit Page(std::span<const std::uint8_t, Size> bytes) noexcept { std::copy_n(bytes.data(), Size, m_Bytes.data()); }
@@ -65,7 +65,7 @@ public:
         return static_cast<T>(value);
     }
 
-    // `Length` bytes at byte `Byte`, as they are; valid while the page lives.
+    // `Length` bytes at byte `Byte`, unchanged; valid while the page lives.
     template <std::size_t Byte, std::size_t Length>
     requires(Holds(Byte, Length)) [[nodiscard]] const Carray<Length>& bytes() const noexcept
     {
@@ -88,7 +88,7 @@ public:
     }
 
 private:
-    // An array of bytes begins the lifetime of the plain objects that are looked for in it (implicit object creation, C++20).
+    // An array of bytes implicitly creates the trivial objects that are read from it (C++20, implicit object creation).
     template <std::size_t Byte, class T>
     [[nodiscard]] const T& View() const noexcept
     {

@@ -19,7 +19,8 @@ namespace {
 using namespace orbis::platform;
 namespace protocol = orbis::protocol::nvme;
 
-// A property is asked for with no access at all: that needs no rights that an ordinary user lacks. The admin command needs both.
+// A property is requested on a handle without any access, which ordinary users may open. The admin command needs read and write
+// access.
 constexpr std::uint32_t kNoAccess = 0;
 constexpr std::uint32_t kReadWrite = kGenericRead | kGenericWrite;
 
@@ -35,8 +36,8 @@ DeviceHandle Open(std::int32_t drive, std::uint32_t access)
     return {port, port.Open(path.data(), access, kFileShareRead | kFileShareWrite, nullptr, kOpenExisting, 0, 0)};
 }
 
-// One request whose buffer holds the question and then the answer. Gives the Win32 error, and in `returned` the number of bytes
-// answered.
+// Sends one request, whose buffer contains the query and then the answer. Returns the Win32 error, and in `returned` the number of
+// bytes answered.
 template <std::size_t Size>
 std::uint32_t Ask(const DeviceHandle& device, std::uint32_t code, std::array<std::uint8_t, Size>& buffer, std::size_t question,
                   std::uint32_t& returned)
@@ -64,9 +65,9 @@ void Write(std::span<std::uint8_t> bytes, const T& value)
     std::memcpy(bytes.data(), &value, sizeof value);
 }
 
-// A protocol-specific property of the adapter, which is what asks the controller; the device's would ask one namespace (Win32:
-// "Working with NVMe drives"). The buffer has the query and the data in the question, the descriptor and the data in the answer;
-// both heads take 48 bytes, and data offsets count from byte 8. Gives the Win32 error.
+// Reads a protocol-specific property of the adapter, which asks the controller; the device's property would ask one namespace
+// (Win32: "Working with NVMe drives"). The buffer has a header and the data, as query and as answer; both headers take 48 bytes,
+// and data offsets count from byte 8. Returns the Win32 error.
 template <std::size_t Size>
 std::uint32_t QueryControllerProperty(const DeviceHandle& device, std::uint32_t dataType, std::uint32_t requestValue,
                                       std::span<std::uint8_t, Size> page)
@@ -104,7 +105,8 @@ std::uint32_t QueryControllerProperty(const DeviceHandle& device, std::uint32_t 
     return win32::kSuccess;
 }
 
-// The NVMe admin command Get Log Page (NVMe 1.4, 5.14) for the whole controller as a protocol command. Gives the Win32 error.
+// Sends the NVMe admin command Get Log Page (NVMe 1.4, 5.14) for the whole controller as a protocol command. Returns the Win32
+// error.
 template <std::size_t Size>
 std::uint32_t GetLogPage(const DeviceHandle& device, std::uint8_t identifier, std::span<std::uint8_t, Size> page)
 {
@@ -168,7 +170,7 @@ bool DriveExists(std::int32_t drive)
         case win32::kDevNotExist:
         case win32::kNoSuchDevice:
         case win32::kDeviceNotConnected:
-        // The process is short of a resource; this says nothing about the drive.
+        // The process lacks a resource; the drive may exist.
         case win32::kTooManyOpenFiles:
         case win32::kNotEnoughMemory:
             return false;
@@ -179,14 +181,14 @@ bool DriveExists(std::int32_t drive)
 
 StorageBusType QueryBusType(std::int32_t drive)
 {
-    // The SDK's STORAGE_PROPERTY_QUERY is 12 bytes long with its padded variable tail, and storage drivers insist on them.
+    // The SDK's STORAGE_PROPERTY_QUERY has 12 bytes with its padded variable part, and storage drivers require all of them.
     constexpr std::size_t kQuestion = 12;
     constexpr std::size_t kHead = sizeof(StorageDeviceDescriptorHead);
 
     StoragePropertyQueryHead query;
     query.propertyId = kStorageDeviceProperty;
     query.queryType = kPropertyStandardQuery;
-    alignas(8) std::array<std::uint8_t, 1024> buffer{};  // room for the identification texts that follow the head
+    alignas(8) std::array<std::uint8_t, 1024> buffer{};  // with room for the identification texts after the header
     Write(buffer, query);
     const auto device = Open(drive, kNoAccess);
     std::uint32_t returned = 0;

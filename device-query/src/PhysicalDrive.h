@@ -5,14 +5,14 @@
 
 #include "sondix/Enums.h"
 
-// Physical drives through the platform's device requests. Each function opens the drive, asks and closes it again; nothing is kept,
-// so all are safe to call from several threads at once.
+// Access to physical drives through the DeviceIo port. Each function opens the drive, sends its requests and closes it again. There
+// is no state, so all functions may be called on several threads at once.
 //
-// What a driver returns is checked (returned length, version, size, offset and length of the data) before a byte of it is read; an
-// answer that is short or contradicts itself counts as none.
+// Every answer of a driver is checked (returned length, version, size, offset and length of the data) before a byte of it is read;
+// a short or inconsistent answer counts as none.
 namespace veyra::sondix {
 
-// The drive is there, even when it refuses to be opened.
+// Whether the drive exists, even if it cannot be opened.
 [[nodiscard]] bool DriveExists(std::int32_t drive);
 
 // BusTypeUnknown when the drive does not answer.
@@ -24,8 +24,8 @@ namespace veyra::sondix {
 // The log page of the controller into `page`.
 [[nodiscard]] bool ReadLogPage(std::int32_t drive, std::uint8_t identifier, std::span<std::uint8_t, 512> page);
 
-// The same for a log of the vendor's. Windows serves those as a property only where the driver knows them; a driver that does not
-// refuses the function, and the log is then asked for with the admin command itself.
+// The same for a vendor specific log. Windows serves such a log as a property only if the driver knows it; otherwise the driver
+// refuses the request, and the log is read with the admin command itself.
 [[nodiscard]] bool ReadMakerLogPage(std::int32_t drive, std::uint8_t identifier, std::span<std::uint8_t, 512> page);
 
 }  // namespace veyra::sondix

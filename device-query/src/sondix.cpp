@@ -16,7 +16,7 @@ using namespace veyra::sondix;
 
 namespace {
 
-// Runs `make`; memory that runs short on the way gives null, as it does in an allocation of the library's own.
+// Runs `make`; returns null when memory is exhausted.
 template <class Make>
 auto NullWhenMemoryIsShort(Make make) -> decltype(make())
 {
@@ -62,7 +62,7 @@ nvme::IHealthInfo* SX_CALL SXNvmNewHealthInfo(std::int32_t drive)
 nvme::ICustomizedHealthInfo* SX_CALL SXNvmNewCustomizedHealthInfo(std::int32_t drive)
 {
     return NullWhenMemoryIsShort([drive]() -> nvme::ICustomizedHealthInfo* {
-        // Another maker's drive would count the request among its errors, every time.
+        // Another maker's drive would log every such request as an error.
         std::array<std::uint8_t, 4096> identify{};
         if (!ReadIdentifyController(drive, identify) || !maker::MakerArea(Page<4096>(identify)).IsRecognised()) {
             return nullptr;

@@ -3,10 +3,10 @@
  *
  *     host_in_c PLUGIN [SIMULATED_LIBRARY MACHINE_FILE]
  *
- * With a simulated machine, the plug-in sees that machine instead of this one. Of a message this host reads three texts on its own;
- * one that reads more uses a protocol-buffer library and the .proto files.
+ * With a simulated machine, the plug-in sees that machine instead of this one. This host decodes three texts of a message itself; a
+ * host that needs more uses a protocol-buffer library and the .proto files.
  *
- * The plug-in is used on a thread of its own, which a device or a WMI provider that hangs may hold. This host only waits for it.
+ * The plug-in is used on a separate thread, which may block when a device or a WMI provider hangs. This host just waits for it.
  */
 #include <stdio.h>
 #include <string.h>
@@ -14,7 +14,7 @@
 
 #include "HostBorder/orbis_border.h"
 
-/* ---- Libraries and threads: what every system does its own way ---- */
+/* ---- Libraries and threads, which differ between systems ---- */
 
 /* What the thread does. */
 typedef struct Task {
@@ -27,8 +27,8 @@ typedef struct Task {
 /* After windows.h, which it needs. */
 #include <objbase.h>
 
-/* What the library needs is looked for beside it and in the system's folder, and nowhere else: the current folder or PATH could
- * hold somebody else's file of the same name. The search needs a full path. */
+/* The library's dependencies are searched for beside it and in the system's folder only, because the current folder or PATH could
+ * contain another file with the same name. The search needs a full path. */
 static void* load(const char* path)
 {
     char full[MAX_PATH];
@@ -42,8 +42,8 @@ static void* load(const char* path)
 }
 static void* find(void* library, const char* name) { return library != NULL ? (void*)GetProcAddress(library, name) : NULL; }
 
-/* A multi-threaded apartment for the life of the plug-in object. COM's security is set before the plug-in's first query would set
- * it for the whole process; a host that needs another one asks for it here. */
+/* A multi-threaded apartment for the life of the plug-in object. Also sets COM's security; otherwise the plug-in's first query
+ * would set it for the whole process. Other settings can be requested here. */
 static DWORD WINAPI run(void* context)
 {
     const Task* const task = context;
@@ -90,7 +90,7 @@ static int run_on_own_thread(Task* task)
         memcpy(&(function), &address, sizeof(function)); \
     } while (0)
 
-/* ---- What a host gives to the plug-in ---- */
+/* ---- The host's functions for the plug-in ---- */
 
 static void ORBIS_CALL on_log(void* context, const OrbisLogLine* line)
 {
@@ -124,9 +124,9 @@ static void print_failure(const OrbisFailure* failure)
     }
 }
 
-/* ---- Messages: as much of the protocol-buffer encoding as it takes to find a text ---- */
+/* ---- Messages: the part of the protocol-buffer encoding that is needed to find a text ---- */
 
-/* Takes one base-128 number off the front of `bytes`; 0 when there is no whole one. */
+/* Removes one base-128 number from the front of `bytes`; 0 when there is no complete one. */
 static int take_number(OrbisText* bytes, uint64_t* number)
 {
     unsigned shift;
@@ -143,7 +143,7 @@ static int take_number(OrbisText* bytes, uint64_t* number)
     return 0;
 }
 
-/* Takes `count` bytes off the front; 0 when there are not as many. */
+/* Removes `count` bytes from the front; 0 when there are fewer. */
 static int take_bytes(OrbisText* bytes, uint64_t count, OrbisText* taken)
 {
     if (count > bytes->length) {
@@ -227,7 +227,7 @@ static void print_result(const OrbisResult* result)
         size_t index;
         printf("  items: %zu\n", result->itemCount);
         for (index = 0; index < result->itemCount; ++index) {
-            /* A newer plug-in's items may be longer than this header knows them. */
+            /* The items of a newer plug-in may be longer than in this header. */
             print_item((const OrbisItem*)((const char*)result->items + index * result->itemSize));
         }
     }
@@ -240,7 +240,7 @@ static const OrbisOperation* operation_at(const OrbisRegistration* plugin, size_
     return (const OrbisOperation*)((const char*)plugin->operations + index * plugin->operationSize);
 }
 
-/* Prints what the plug-in is; returns the index of the operation with a name. */
+/* Prints the plug-in's name and operations; returns the index of the operation with a name. */
 static size_t describe(const OrbisRegistration* plugin, const char* wanted)
 {
     size_t found = plugin->operationCount;

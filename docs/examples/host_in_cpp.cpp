@@ -1,11 +1,11 @@
-// A host in C++: what host_in_c.c does, with typed messages and the host's exceptions.
+// A host in C++: does the same as host_in_c.c, with typed messages and the host's exceptions.
 //
 //     host_in_cpp PLUGIN [MACHINE_FILE]
 //
-// With a machine file, the plug-in sees the simulated machine of that file instead of this one. For that alone this example is
-// linked to the library of simulated machines.
+// With a machine file, the plug-in sees the simulated machine of that file instead of this one. Only for that purpose this example
+// is linked to the library of simulated machines.
 //
-// The plug-in is used on a thread of its own, which a device or a WMI provider that hangs may hold. This host only waits for it.
+// The plug-in is used on a separate thread, which may block when a device or a WMI provider hangs. This host just waits for it.
 #include <chrono>
 #include <cstdio>
 #include <exception>
@@ -25,8 +25,8 @@
 
 #include <objbase.h>
 
-// A multi-threaded apartment for the life of the plug-in object. COM's security is set before the plug-in's first query would set
-// it for the whole process; a host that needs another one asks for it here.
+// A multi-threaded apartment for the life of the plug-in object. Also sets COM's security; otherwise the plug-in's first query
+// would set it for the whole process. Other settings can be requested here.
 struct Apartment {
     Apartment()
     {
@@ -101,7 +101,7 @@ void Print(const HostException& failure)
     }
 }
 
-// Collects and prints; returns the id of the first item, or one that asks for all when there is none.
+// Collects and prints; returns the id of the first item, or the id for all items when there is none.
 ItemId Collect(PluginObject& plugin, const char* title, const ItemId& wanted, const CancellationToken* cancellation = nullptr)
 {
     std::cout << title << '\n';

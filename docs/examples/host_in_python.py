@@ -1,10 +1,10 @@
-"""A host in Python: what host_in_c.c does, over the package orbis_storage.
+"""A host in Python: does the same as host_in_c.c, with the package orbis_storage.
 
     host_in_python.py [PLUGIN [SIMULATED_LIBRARY MACHINE_FILE]]
 
 Without a plug-in's file, the installed one is loaded. With a simulated machine, the plug-in sees that machine instead of this one.
 
-The plug-in is used on a thread of its own, which a device or a WMI provider that hangs may hold. This host only waits for it.
+The plug-in is used on a separate thread, which may block when a device or a WMI provider hangs. This host just waits for it.
 """
 
 import ctypes
@@ -37,7 +37,7 @@ def collect(plugin, title, **how):
 
 
 def enter_apartment():
-    """On Windows, a multi-threaded apartment for the thread's life, and COM's security before the plug-in's first query sets it."""
+    """On Windows, enters a multi-threaded apartment for the life of the thread, and sets COM's security before the plug-in's first query."""
     if sys.platform == "win32":
         multithreaded, any_service, default_authentication, impersonate = 0, -1, 0, 3
         ctypes.windll.ole32.CoInitializeEx(None, multithreaded)

@@ -17,13 +17,13 @@ using namespace orbis::platform;
 namespace ata = orbis::protocol::ata;
 namespace scsi = orbis::protocol::scsi;
 
-// Failures carry lines that are fixed, because support quotes them; they are not lines of this file. All lines of
-// this unit are documented.
+// Failures have fixed line numbers, because support quotes them; they are not lines of this file. All lines of this unit are
+// documented.
 constexpr std::string_view kHardwareUnit = R"(cpp\Common\src\HardwareAccess)";
 constexpr std::uint32_t kTimeOutSeconds = 60;
 constexpr std::uint32_t kReadWrite = kGenericRead | kGenericWrite;
 
-// The SCSI pass-through request as it travels: the structure, then the sense area at offset 64; 128 bytes in and out.
+// The buffer of a SCSI pass-through request: the structure, then the sense area at offset 64; 128 bytes in and out.
 struct ScsiRequest {
     ScsiPassThroughDirect passThrough;
     std::array<std::uint8_t, 8> gap{};
@@ -75,7 +75,7 @@ std::u16string HardwareAccess::GetDevicePath(const DeviceInfoSet& deviceInfoSet,
     if (required == 0) {
         throw ResultException(hresult::kUnexpected, kHardwareUnit, 64);
     }
-    // At least the fixed header, even if the call returned a smaller size.
+    // At least the size of the fixed header, even if the call returned less.
     std::vector<std::uint8_t> detail(std::max(required, kDeviceInterfaceDetailHeaderSize));
     std::memcpy(detail.data(), &kDeviceInterfaceDetailHeaderSize, sizeof(kDeviceInterfaceDetailHeaderSize));
     if (!setup.DeviceInterfaceDetail(deviceInfoSet.Get(), interfaceData, detail.data(), required, &required)) {
@@ -108,8 +108,8 @@ std::vector<BasicDiskInfo> HardwareAccess::GetAllBasicDiskInfo(const MediaTypeLi
             disks.push_back(GetBasicDiskInfo(index, mediaTypes));
         }
     } catch (const std::exception&) {
-        // Normally the end of the enumeration. Intentional: any other failure ends the walk just as silently and hides the disks
-        // behind it.
+        // Normally the end of the enumeration. Intentional: any other failure also ends the walk silently and hides the disks after
+        // it.
         return disks;
     }
 }
@@ -172,7 +172,7 @@ std::optional<Sector> HardwareAccess::ReadLogPage9A(const std::u16string& path)
                 return data;
             }
         } catch (const std::exception&) {
-            // A page that cannot be asked for this way may be there the other way.
+            // A page that cannot be read in this way may be readable in the other way.
         }
     }
     return std::nullopt;

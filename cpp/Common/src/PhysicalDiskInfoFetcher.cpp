@@ -22,8 +22,8 @@ namespace {
 using namespace orbis::platform;
 using HardwareAccessLib::DiskDriveMediaType;
 
-// Failures carry lines that are fixed, because support quotes them; they are not lines of this file. Plain numbers are documented
-// lines, names are lines that this project added beside them.
+// Failures have fixed line numbers, because support quotes them; they are not lines of this file. Plain numbers are documented
+// lines; named ones are lines that this project added.
 constexpr std::string_view kDiskInfoUnit = R"(cpp\Common\src\PhysicalDiskInfoFetcher)";
 constexpr std::int32_t kOwnLineDriveStrings = 57;
 constexpr std::int32_t kOwnLineLayoutOpen = 203;
@@ -34,7 +34,7 @@ constexpr std::int32_t kOwnLineLayoutEntries = 212;
 // Text of the identifier of a partition that has none. No volume is joined to it.
 constexpr std::string_view kNoIdentifier = "00000000-0000-0000-0000-000000000000";
 
-// Windows keeps 128 entries for a GPT disk; tables that other systems made may have more. A reply that needs more than the second
+// Windows reserves 128 entries for a GPT disk; tables made by other systems may have more. A reply that needs more than the second
 // number is not a partition table.
 constexpr std::uint32_t kUsualEntries = 128;
 constexpr std::uint32_t kMostEntries = 1024;
@@ -47,8 +47,8 @@ std::string ToText(const Guid& guid)
                        tail[0], tail[1], tail[2], tail[3], tail[4], tail[5], tail[6], tail[7]);
 }
 
-// Text of a partition's GPT identifier. An MBR partition has none: the identifier that Windows gives it is elsewhere in the
-// entry, is made up anew for each disk signature, and is not the partition's own.
+// Text of a partition's GPT identifier. An MBR partition has none: Windows assigns it an identifier elsewhere in the entry, which
+// depends on the disk signature and is not stored in the partition table.
 std::string GuidOf(const PartitionInformationEx& partition)
 {
     return partition.partitionStyle == PartitionStyle::Gpt ? ToText(partition.gpt.partitionId) : std::string(kNoIdentifier);
@@ -93,7 +93,7 @@ std::string LogicalDriveLetters()
     return letters;
 }
 
-// What `read` reads, or nothing for a property that is NULL, missing or of another type.
+// The value that `read` returns, or empty for a property that is NULL, missing or of another type.
 template <class Read>
 auto IfKnown(Read&& read) -> std::optional<decltype(read())>
 {
@@ -117,7 +117,7 @@ bool KnownTrue(const WmiCommonLib& row, const char16_t* name)
     return IfKnown([&] { return row.GetBoolByField(name); }).value_or(false);
 }
 
-// "C:" of "C:\Windows\Minidump"; empty for a path without a drive letter. A path may have been typed in lower case.
+// "C:" of "C:\Windows\Minidump"; empty for a path without a drive letter. The path may be in lower case.
 std::string DriveOf(std::string_view path)
 {
     if (path.size() < 2 || path[1] != ':') {
@@ -250,7 +250,7 @@ void PhysicalDiskInfoFetcher::ReadDriveLayout(PhysicalDiskInfo& disk)
     if (head.partitionStyle == PartitionStyle::Gpt && head.gpt.diskId != Guid{}) {
         disk.guid = ToText(head.gpt.diskId);
     }
-    // Every entry, the empty ones too that fill an MBR up to a multiple of four: "Not Used" and without a size.
+    // Every entry, including the empty ones that fill an MBR up to a multiple of four: "Not Used" and without a size.
     for (std::uint32_t at = 0; at < head.partitionCount; ++at) {
         PartitionInformationEx entry;
         std::memcpy(&entry, reply.data() + sizeof(head) + at * sizeof(entry), sizeof(entry));

@@ -33,8 +33,8 @@ bool GetLittleEndian(const std::vector<std::uint8_t>& data, std::int32_t offset,
     return true;
 }
 
-// Collects the string set that begins at `at` and returns the index past its end: past the second of two zeros (which is also what
-// an empty set consists of), or the end of the bytes. Characters that no zero ends are no string.
+// Collects the string set that begins at `at` and returns the index after its end: after two zeros (an empty set consists of two
+// zeros), or the end of the bytes. Characters without a terminating zero are not a string.
 std::size_t ReadStrings(Bytes bytes, std::size_t at, std::vector<std::string>& strings)
 {
     while (at < bytes.size()) {
@@ -92,8 +92,8 @@ SmBiosTable::SmBiosTable(Bytes blob)
         if (entry->length < kEntryHeaderSize) {
             throw std::runtime_error("invalid entry length (" + std::to_string(entry->length) + "). DMI table is broken");
         }
-        // A formatted area that claims more than the table has left is kept as far as it goes; such an entry has no strings and is
-        // the last one.
+        // A formatted area that is longer than the rest of the table is truncated; such an entry has no strings and is the last
+        // one.
         const Bytes formatted = rest.first(std::min<std::size_t>(entry->length, rest.size()));
         entry->data.assign(formatted.begin(), formatted.end());
         rest = rest.subspan(ReadStrings(rest, formatted.size(), entry->strings));

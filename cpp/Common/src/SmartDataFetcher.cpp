@@ -17,7 +17,7 @@ using HardwareAccessLib::BasicDiskInfo;
 using HardwareAccessLib::DiskDriveMediaType;
 using HardwareAccessLib::Sector;
 
-// No line of this unit is documented, so its failures carry the line that raised them.
+// No line of this unit is documented, so its failures have the line that raised them.
 constexpr std::string_view kSmartUnit = R"(cpp\Common\src\SmartDataFetcher)";
 
 // A block begins with a 2-byte revision; entries of 12 bytes follow.
@@ -66,7 +66,7 @@ SmartDataCollection SmartDataFetcher::GetSmartInformation(const BasicDiskInfo& d
         }
         collection.name = IsSolidState(disk, collection) ? "SSD" : "SMART" + std::to_string(disk.physicalDriveNumber);
     } catch (...) {
-        // What was read so far is the answer; the name stays empty when the work ended before it.
+        // The values read so far are returned; the name is empty if the failure came before it.
     }
     return collection;
 }
@@ -107,12 +107,12 @@ void SmartDataFetcher::ParseSmartAttributes(SmartDataCollection& collection, con
             continue;
         }
         if (id == kSmartTemperature) {
-            // The current temperature alone; the bytes above it hold the lowest and highest. No normalised, worst or threshold
+            // Only the current temperature; the bytes above it are the lowest and highest. No normalised, worst or threshold
             // value.
             attribute->raw = bytes[5];
             continue;
         }
-        // Spin-up time, power-on hours and head-flying hours carry other counts above their low 32 bits.
+        // Spin-up time, power-on hours and head-flying hours have other counts above their low 32 bits.
         const bool isNarrow = id == kSmartSpinUpTime || id == kSmartPowerOnHours || id == kSmartHeadFlyingHours;
         attribute->raw = isNarrow ? Raw48(bytes) & 0xFFFFFFFFU : Raw48(bytes);
         attribute->normalised = bytes[3];

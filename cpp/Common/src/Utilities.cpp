@@ -7,7 +7,7 @@
 namespace Veyra::Orbis::Cpp::Common {
 namespace {
 
-// Capital letters from `first` to `last`, every `step`-th character, with the distance to their small ones.
+// Upper-case letters from `first` to `last`, every `step`-th character, with the distance to their lower-case letters.
 struct CapitalLetters {
     char16_t first;
     char16_t last;

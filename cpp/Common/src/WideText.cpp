@@ -29,14 +29,15 @@ std::int32_t ThrowIfNothing(std::int32_t bytes, std::int32_t line)
     return bytes;
 }
 
-// White space of Unicode, as iswspace of the Microsoft C library knows it.
+// The white space of the Microsoft C library's iswspace.
 constexpr bool IsSpace(char16_t c) noexcept
 {
     return (c >= 0x09 && c <= 0x0D) || c == 0x20 || c == 0x85 || c == 0xA0 || c == 0x1680 || (c >= 0x2000 && c <= 0x200A) ||
            c == 0x2028 || c == 0x2029 || c == 0x202F || c == 0x205F || c == 0x3000;
 }
 
-// The number parser of the Microsoft C library also accepts the decimal digits of other scripts. These are their zeros.
+// The number parser of the Microsoft C library also accepts the decimal digits of other scripts, so a provider that sends them is
+// read as on Windows. These are their zeros.
 constexpr std::array<char16_t, 17> kZeros{0x0030, 0x0660, 0x06F0, 0x0966, 0x09E6, 0x0A66, 0x0AE6, 0x0B66, 0x0C66,
                                           0x0CE6, 0x0D66, 0x0E50, 0x0ED0, 0x0F20, 0x1040, 0x17E0, 0x1810};
 constexpr char16_t kFullWidthZero = 0xFF10;

@@ -52,7 +52,7 @@ public:
     [[nodiscard]] Wmi& Port() const noexcept { return m_Port; }
     [[nodiscard]] VariantType Type() const noexcept { return m_Value.Get().type; }
 
-    // The pointer is looked at before the type, so NULL (whose payload is zero) raises `nullLine`.
+    // The pointer is checked before the type, so NULL (whose payload is zero) raises `nullLine`.
     [[nodiscard]] Bstr AsString(std::int32_t nullLine, std::int32_t typeLine) const
     {
         const Bstr text = m_Value.Get().AsString();
@@ -130,7 +130,7 @@ std::vector<std::uint8_t> WmiCommonLib::GetUint8ArrayByField(const char16_t* nam
     const Property property(*m_Query, name, 91);
     SafeArray* array = property.AsArray(VariantType::UInt8Array);
     std::int32_t upper = 0;
-    // Without an array: what SafeArrayGetUBound answers to a null pointer.
+    // Without an array: the error of SafeArrayGetUBound for a null pointer.
     ThrowIfFailed(array == nullptr ? hresult::kInvalidArgument : property.Port().ArrayUpperBound(array, 1, &upper), kWmiUnit, 93);
     // The lower bound is taken as 0, not read.
     std::vector<std::uint8_t> bytes;

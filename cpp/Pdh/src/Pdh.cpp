@@ -21,7 +21,7 @@ void ThrowUnlessOk(port::PdhStatus status, std::string_view call, std::string_vi
     }
 }
 
-// Owns an open query and the knowledge of the port that opened it; shared by the query and its counters.
+// Owns an open query, with the port that opened it; shared by the query and its counters.
 class QueryHandle {
 public:
     QueryHandle(port::Pdh& pdh, port::PdhQueryObject* query) noexcept : m_Pdh(pdh), m_Query(query) {}
@@ -49,8 +49,7 @@ protected:
         port::PdhCounterValue value;
         port::PdhStatus status =
             m_Query->Port().FormattedValue(m_Counter, port::pdh::kFormatDouble | port::pdh::kFormatNoCap100, &value);
-        // A call may succeed without a value, or fail with no other reason than that there is none. The counter's own status gives
-        // the reason.
+        // A call may succeed without a value, or fail only because there is none. The counter's own status is the reason.
         const bool isValid = value.status == port::pdh::kValidData || value.status == port::pdh::kNewData;
         if (!isValid && (status == port::pdh::kOk || status == port::pdh::kNotValidYet)) {
             status = value.status;
@@ -65,16 +64,16 @@ private:
     std::string m_Path;
 };
 
-// Objects whose instances are listed through a counter of every instance, and which counter. Enumerating them has PDH load the
-// counter libraries of every product on the machine and build its list of objects anew; a counter's own library is loaded anyway.
+// Objects whose instances are listed through a counter of every instance, and that counter. To enumerate them, PDH would load the
+// counter libraries of every product on the machine and rebuild its list of objects; the library of one counter is loaded anyway.
 struct Listed {
     std::string_view object;
     const char16_t* path;
 };
 constexpr Listed kListed[] = {{"PhysicalDisk", uR"(\PhysicalDisk(*)\% Idle Time)"}};
 
-// A list of names, asked for until the buffer has room for it, a few times at most: instances may be added between two calls. Empty
-// with another status than kOk.
+// A list of names, read again with a larger buffer until it fits, a few times at most, because instances may be added between two
+// calls. Empty with a status other than kOk.
 std::u16string Names(port::PdhStatus& status, const auto& list)
 {
     constexpr int kRounds = 5;
@@ -91,7 +90,7 @@ std::u16string Names(port::PdhStatus& status, const auto& list)
 // The instances of one object in a query of its own, so that listing them samples no other counters.
 class InstanceQuery {
 public:
-    // Nothing when PDH refuses it.
+    // Empty when PDH refuses it.
     [[nodiscard]] static std::unique_ptr<InstanceQuery> Open(port::Pdh& pdh, const char16_t* path)
     {
         port::PdhQueryObject* opened = nullptr;
@@ -154,7 +153,7 @@ public:
     }
 
 private:
-    // Nothing when the object is not listed so, or PDH fails to.
+    // Empty when the object is not listed in this way, or PDH fails.
     [[nodiscard]] std::optional<std::u16string> InstancesOfCounter(const std::string& objectName) const
     {
         const auto* listed = std::ranges::find(kListed, objectName, &Listed::object);
@@ -183,7 +182,7 @@ private:
     }
 
     std::shared_ptr<QueryHandle> m_Query;
-    mutable std::unique_ptr<InstanceQuery> m_Instances;  // of the one object in kListed
+    mutable std::unique_ptr<InstanceQuery> m_Instances;  // of the only object in kListed
 };
 
 }  // namespace

@@ -1,8 +1,8 @@
 #pragma once
 
-// SX_EXPORT marks the six functions that the library exports. Users get no dllimport on purpose: without it the same objects link
-// against the library or against a stand-in chosen at link time.
-// SX_CALL is the calling convention of the exports. Accessors are ordinary member functions; 64-bit Windows has one convention.
+// SX_EXPORT marks the six functions that the library exports. Intentional: users get no dllimport, so the same objects can be
+// linked with the library or with a stand-in. SX_CALL is the calling convention of the exports. Accessors are ordinary member
+// functions; 64-bit Windows has one convention.
 #if defined(_WIN32)
 #if defined(SONDIX_BUILD)
 #define SX_EXPORT __declspec(dllexport)

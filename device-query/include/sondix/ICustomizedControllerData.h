@@ -9,8 +9,8 @@ namespace veyra::sondix::nvme {
 
 // The maker's own part of the Identify vendor area.
 //
-// The one interface whose accessors begin at slot 0: it has no Destroy and is never passed to SXDelete. It is a view of an object
-// that is freed through its IVendorSpecificInfo pointer.
+// The only interface whose accessors begin at slot 0: it has no Destroy and must not be passed to SXDelete. It is a view of an
+// object that is freed through its IVendorSpecificInfo pointer.
 class ICustomizedControllerData {
 public:
     class IDeviceCategory;

@@ -447,7 +447,7 @@ protected:
 };
 
 // The vendor specific area. A run-time cast to ICustomizedControllerData succeeds exactly when the area is in the maker's layout.
-// What the cast gives is a view: the object is freed through this pointer.
+// The cast returns a view: the object is freed through this pointer.
 class IIdentifyControllerData::IVendorSpecificInfo : public IObject {
 protected:
     ~IVendorSpecificInfo() = default;

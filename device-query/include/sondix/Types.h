@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
-// Value types that cross the library's border, and the base of every object that it hands out. Their members are functions of the
-// including program, so no std::string crosses.
+// Value types that cross the library's border, and the base of every object that it returns. Their member functions are compiled
+// into the including program, so no std::string crosses the border.
 namespace veyra {
 
 // N bytes of text or of a raw number exactly as the drive returned them: not zero-terminated, padded with spaces or zeros.
@@ -19,7 +19,7 @@ struct Carray {
     // Empty when the first byte is zero, otherwise all N bytes, zeros inside or at the end included. Intentionally so for raw
     // numbers too, where it makes a number whose lowest byte is zero read as empty.
     [[nodiscard]] std::string Str() const { return std::string{View()}; }
-    // The same without a copy, valid while the array is.
+    // The same without a copy; valid as long as the array.
     [[nodiscard]] std::string_view View() const
     {
         return bytes[0] == 0 ? std::string_view{} : std::string_view{reinterpret_cast<const char*>(bytes), N};
@@ -56,7 +56,7 @@ static_assert(sizeof(Array<unsigned char, 3>) == 3);
 
 namespace sondix {
 
-// Base of every object that the library hands out: virtual table slot 0.
+// Base of every object that the library returns: virtual table slot 0.
 //
 // Slots are a binary contract: accessors keep their order, new ones are appended, none is overloaded. A virtual destructor would
 // take two slots in the Itanium C++ ABI and one in the Microsoft ABI, so an ordinary function destroys the object and the

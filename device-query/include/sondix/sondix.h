@@ -10,20 +10,20 @@
 #include "sondix/IIdentifyControllerData.h"
 #include "sondix/Types.h"
 
-// Device-query library: which physical drives there are, how they are attached, and what their NVMe controllers say.
+// Device-query library: the physical drives, their bus types, and the data of their NVMe controllers.
 //
-// Drive n is \\.\PhysicalDrive<n>. Every function may be called from several threads at once, for the same drive or for different
-// ones; an object is used by one thread at a time. Functions block for as long as the drive takes.
+// Drive n is \\.\PhysicalDrive<n>. Every function may be called on several threads at once, for the same drive or for different
+// ones; an object may be used by one thread at a time. Functions block until the drive answers.
 //
 // Every pointer returned, by a function here or by an accessor, is a new object owned by the caller and freed with SXDelete.
 //
-// Memory that runs short: the three SXNvmNew functions and the accessors that return an object return null. SXGetPhysicalDrives and
-// SXQueryStorageBusType have no such answer and let std::bad_alloc through, which only a caller built by the same compiler can
+// When memory is exhausted, the three SXNvmNew functions and the accessors that return an object return null. SXGetPhysicalDrives
+// and SXQueryStorageBusType cannot report this and throw std::bad_alloc, which only a caller built with the same compiler can
 // catch. SXDelete needs no memory and throws nothing.
 
 namespace veyra::sondix::nvme {
 
-// Reserved names of the interface. How drives are found and spoken to is the library's own affair: no function hands one out.
+// Reserved names of the interface. No function returns one, because the access to drives is internal to the library.
 class IScanner;
 class ICommunicator;
 

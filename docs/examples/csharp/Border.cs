@@ -1,5 +1,5 @@
-// The C border of collector plug-ins (HostBorder/orbis_border.h) as the runtime marshals it: structures, functions and numbers. Nothing here
-// is for hosts; they use StoragePlugin. It is the same source for .NET, .NET Framework and Mono.
+// The C border of collector plug-ins (HostBorder/orbis_border.h) for the runtime's marshaller: structures, functions and constants. Hosts use
+// StoragePlugin instead. The source is the same for .NET, .NET Framework and Mono.
 using System;
 using System.Collections.Generic;
 using System.IO;
@@ -120,7 +120,7 @@ namespace Orbis.Storage.Interop
         [UnmanagedFunctionPointer(CallingConvention.Cdecl)]
         public delegate IntPtr RegistrationFunction();
 
-        // The elements of an array. A newer plug-in may have made each longer than it is known here.
+        // The elements of an array. The elements of a newer plug-in may be longer than the structure here.
         public static IEnumerable<T> Elements<T>(IntPtr array, UIntPtr count, UIntPtr size)
         {
             for (ulong index = 0; index < (ulong)count; ++index)
@@ -128,7 +128,7 @@ namespace Orbis.Storage.Interop
         }
     }
 
-    // A plug-in object. A collection that runs keeps it.
+    // A plug-in object. It is not destroyed while a collection uses it.
     internal sealed class PluginHandle : SafeHandle
     {
         private readonly Border.DestroyFunction _destroy;
@@ -173,7 +173,7 @@ namespace Orbis.Storage.Interop
     internal static class NativeLibraries
     {
         private const int Now = 2; // RTLD_NOW
-        // What a library needs is looked for beside it (LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR) and in the system's folder
+        // A library's dependencies are searched for beside it (LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR) and in the system's folder
         // (LOAD_LIBRARY_SEARCH_SYSTEM32), never in the current folder or PATH.
         private const uint OwnFolderAndSystem = 0x100 | 0x800;
 

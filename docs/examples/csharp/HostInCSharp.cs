@@ -1,11 +1,11 @@
-// A host in C#: what host_in_c.c does, over StoragePlugin.
+// A host in C#: does the same as host_in_c.c, with StoragePlugin.
 //
 //     HostInCSharp PLUGIN [SIMULATED_LIBRARY MACHINE_FILE]
 //
-// With a simulated machine, the plug-in sees that machine instead of this one. Messages are read as JSON, which the library of insight
-// makes of them.
+// With a simulated machine, the plug-in sees that machine instead of this one. Messages are read as JSON, into which orbis-insight converts
+// them.
 //
-// The plug-in is used on a thread of its own, which a device or a WMI provider that hangs may hold. This host only waits for it.
+// The plug-in is used on a separate thread, which may block when a device or a WMI provider hangs. This host just waits for it.
 using System;
 using System.Collections.Generic;
 using System.Runtime.InteropServices;
@@ -33,7 +33,7 @@ internal static class HostInCSharp
 
     private static void UsePlugin(string file)
     {
-        // COM's security, before the plug-in's first query sets it for the whole process; a host that needs another one asks for it here.
+        // Sets COM's security; otherwise the plug-in's first query would set it for the whole process. Other settings can be requested here.
         const uint defaultAuthentication = 0, impersonate = 3;
         if (Environment.OSVersion.Platform == PlatformID.Win32NT)
             CoInitializeSecurity(IntPtr.Zero, -1, IntPtr.Zero, IntPtr.Zero, defaultAuthentication, impersonate, IntPtr.Zero, 0, IntPtr.Zero);

@@ -13,7 +13,7 @@ namespace Orbis.Storage
     public sealed class StorageInsight
     {
         private readonly InsightBorder.Table _table;
-        private readonly IntPtr _later; // where the functions begin that came after release 0.1
+        private readonly IntPtr _later; // the functions that were added after release 0.1
         private readonly int _laterCount;
 
         // Loads the library from the folder of the plug-in.

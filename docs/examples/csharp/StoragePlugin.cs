@@ -12,7 +12,7 @@ namespace Orbis.Storage
 {
     public enum LogLevel { Error = 1, Warning = 2, Debug = 3, Trace = 4 }
 
-    // One log line. The message is text as it is, never a format.
+    // One log line. The message is plain text, not a format.
     public sealed class LogLine
     {
         public LogLevel Level { get; internal set; }
@@ -36,7 +36,7 @@ namespace Orbis.Storage
         public byte[] Message { get; internal set; }          // serialised; null when the item has none, which is not an empty message
     }
 
-    // What a plug-in failed with; what caused it is the inner exception.
+    // A failure of a plug-in; its cause is the inner exception.
     public sealed class CollectionException : Exception
     {
         internal CollectionException(int kind, string typeName, string message, Exception inner) : base(message, inner)
@@ -53,7 +53,7 @@ namespace Orbis.Storage
             (exception as CollectionException)?.TypeName ?? exception.GetType().FullName;
     }
 
-    // A plug-in with one plug-in object. Any thread may use it.
+    // A plug-in with one plug-in object. Its methods may be called on any thread.
     public sealed class StoragePlugin : IDisposable
     {
         private const int Canceled = 4; // ORBIS_FAILURE_CANCELED
@@ -62,9 +62,9 @@ namespace Orbis.Storage
         private readonly Border.Registration _table;
         private readonly Border.LogFunction _log; // the plug-in calls it until the object is destroyed
         private readonly PluginHandle _plugin;
-        private readonly object[] _operationLocks; // one operation of an object must not run twice at a time
+        private readonly object[] _operationLocks; // the same operation of an object must not run twice at the same time
 
-        // Loads a plug-in and creates an object that hands its log lines to `log` (null: nobody). What `log` throws is lost.
+        // Loads a plug-in and creates an object that passes its log lines to `log` (null: no log). Exceptions of `log` are ignored.
         public StoragePlugin(string file, Action<LogLine> log = null)
         {
             IntPtr table = NativeLibraries.Function<Border.RegistrationFunction>(file, "OrbisPluginRegistration")();
@@ -91,8 +91,9 @@ namespace Orbis.Storage
         public string Description => _table.Description.ToString();
         public IReadOnlyList<Operation> Operations { get; }
 
-        // Collects a datatype, by its full name or the last part of it: all items, or the one of an id. Null is the plug-in's null, which is
-        // not an empty list. Throws CollectionException, and OperationCanceledException when the token was cancelled before it began.
+        // Collects all items of a datatype (its full name or the last part of it), or the item with an id. Returns null if the plug-in returns
+        // no list, which differs from an empty list. Throws CollectionException, and OperationCanceledException when the token was cancelled
+        // before the collection began.
         public IReadOnlyList<CollectedItem> Collect(string datatype, string itemId = null, CancellationToken token = default(CancellationToken))
         {
             int index = IndexOf(datatype);
@@ -112,7 +113,7 @@ namespace Orbis.Storage
 
         public void Dispose() => _plugin.Dispose();
 
-        // Puts the simulated machine of a file in the place of this one, for the whole process; before the first plug-in object.
+        // Replaces this machine by the simulated machine of a file, for the whole process. Call it before the first plug-in object is created.
         public static void UseMachine(string simulatedLibrary, string machineFile)
         {
             var error = new byte[1024];
@@ -135,7 +136,7 @@ namespace Orbis.Storage
             throw new ArgumentException(Name + " does not collect " + datatype, nameof(datatype));
         }
 
-        // The contents of an answer; frees it.
+        // The contents of a result; frees the result.
         private IReadOnlyList<CollectedItem> Take(IntPtr answer, CancellationToken token)
         {
             try
@@ -179,7 +180,7 @@ namespace Orbis.Storage
             }
             catch (Exception)
             {
-                // Nothing may pass through the plug-in's C.
+                // No exception may pass through the plug-in's C functions.
             }
         }
     }

@@ -30,7 +30,7 @@ std::string TextOfError(DWORD error)
 
 }  // namespace
 
-// The plug-in's own folder and the system's are searched for what it depends on; the current folder and PATH are not.
+// Dependencies of the plug-in are searched for in its own folder and the system's, not in the current folder or PATH.
 DynamicLibrary::DynamicLibrary(const std::filesystem::path& absolutePath)
     : m_Handle(LoadLibraryExW(absolutePath.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32))
 {

@@ -11,7 +11,7 @@ namespace {
 const OrbisRegistration& RegistrationOf(const std::filesystem::path& library)
 {
     std::error_code error;
-    // With the separators of the system: Windows does not look for a library's own ones beside a path with slashes.
+    // With the system's separators: for a path with slashes, Windows does not search the library's folder for its dependencies.
     const std::filesystem::path path = std::filesystem::absolute(library, error).make_preferred();
     if (error) {
         throw PluginLoadError("cannot load " + TextOf(library) + ": " + error.message());

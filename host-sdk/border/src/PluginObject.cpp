@@ -8,7 +8,7 @@ namespace orbis::border {
 
 using namespace Veyra::Orbis::Sdk::Exceptions;
 
-// Where the log lines of one plug-in object go; its address is the context of the border's log function.
+// The receiver of one plug-in object's log lines; its address is the context of the border's log function.
 struct PluginObject::LogSink {
     std::shared_ptr<common::IZelLog> log;
 
@@ -134,7 +134,7 @@ std::optional<std::vector<SerializedItem>> PluginObject::Collect(std::size_t ope
                                                                  const common::CancellationToken* cancellationToken)
 {
     const OrbisText id{itemId.ToString().data(), itemId.ToString().size()};
-    // The border hands the context back as it got it; it is never written through.
+    // The border passes the context back unchanged; nothing is written through it.
     const OrbisCancellation cancellation{sizeof(OrbisCancellation), &IsCancellationRequested,
                                          const_cast<common::CancellationToken*>(cancellationToken)};
     const Result result(m_Registration->collect(m_Plugin, operation, itemId.IsAll() ? nullptr : &id,

@@ -21,7 +21,7 @@ inline std::string TextOf(const std::filesystem::path& path)
     return {text.begin(), text.end()};
 }
 
-// An element of an array whose elements may be longer than this program knows them.
+// An element of an array whose elements may be longer than in this program's header.
 template <class T>
 const T& ElementOf(const T* array, std::size_t elementSize, std::size_t index) noexcept
 {

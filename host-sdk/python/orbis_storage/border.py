@@ -1,4 +1,4 @@
-"""The C border of collector plug-ins (HostBorder/orbis_border.h) as ctypes sees it. Structures and numbers only."""
+"""The structures and constants of the C border of collector plug-ins (HostBorder/orbis_border.h) for ctypes."""
 
 from __future__ import annotations
 
@@ -79,5 +79,5 @@ Element = TypeVar("Element", bound=Structure)
 
 
 def elements(kind: Type[Element], array: int, count: int, size: int) -> Iterator[Element]:
-    """The elements of an array. A newer plug-in may have made each longer than it is known here."""
+    """The elements of an array. The elements of a newer plug-in may be longer than this package's structure."""
     return (kind.from_address(array + index * size) for index in range(count))

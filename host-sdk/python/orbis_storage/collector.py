@@ -1,4 +1,4 @@
-"""The plug-in as an object of Python."""
+"""The plug-in as a Python object."""
 
 from __future__ import annotations
 
@@ -28,7 +28,7 @@ _EPOCH = datetime(1970, 1, 1, tzinfo=timezone.utc)
 
 @dataclass(frozen=True)
 class Operation:
-    """What a plug-in collects with one of its operations."""
+    """One collection operation of a plug-in."""
     name: str         #: for example "CollectSmartNvmeInfo"
     datatype: str     #: full name of the message
     description: str
@@ -57,7 +57,7 @@ def _message_class(datatype: str) -> Type[Message]:
 
 
 class Plugin:
-    """A plug-in object. Use it as a context manager, or close() it. Any thread may use it."""
+    """A plug-in object. Use it as a context manager, or close() it. Its methods may be called on any thread."""
 
     def __init__(self, file: Optional[libraries.PathLike] = None, log: logging.Logger = logger):
         self.file = libraries.find_plugin() if file is None else file
@@ -73,7 +73,7 @@ class Plugin:
         self.operations = [Operation(str(operation.name), str(operation.datatype), str(operation.description))
                            for operation in border.elements(border.Operation, table.operations, table.operationCount,
                                                             table.operationSize)]
-        # One operation of an object must not run twice at a time.
+        # The same operation of an object must not run twice at the same time.
         self._locks = [threading.Lock() for _ in self.operations]
 
         def on_log(_: object, line_pointer: ctypes._Pointer[border.LogLine]) -> None:
@@ -83,13 +83,13 @@ class Plugin:
                 log.handle(log.makeRecord(log.name, level, str(line.file), line.line, "%s", (str(line.message),), None,
                                           str(line.function)))
 
-        # ctypes' function objects must live as long as the plug-in may call them.
+        # ctypes' function objects must exist as long as the plug-in may call them.
         self._host = border.Host(ctypes.sizeof(border.Host), border.LogFunction(on_log), None)
         self._object = ctypes.c_void_p()
         self._take(table.create(ctypes.byref(self._host), ctypes.byref(self._object)))
 
     def close(self) -> None:
-        """Destroys the plug-in object, when no collection uses it any more; the library stays loaded."""
+        """Destroys the plug-in object as soon as no collection uses it; the library stays loaded."""
         with contextlib.ExitStack() as stack:
             for lock in self._locks:
                 stack.enter_context(lock)
@@ -104,9 +104,9 @@ class Plugin:
 
     def collect(self, datatype: str, item_id: Optional[str] = None,
                 is_cancelled: Optional[Callable[[], bool]] = None) -> Optional[list[CollectedItem]]:
-        """Collects a datatype, named in full ("veyra.orbis.datatypes.SmartNvmeInfo") or by its last part: all items, or one.
+        """Collects all items of a datatype, or one. `datatype` is a full name ("veyra.orbis.datatypes.SmartNvmeInfo") or its last part.
 
-        None is the plug-in's null, which is not an empty list. Raises CollectionError and its subclasses.
+        Returns None if the plug-in returns no list, which differs from an empty list. Raises CollectionError and its subclasses.
         """
         index = self._index(datatype)
         text = border.Text.of(item_id) if item_id is not None else None
@@ -115,7 +115,7 @@ class Plugin:
         def ask(_: object) -> int:
             try:
                 return int(bool(is_cancelled and is_cancelled()))
-            except BaseException as error:  # it is raised again below: nothing may pass through C
+            except BaseException as error:  # raised again below, because no exception may pass through C
                 raised.append(error)
                 return 1
 
@@ -149,7 +149,7 @@ class Plugin:
             raise OrbisError(f"{datatype} of {item_id} is malformed: {error}") from error
 
     def _take(self, pointer: ctypes._Pointer[border.Result]) -> Optional[list[tuple[str, int, Optional[bytes]]]]:
-        """The contents of an answer as objects of Python; frees it."""
+        """The contents of a result as Python objects; frees the result."""
         try:
             result = pointer.contents
             if result.failure:
@@ -168,7 +168,7 @@ _shared_lock = threading.Lock()
 
 def collect(datatype: str, item_id: Optional[str] = None, *, plugin: Optional[libraries.PathLike] = None,
             is_cancelled: Optional[Callable[[], bool]] = None) -> list[CollectedItem]:
-    """Collects a datatype with a plug-in object that is made once and kept; `plugin` names another file than the installed one."""
+    """Collects a datatype with a plug-in object that is created once and kept. `plugin` is the file to use instead of the installed one."""
     file = str(plugin) if plugin is not None else str(libraries.find_plugin())
     with _shared_lock:
         if file not in _shared:
@@ -177,9 +177,9 @@ def collect(datatype: str, item_id: Optional[str] = None, *, plugin: Optional[li
 
 
 def use_machine(machine_file: libraries.PathLike, library: Optional[libraries.PathLike] = None) -> None:
-    """Puts the simulated machine of a file in the place of this one, for the whole process; before the first plug-in object.
+    """Replaces this machine by the simulated machine of a file, for the whole process. Call it before the first plug-in object is created.
 
-    `library` is the library of simulated machines, without it the one beside the installed plug-in.
+    `library` is the library of simulated machines; the default is the one beside the installed plug-in.
     """
     if library is None:
         library = libraries.beside(libraries.find_plugin(), "orbis-simulated")

@@ -1,4 +1,4 @@
-"""What this package raises. Everything derives from OrbisError."""
+"""The exceptions of this package. All derive from OrbisError."""
 
 from __future__ import annotations
 
@@ -12,7 +12,7 @@ class OrbisError(Exception):
 
 
 class PluginLoadError(OrbisError):
-    """The plug-in or another library cannot be loaded, or is of a version that this package does not know."""
+    """The plug-in or another library cannot be loaded, or has a version that this package does not support."""
 
 
 class MachineFileError(OrbisError):
@@ -20,7 +20,7 @@ class MachineFileError(OrbisError):
 
 
 class CollectionError(OrbisError):
-    """The plug-in reported a failure. What caused it is `inner`, which is also the exception's __cause__."""
+    """The plug-in reported a failure. Its cause is `inner`, which is also the exception's __cause__."""
 
     def __init__(self, message: str, type_name: str, kind: int, inner: Optional[CollectionError] = None):
         super().__init__(message)
@@ -30,7 +30,7 @@ class CollectionError(OrbisError):
         self.__cause__ = inner
 
     def chain(self) -> Iterator[CollectionError]:
-        """This failure and what caused it, outermost first."""
+        """This failure and its causes, outermost first."""
         error: Optional[CollectionError] = self
         while error is not None:
             yield error
@@ -42,11 +42,11 @@ class CanceledError(CollectionError):
 
 
 class NotSupportedError(CollectionError):
-    """The machine cannot answer."""
+    """The machine does not support the request."""
 
 
 class ItemNotFoundError(CollectionError):
-    """There is no item of the requested id."""
+    """There is no item with the requested id."""
 
 
 _CLASSES = {border.FAILURE_CANCELED: CanceledError, border.FAILURE_NOT_SUPPORTED: NotSupportedError,
@@ -54,7 +54,7 @@ _CLASSES = {border.FAILURE_CANCELED: CanceledError, border.FAILURE_NOT_SUPPORTED
 
 
 def from_failure(failure: border.Failure) -> CollectionError:
-    """The exception for a failure record. A failed collection is raised as the class of what caused it, where there is one."""
+    """The exception for a failure record. A failed collection is raised as the class of its cause, if it has one."""
     inner = from_failure(failure.inner.contents) if failure.inner else None
     kind = failure.kind
     cause = inner.kind if kind == border.FAILURE_ZEL and inner is not None else kind

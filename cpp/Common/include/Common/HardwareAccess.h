@@ -41,9 +41,9 @@ struct BasicDiskInfo {
 struct alignas(16) Sector : std::array<std::uint8_t, 512> {};
 static_assert(sizeof(Sector) == 512);
 
-// The one place that touches disks through the operating system rather than WMI. Stateless: every call opens and closes its own
-// handles and device sets, so several threads may call at once. Failures raise ResultException with the last Win32 error (or
-// E_UNEXPECTED), the unit cpp\Common\src\HardwareAccess and a line that support quotes.
+// Access to disks through device requests rather than WMI. Stateless: every call opens and closes its own handles and device sets,
+// so several threads may call at once. Failures raise ResultException with the last Win32 error (or E_UNEXPECTED), the unit
+// cpp\Common\src\HardwareAccess and a line that support quotes.
 class HardwareAccess {
 public:
     // The five platform calls are virtual, so that a derived class can replace the platform. The slots have this order.
@@ -96,7 +96,7 @@ public:
     [[nodiscard]] static std::u16string MakePhysicalDrivePath(std::uint32_t physicalDriveNumber);
 
 protected:
-    // Where a failure of a request comes from, as its exception says it: unit, line of the open and line of the request.
+    // The origin of a failed request as its exception reports it: unit, line of the open and line of the request.
     struct FailureSite {
         std::string_view unit;
         std::int32_t openLine;
@@ -105,7 +105,7 @@ protected:
     // Opens an existing device with `access`, shared, and raises the last Win32 error with `unit` and `line` when that fails.
     [[nodiscard]] orbis::platform::DeviceHandle OpenOrRaise(const std::u16string& path, std::uint32_t access, std::string_view unit,
                                                             std::int32_t line);
-    // Opens a device, sends one request and closes the device. Gives the number of bytes answered; raises the last Win32 error.
+    // Opens a device, sends one request and closes the device. Returns the number of bytes answered; raises the last Win32 error.
     std::uint32_t Send(const std::u16string& path, std::uint32_t access, std::uint32_t code, void* in, std::uint32_t inSize,
                        void* out, std::uint32_t outSize, const FailureSite& site);
     // The same for a request without input, whose answer is one structure.

@@ -73,7 +73,7 @@ public:
 private:
     // Fills in disk identifier and partitions, as yet without the facts of their volumes.
     void ReadDriveLayout(PhysicalDiskInfo& disk);
-    // The reply to IOCTL_DISK_GET_DRIVE_LAYOUT_EX, as long as it came.
+    // The reply to IOCTL_DISK_GET_DRIVE_LAYOUT_EX, in its returned length.
     [[nodiscard]] std::vector<std::uint8_t> RequestDriveLayout(std::uint32_t diskNumber);
     // Text of the identifier of the partition under a volume.
     [[nodiscard]] std::string ReadPartitionGuid(const std::u16string& volumePath);
@@ -81,7 +81,7 @@ private:
     void JoinVolumes(std::vector<PartitionInfo>& partitions);
 };
 
-// What the collectors call. Stateless: each operation works through a fetcher of its own.
+// The interface for the collectors. Stateless: each operation uses its own fetcher.
 class PhysicalDiskInfoProvider {
 public:
     [[nodiscard]] HardwareAccessLib::MediaTypeList FetchMediaTypes() const;
@@ -90,7 +90,7 @@ public:
     [[nodiscard]] PhysicalDiskInfo GetPhysicalDiskInfo(const HardwareAccessLib::BasicDiskInfo& basic) const;
     // Data read and written on the volume of a drive letter ("c") since it was mounted, in units of 2^20 bytes, rounded down.
     void GetMegaBytesTransferred(std::string_view driveLetter, std::int64_t& megaBytesRead, std::int64_t& megaBytesWritten) const;
-    // A disk of which nothing is known: no size, no identifier and no known media type, all three.
+    // Whether nothing is known of a disk: it has no size, no identifier and no known media type.
     [[nodiscard]] bool IsInvalidDisk(const PhysicalDiskInfo& disk) const noexcept;
 };
 

@@ -8,25 +8,26 @@
 
 namespace Veyra::Orbis::Cpp::Common {
 
-// One SMBIOS structure (DMTF DSP0134, 6.1): its formatted area and its strings. What a type means is the reader's business.
+// One SMBIOS structure (DMTF DSP0134, 6.1): its formatted area and its strings. Types are interpreted by the reader.
 struct SmBiosEntry {
     std::uint8_t type = 0;
-    // Length of the formatted area as the structure claims it, header included.
+    // Length of the formatted area as the structure reports it, header included.
     std::uint8_t length = 0;
     // The formatted area, header included. Shorter than `length` when the table ends inside it.
     std::vector<std::uint8_t> data;
     // String number n is element n - 1. Empty strings are not stored.
     std::vector<std::string> strings;
 
-    // The little-endian value at `offset` of the formatted area. False, and `value` as it was, unless all of it lies inside.
+    // The little-endian value at `offset` of the formatted area. False, with `value` unchanged, unless all of it is inside the
+    // area.
     [[nodiscard]] bool GetU8(std::int32_t offset, std::uint8_t& value) const noexcept;
     [[nodiscard]] bool GetU16(std::int32_t offset, std::uint16_t& value) const noexcept;
     [[nodiscard]] bool GetU32(std::int32_t offset, std::uint32_t& value) const noexcept;
-    // The string whose number is at `offset`. False, and `text` as it was, when there is no such string.
+    // The string whose number is at `offset`. False, with `text` unchanged, when there is no such string.
     [[nodiscard]] bool GetString(std::int32_t offset, std::string& text) const;
 };
 
-// The machine's SMBIOS structure table. Entries handed out outlive the table.
+// The machine's SMBIOS structure table. Its entries outlive the table.
 class SmBiosTable {
 public:
     using EntryList = std::vector<std::shared_ptr<const SmBiosEntry>>;

@@ -16,15 +16,15 @@ public:
 
     ~SmartDataFetcher() override = default;
 
-    // `wmiBlock`: VendorSpecific of MSStorageDriver_ATAPISmartData (362 bytes as a rule), or empty. Never raises: what could not be
-    // read is absent, and a failure after the device's own values ends the work with what was filled so far.
+    // `wmiBlock`: VendorSpecific of MSStorageDriver_ATAPISmartData (normally 362 bytes), or empty. Never raises: values that could
+    // not be read are absent. After a failure behind the device's own values, the values read so far are returned.
     [[nodiscard]] SmartDataCollection GetSmartInformation(const HardwareAccessLib::BasicDiskInfo& disk,
                                                           const std::vector<std::uint8_t>& wmiBlock);
     // SMART READ DATA into the collection; true when attributes were read from the device. Raises nothing.
     [[nodiscard]] bool ReadSmartData(const std::u16string& devicePath, SmartDataCollection& collection);
     // SMART READ THRESHOLDS; true when the block holds data. Raises ResultException when the device cannot be opened or asked.
     [[nodiscard]] bool ReadSmartThresholds(const std::u16string& devicePath, Sector& thresholds);
-    // The 30 entries of a SMART data block (ACS-4 A.6, vendor specific): ids that are not in the table are passed over.
+    // The 30 entries of a SMART data block (ACS-4 A.6, vendor specific): ids that are not in the table are skipped.
     static void ParseSmartAttributes(SmartDataCollection& collection, const Sector& block);
     // The entries of a thresholds block up to the first id 0.
     static void ParseSmartThresholds(SmartDataCollection& collection, const Sector& block);
@@ -40,7 +40,7 @@ private:
     [[nodiscard]] bool ReadSmartBlock(const std::u16string& devicePath, std::uint8_t features, Sector& block);
 };
 
-// What the collectors call: each operation works through a fetcher of its own.
+// The interface for the collectors: each operation uses its own fetcher.
 class SmartDataProvider {
 public:
     [[nodiscard]] std::vector<HardwareAccessLib::BasicDiskInfo> GetAllBasicDiskInfo(

@@ -37,8 +37,8 @@ public:
     void Next();
 
     // The getters read a property of the current row; call them only while IsEnd() is false. Text, boolean and array getters throw
-    // when the property is NULL or of another type. The 32-bit getters do not look at the type: they give the low 32 bits of the
-    // value as it is in memory, and 0 for NULL.
+    // when the property is NULL or of another type. The 32-bit getters ignore the type: they return the low 32 bits of the value in
+    // memory, and 0 for NULL.
 
     // Text as UTF-8.
     [[nodiscard]] std::string GetStringByField(const char16_t* name) const;
@@ -48,8 +48,8 @@ public:
     [[nodiscard]] std::vector<std::string> GetStringArrayByField(const char16_t* name) const;
     [[nodiscard]] std::int32_t GetInt32ByField(const char16_t* name) const;
     [[nodiscard]] std::uint32_t GetUint32ByField(const char16_t* name) const;
-    // WMI delivers 64-bit integers as decimal text. Text that is no number gives 0; a number above 2^63 - 1 gives 2^63 - 1, because
-    // it is read as a signed one.
+    // WMI delivers 64-bit integers as decimal text. Text that is not a number gives 0; a number above 2^63 - 1 gives 2^63 - 1,
+    // because it is read as a signed number.
     [[nodiscard]] std::uint64_t GetUint64ByField(const char16_t* name) const;
     [[nodiscard]] bool GetBoolByField(const char16_t* name) const;
 

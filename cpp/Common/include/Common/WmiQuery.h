@@ -14,7 +14,7 @@ public:
 
     // Connects to a WMI namespace of this machine, for example u"root\\cimv2".
     void Connect(const char16_t* path);
-    // Runs a complete WQL statement; the rows come with Next.
+    // Runs a complete WQL statement; Next fetches the rows.
     void Execute(const char16_t* query);
     // Whether there is a query whose rows Next can fetch.
     [[nodiscard]] bool HasRows() const noexcept { return static_cast<bool>(m_Enumerator); }
@@ -30,7 +30,7 @@ public:
     using ComCtx::Port;
 
 private:
-    // Destroyed, and so released, from the row back to the locator; COM is uninitialised after that.
+    // Members are destroyed, and so released, from the row back to the locator; then COM is uninitialised.
     orbis::platform::ComReference m_Locator;
     orbis::platform::ComReference m_Services;
     orbis::platform::ComReference m_Enumerator;

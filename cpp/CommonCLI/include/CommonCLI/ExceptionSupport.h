@@ -13,28 +13,28 @@
 
 namespace Veyra::Orbis::Cpp::Common {
 
-// What becomes of a not-supported failure.
+// How a not-supported failure is treated.
 enum class NotSupportedExceptionBehaviour {
-    ReThrow = 1,             // it leaves as it is, unlogged
-    WrapInZelException = 2,  // it is logged at Trace level and wrapped in ZelException
+    ReThrow = 1,             // rethrown unchanged and unlogged
+    WrapInZelException = 2,  // logged at Trace level and wrapped in ZelException
 };
 
 // Runs one request for one item, or for all.
 template <class R>
 using ItemHandlerDelegate = std::function<R(const Sdk::Common::Identifiers::ItemId&)>;
 
-// The one place where failures are translated for the host.
+// Translates all failures for the host.
 template <class R>
 class ItemHandler {
 public:
-    // The delegate's result. `ct` may be null; a cancellation leaves untranslated and unlogged, before the delegate is run.
-    // Whatever the delegate throws is logged once and leaves as ZelException, but for a not-supported failure under ReThrow.
+    // The delegate's result. `ct` may be null; a cancellation is thrown untranslated and unlogged, before the delegate is run.
+    // Every exception of the delegate is logged once and thrown as ZelException, except a not-supported failure under ReThrow.
     static R ExecuteHandlingException(const ItemHandlerDelegate<R>& itemHandlerDelegate,
                                       const Sdk::Common::Identifiers::ItemId& itemId,
                                       NotSupportedExceptionBehaviour notSupportedExceptionBehaviour, Orbis::Common::IZelLog& log,
                                       const Orbis::Common::CancellationToken* ct)
     {
-        // The host's name of this function, for every instance of the template.
+        // The host's name of this function, the same for every instance of the template.
         constexpr std::string_view kFunction =
             "Veyra::Orbis::Cpp::Common::ItemHandler<`generic-class-parameter-1'>::ExecuteHandlingException";
         constexpr std::string_view kFile = R"(cpp\CommonCLI\include\CommonCLI\ExceptionSupport)";
@@ -56,7 +56,7 @@ public:
             if (notSupportedExceptionBehaviour == NotSupportedExceptionBehaviour::ReThrow) {
                 throw;
             }
-            // Intentional: the only rule that does not log an error. A disk without a feature is no fault.
+            // Intentional: the only rule that does not log an error, because a disk without a feature is not faulty.
             log.Trace("Not Supported Exception : " + exception.Message(), __LINE__, kFile, kFunction);
             throw ZelException(exception.Clone());
         } catch (const HostException& exception) {

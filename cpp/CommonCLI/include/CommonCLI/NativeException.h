@@ -18,7 +18,8 @@ struct FailureText {
     std::string message;
     std::string fullText;  // type and message; of a host exception those of its inner exceptions too
 };
-// What is being thrown, a host exception or a native one or anything else. For catch-all blocks.
+// A description of the exception being handled, whether it is a host exception, a native one or anything else. For catch-all
+// blocks.
 [[nodiscard]] FailureText CurrentFailure();
 
 }  // namespace Veyra::Orbis::Cpp::Common

@@ -33,8 +33,8 @@ class IPdhCounter {
 public:
     virtual ~IPdhCounter() = default;
 
-    // Formatted value of the last sample, not capped at 100. Throws while it has none: before the second sample of a rate, or when
-    // the instance is gone.
+    // Formatted value of the last sample, not capped at 100. Throws while there is none: before the second sample of a rate, or
+    // when the instance has disappeared.
     template <class T>
     [[nodiscard]] T ReadValue() const
     {
@@ -61,7 +61,7 @@ public:
 
 class PdhQuery {
 public:
-    // Opens a query; without a data source over live counters. `userData` is handed to PDH and not used.
+    // Opens a query; without a data source it has live counters. `userData` is passed to PDH and not used.
     [[nodiscard]] static std::shared_ptr<IPdhQuery> OpenQuery(const std::optional<std::string>& dataSource,
                                                               std::uintptr_t userData);
 };

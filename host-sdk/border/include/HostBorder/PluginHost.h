@@ -29,13 +29,13 @@ namespace common = Veyra::Orbis::Common;
 using Veyra::Orbis::Sdk::Common::Identifiers::ItemId;
 using Veyra::Orbis::Sdk::Exceptions::HostException;
 
-// A library that is no plug-in, or cannot be loaded. The text names the library and the reason.
+// A library that is not a plug-in, or cannot be loaded. The text names the library and the reason.
 class PluginLoadError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
-// A failure for which there is no type of the host's own: kinds from ORBIS_FAILURE_NATIVE on, and those of plug-ins to come.
+// A failure for which the host has no type of its own: kinds from ORBIS_FAILURE_NATIVE on, including kinds of later plug-ins.
 class PluginFailure final : public HostException {
 public:
     PluginFailure(std::int32_t kind, std::string typeName, std::string message,
@@ -54,7 +54,7 @@ private:
     std::string m_TypeName;
 };
 
-// What a plug-in collects with one of its operations.
+// One collection operation of a plug-in.
 struct Operation {
     std::size_t index = 0;
     std::string name;      // for example "CollectSmartNvmeInfo"
@@ -69,15 +69,16 @@ struct SerializedItem {
     common::CollectionTime collectionTime;
 };
 
-// A plug-in object. Collections of different datatypes may run on several threads at a time, one of each.
+// A plug-in object. Different datatypes may be collected on several threads at the same time, but each datatype only once at a
+// time.
 class PluginObject {
 public:
     PluginObject(PluginObject&& other) noexcept;
     PluginObject& operator=(PluginObject&& other) noexcept;
     ~PluginObject();
 
-    // The items of datatype T, or no list (nullopt). Throws what the plug-in failed with: ZelException and the other host
-    // exceptions, with their inner exceptions; PluginFailure for the rest, and when the plug-in does not collect T.
+    // The items of datatype T, or no list (nullopt). Throws the plug-in's failure: ZelException and the other host exceptions, with
+    // their inner exceptions; PluginFailure for other failures, and when the plug-in does not collect T.
     template <class T>
     [[nodiscard]] common::CollectionList<T> Collect(const ItemId& itemId,
                                                     const common::CancellationToken* cancellationToken = nullptr)
@@ -122,7 +123,7 @@ class PluginHost {
 public:
     // Loads a library by its path; one without a folder is looked for in the current one only. Throws PluginLoadError.
     [[nodiscard]] static PluginHost Load(const std::filesystem::path& library);
-    // A table that is at hand already. Throws PluginLoadError when it is of another version.
+    // Uses a given table. Throws PluginLoadError when it has another version.
     explicit PluginHost(const OrbisRegistration& registration);
 
     [[nodiscard]] const std::string& Id() const noexcept { return m_Id; }

@@ -1,40 +1,41 @@
 /*
  * The border between a collector plug-in and its host, in C.
  *
- * A plug-in is a library with one exported function, OrbisPluginRegistration, which returns a table: what the plug-in is, which
- * datatypes it collects, and functions to create a plug-in object, to collect with it and to destroy it. Messages cross as
- * serialised protocol buffers, whose schema is the .proto files of orbis/datatypes.
+ * A plug-in is a library with one exported function, OrbisPluginRegistration, which returns a table: the plug-in's name and id, its
+ * datatypes, and functions to create a plug-in object, to collect with it and to destroy it. Messages cross the border as
+ * serialised protocol buffers; their schema is the .proto files of orbis/datatypes.
  *
  * Rules for both sides:
- * - Nothing else crosses: no C++ object, no exception, no allocator. Memory is freed by the side that made it. Whatever a host
- * passes in is read during the call only, but for the functions and the context of OrbisHost, which serve until the object is
+ * - Nothing else crosses: no C++ object, no exception, no allocator. Memory is freed by the side that allocated it. A host's
+ * arguments are read only during the call, except the functions and the context of OrbisHost, which are used until the object is
  * destroyed.
- * - Texts are UTF-8, given as pointer and length. They may hold zero bytes and need not end with one.
- * - A structure that begins with structSize says its own size there, in bytes, and grows at its end only. Read nothing that lies
- * beyond that size. Arrays say the size of one element: step by it, not by sizeof.
+ * - Texts are UTF-8, given as pointer and length. They may contain zero bytes and need not end with one.
+ * - A structure that begins with structSize states its own size there, in bytes, and grows only at its end. Read nothing beyond
+ * that size. Arrays state the size of one element: step by it, not by sizeof.
  * - The table's version changes only when an older host could not use the table. Refuse a version that you do not know.
  * - A library that registered a plug-in is never unloaded.
- * - A plug-in object may be used by several threads at a time, each with another operation; running one operation of an object
- * twice at a time, or destroying the object while another function uses it, is an error of the host. The host's functions are
+ * - A plug-in object may be used on several threads at the same time, each with a different operation. A host must not run the same
+ * operation of an object twice at the same time, nor destroy the object while another function uses it. The host's functions are
  * called on the thread that creates or collects, before that call returns.
  *
  * Threads and time, for hosts of a plug-in that reads disks:
- * - Collect on a thread that the host can spare. A device that hangs holds its thread: each ATA or SCSI request ends after 60
- * seconds, a maker's log of an NVMe drive after 10, and one disk can cost up to 11 requests of 60 seconds. Other device requests
- * end when the driver gives up, and a WMI provider is waited for without end. A collection cannot be interrupted: cancellation is
- * looked at once, before it begins.
+ * - Collect on a thread that may block. A device that hangs blocks its thread: each ATA or SCSI request ends after 60 seconds, a
+ * maker's log of an NVMe drive after 10, and one disk can cost up to 11 requests of 60 seconds. Other device requests end when the
+ * driver gives up, and for a WMI provider there is no limit. A collection cannot be interrupted: cancellation is checked once,
+ * before it begins.
  * - Windows: create, collect and destroy on threads that are in COM's multi-threaded apartment, or in none, and keep one thread in
- * that apartment (CoInitializeEx with COINIT_MULTITHREADED) from before create until after destroy. Never use a single-threaded
- * apartment's thread, such as one with windows: the plug-in uninitialises COM after each query, even if its own initialisation was
- * refused, and would take away the apartment of that thread.
- * - Windows: a process sets its COM security once. A host that cares calls CoInitializeSecurity before create; otherwise the first
- * query sets it to default authentication and impersonation for the whole process.
+ * that apartment (CoInitializeEx with COINIT_MULTITHREADED) from before create until after destroy. Never use a thread in a
+ * single-threaded apartment, such as one with windows: the plug-in uninitialises COM after each query, even if its own
+ * initialisation was refused, and would end that thread's apartment.
+ * - Windows: a process sets its COM security once. A host that needs certain settings calls CoInitializeSecurity before create;
+ * otherwise the first query sets default authentication and impersonation for the whole process.
  *
- * What one disk can do to the others:
- * - Two disks that the inventory (Win32_DiskDrive) does not list share the item id "Disk_". Two of one id end three datatypes with
- * a failure, PhysicalDiskStaticInfo, SmartStaticInfo and SmartDynamicInfo, and both NVMe datatypes if the two are NVMe drives.
- * - A drive letter that cannot be opened, or is no partition of a disk (a network drive, an optical drive without a disc), ends
- * PhysicalDiskStaticInfo with a failure and leaves PhysicalDiskDynamicInfo empty; the log says which request failed.
+ * How one disk can affect the others:
+ * - Two disks that the inventory (Win32_DiskDrive) does not list share the item id "Disk_". Two disks with one id end three
+ * datatypes with a failure, PhysicalDiskStaticInfo, SmartStaticInfo and SmartDynamicInfo, and both NVMe datatypes if the two are
+ * NVMe drives.
+ * - A drive letter that cannot be opened, or that is not a partition of a disk (a network drive, an optical drive without a disc),
+ * ends PhysicalDiskStaticInfo with a failure and leaves PhysicalDiskDynamicInfo empty; the log names the request that failed.
  */
 /* NOLINTBEGIN(modernize-*): this is C. */
 #ifndef ORBIS_BORDER_H
@@ -81,7 +82,7 @@ typedef struct OrbisLogLine {
     int32_t line;
 } OrbisLogLine;
 
-/* What a host gives to a plug-in object. */
+/* The host's functions for a plug-in object. */
 typedef struct OrbisHost {
     uint32_t structSize;
     /* Called for every log line; null drops them. */
@@ -92,7 +93,7 @@ typedef struct OrbisHost {
 /* Asks the host whether a request was cancelled. */
 typedef struct OrbisCancellation {
     uint32_t structSize;
-    /* Returns 0 to go on, anything else to cancel. */
+    /* Returns 0 to continue, any other value to cancel. */
     int32_t(ORBIS_CALL* isCancellationRequested)(void* context);
     void* context;
 } OrbisCancellation;
@@ -114,7 +115,7 @@ enum {
     ORBIS_FAILURE_INVALID_CALL = 11          /* the host passed what this header forbids; the message says what */
 };
 
-/* One failure and what caused it. */
+/* One failure with its cause. */
 typedef struct OrbisFailure {
     uint32_t structSize;
     int32_t kind;                     /* one of ORBIS_FAILURE_ */
@@ -131,7 +132,7 @@ typedef struct OrbisItem {
     OrbisText message;      /* the datatype's message, serialised */
 } OrbisItem;
 
-/* What create and collect answer; freed with OrbisRegistration.free. */
+/* The result of create and collect; freed with OrbisRegistration.free. */
 typedef struct OrbisResult {
     uint32_t structSize;
     int32_t hasList;             /* 0: no list (the host's null). An empty list is another thing: hasList 1, itemCount 0. */
