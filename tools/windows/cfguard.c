@@ -1,6 +1,6 @@
-/* The parts of Control Flow Guard that mingw-w64 10 lacks: the image's load configuration, and the check and dispatch pointers that
- * compiled code calls through. A loader that supports the guard sets these pointers to its own functions; otherwise the functions below
- * allow every call. Linked into every image with -u _load_config_used.
+/* What Control Flow Guard needs from a C runtime and mingw-w64 10 does not have: the image's load configuration, and the check and
+ * dispatch pointers that compiled code calls through. Where the loader knows the guard it puts its own functions into these
+ * pointers; where it does not, the ones below let every call pass. Linked into every image with -u _load_config_used.
  *
  * Layout: IMAGE_LOAD_CONFIG_DIRECTORY64 up to GuardLongJumpTargetCount; mingw-w64 10 declares it only up to SEHandlerCount. */
 #include <stdint.h>
