@@ -13,7 +13,7 @@ trap 'rm -rf --one-file-system "$root" "$root.before" "$root.after"' EXIT
 say() { printf '==> %s\n' "$*" >&2; }
 
 # Packages that the lines of docs/HOSTS.md need; they are installed before our packages and stay after them.
-tools="gcc g++ cmake make pkgconf libprotobuf-dev python3 python3-venv python3-pip python3-setuptools python3-wheel python3-protobuf
+tools="gcc g++ cmake make pkgconf libprotobuf-dev python3 python3-pip python3-setuptools python3-wheel python3-protobuf
     protobuf-compiler mono-mcs mono-runtime systemd"
 if [ ! -f "$base" ]; then
     say "a clean Debian (once)"
