@@ -42,6 +42,8 @@ Machine::Machine(Checked /*checked*/, const description::Machine& description)
 
 Machine::~Machine() = default;
 
+std::unique_ptr<Machine> Machine::Anew() const { return std::unique_ptr<Machine>(new Machine(Checked{}, m_State->description)); }
+
 OpenCounts Machine::OpenObjects() const
 {
     const auto& open = m_State->open;

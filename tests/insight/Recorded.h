@@ -35,11 +35,10 @@ struct RecordedRun {
     std::vector<CountedCall> calls;
 };
 
-inline RecordedRun Collect(const Description& description, std::span<const proof::Datatype> datatypes,
+inline RecordedRun Collect(const std::shared_ptr<simulated::Machine>& machine, std::span<const proof::Datatype> datatypes,
                            std::optional<Fault> fault = {})
 {
     RecordedRun run;
-    const auto machine = std::make_shared<simulated::Machine>(description);
     proof::PluginOnMachine plugin(machine);
     Journal journal(plugin.Faults());
     platform::Platform::Replace(&journal);
@@ -55,6 +54,11 @@ inline RecordedRun Collect(const Description& description, std::span<const proof
     run.recording = MakeRecording(journal.Take());
     run.notRecorded = machine->NotRecorded();
     return run;
+}
+
+inline RecordedRun Collect(const Description& description, std::span<const proof::Datatype> datatypes)
+{
+    return Collect(std::make_shared<simulated::Machine>(description), datatypes);
 }
 
 inline Description Replayed(const Recording& recording)

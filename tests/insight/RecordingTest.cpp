@@ -54,9 +54,9 @@ class RecordingFaultsTest : public testing::TestWithParam<FaultyCollection> {};
 
 TEST_P(RecordingFaultsTest, ReplayGivesTheSameOutcome)
 {
-    const Description laptop = Parsed(proof::MachineText("laptop-arm64"));
+    const auto laptop = simulated::ParseMachine(proof::MachineText("laptop-arm64"));
     const std::span datatype(&GetParam().datatype, 1);
-    const std::vector<CountedCall> calls = Collect(laptop, datatype).calls;
+    const std::vector<CountedCall> calls = Collect(laptop->Anew(), datatype).calls;
     std::size_t faults = 0;
     for (std::uint64_t call = 0; call < calls.size(); ++call) {
         const std::string& operation = calls[call].operation;
@@ -65,7 +65,7 @@ TEST_P(RecordingFaultsTest, ReplayGivesTheSameOutcome)
                 continue;
             }
             ++faults;
-            const RecordedRun recorded = Collect(laptop, datatype, Fault{call, kind});
+            const RecordedRun recorded = Collect(laptop->Anew(), datatype, Fault{call, kind});
             const RecordedRun replayed = Collect(Replayed(recorded.recording), datatype);
             const auto where = [&] { return operation + ' ' + calls[call].subject + " #" + std::to_string(call); };
             ASSERT_EQ(replayed.notRecorded, std::vector<std::string>{}) << where();

@@ -76,6 +76,7 @@ public:
         for (const proof::Datatype datatype : proof::kDatatypes) {
             m_Changing.asked.clear();
             m_Plain[datatype] = proof::Collect(*m_Plugin, datatype);
+            m_PlainValues[datatype] = ValuesOf(m_Plain[datatype]);
             for (const Answer& answer : m_Changing.asked) {
                 m_Users[answer].push_back(datatype);
             }
@@ -104,7 +105,7 @@ public:
             if (outcome == m_Plain[datatype]) {
                 return true;
             }
-            const SentValues before = ValuesOf(m_Plain[datatype]);
+            const SentValues& before = m_PlainValues[datatype];
             const SentValues now = ValuesOf(outcome);
             for (const auto& [path, value] : before) {
                 const auto same = now.find(path);
@@ -139,6 +140,7 @@ private:
     ChangingMachine m_Changing;
     std::unique_ptr<Veyra::Orbis::Plugins::StorageCollectorPlugin> m_Plugin;
     std::map<proof::Datatype, proof::Outcome> m_Plain;
+    std::map<proof::Datatype, SentValues> m_PlainValues;
     std::map<Answer, std::vector<proof::Datatype>> m_Users;
 };
 

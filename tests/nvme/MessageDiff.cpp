@@ -22,6 +22,9 @@ bool IsSame(const Message& one, const Message& other) { return one.SerializeAsSt
 
 void Compare(const Message& one, const Message& other, const std::string& prefix, std::set<std::string>& changed)
 {
+    if (IsSame(one, other)) {
+        return;
+    }
     const auto& reflection = *one.GetReflection();
     for (int i = 0; i < one.GetDescriptor()->field_count(); ++i) {
         const auto& field = *one.GetDescriptor()->field(i);

@@ -128,14 +128,14 @@ void AddLogDifference(const Lines& expected, const Lines& actual, Lines& parts)
             common[i][j] = expected[i] == actual[j] ? common[i + 1][j + 1] + 1 : std::max(common[i + 1][j], common[i][j + 1]);
         }
     }
+    static const std::regex kDrive("PhysicalDrive[0-9]+");
     std::set<std::string> told;
     for (std::size_t i = 0, j = 0; j < actual.size();) {
         if (i < expected.size() && expected[i] == actual[j]) {
             ++i, ++j;
         } else if (i < expected.size() && common[i + 1][j] >= common[i][j + 1]) {
             ++i;
-        } else if (const std::string text = std::regex_replace(actual[j++], std::regex("PhysicalDrive[0-9]+"), "PhysicalDriveN");
-                   told.insert(text).second) {
+        } else if (const std::string text = std::regex_replace(actual[j++], kDrive, "PhysicalDriveN"); told.insert(text).second) {
             parts.push_back("+" + text);
         }
     }

@@ -110,9 +110,9 @@ struct Consequence {
 // A machine, and two collections in a row without a fault on it.
 class Sweep {
 public:
-    explicit Sweep(const Swept& swept) : m_Datatype(swept.datatype), m_Swept(swept), m_Description(DescriptionOf(swept))
+    explicit Sweep(const Swept& swept) : m_Datatype(swept.datatype), m_Swept(swept), m_Machine(DescriptionOf(swept))
     {
-        PluginOnMachine plugin(std::make_unique<simulated::Machine>(m_Description));
+        PluginOnMachine plugin(m_Machine.Anew());
         fakes::JournalInForce journal;
         plugin.Construct();
         m_Constructed = plugin.Faults().Calls().size();
@@ -149,7 +149,7 @@ public:
 
     [[nodiscard]] Consequence Fail(std::size_t call, FaultKind kind) const
     {
-        PluginOnMachine plugin(std::make_unique<simulated::Machine>(m_Description));
+        PluginOnMachine plugin(m_Machine.Anew());
         plugin.Faults().FailAt(call, kind);
         plugin.Construct();
         Consequence consequence;
@@ -186,7 +186,7 @@ private:
 
     Datatype m_Datatype;
     const Swept& m_Swept;
-    description::Machine m_Description;
+    const simulated::Machine m_Machine;
     std::size_t m_Constructed = 0;
     std::vector<CountedCall> m_Calls;
     std::vector<std::string> m_Places;

@@ -23,6 +23,13 @@ std::vector<std::string> Split(std::string_view text, std::string_view separator
 
 bool MatchesOne(std::string_view pattern, std::string_view text)
 {
+    constexpr std::string_view kSpecial = "[*#";
+    const std::size_t plain = std::min(pattern.find_first_of(kSpecial), pattern.size());
+    if (!text.starts_with(pattern.substr(0, plain))) {
+        return false;
+    }
+    pattern.remove_prefix(plain);
+    text.remove_prefix(plain);
     if (pattern.empty()) {
         return text.empty();
     }
@@ -33,16 +40,10 @@ bool MatchesOne(std::string_view pattern, std::string_view text)
                MatchesOne(std::string(pattern.substr(1, end - 1)).append(pattern.substr(end + 1)), text);
     }
     if (pattern.front() == '*') {
-        return MatchesOne(rest, text) || (!text.empty() && MatchesOne(pattern, text.substr(1)));
+        return rest.empty() || MatchesOne(rest, text) || (!text.empty() && MatchesOne(pattern, text.substr(1)));
     }
-    if (text.empty()) {
-        return false;
-    }
-    if (pattern.front() == '#') {
-        const bool isDigit = std::isdigit(static_cast<unsigned char>(text.front())) != 0;
-        return isDigit && (MatchesOne(rest, text.substr(1)) || MatchesOne(pattern, text.substr(1)));
-    }
-    return pattern.front() == text.front() && MatchesOne(rest, text.substr(1));
+    const bool isDigit = !text.empty() && std::isdigit(static_cast<unsigned char>(text.front())) != 0;
+    return isDigit && (MatchesOne(rest, text.substr(1)) || MatchesOne(pattern, text.substr(1)));
 }
 
 bool IsAmong(FaultKind kind, std::string_view kinds)

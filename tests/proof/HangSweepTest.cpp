@@ -62,10 +62,16 @@ private:
     bool m_IsReached = false;
 };
 
+const simulated::Machine& Workstation()
+{
+    static const auto kMachine = simulated::ParseMachine(MachineText("workstation"));
+    return *kMachine;
+}
+
 // A collection of a machine without some sources.
 struct Collecting {
     explicit Collecting(const std::optional<Source>& late = std::nullopt, const HiddenDisk& known = {})
-        : plugin(simulated::ParseMachine(MachineText("workstation")))
+        : plugin(Workstation().Anew())
     {
         if (late && late->kind == Source::Kind::Device) {
             HiddenDisk disk = insight::HiddenDiskOf(platform::Utf8ToUtf16(late->name));
@@ -118,7 +124,7 @@ struct KnownDisks {
 
     KnownDisks()
     {
-        const auto machine = simulated::ParseMachine(MachineText("workstation"));
+        const auto machine = Workstation().Anew();
         for (const char* letters = "CDEFGHIJ"; *letters != 0; ++letters) {
             Ask(*machine, std::string(R"(\\.\)") + *letters + ':');
         }

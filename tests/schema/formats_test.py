@@ -54,7 +54,8 @@ def secrets(machine):
 
 
 def told(machine, page):
-    return {value for value, spellings in secrets(machine) if any(one in page.lower() for one in spellings)}
+    page = page.lower()
+    return {value for value, spellings in secrets(machine) if any(one in page for one in spellings)}
 
 
 def spoiled(item):

@@ -1,8 +1,10 @@
 """The comparison of a try-out, on a made-up one: what agrees, and each kind of disagreement."""
 
+import contextlib
 import copy
+import io
 import json
-import subprocess
+import runpy
 import sys
 import tempfile
 import zipfile
@@ -45,8 +47,17 @@ def compare(script, files, folder):
     with zipfile.ZipFile(archive, "w") as written:
         for name, document in files.items():
             written.writestr("elevated\\" + name, json.dumps(document).encode("utf-8-sig"))
-    run = subprocess.run([sys.executable, script, str(archive)], capture_output=True, text=True, check=False)
-    return run.returncode, run.stdout + run.stderr
+    output = io.StringIO()
+    before, sys.argv = sys.argv, [script, str(archive)]
+    try:
+        with contextlib.redirect_stdout(output), contextlib.redirect_stderr(output):
+            runpy.run_path(script, run_name="__main__")
+        status = 0
+    except SystemExit as end:
+        status = end.code
+    finally:
+        sys.argv = before
+    return status, output.getvalue()
 
 
 def main():

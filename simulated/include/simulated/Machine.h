@@ -50,6 +50,9 @@ public:
     Machine(const Machine&) = delete;
     Machine& operator=(const Machine&) = delete;
 
+    // Another machine of the same description, which is not checked again; as at its start, whatever was done with this one.
+    [[nodiscard]] std::unique_ptr<Machine> Anew() const;
+
     // What is open now, over all threads.
     [[nodiscard]] OpenCounts OpenObjects() const;
     // What was done that no correct user does: a handle closed twice, an interface used after its release or on a foreign thread, a
