@@ -67,7 +67,7 @@ protected:
     std::shared_ptr<orbis::fakes::RecordingLog> m_Log = std::make_shared<orbis::fakes::RecordingLog>();
 };
 
-// All lines of ordinary drives are in WorkstationTest.cpp.
+// All lines of ordinary drives are in tests/golden/workstation.log.
 TEST_F(NvmeRetrieverTest, RawBytesAreTracedAsUtf8WithTheirZeros)
 {
     m_Library.drives[0].bytes = {{"IIdentifyControllerData::FGUID", "\x01\0\xFF"s}, {"IIdentifyControllerData::UNVMCAP", "A"}};
