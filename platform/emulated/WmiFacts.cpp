@@ -11,6 +11,7 @@ WmiRow& WmiRow::Text(std::string_view name, std::string_view utf8) { return Add(
 WmiRow& WmiRow::Number(std::string_view name, std::uint32_t number) { return Add(name, Variant{VariantType::Int32, number}); }
 WmiRow& WmiRow::Big(std::string_view name, std::uint64_t number) { return Text(name, std::to_string(number)); }
 WmiRow& WmiRow::Flag(std::string_view name, bool value) { return Add(name, Variant{VariantType::Bool, value ? 0xFFFFU : 0U}); }
+WmiRow& WmiRow::TextOrNull(std::string_view name, std::string_view utf8) { return utf8.empty() ? Null(name) : Text(name, utf8); }
 WmiRow& WmiRow::Null(std::string_view name) { return Add(name, Variant{VariantType::Null, 0}); }
 
 WmiRow& WmiRow::Add(std::string_view name, WmiValue value)

@@ -48,6 +48,7 @@ public:
     WmiRow& Big(std::string_view name, std::uint64_t number);     // uint64: decimal text
     WmiRow& Flag(std::string_view name, bool value);
     WmiRow& Null(std::string_view name);
+    WmiRow& TextOrNull(std::string_view name, std::string_view utf8);  // null for an empty text
     WmiRow& Add(std::string_view name, WmiValue value);
 
 private:

@@ -6,7 +6,6 @@
 #include <wbemidl.h>
 
 #include <cstddef>
-#include <cstring>
 
 namespace orbis::platform {
 namespace {

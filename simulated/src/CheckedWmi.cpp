@@ -3,7 +3,6 @@
 
 #include <map>
 #include <thread>
-#include <utility>
 
 #include "MachineState.h"
 #include "platform/Forwarding.h"

@@ -1,7 +1,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
+#include <deque>
 #include <set>
 #include <unordered_map>
 
@@ -164,19 +164,22 @@ public:
     explicit SimulatedDeviceIo(MachineState& machine) : m_Machine(machine)
     {
         for (const description::Device& device : machine.description.device()) {
-            m_Devices.push_back({&device, BuildExchanges(device.exchange())});
-        }
-        for (const RawDevice& device : m_Devices) {
-            m_Paths[LowerAscii(device.description->path())].push_back({.device = &device});
+            m_Exchanges.push_back(BuildExchanges(device.exchange()));
+            m_Paths[LowerAscii(device.path())].push_back({.exchanges = &m_Exchanges.back(), .openError = device.open_error()});
         }
         for (const auto& disk : machine.disks) {
-            m_Paths[fmt::format(R"(\\.\physicaldrive{})", disk->number)].push_back({.disk = disk.get()});
-            m_Paths[LowerAscii(disk->interfacePath)].push_back({.disk = disk.get()});
+            const Target whole{.disk = disk.get(), .exchanges = &disk->exchanges};
+            m_Paths[fmt::format(R"(\\.\physicaldrive{})", disk->number)].push_back(whole);
+            m_Paths[LowerAscii(disk->interfacePath)].push_back(whole);
             for (const auto& volume : disk->volumes) {
+                const Target part{.disk = disk.get(),
+                                  .volume = volume.get(),
+                                  .exchanges = &volume->exchanges,
+                                  .openError = volume->description->open_error()};
                 // The volume's own path is opened without its last backslash.
                 const std::string own = LowerAscii(volume->guidPath);
-                m_Paths[own.substr(0, own.size() - 1)].push_back({.disk = disk.get(), .volume = volume.get()});
-                m_Paths[PathOf(volume->letter)].push_back({.disk = disk.get(), .volume = volume.get()});
+                m_Paths[own.substr(0, own.size() - 1)].push_back(part);
+                m_Paths[PathOf(volume->letter)].push_back(part);
             }
         }
         for (const description::LooseVolume& volume : machine.description.volume()) {
@@ -188,25 +191,26 @@ public:
 protected:
     Opened OpenPath(const std::string& path, std::uint32_t access) override
     {
-        Target target;
-        target.access = access;
-        const std::uint32_t error = Find(path, target);
-        m_Machine.Reach(target.disk, "an open");
-        return {error, std::make_shared<OpenTarget>(m_Machine, target)};
+        const Target* target = Find(path);
+        if (target == nullptr) {
+            return {win32::kFileNotFound, nullptr};
+        }
+        m_Machine.Reach(target->disk, "an open");
+        return {ErrorOf(*target, access), std::make_shared<OpenTarget>(m_Machine, *target)};
     }
 
     std::optional<platform::PowerState> PowerOfPath(const std::string& path) override
     {
         using platform::PowerState;
-        Target target;
-        if (Find(path, target) == win32::kFileNotFound) {
+        const Target* target = Find(path);
+        if (target == nullptr || ErrorOf(*target, 0) == win32::kFileNotFound) {
             return std::nullopt;
         }
-        if (target.disk == nullptr) {
+        if (target->disk == nullptr) {
             return PowerState::Unknown;
         }
-        target.disk->isKnownAsleep = target.disk->AsleepAt(m_Machine.clock.Seconds());
-        return target.disk->isKnownAsleep ? PowerState::Asleep : PowerState::Awake;
+        target->disk->isKnownAsleep = target->disk->AsleepAt(m_Machine.clock.Seconds());
+        return target->disk->isKnownAsleep ? PowerState::Asleep : PowerState::Awake;
     }
 
     std::string DriveLetters() override
@@ -225,64 +229,37 @@ protected:
     }
 
 private:
-    struct RawDevice {
-        const description::Device* description;
-        ExchangeList exchanges;
-    };
-
-    // What a path names; disks and volumes only while they are plugged in.
-    struct Named {
-        const RawDevice* device = nullptr;
-        const DiskModel* disk = nullptr;
-        const VolumeModel* volume = nullptr;
-        const description::LooseVolume* looseVolume = nullptr;
-    };
-
     static std::string PathOf(char letter)
     {
         return letter != 0 ? fmt::format(R"(\\.\{}:)", platform::emulated::LowerAscii(letter)) : std::string{};
     }
 
-    // What the path names, into `target`; the Win32 error of opening it.
-    std::uint32_t Find(const std::string& path, Target& target) const
+    // What the path names; disks and volumes only while they are plugged in.
+    const Target* Find(const std::string& path) const
     {
         const auto names = m_Paths.find(LowerAscii(path));
+        if (names == m_Paths.end()) {
+            return nullptr;
+        }
         const double now = m_Machine.clock.Seconds();
-        for (const Named& named : names != m_Paths.end() ? names->second : std::vector<Named>{}) {
-            if (named.device != nullptr) {
-                target.exchanges = &named.device->exchanges;
-                return named.device->description->open_error();
-            }
-            if (named.looseVolume != nullptr && (named.disk == nullptr || named.disk->PresentAt(now))) {
-                target.disk = named.disk;
-                target.looseVolume = named.looseVolume;
-                return OpenLooseVolume(target);
-            }
-            if (named.looseVolume == nullptr && named.disk->PresentAt(now)) {
-                target.disk = named.disk;
-                target.volume = named.volume;
-                target.exchanges = named.volume != nullptr ? &named.volume->exchanges : &named.disk->exchanges;
-                const std::uint32_t error = named.volume != nullptr ? named.volume->description->open_error() : win32::kSuccess;
-                return error != win32::kSuccess ? error : OpenDisk(target);
-            }
+        const auto isThere = [&](const Target& named) { return named.disk == nullptr || named.disk->PresentAt(now); };
+        const auto found = std::ranges::find_if(names->second, isThere);
+        return found != names->second.end() ? &*found : nullptr;
+    }
+
+    // The Win32 error of opening it.
+    std::uint32_t ErrorOf(const Target& target, std::uint32_t access) const
+    {
+        if (const description::LooseVolume* volume = target.looseVolume) {
+            const bool network = volume->has_drive_type() && volume->drive_type() == kDriveTypeNetwork;
+            return volume->has_open_error() ? volume->open_error() : network ? win32::kFileNotFound : CheckElevation(access);
         }
-        return win32::kFileNotFound;
-    }
-
-    std::uint32_t OpenLooseVolume(const Target& target) const
-    {
-        const description::LooseVolume& volume = *target.looseVolume;
-        const bool network = volume.has_drive_type() && volume.drive_type() == kDriveTypeNetwork;
-        return volume.has_open_error() ? volume.open_error() : network ? win32::kFileNotFound : CheckElevation(target.access);
-    }
-
-    std::uint32_t OpenDisk(const Target& target) const
-    {
+        if (target.openError != win32::kSuccess || target.disk == nullptr) {
+            return target.openError;
+        }
         const description::Disk& disk = *target.disk->description;
-        if (disk.open_error() != 0 && (disk.open_error_access() == 0 || (disk.open_error_access() & target.access) != 0)) {
-            return disk.open_error();
-        }
-        return CheckElevation(target.access);
+        const bool refuses = disk.open_error_access() == 0 || (disk.open_error_access() & access) != 0;
+        return disk.open_error() != 0 && refuses ? disk.open_error() : CheckElevation(access);
     }
 
     // Without elevation a disk or volume may be opened for its attributes only.
@@ -295,8 +272,8 @@ private:
     }
 
     MachineState& m_Machine;
-    std::vector<RawDevice> m_Devices;
-    std::unordered_map<std::string, std::vector<Named>> m_Paths;  // by lower-case path
+    std::deque<ExchangeList> m_Exchanges;                          // of devices
+    std::unordered_map<std::string, std::vector<Target>> m_Paths;  // by lower-case path
 };
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <cstring>
 #include <optional>
-#include <string>
 #include <type_traits>
 
 #include "DiskModel.h"
@@ -59,11 +58,11 @@ struct Reply {
 
 // The object behind an open handle: a disk, a volume on a disk, a drive letter without a disk, or recorded exchanges only.
 struct Target {
-    std::uint32_t access = 0;
     const DiskModel* disk = nullptr;
     const VolumeModel* volume = nullptr;
     const description::LooseVolume* looseVolume = nullptr;
     const ExchangeList* exchanges = nullptr;
+    std::uint32_t openError = platform::win32::kSuccess;  // that the file gives the device or volume
 };
 
 // What the device itself answers: storage requests of disk and volume, protocol requests, pass-through.

@@ -62,6 +62,18 @@ void CheckKind(const Place& place, const description::Disk& disk, Findings& find
 bool IsRate(double value) { return std::isfinite(value) && value >= 0; }
 bool IsPart(double value) { return value >= 0 && value <= 1; }
 
+void CheckOrder(const Place& place, const char* entries, const char* time, const char* message, Findings& findings)
+{
+    double last = 0;
+    for (const Place& entry : place.Each(entries)) {
+        const double at = entry.message.GetReflection()->GetDouble(entry.message, &entry.Field(time));
+        if (!std::isfinite(at) || at < last) {
+            findings.Error(entry, time, message, "put them in order of time");
+        }
+        last = at;
+    }
+}
+
 void CheckActivities(const Place& place, const description::Disk& disk, Findings& findings)
 {
     if (disk.has_wakes_at() && disk.wakes_at() <= disk.sleeps_at()) {
@@ -71,21 +83,10 @@ void CheckActivities(const Place& place, const description::Disk& disk, Findings
     if (disk.has_arrives_at() && disk.has_leaves_at() && disk.leaves_at() <= disk.arrives_at()) {
         findings.Warning(place, "leaves_at", "the disk leaves before it arrives", "it is never there: correct one of the times");
     }
-    double last = 0;
-    for (const Place& inner : place.Each("counter_change")) {
-        const auto& change = dynamic_cast<const description::CounterChange&>(inner.message);
-        if (!std::isfinite(change.at()) || change.at() < last) {
-            findings.Error(inner, "at", "changes must come one after the other, from 0 on", "put them in order of time");
-        }
-        last = change.at();
-    }
-    last = 0;
+    CheckOrder(place, "counter_change", "at", "changes must come one after the other, from 0 on", findings);
+    CheckOrder(place, "activity", "from", "activities must begin one after the other, from 0 on", findings);
     for (const Place& inner : place.Each("activity")) {
         const auto& activity = dynamic_cast<const description::Activity&>(inner.message);
-        if (!std::isfinite(activity.from()) || activity.from() < last) {
-            findings.Error(inner, "from", "activities must begin one after the other, from 0 on", "put them in order of time");
-        }
-        last = activity.from();
         if (!IsRate(activity.reads_per_second()) || !IsRate(activity.writes_per_second()) ||
             !IsRate(activity.read_bytes_per_second()) || !IsRate(activity.write_bytes_per_second()) ||
             !IsRate(activity.seconds_per_read()) || !IsRate(activity.seconds_per_write())) {

@@ -6,7 +6,6 @@
 
 #include "Bytes.h"
 #include "Checker.h"
-#include "DiskModel.h"
 
 namespace orbis::simulated {
 namespace {

@@ -1,7 +1,6 @@
 #include "MachineState.h"
 
 #include <algorithm>
-#include <array>
 #include <future>
 #include <numeric>
 #include <string_view>
@@ -65,7 +64,7 @@ void MachineState::MakePorts(platform::OwnedPorts& ports)
         ports.wmi = MakeCheckedWmi(*this, *recordedWmi);
         ports.firmware = MakeRecordedFirmware(*tape);
         ports.pdh = WatchPdh(*this, MakeRecordedPdh(*tape));
-        ports.time = MakeRecordedTime(clock, *tape);
+        ports.time = MakeTimePort(*this);
         ports.text = MakeRecordedText(*tape);
         return;
     }

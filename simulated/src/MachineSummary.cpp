@@ -88,18 +88,15 @@ void AddDisk(Summary& summary, const description::Disk& description, std::uint32
     summary.Line(2, "serial {}, firmware {}, bus type {}, media type {}", Printable(disk->serial), Printable(disk->firmware),
                  disk->busType, disk->mediaType);
     summary.Line(2, "{}", Printable(disk->pnpDeviceId));
-    if (description.has_arrives_at()) {
-        summary.Line(2, "arrives after {} s", description.arrives_at());
-    }
-    if (description.has_sleeps_at()) {
-        summary.Line(2, "falls asleep after {} s", description.sleeps_at());
-    }
-    if (description.has_wakes_at()) {
-        summary.Line(2, "wakes up after {} s", description.wakes_at());
-    }
-    if (description.has_leaves_at()) {
-        summary.Line(2, "leaves after {} s", description.leaves_at());
-    }
+    const auto after = [&](const char* what, bool isGiven, double seconds) {
+        if (isGiven) {
+            summary.Line(2, "{} after {} s", what, seconds);
+        }
+    };
+    after("arrives", description.has_arrives_at(), description.arrives_at());
+    after("falls asleep", description.has_sleeps_at(), description.sleeps_at());
+    after("wakes up", description.has_wakes_at(), description.wakes_at());
+    after("leaves", description.has_leaves_at(), description.leaves_at());
     if (description.no_medium()) {
         summary.Line(2, "no medium");
     }

@@ -1,11 +1,12 @@
 // Devices, the device walk and firmware tables of a recording.
+#include <algorithm>
 #include <cstring>
 
+#include "DeviceRequests.h"
 #include "MachineState.h"
 #include "emulated/Handles.h"
 #include "emulated/LastError.h"
 #include "platform/Errors.h"
-#include "platform/Requests.h"
 #include "platform/Text.h"
 
 namespace orbis::simulated {
@@ -26,6 +27,16 @@ bool Succeeds(const RecordedAnswer* answer)
     return true;
 }
 
+// The handle of an object that a recorded call opened, or the one that it gave instead.
+template <class Object>
+std::intptr_t Opened(const RecordedAnswer* answer, HandleTable<Object>& open, Object object)
+{
+    static_assert(platform::kInvalidHandle == platform::kInvalidDeviceInfoSet);
+    return Succeeds(answer)                         ? open.Add(std::make_shared<Object>(std::move(object)))
+           : answer != nullptr && answer->is_null() ? 0
+                                                    : platform::kInvalidHandle;
+}
+
 class RecordedDeviceIo final : public platform::DeviceIo {
 public:
     explicit RecordedDeviceIo(Tape& tape) : m_Tape(tape) {}
@@ -33,12 +44,8 @@ public:
     NativeHandle Open(const char16_t* path, std::uint32_t access, std::uint32_t, void*, std::uint32_t, std::uint32_t,
                       NativeHandle) override
     {
-        Device device{platform::Utf16ToUtf8(path), access};
-        const RecordedAnswer* answer = m_Tape.Play(Asked("DeviceIo::Open", device.path, access));
-        if (!Succeeds(answer)) {
-            return answer != nullptr && answer->is_null() ? 0 : platform::kInvalidHandle;
-        }
-        return m_Open.Add(std::make_shared<Device>(std::move(device)));
+        const std::string name = platform::Utf16ToUtf8(path);
+        return Opened(m_Tape.Play(Asked("DeviceIo::Open", name, access)), m_Open, Device{name, access});
     }
 
     bool Control(NativeHandle handle, std::uint32_t code, void* in, std::uint32_t inSize, void* out, std::uint32_t outSize,
@@ -49,18 +56,23 @@ public:
         if (device == nullptr) {
             return FailWith(platform::win32::kInvalidHandle, false);
         }
-        std::string request = in != nullptr ? std::string(static_cast<const char*>(in), inSize) : std::string();
+        // A direct request carries a pointer to its data, which a recording does not keep.
+        const auto* bytes = static_cast<const std::uint8_t*>(in);
+        Request request{code, {bytes, bytes + (in != nullptr ? inSize : 0)}};
+        const std::uint32_t dataSize = Summarise(request).dataTransferLength;
         void* data = nullptr;
-        std::uint32_t dataSize = 0;
-        const bool isDirect =
-            (code == platform::kIoctlAtaPassThroughDirect && Direct<platform::AtaPassThroughDirect>(request, data, dataSize)) ||
-            (code == platform::kIoctlScsiPassThroughDirect && Direct<platform::ScsiPassThroughDirect>(request, data, dataSize));
-        const RecordedAnswer* answer =
-            m_Tape.Play(Asked("DeviceIo::Control", device->path, device->access, code, std::move(request), outSize));
+        constexpr std::size_t kPointerEnd = kDataPointerOffset + sizeof(data);
+        const bool isDirect = IsDirect(code) && request.input.size() >= kPointerEnd;
+        if (isDirect) {
+            std::memcpy(static_cast<void*>(&data), &request.input[kDataPointerOffset], sizeof(data));
+            std::fill_n(&request.input[kDataPointerOffset], sizeof(data), std::uint8_t{0});
+        }
+        const RecordedAnswer* answer = m_Tape.Play(
+            Asked("DeviceIo::Control", device->path, device->access, code, {request.input.begin(), request.input.end()}, outSize));
         if (answer != nullptr) {
             Fill(out, outSize, answer->output());
-            if (isDirect && outSize >= kPointerOffset + sizeof(data)) {
-                std::memcpy(static_cast<char*>(out) + kPointerOffset, static_cast<const void*>(&data), sizeof(data));
+            if (isDirect && outSize >= kPointerEnd) {
+                std::memcpy(static_cast<char*>(out) + kDataPointerOffset, static_cast<const void*>(&data), sizeof(data));
             }
             Fill(data, dataSize, answer->data());
             *returned = answer->returned();
@@ -82,11 +94,7 @@ public:
 
     std::uint32_t LogicalDriveStrings(std::uint32_t characters, char16_t* buffer) override
     {
-        const RecordedAnswer* answer =
-            m_Tape.Play(Asked("DeviceIo::LogicalDriveStrings", {}, 0, 0, {}, buffer != nullptr ? characters : 0));
-        if (answer != nullptr) {
-            Fill(buffer, characters * sizeof(char16_t), answer->output());
-        }
+        const RecordedAnswer* answer = m_Tape.PlayInto(Asked("DeviceIo::LogicalDriveStrings"), buffer, characters);
         return Succeeds(answer) ? answer->returned() : 0;
     }
 
@@ -97,30 +105,10 @@ private:
         std::string path;
         std::uint32_t access;
     };
-    static constexpr std::size_t kPointerOffset = offsetof(platform::AtaPassThroughDirect, dataBuffer);
-    static_assert(kPointerOffset == offsetof(platform::ScsiPassThroughDirect, dataBuffer));
-
-    // Takes the data buffer out of a direct request; the pointer becomes zero.
-    template <class Kind>
-    static bool Direct(std::string& request, void*& data, std::uint32_t& size);
 
     Tape& m_Tape;
     HandleTable<Device> m_Open;
 };
-
-template <class Kind>
-bool RecordedDeviceIo::Direct(std::string& request, void*& data, std::uint32_t& size)
-{
-    Kind head;
-    if (request.size() < sizeof(head)) {
-        return false;
-    }
-    std::memcpy(static_cast<void*>(&head), request.data(), sizeof(head));
-    data = head.dataBuffer;
-    size = head.dataTransferLength;
-    request.replace(kPointerOffset, sizeof(void*), sizeof(void*), '\0');
-    return true;
-}
 
 class RecordedSetup final : public platform::Setup {
 public:
@@ -128,11 +116,7 @@ public:
 
     platform::DeviceInfoSetHandle ClassDevices(const platform::Guid*, const char16_t*, void*, std::uint32_t flags) override
     {
-        const RecordedAnswer* answer = m_Tape.Play(Asked("Setup::ClassDevices", {}, flags));
-        if (!Succeeds(answer)) {
-            return answer != nullptr && answer->is_null() ? 0 : platform::kInvalidDeviceInfoSet;
-        }
-        return m_Open.Add(std::make_shared<int>());
+        return Opened(m_Tape.Play(Asked("Setup::ClassDevices", {}, flags)), m_Open, 0);
     }
     bool EnumDeviceInterfaces(platform::DeviceInfoSetHandle, const platform::Guid& interfaceClass, std::uint32_t index,
                               platform::DeviceInterfaceData* data) override
@@ -144,11 +128,9 @@ public:
     bool DeviceInterfaceDetail(platform::DeviceInfoSetHandle, const platform::DeviceInterfaceData& data, void* detail,
                                std::uint32_t detailSize, std::uint32_t* required) override
     {
-        const RecordedAnswer* answer =
-            m_Tape.Play(Asked("Setup::DeviceInterfaceDetail", {}, 0, static_cast<std::uint32_t>(data.reserved), {},
-                              detail != nullptr ? detailSize : 0));
-        Give(answer, detail, detailSize, required);
-        return Succeeds(answer);
+        const auto index = static_cast<std::uint32_t>(data.reserved);
+        return Succeeds(
+            m_Tape.PlayInto(Asked("Setup::DeviceInterfaceDetail", {}, 0, index), static_cast<char*>(detail), detailSize, required));
     }
     bool EnumDeviceInfo(platform::DeviceInfoSetHandle, std::uint32_t index, platform::DeviceInfoData* data) override
     {
@@ -160,10 +142,9 @@ public:
                         std::uint32_t* type, void* buffer, std::uint32_t bufferSize, std::uint32_t* required,
                         std::uint32_t) override
     {
+        const auto index = static_cast<std::uint32_t>(data.reserved);
         const RecordedAnswer* answer =
-            m_Tape.Play(Asked("Setup::DeviceProperty", {}, key.id, static_cast<std::uint32_t>(data.reserved), {},
-                              buffer != nullptr ? bufferSize : 0));
-        Give(answer, buffer, bufferSize, required);
+            m_Tape.PlayInto(Asked("Setup::DeviceProperty", {}, key.id, index), static_cast<char*>(buffer), bufferSize, required);
         if (answer != nullptr && type != nullptr) {
             *type = answer->type();
         }
@@ -176,16 +157,6 @@ public:
     std::uint32_t LastError() const noexcept override { return platform::emulated::LastError(); }
 
 private:
-    static void Give(const RecordedAnswer* answer, void* buffer, std::uint32_t size, std::uint32_t* required)
-    {
-        if (answer != nullptr) {
-            Fill(buffer, size, answer->output());
-            if (required != nullptr) {
-                *required = answer->returned();
-            }
-        }
-    }
-
     Tape& m_Tape;
     HandleTable<int> m_Open;
 };
@@ -197,10 +168,7 @@ public:
     std::uint32_t SystemFirmwareTable(std::uint32_t provider, std::uint32_t table, void* buffer, std::uint32_t size) override
     {
         const RecordedAnswer* answer =
-            m_Tape.Play(Asked("Firmware::SystemFirmwareTable", {}, table, provider, {}, buffer != nullptr ? size : 0));
-        if (answer != nullptr) {
-            Fill(buffer, size, answer->output());
-        }
+            m_Tape.PlayInto(Asked("Firmware::SystemFirmwareTable", {}, table, provider), static_cast<char*>(buffer), size);
         return Succeeds(answer) ? answer->returned() : 0;
     }
     std::uint32_t LastError() const noexcept override { return platform::emulated::LastError(); }

@@ -1,4 +1,4 @@
-// Counters, clock and text conversions of a recording.
+// Counters and text conversions of a recording.
 #include <algorithm>
 #include <map>
 #include <mutex>
@@ -35,13 +35,8 @@ public:
     }
     PdhStatus EnumInstances(const char16_t* object, char16_t* buffer, std::uint32_t* characters) override
     {
-        const std::uint32_t room = buffer != nullptr ? *characters : 0;
-        const RecordedAnswer* answer = m_Tape.Play(Asked("Pdh::EnumInstances", platform::Utf16ToUtf8(object), 0, 0, {}, room));
-        if (answer != nullptr) {
-            Fill(buffer, room * sizeof(char16_t), answer->output());
-            *characters = answer->returned();
-        }
-        return StatusOf(answer);
+        return StatusOf(
+            m_Tape.PlayInto(Asked("Pdh::EnumInstances", platform::Utf16ToUtf8(object)), buffer, *characters, characters));
     }
     PdhStatus AddEnglishCounter(PdhQueryObject* query, const char16_t* path, std::uintptr_t, PdhCounterObject** counter) override
     {
@@ -60,13 +55,8 @@ public:
         if (known == nullptr) {
             return platform::pdh::kInvalidHandle;
         }
-        const std::uint32_t room = buffer != nullptr ? *characters : 0;
-        const RecordedAnswer* answer = m_Tape.Play(Asked("Pdh::CounterInstances", known->path, 0, known->number, {}, room));
-        if (answer != nullptr) {
-            Fill(buffer, room * sizeof(char16_t), answer->output());
-            *characters = answer->returned();
-        }
-        return StatusOf(answer);
+        return StatusOf(
+            m_Tape.PlayInto(Asked("Pdh::CounterInstances", known->path, 0, known->number), buffer, *characters, characters));
     }
     PdhStatus CollectQueryData(PdhQueryObject*) override { return StatusOf(m_Tape.Play(Asked("Pdh::CollectQueryData"))); }
     PdhStatus FormattedValue(PdhCounterObject* counter, std::uint32_t format, platform::PdhCounterValue* value) override
@@ -103,26 +93,6 @@ private:
     HandleTable<Counter> m_Counters;
     std::mutex m_Mutex;
     std::map<std::string, std::uint32_t> m_Created;
-};
-
-// Clock readings come as they were recorded; a machine that recorded none has its own clock.
-class RecordedTime final : public platform::Time {
-public:
-    RecordedTime(Clock& clock, Tape& tape) : m_Clock(clock), m_Tape(tape) {}
-
-    std::chrono::system_clock::time_point UtcNow() override
-    {
-        const RecordedAnswer* answer = m_Tape.PlayIfThere(Asked("Time::UtcNow"));
-        return answer == nullptr
-                   ? m_Clock.UtcNow()
-                   : std::chrono::system_clock::time_point(
-                         std::chrono::duration_cast<std::chrono::system_clock::duration>(std::chrono::nanoseconds(answer->time())));
-    }
-    void Sleep(std::uint32_t milliseconds) override { m_Clock.Advance(std::chrono::milliseconds(milliseconds)); }
-
-private:
-    Clock& m_Clock;
-    Tape& m_Tape;
 };
 
 // A recorded conversion in place of the portable one, where they differ.
@@ -178,7 +148,6 @@ private:
 }  // namespace
 
 std::unique_ptr<platform::Pdh> MakeRecordedPdh(Tape& tape) { return std::make_unique<RecordedPdh>(tape); }
-std::unique_ptr<platform::Time> MakeRecordedTime(Clock& clock, Tape& tape) { return std::make_unique<RecordedTime>(clock, tape); }
 std::unique_ptr<platform::Text> MakeRecordedText(Tape& tape) { return std::make_unique<RecordedText>(tape); }
 
 }  // namespace orbis::simulated

@@ -24,6 +24,10 @@ public:
 
     // The next answer to a request; the last one repeats. Null for a request that the recording lacks, which is noted.
     [[nodiscard]] const insight::RecordedAnswer* Play(const insight::RecordedCall& request);
+    // The same for a request with a buffer of so many units, which the recorded bytes fill; `returned` may be null.
+    template <class Unit>
+    const insight::RecordedAnswer* PlayInto(insight::RecordedCall request, Unit* buffer, std::uint32_t room,
+                                            std::uint32_t* returned = nullptr);
     // The same for a request that need not be there: nothing is noted.
     [[nodiscard]] const insight::RecordedAnswer* PlayIfThere(const insight::RecordedCall& request);
     [[nodiscard]] const insight::RecordedExecution* PlayQuery(const std::string& wmiNamespace, const std::string& text);
@@ -71,5 +75,20 @@ private:
 [[nodiscard]] std::u16string Utf16Text(std::string_view bytes);
 // Recorded bytes into a buffer of this size, with zeros behind them.
 void Fill(void* buffer, std::size_t size, std::string_view bytes);
+
+template <class Unit>
+const insight::RecordedAnswer* Tape::PlayInto(insight::RecordedCall request, Unit* buffer, std::uint32_t room,
+                                              std::uint32_t* returned)
+{
+    request.set_room(buffer != nullptr ? room : 0);
+    const insight::RecordedAnswer* answer = Play(request);
+    if (answer != nullptr) {
+        Fill(buffer, room * sizeof(Unit), answer->output());
+        if (returned != nullptr) {
+            *returned = answer->returned();
+        }
+    }
+    return answer;
+}
 
 }  // namespace orbis::simulated

@@ -18,43 +18,34 @@ using platform::VariantType;
 // What an answer's numbers count: bytes, characters, or nothing.
 struct Operation {
     std::string_view name;
-    std::uint32_t unit;  // bytes of one of `room` and `returned`
-    std::uint32_t most;  // that `returned` may be: callers make room for so much
+    std::uint32_t unit = 1;  // bytes of one of `room` and `returned`
+    std::uint32_t most = 0;  // that `returned` may be: callers make room for so much
 };
 constexpr std::uint32_t kAny = std::numeric_limits<std::uint32_t>::max();
 constexpr std::uint32_t kMost = 1U << 24;
-constexpr std::array<Operation, 21> kOperations{{{"DeviceIo::Open", 1, 0},
+constexpr std::array<Operation, 23> kOperations{{{"DeviceIo::Open"},
                                                  {"DeviceIo::Control", 1, kAny},
                                                  {"DeviceIo::LogicalDriveStrings", 2, kMost},
-                                                 {"Setup::ClassDevices", 1, 0},
-                                                 {"Setup::EnumDeviceInterfaces", 1, 0},
-                                                 {"Setup::EnumDeviceInfo", 1, 0},
+                                                 {"Setup::ClassDevices"},
+                                                 {"Setup::EnumDeviceInterfaces"},
+                                                 {"Setup::EnumDeviceInfo"},
                                                  {"Setup::DeviceInterfaceDetail", 1, kMost},
                                                  {"Setup::DeviceProperty", 1, kMost},
                                                  {"Firmware::SystemFirmwareTable", 1, kMost},
-                                                 {"Wmi::InitializeCom", 1, 0},
-                                                 {"Wmi::InitializeSecurity", 1, 0},
-                                                 {"Wmi::CreateLocator", 1, 0},
-                                                 {"Wmi::ConnectServer", 1, 0},
-                                                 {"Wmi::SetProxyBlanket", 1, 0},
-                                                 {"Pdh::OpenQuery", 1, 0},
+                                                 {"Wmi::InitializeCom"},
+                                                 {"Wmi::InitializeSecurity"},
+                                                 {"Wmi::CreateLocator"},
+                                                 {"Wmi::ConnectServer"},
+                                                 {"Wmi::SetProxyBlanket"},
+                                                 {"Pdh::OpenQuery"},
                                                  {"Pdh::EnumInstances", 2, kMost},
-                                                 {"Pdh::AddEnglishCounter", 1, 0},
+                                                 {"Pdh::AddEnglishCounter"},
                                                  {"Pdh::CounterInstances", 2, kMost},
-                                                 {"Pdh::CollectQueryData", 1, 0},
-                                                 {"Pdh::FormattedValue", 1, 0},
-                                                 {"Time::UtcNow", 1, 0}}};
-constexpr std::array<Operation, 2> kConversions{{{"Text::WideToUtf8", 1, kMost}, {"Text::DefaultToWide", 2, kMost}}};
-
-const Operation* Find(const std::string& name)
-{
-    const auto isIt = [&](const Operation& operation) { return operation.name == name; };
-    if (const auto found = std::ranges::find_if(kOperations, isIt); found != kOperations.end()) {
-        return &*found;
-    }
-    const auto found = std::ranges::find_if(kConversions, isIt);
-    return found != kConversions.end() ? &*found : nullptr;
-}
+                                                 {"Pdh::CollectQueryData"},
+                                                 {"Pdh::FormattedValue"},
+                                                 {"Time::UtcNow"},
+                                                 {"Text::WideToUtf8", 1, kMost},
+                                                 {"Text::DefaultToWide", 2, kMost}}};
 
 constexpr const char* kRecordAgain = "record the machine again";
 
@@ -70,7 +61,7 @@ void CheckAnswer(const Place& place, const insight::RecordedCall& call, const Op
         findings.Error(place, "output", "is no UTF-16", kRecordAgain);
     }
     // A conversion's result is a length that its caller takes for granted.
-    const bool isConversion = std::ranges::find(kConversions, operation.name, &Operation::name) != kConversions.end();
+    const bool isConversion = operation.name.starts_with("Text::");
     const std::uint64_t most = isConversion && call.room() != 0 ? answer.output().size() / operation.unit : operation.most;
     if (answer.returned() > most) {
         findings.Error(place, "returned", fmt::format("{} is more than {}", answer.returned(), most), kRecordAgain);
@@ -80,8 +71,8 @@ void CheckAnswer(const Place& place, const insight::RecordedCall& call, const Op
 void CheckCall(const Place& place, std::set<std::string>& seen, Findings& findings)
 {
     const auto& call = dynamic_cast<const insight::RecordedCall&>(place.message);
-    const Operation* operation = Find(call.operation());
-    if (operation == nullptr) {
+    const auto operation = std::ranges::find(kOperations, call.operation(), &Operation::name);
+    if (operation == kOperations.end()) {
         findings.Error(place, "operation", fmt::format("\"{}\" is no operation that is recorded", call.operation()), kRecordAgain);
         return;
     }

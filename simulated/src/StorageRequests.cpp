@@ -21,24 +21,26 @@ std::int64_t Whole(double value)
     return value < 9.2e18 ? static_cast<std::int64_t>(value) : std::numeric_limits<std::int64_t>::max();
 }
 
+// An answer that is given as a whole or not at all.
+Reply Fitting(const Request& request, Reply reply)
+{
+    return request.outputSize < reply.output.size() ? Reply::Error(win32::kInsufficientBuffer) : std::move(reply);
+}
+
 Reply DeviceNumber(const Target& target, const Request& request)
 {
     platform::StorageDeviceNumber number;
-    if (request.outputSize < sizeof(number)) {
-        return Reply::Error(win32::kInsufficientBuffer);
-    }
     number.deviceType = target.disk != nullptr ? platform::kFileDeviceDisk : kFileDeviceCdRom;
     number.deviceNumber = target.disk != nullptr ? target.disk->number : 0;
     number.partitionNumber = target.volume != nullptr ? target.volume->partitionNumber : target.disk != nullptr ? 0 : 0xFFFFFFFF;
-    return Reply::Of(number);
+    return Fitting(request, Reply::Of(number));
 }
 
 Reply Geometry(const Target& target, const Request& request)
 {
     const DiskModel& disk = *target.disk;
-    return request.outputSize < sizeof(platform::DiskGeometry)
-               ? Reply::Error(win32::kInsufficientBuffer)
-               : Reply::Of(platform::emulated::LargeDiskGeometry(disk.description->size(), disk.sectorSize, disk.removable));
+    return Fitting(request,
+                   Reply::Of(platform::emulated::LargeDiskGeometry(disk.description->size(), disk.sectorSize, disk.removable)));
 }
 
 Reply QueryProperty(const Target& target, const Request& request)
@@ -67,22 +69,17 @@ Reply DriveLayout(const Target& target, const Request& request)
     if (target.volume != nullptr) {
         return Reply::Error(win32::kInvalidFunction);
     }
-    return request.outputSize < target.disk->layout.size() ? Reply::Error(win32::kInsufficientBuffer)
-                                                           : Reply::Output(target.disk->layout);
+    return Fitting(request, Reply::Output(target.disk->layout));
 }
 
 Reply PartitionInformation(const Target& target, const Request& request)
 {
-    const ByteVector& information = target.volume != nullptr ? target.volume->partitionInformation : target.disk->wholeDisk;
-    return request.outputSize < information.size() ? Reply::Error(win32::kInsufficientBuffer) : Reply::Output(information);
+    return Fitting(request, Reply::Output(target.volume != nullptr ? target.volume->partitionInformation : target.disk->wholeDisk));
 }
 
 Reply Performance(const Target& target, const Request& request)
 {
     platform::DiskPerformance performance;
-    if (request.outputSize < sizeof(performance)) {
-        return Reply::Error(win32::kInsufficientBuffer);
-    }
     const ActivityTotals totals = TotalsAt(*target.disk, request.now);
     const double share = target.volume != nullptr ? target.volume->activityShare : 1.0;
     performance.bytesRead = Whole(totals.bytesRead * share);
@@ -96,7 +93,7 @@ Reply Performance(const Target& target, const Request& request)
     performance.storageDeviceNumber = target.disk->number;
     performance.storageManagerName =
         target.volume != nullptr ? platform::emulated::kVolumeManager : platform::emulated::kDiskManager;
-    return Reply::Of(performance);
+    return Fitting(request, Reply::Of(performance));
 }
 
 struct Handler {

@@ -45,7 +45,15 @@ class SimulatedTime final : public platform::Time {
 public:
     explicit SimulatedTime(MachineState& machine) : m_Machine(machine) {}
 
-    std::chrono::system_clock::time_point UtcNow() override { return m_Machine.clock.UtcNow(); }
+    // Readings of the clock come as they were recorded, where any were.
+    std::chrono::system_clock::time_point UtcNow() override
+    {
+        using std::chrono::system_clock;
+        const auto* recorded = m_Machine.tape != nullptr ? m_Machine.tape->PlayIfThere(Asked("Time::UtcNow")) : nullptr;
+        return recorded == nullptr ? m_Machine.clock.UtcNow()
+                                   : system_clock::time_point(std::chrono::duration_cast<system_clock::duration>(
+                                         std::chrono::nanoseconds(recorded->time())));
+    }
     void Sleep(std::uint32_t milliseconds) override { m_Machine.clock.Advance(std::chrono::milliseconds(milliseconds)); }
 
 private:

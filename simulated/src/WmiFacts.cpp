@@ -176,11 +176,7 @@ WmiRow LogicalDisk(char letter, std::uint32_t driveType, const std::string& labe
     WmiRow row;
     row.Text("Caption", caption).Text("DeviceID", caption).Text("Name", caption);
     row.Number("DriveType", driveType).Text("VolumeName", label);
-    if (serial != 0) {
-        row.Text("VolumeSerialNumber", fmt::format("{:08X}", serial));
-    } else {
-        row.Null("VolumeSerialNumber");
-    }
+    row.TextOrNull("VolumeSerialNumber", serial != 0 ? fmt::format("{:08X}", serial) : "");
     return row;
 }
 
@@ -231,12 +227,7 @@ void Volumes(const MachineState& machine, Table& table)
         row.Flag("BootVolume", description.boot()).Flag("SystemVolume", description.system());
         row.Flag("PageFilePresent", description.page_file()).Text("FileSystem", description.file_system());
         row.Number("SerialNumber", description.serial()).Number("DriveType", driveType);
-        row.Big("Capacity", volume.size).Big("FreeSpace", volume.free);
-        if (drive.empty()) {
-            row.Null("DriveLetter");
-        } else {
-            row.Text("DriveLetter", drive);
-        }
+        row.Big("Capacity", volume.size).Big("FreeSpace", volume.free).TextOrNull("DriveLetter", drive);
         table.Add(disk, std::move(row));
     });
     // Drives without partitions are volumes too, with a medium or without; shares of other computers are none.

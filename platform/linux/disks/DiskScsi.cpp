@@ -118,25 +118,18 @@ bool IsParallelAta(const std::string& device)
 
 BusType ReadBusType(const Roots& roots, const std::string& device, const Disk& disk)
 {
+    constexpr std::array<std::pair<std::string_view, BusType>, 6> kComponents{{{"usb", BusType::Usb},
+                                                                               {"ata", BusType::Sata},
+                                                                               {"end_device-", BusType::Sas},
+                                                                               {"session", BusType::Iscsi},
+                                                                               {"rport-", BusType::Fibre},
+                                                                               {"fw", BusType::Ieee1394}}};
+    const auto found =
+        std::ranges::find_if(kComponents, [&](const auto& entry) { return PassesThrough(disk.position, entry.first); });
+    if (found != kComponents.end()) {
+        return found->second == BusType::Sata && IsParallelAta(device) ? BusType::Ata : found->second;
+    }
     const std::string driver = ReadText(roots.sys + "/class/scsi_host/host" + std::to_string(disk.address.port) + "/proc_name");
-    if (PassesThrough(disk.position, "usb")) {
-        return BusType::Usb;
-    }
-    if (PassesThrough(disk.position, "ata")) {
-        return IsParallelAta(device) ? BusType::Ata : BusType::Sata;
-    }
-    if (PassesThrough(disk.position, "end_device-")) {
-        return BusType::Sas;
-    }
-    if (PassesThrough(disk.position, "session")) {
-        return BusType::Iscsi;
-    }
-    if (PassesThrough(disk.position, "rport-")) {
-        return BusType::Fibre;
-    }
-    if (PassesThrough(disk.position, "fw")) {
-        return BusType::Ieee1394;
-    }
     if (driver.starts_with("ufshcd")) {
         return BusType::Ufs;
     }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <string>
 
 #include "linux/disks/Disk.h"
 #include "linux/kernel/Kernel.h"

@@ -12,16 +12,8 @@ namespace scsi = protocol::scsi;
 
 bool IsReadOnlySmart(std::uint8_t features, Transfer transfer) noexcept
 {
-    switch (features) {
-        case ata::kSmartReadData:
-        case ata::kSmartReadThresholds:
-        case ata::kSmartReadLog:
-            return transfer == Transfer::FromDevice;
-        case ata::kSmartReturnStatus:
-            return transfer == Transfer::None;
-        default:
-            return false;
-    }
+    const bool reads = features == ata::kSmartReadData || features == ata::kSmartReadThresholds || features == ata::kSmartReadLog;
+    return transfer == Transfer::FromDevice ? reads : features == ata::kSmartReturnStatus;
 }
 
 struct AtaPassThroughFields {

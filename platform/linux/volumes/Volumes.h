@@ -3,13 +3,11 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
-#include "linux/disks/Disk.h"
 #include "linux/disks/Inventory.h"
 #include "linux/kernel/Changes.h"
 

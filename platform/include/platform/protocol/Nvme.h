@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
 
 // NVM Express Base Specification 1.4: admin commands and their status.
