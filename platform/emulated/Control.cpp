@@ -32,14 +32,10 @@ std::optional<Win32Error> CheckPropertyQuery(const StoragePropertyQueryHead& que
     if (!exists) {
         return win32::kInvalidFunction;
     }
-    switch (query.queryType) {
-        case kPropertyStandardQuery:
-            return std::nullopt;
-        case kPropertyExistsQuery:
-            return win32::kSuccess;
-        default:
-            return win32::kNotSupported;
+    if (query.queryType == kPropertyStandardQuery) {
+        return std::nullopt;
     }
+    return query.queryType == kPropertyExistsQuery ? win32::kSuccess : win32::kNotSupported;
 }
 
 std::vector<std::byte> DeviceDescriptor(const DeviceDescription& device)

@@ -32,13 +32,8 @@ public:
     std::shared_ptr<T> Remove(std::intptr_t handle) noexcept
     {
         const std::scoped_lock lock(m_Mutex);
-        const auto found = m_Objects.find(handle);
-        if (found == m_Objects.end()) {
-            return nullptr;
-        }
-        std::shared_ptr<T> object = std::move(found->second);
-        m_Objects.erase(found);
-        return object;
+        auto removed = m_Objects.extract(handle);
+        return removed ? std::move(removed.mapped()) : nullptr;
     }
 
     template <typename Predicate>

@@ -46,20 +46,7 @@ bool Matches(const ExchangeModel& exchange, const Request& request, const PassTh
 }
 
 // Takes one use of the exchange, unless they are used up.
-bool TakeUse(ExchangeModel& exchange)
-{
-    const std::uint32_t limit = exchange.description.uses();
-    if (limit == 0) {
-        return true;
-    }
-    std::uint32_t used = exchange.used;
-    while (used < limit) {
-        if (exchange.used.compare_exchange_weak(used, used + 1)) {
-            return true;
-        }
-    }
-    return false;
-}
+bool TakeUse(ExchangeModel& exchange) { return exchange.description.uses() == 0 || exchange.used++ < exchange.description.uses(); }
 
 void PutByte(ByteVector& bytes, std::size_t offset, std::uint32_t value)
 {

@@ -69,7 +69,6 @@ std::unique_ptr<VolumeModel> BuildVolume(const DiskModel& disk, const descriptio
     const description::Volume& description = partition.volume();
     auto volume = std::make_unique<VolumeModel>();
     volume->description = &description;
-    volume->disk = &disk;
     volume->partitionNumber = number;
     volume->letter = description.letter().empty() ? '\0' : ToUpper(description.letter()).front();
     const std::string& guid = description.guid().empty() ? partition.id() : description.guid();

@@ -75,8 +75,9 @@ std::string LettersOf(const DiskModel& disk)
 {
     std::string letters;
     for (const auto& volume : disk.volumes) {
-        letters += volume->letter != 0 ? std::string(1, volume->letter) : std::string();
+        letters += volume->letter;
     }
+    std::erase(letters, '\0');
     return letters;
 }
 
@@ -157,7 +158,6 @@ std::unique_ptr<DiskModel> BuildDisk(const description::Disk& description, std::
     disk->description = &description;
     disk->traits = &traits;
     disk->number = description.number();
-    disk->position = position;
     disk->sectorSize = description.has_sector_size() ? description.sector_size() : 512;
     disk->busType = description.has_bus_type() ? description.bus_type() : static_cast<std::uint32_t>(traits.busType);
     disk->mediaType = description.has_media_type() ? description.media_type() : traits.mediaType;

@@ -37,16 +37,13 @@ struct ExchangeModel {
     ByteVector input;
     ByteVector output;
     ByteVector data;
-    std::atomic<std::uint32_t> used{0};
+    std::atomic<std::uint64_t> used{0};
 };
 using ExchangeList = std::vector<std::unique_ptr<ExchangeModel>>;
-
-struct DiskModel;
 
 // A volume on a partition.
 struct VolumeModel {
     const description::Volume* description = nullptr;
-    const DiskModel* disk = nullptr;
     std::uint32_t partitionNumber = 0;
     char letter = 0;       // upper case; 0 without one
     std::string guidPath;  // \\?\Volume{...}\, the DeviceID of Win32_Volume
@@ -68,7 +65,6 @@ struct DiskModel {
     const description::Disk* description = nullptr;
     const KindTraits* traits = nullptr;
     std::uint32_t number = 0;
-    std::uint32_t position = 0;  // in the file
     std::uint32_t sectorSize = 0;
     std::uint32_t busType = 0;
     std::uint32_t mediaType = 0;

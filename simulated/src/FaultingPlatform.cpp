@@ -109,8 +109,7 @@ public:
     }
     platform::PowerState DiskPowerState(const char16_t* path) override
     {
-        const auto fault = CountWin32("DeviceIo::DiskPowerState", {Error}, win32::kAccessDenied,
-                                      path != nullptr ? platform::Utf16ToUtf8(path) : "");
+        const auto fault = CountWin32("DeviceIo::DiskPowerState", {Error}, win32::kAccessDenied, Utf8(path));
         return fault ? platform::PowerState::Unknown : ForwardingDeviceIo::DiskPowerState(path);
     }
     std::uint32_t LogicalDriveStrings(std::uint32_t characters, char16_t* buffer) override

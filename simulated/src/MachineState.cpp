@@ -115,11 +115,11 @@ void MachineState::Delay(double seconds, bool never) const
     if (!never && seconds <= 0) {
         return;
     }
+    const auto time = std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(never ? 0 : seconds));
     if (wait) {
-        wait(never ? Machine::kNever
-                   : std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(seconds)));
+        wait(never ? Machine::kNever : time);
     } else if (!never) {
-        clock.Advance(std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::duration<double>(seconds)));
+        clock.Advance(time);
     } else {
         std::promise<void>().get_future().wait();  // nothing ever sets it
     }

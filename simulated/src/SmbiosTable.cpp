@@ -43,42 +43,18 @@ private:
     std::uint32_t m_Handle = 0;
 };
 
-// Numbers of texts in a string set: the next number for a text, 0 for none.
-class StringSet {
-public:
-    std::uint8_t Add(const std::string& text)
-    {
-        if (text.empty()) {
-            return 0;
+// A structure whose formatted area holds the number of each text at the offset beside it, 0 for an empty one.
+void AddNamed(TableWriter& table, std::uint8_t type, PageWriter formatted,
+              const std::vector<std::pair<std::size_t, std::string>>& texts)
+{
+    std::vector<std::string> strings;
+    for (const auto& [offset, text] : texts) {
+        if (!text.empty()) {
+            strings.push_back(text);
+            formatted.Put8(offset, strings.size());
         }
-        m_Texts.push_back(text);
-        return static_cast<std::uint8_t>(m_Texts.size());
     }
-    [[nodiscard]] const std::vector<std::string>& Texts() const { return m_Texts; }
-
-private:
-    std::vector<std::string> m_Texts;
-};
-
-void AddBiosInformation(TableWriter& table, const description::Smbios& smbios)
-{
-    StringSet strings;
-    PageWriter page(0x14);
-    page.Put8(0, strings.Add(smbios.bios_vendor()));
-    page.Put8(1, strings.Add(smbios.bios_version()));
-    page.Put16(2, 0xE000);  // starting address segment
-    table.Add(kBiosInformation, page.Take(), strings.Texts());
-}
-
-void AddSystemInformation(TableWriter& table, const description::Smbios& smbios)
-{
-    StringSet strings;
-    PageWriter page(0x17);
-    page.Put8(0, strings.Add(smbios.manufacturer()));
-    page.Put8(1, strings.Add(smbios.product()));
-    page.Put8(3, strings.Add(smbios.serial()));
-    page.Put8(0x14, 6);  // wake-up type: power switch
-    table.Add(kSystemInformation, page.Take(), strings.Texts());
+    table.Add(type, formatted.Take(), strings);
 }
 
 }  // namespace
@@ -86,8 +62,10 @@ void AddSystemInformation(TableWriter& table, const description::Smbios& smbios)
 ByteVector BuildSmbios(const description::Smbios& smbios)
 {
     TableWriter table;
-    AddBiosInformation(table, smbios);
-    AddSystemInformation(table, smbios);
+    AddNamed(table, kBiosInformation, PageWriter(0x14).Put16(2, 0xE000),  // starting address segment
+             {{0, smbios.bios_vendor()}, {1, smbios.bios_version()}});
+    AddNamed(table, kSystemInformation, PageWriter(0x17).Put8(0x14, 6),  // wake-up type: power switch
+             {{0, smbios.manufacturer()}, {1, smbios.product()}, {3, smbios.serial()}});
     for (const description::OemStrings& oem : smbios.oem_strings()) {
         const std::uint32_t count = oem.has_count() ? oem.count() : static_cast<std::uint32_t>(oem.text_size());
         table.Add(kOemStrings, {static_cast<std::uint8_t>(count)}, {oem.text().begin(), oem.text().end()});

@@ -12,40 +12,18 @@
 namespace orbis::platform::linux_system {
 namespace {
 
-bool IsDigit(char c) noexcept { return c >= '0' && c <= '9'; }
-
-std::size_t RunEnd(std::string_view text, std::size_t at)
+// Orders kernel names: by driver, the first two letters, then run by run. Numbers go by value; they have no leading zeros, so a
+// longer one is greater. Letters go by length first, so that sdz precedes sdaa.
+std::vector<std::pair<std::size_t, std::string>> OrderOf(const std::string& name)
 {
-    const bool digits = IsDigit(text[at]);
-    while (at < text.size() && IsDigit(text[at]) == digits) {
-        ++at;
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    std::vector<std::pair<std::size_t, std::string>> runs{{0, name.substr(0, 2)}};
+    for (auto at = name.begin(); at != name.end();) {
+        const auto end = std::find_if(at, name.end(), [&](char c) { return isDigit(c) != isDigit(*at); });
+        runs.emplace_back(static_cast<std::size_t>(end - at), std::string(at, end));
+        at = end;
     }
-    return at;
-}
-
-// Numbers by value. Letters by length first, so that sdz precedes sdaa; names of different drivers differ in
-// their first two letters.
-bool KernelNameLess(const std::string& left, const std::string& right)
-{
-    constexpr std::size_t kDriver = 2;
-    if (const int driver = left.compare(0, kDriver, right, 0, kDriver); driver != 0) {
-        return driver < 0;
-    }
-    std::size_t l = 0;
-    std::size_t r = 0;
-    while (l < left.size() && r < right.size()) {
-        const std::size_t lEnd = RunEnd(left, l);
-        const std::size_t rEnd = RunEnd(right, r);
-        const std::string_view lRun = std::string_view(left).substr(l, lEnd - l);
-        const std::string_view rRun = std::string_view(right).substr(r, rEnd - r);
-        if (lRun != rRun) {
-            // Kernel names have no leading zeros, so a longer number is a greater one too.
-            return lRun.size() != rRun.size() ? lRun.size() < rRun.size() : lRun < rRun;
-        }
-        l = lEnd;
-        r = rEnd;
-    }
-    return left.size() - l < right.size() - r;
+    return runs;
 }
 
 template <class Test>
@@ -67,7 +45,7 @@ Inventory::Walk Inventory::Look()
         }
     }
     std::vector<std::string> names = DirectoryNames(m_Roots.sys + "/block");
-    std::ranges::sort(names, KernelNameLess);
+    std::ranges::sort(names, {}, OrderOf);
     std::vector<Disk> disks;
     for (const std::string& name : names) {
         if (std::optional<Disk> disk = ReadDisk(m_Roots, name)) {

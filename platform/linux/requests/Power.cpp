@@ -33,14 +33,9 @@ PowerState CheckPowerMode(const KernelDevice& device, BusType busType)
         (answer.currentTaskFile[task_file::kStatus] & kStatusError) != 0) {
         return PowerState::Unknown;
     }
-    switch (answer.currentTaskFile[task_file::kCount]) {
-        case kPowerStandby:
-        case kPowerStandbyY:
-        case kPowerSpunDown:
-            return PowerState::Asleep;
-        default:
-            return PowerState::Awake;
-    }
+    const std::uint8_t mode = answer.currentTaskFile[task_file::kCount];
+    const bool isAsleep = mode == kPowerStandby || mode == kPowerStandbyY || mode == kPowerSpunDown;
+    return isAsleep ? PowerState::Asleep : PowerState::Awake;
 }
 
 }  // namespace orbis::platform::linux_system

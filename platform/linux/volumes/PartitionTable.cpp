@@ -116,13 +116,14 @@ void SetMbr(PartitionInformationEx& entry, PartitionInformationMbr mbr, std::uin
     entry.mbr = mbr;
 }
 
-// Windows counts the entries of an MBR, and of each extended one, by fours.
-void PadMbr(PartitionTable& table)
+// Counts the entries; Windows counts those of an MBR, and of each extended one, by fours.
+void Complete(PartitionTable& table)
 {
     constexpr std::size_t kMbrEntries = 4;
-    while (table.entries.empty() || table.entries.size() % kMbrEntries != 0) {
+    while (table.head.partitionStyle == PartitionStyle::Mbr && (table.entries.empty() || table.entries.size() % kMbrEntries != 0)) {
         table.entries.push_back(Entry(PartitionStyle::Mbr, 0, 0, 0));
     }
+    table.head.partitionCount = static_cast<std::uint32_t>(table.entries.size());
 }
 
 std::uint32_t ParseHex(std::string_view text)
@@ -207,10 +208,7 @@ std::optional<PartitionTable> ReadPartitionTable(int descriptor, const Disk& dis
         }
         result.entries.push_back(entry);
     }
-    if (!isGpt) {
-        PadMbr(result);
-    }
-    result.head.partitionCount = static_cast<std::uint32_t>(result.entries.size());
+    Complete(result);
     return result;
 }
 
@@ -238,10 +236,7 @@ std::optional<PartitionTable> KnownPartitionTable(const Roots& roots, const Disk
         }
         result.entries.push_back(entry);
     }
-    if (result.head.partitionStyle == PartitionStyle::Mbr) {
-        PadMbr(result);
-    }
-    result.head.partitionCount = static_cast<std::uint32_t>(result.entries.size());
+    Complete(result);
     return result;
 }
 
