@@ -256,8 +256,8 @@ static_assert(win32::kSuccess == ERROR_SUCCESS && win32::kInvalidFunction == ERR
               win32::kInvalidParameter == ERROR_INVALID_PARAMETER && win32::kSemTimeout == ERROR_SEM_TIMEOUT &&
               win32::kInsufficientBuffer == ERROR_INSUFFICIENT_BUFFER && win32::kInvalidName == ERROR_INVALID_NAME &&
               win32::kBusy == ERROR_BUSY && win32::kMoreData == ERROR_MORE_DATA && win32::kNoMoreItems == ERROR_NO_MORE_ITEMS &&
-              win32::kNoUnicodeTranslation == ERROR_NO_UNICODE_TRANSLATION && win32::kIoDevice == ERROR_IO_DEVICE &&
-              win32::kDeviceNotConnected == ERROR_DEVICE_NOT_CONNECTED && win32::kNotFound == ERROR_NOT_FOUND);
+              win32::kIoDevice == ERROR_IO_DEVICE && win32::kDeviceNotConnected == ERROR_DEVICE_NOT_CONNECTED &&
+              win32::kNotFound == ERROR_NOT_FOUND);
 #if defined(ERROR_NO_SUCH_DEVICE)  // not in mingw-w64 10
 static_assert(win32::kNoSuchDevice == ERROR_NO_SUCH_DEVICE);
 #endif

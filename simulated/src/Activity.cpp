@@ -11,12 +11,12 @@ ActivityTotals During(const description::Activity& activity, double seconds)
     const double readPart = activity.reads_per_second() * activity.seconds_per_read();
     const double writePart = activity.writes_per_second() * activity.seconds_per_write();
     const double idle = activity.has_idle() ? activity.idle() : std::max(0.0, 1.0 - readPart - writePart);
-    return {activity.reads_per_second() * seconds,
-            activity.writes_per_second() * seconds,
-            activity.read_bytes_per_second() * seconds,
-            activity.write_bytes_per_second() * seconds,
-            readPart * seconds,
-            writePart * seconds,
+    return {{.reads = activity.reads_per_second() * seconds,
+             .writes = activity.writes_per_second() * seconds,
+             .bytesRead = activity.read_bytes_per_second() * seconds,
+             .bytesWritten = activity.write_bytes_per_second() * seconds,
+             .readTime = readPart * seconds,
+             .writeTime = writePart * seconds},
             idle * seconds};
 }
 
@@ -28,9 +28,9 @@ ActivityTotals& ActivityTotals::Add(const ActivityTotals& other, double times)
     writes += other.writes * times;
     bytesRead += other.bytesRead * times;
     bytesWritten += other.bytesWritten * times;
-    readSeconds += other.readSeconds * times;
-    writeSeconds += other.writeSeconds * times;
-    idleSeconds += other.idleSeconds * times;
+    readTime += other.readTime * times;
+    writeTime += other.writeTime * times;
+    idleTime += other.idleTime * times;
     return *this;
 }
 
@@ -46,7 +46,7 @@ ActivityTotals TotalsAt(const DiskModel& disk, double seconds)
     // The time before the first activity is idle.
     const int count = description.activity_size();
     const double first = count > 0 ? description.activity(0).from() : end;
-    totals.idleSeconds = std::max(0.0, std::min(first, end) - begin);
+    totals.idleTime = std::max(0.0, std::min(first, end) - begin);
     for (int i = 0; i < count; ++i) {
         const double from = std::max(description.activity(i).from(), begin);
         const double to = i + 1 < count ? std::min(description.activity(i + 1).from(), end) : end;

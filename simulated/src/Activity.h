@@ -1,18 +1,13 @@
 #pragma once
 
 #include "DiskModel.h"
+#include "emulated/Pdh.h"
 
 namespace orbis::simulated {
 
-// What a disk has done since it was plugged in, all growing with time.
-struct ActivityTotals {
-    double reads = 0;
-    double writes = 0;
-    double bytesRead = 0;
-    double bytesWritten = 0;
-    double readSeconds = 0;   // added up over requests
-    double writeSeconds = 0;  // added up over requests
-    double idleSeconds = 0;
+// What a disk has done since it was plugged in, all growing with time; `busyTime` is left to who knows since when.
+struct ActivityTotals : platform::emulated::DiskTotals {
+    double idleTime = 0;
 
     // Adds `other` so many times.
     ActivityTotals& Add(const ActivityTotals& other, double times = 1);

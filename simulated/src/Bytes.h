@@ -27,7 +27,6 @@ using Patches = google::protobuf::RepeatedPtrField<description::Patch>;
 // Lays the patches over the page in order; one that reaches past the end lengthens it.
 void ApplyPatches(ByteVector& page, const Patches& patches);
 [[nodiscard]] ByteVector ToBytes(const description::Bytes& bytes);
-[[nodiscard]] inline ByteVector ToBytes(std::string_view text) { return {text.begin(), text.end()}; }
 
 using platform::emulated::GuidText;
 using platform::emulated::ParseGuid;

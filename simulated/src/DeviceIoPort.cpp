@@ -24,16 +24,12 @@ bool Matches(const ExchangeModel& exchange, const Request& request, const PassTh
 {
     const description::Exchange& wanted = exchange.description;
     const auto differs = [](bool given, std::uint32_t value, auto actual) { return given && (!actual || *actual != value); };
-    if (wanted.has_control_code() && wanted.control_code() != request.code) {
-        return false;
-    }
-    if (differs(wanted.has_ata_command(), wanted.ata_command(), summary.ata ? &summary.ata->command : nullptr) ||
+    if (differs(wanted.has_control_code(), wanted.control_code(), &request.code) ||
+        differs(wanted.has_ata_command(), wanted.ata_command(), summary.ata ? &summary.ata->command : nullptr) ||
         differs(wanted.has_ata_features(), wanted.ata_features(), summary.ata ? &summary.ata->features : nullptr) ||
         differs(wanted.has_scsi_opcode(), wanted.scsi_opcode(), summary.scsiOpcode) ||
-        differs(wanted.has_nvme_log_page(), wanted.nvme_log_page(), summary.nvmeLogPage)) {
-        return false;
-    }
-    if (exchange.input.size() > request.input.size()) {
+        differs(wanted.has_nvme_log_page(), wanted.nvme_log_page(), summary.nvmeLogPage) ||
+        exchange.input.size() > request.input.size()) {
         return false;
     }
     for (std::size_t i = 0; i < exchange.input.size(); ++i) {
@@ -101,11 +97,6 @@ void CopyOut(const ByteVector& bytes, void* out, std::size_t room)
     }
 }
 
-void* DataPointer(const platform::emulated::ControlBuffers& buffers)
-{
-    return buffers.Request<void*>(kDataPointerOffset).value_or(nullptr);
-}
-
 // A device that is open.
 class OpenTarget final : public platform::emulated::Device {
 public:
@@ -121,8 +112,9 @@ public:
         }
         m_Machine.Reach(m_Target.disk, "a request");
         const PassThroughSummary summary = Summarise(request);
-        void* data = IsDirect(code) && summary.dataTransferLength > 0 ? DataPointer(buffers) : nullptr;
-        if (IsDirect(code) && summary.dataTransferLength > 0 && data == nullptr) {
+        const bool hasData = IsDirect(code) && summary.dataTransferLength > 0;
+        void* data = hasData ? buffers.Request<void*>(kDataPointerOffset).value_or(nullptr) : nullptr;
+        if (hasData && data == nullptr) {
             return win32::kInvalidParameter;
         }
         Reply reply = Answer(m_Machine, m_Target, request, summary);

@@ -39,10 +39,8 @@ public:
             if (instance.since > 0) {
                 totals.Add(TotalsAt(*disk, instance.since), -1);
             }
-            sample.disks.emplace_back(
-                instance.name, platform::emulated::DiskTotals{totals.reads, totals.writes, totals.bytesRead, totals.bytesWritten,
-                                                              totals.readSeconds, totals.writeSeconds,
-                                                              sample.seconds - instance.since - totals.idleSeconds});
+            totals.busyTime = sample.seconds - instance.since - totals.idleTime;
+            sample.disks.emplace_back(instance.name, totals);
         }
         return sample;
     }

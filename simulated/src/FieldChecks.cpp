@@ -14,7 +14,7 @@ namespace orbis::simulated {
 namespace {
 
 using google::protobuf::FieldDescriptor;
-using google::protobuf::Message;
+using google::protobuf::Reflection;
 
 constexpr std::uint64_t kLongestBytes = 16U << 20;
 constexpr std::size_t kPartitionName = 36;
@@ -28,35 +28,25 @@ struct Subject {
     const FieldDescriptor& field;
     int index;
 
-    [[nodiscard]] const google::protobuf::Reflection& Reflection() const { return *place.message.GetReflection(); }
-    [[nodiscard]] std::uint64_t Number() const;
-    [[nodiscard]] std::string Text() const;
-    [[nodiscard]] const Message& Inner() const;
+    // The value, by the one or the other getter of a message's reflection.
+    template <auto Single, auto Repeated>
+    [[nodiscard]] decltype(auto) Value() const
+    {
+        const auto& reflection = *place.message.GetReflection();
+        return field.is_repeated() ? (reflection.*Repeated)(place.message, &field, index)
+                                   : (reflection.*Single)(place.message, &field);
+    }
+    [[nodiscard]] std::string Text() const { return Value<&Reflection::GetString, &Reflection::GetRepeatedString>(); }
+    [[nodiscard]] std::uint64_t Number() const
+    {
+        return field.cpp_type() == FieldDescriptor::CPPTYPE_UINT64
+                   ? Value<&Reflection::GetUInt64, &Reflection::GetRepeatedUInt64>()
+                   : Value<&Reflection::GetUInt32, &Reflection::GetRepeatedUInt32>();
+    }
 };
 
-std::uint64_t Subject::Number() const
-{
-    const Message& message = place.message;
-    const bool repeated = field.is_repeated();
-    if (field.cpp_type() == FieldDescriptor::CPPTYPE_UINT64) {
-        return repeated ? Reflection().GetRepeatedUInt64(message, &field, index) : Reflection().GetUInt64(message, &field);
-    }
-    return repeated ? Reflection().GetRepeatedUInt32(message, &field, index) : Reflection().GetUInt32(message, &field);
-}
-
-std::string Subject::Text() const
-{
-    return field.is_repeated() ? Reflection().GetRepeatedString(place.message, &field, index)
-                               : Reflection().GetString(place.message, &field);
-}
-
-const Message& Subject::Inner() const
-{
-    return field.is_repeated() ? Reflection().GetRepeatedMessage(place.message, &field, index)
-                               : Reflection().GetMessage(place.message, &field);
-}
-
 using Verdict = std::string;  // empty: nothing wrong
+using Limit = std::uint64_t;
 
 template <typename... Arguments>
 Verdict Unless(bool isRight, fmt::format_string<Arguments...> format, Arguments&&... arguments)
@@ -64,72 +54,67 @@ Verdict Unless(bool isRight, fmt::format_string<Arguments...> format, Arguments&
     return isRight ? Verdict{} : fmt::format(format, std::forward<Arguments>(arguments)...);
 }
 
-Verdict AtMost(const Subject& subject, std::uint64_t limit)
+Verdict AtMost(const Subject& value, Limit limit)
 {
-    return Unless(subject.Number() <= limit, "{:#x} does not fit: the largest value is {:#x}", subject.Number(), limit);
+    return Unless(value.Number() <= limit, "{:#x} does not fit: the largest value is {:#x}", value.Number(), limit);
 }
-Verdict Length(const Subject& subject, std::uint64_t limit)
+Verdict Length(const Subject& value, Limit limit)
 {
-    const std::size_t length = subject.Text().size();
+    const std::size_t length = value.Text().size();
     return Unless(length <= limit, "{} bytes, of which only {} fit", length, limit);
 }
-Verdict Position(const Subject& subject, std::uint64_t limit)
+Verdict Position(const Subject& value, Limit limit)
 {
-    return Unless(static_cast<std::uint64_t>(subject.index) < limit, "only {} fit", limit);
+    return Unless(static_cast<Limit>(value.index) < limit, "only {} fit", limit);
 }
-Verdict InsidePage(const Subject& subject, std::uint64_t limit)
+Verdict InsidePage(const Subject& value, Limit limit)
 {
-    const auto& patch = dynamic_cast<const description::Patch&>(subject.Inner());
+    const Place inner = value.place.Inner(value.field, value.index);
+    const auto& patch = dynamic_cast<const description::Patch&>(inner.message);
     const std::size_t length = ParseHex(patch.hex()).value_or(ByteVector{}).size() + patch.raw().size();
     const std::size_t end = patch.offset() <= kLongestBytes ? patch.offset() + length : 0;
     return Unless(end <= limit, "reaches to byte {} of a page of {}", end, limit);
 }
-Verdict Size(const Subject& subject, std::uint64_t)
+Verdict Size(const Subject& value, Limit)
 {
-    return Unless(subject.Number() <= kLongestBytes, "{} bytes are more than {}", subject.Number(), kLongestBytes);
+    return Unless(value.Number() <= kLongestBytes, "{} bytes are more than {}", value.Number(), kLongestBytes);
 }
-Verdict Filled(const Subject& subject, std::uint64_t) { return Unless(!subject.Text().empty(), "is empty"); }
-Verdict Hex(const Subject& subject, std::uint64_t)
+Verdict Filled(const Subject& value, Limit) { return Unless(!value.Text().empty(), "is empty"); }
+Verdict Hex(const Subject& value, Limit) { return Unless(ParseHex(value.Text()).has_value(), "not pairs of hexadecimal digits"); }
+Verdict Utf16(const Subject& value, Limit)
 {
-    return Unless(ParseHex(subject.Text()).has_value(), "not pairs of hexadecimal digits");
+    return Unless(ParseUtf16Hex(value.Text()).has_value(), "not groups of four hexadecimal digits");
 }
-Verdict Utf16(const Subject& subject, std::uint64_t)
+Verdict IsGuid(const Subject& value, Limit)
 {
-    return Unless(ParseUtf16Hex(subject.Text()).has_value(), "not groups of four hexadecimal digits");
+    return Unless(ParseGuid(value.Text()).has_value(), "\"{}\" is no GUID", value.Text());
 }
-Verdict IsGuid(const Subject& subject, std::uint64_t)
+Verdict Letter(const Subject& value, Limit)
 {
-    return Unless(ParseGuid(subject.Text()).has_value(), "\"{}\" is no GUID", subject.Text());
+    const std::string text = ToUpper(value.Text());
+    return Unless(text.size() == 1 && text[0] >= 'A' && text[0] <= 'Z', "\"{}\" is no drive letter", value.Text());
 }
-Verdict Letter(const Subject& subject, std::uint64_t)
+Verdict FailingHresult(const Subject& value, Limit)
 {
-    const std::string text = ToUpper(subject.Text());
-    return Unless(text.size() == 1 && text[0] >= 'A' && text[0] <= 'Z', "\"{}\" is no drive letter", subject.Text());
+    return Unless((value.Number() & kHresultFailure) != 0, "{:#x} is no failure", value.Number());
 }
-Verdict FailingHresult(const Subject& subject, std::uint64_t)
+Verdict CodePage(const Subject& value, Limit)
 {
-    return Unless((subject.Number() & kHresultFailure) != 0, "{:#x} is no failure", subject.Number());
+    return Unless(IsKnownCodePage(static_cast<std::uint32_t>(value.Number())), "unknown code page {}", value.Number());
 }
-Verdict CodePage(const Subject& subject, std::uint64_t)
+Verdict UtcTime(const Subject& value, Limit) { return Unless(ParseUtcTime(value.Text()).has_value(), "not a UTC time"); }
+Verdict TypeOfPartition(const Subject& value, Limit)
 {
-    return Unless(IsKnownCodePage(static_cast<std::uint32_t>(subject.Number())), "unknown code page {}", subject.Number());
+    return Unless(PartitionType(value.Text()).has_value(), "unknown partition type \"{}\"", value.Text());
 }
-Verdict UtcTime(const Subject& subject, std::uint64_t)
+Verdict NameOfPartition(const Subject& value, Limit)
 {
-    return Unless(ParseUtcTime(subject.Text()).has_value(), "not a UTC time");
-}
-Verdict TypeOfPartition(const Subject& subject, std::uint64_t)
-{
-    return Unless(PartitionType(subject.Text()).has_value(), "unknown partition type \"{}\"", subject.Text());
-}
-Verdict NameOfPartition(const Subject& subject, std::uint64_t)
-{
-    const std::size_t length = platform::Utf8ToUtf16(subject.Text()).size();
+    const std::size_t length = platform::Utf8ToUtf16(value.Text()).size();
     return Unless(length <= kPartitionName, "{} UTF-16 units, of which only {} fit", length, kPartitionName);
 }
-Verdict SmbiosVersion(const Subject& subject, std::uint64_t)
+Verdict SmbiosVersion(const Subject& value, Limit)
 {
-    const std::string text = subject.Text();
+    const std::string text = value.Text();
     const std::size_t dot = text.find('.');
     const auto isNumber = [](std::string_view part) {
         return !part.empty() && part.size() <= 2 && part.find_first_not_of("0123456789") == std::string_view::npos;
@@ -138,19 +123,19 @@ Verdict SmbiosVersion(const Subject& subject, std::uint64_t)
                            isNumber(std::string_view(text).substr(dot + 1));
     return Unless(isVersion, "\"{}\" is no version", text);
 }
-Verdict Signature(const Subject& subject, std::uint64_t)
+Verdict Signature(const Subject& value, Limit)
 {
-    return Unless(subject.Text().size() == 4, "\"{}\" is no signature of four characters", subject.Text());
+    return Unless(value.Text().size() == 4, "\"{}\" is no signature of four characters", value.Text());
 }
-Verdict Delay(const Subject& subject, std::uint64_t)
+Verdict Delay(const Subject& value, Limit)
 {
-    const double seconds = subject.Reflection().GetDouble(subject.place.message, &subject.field);
+    const double seconds = value.Value<&Reflection::GetDouble, &Reflection::GetRepeatedDouble>();
     return Unless(seconds >= 0 && seconds <= kLongestDelay, "{} is no delay in seconds", seconds);
 }
 // VT_BSTR, VT_DISPATCH, VT_UNKNOWN and everything by reference or in an array hold a pointer.
-Verdict PointerlessType(const Subject& subject, std::uint64_t)
+Verdict PointerlessType(const Subject& value, Limit)
 {
-    const std::uint64_t type = subject.Number();
+    const std::uint64_t type = value.Number();
     const bool holdsPointer = type > 0x1FFF || type == 8 || type == 9 || type == 12 || type == 13 || type == 14;
     return Unless(!holdsPointer, "variant type {:#x} holds a pointer or does not exist", type);
 }
@@ -160,7 +145,7 @@ constexpr auto kWarning = Finding::Severity::Warning;
 
 struct Rule {
     Finding::Severity severity;
-    Verdict (*judge)(const Subject& subject, std::uint64_t limit);
+    Verdict (*judge)(const Subject& value, Limit limit);
     const char* hint;  // null: the field has its own
 };
 

@@ -16,10 +16,12 @@ using platform::PdhCounterObject;
 using platform::PdhQueryObject;
 using platform::PdhStatus;
 
-// Not on the forwarding base: these are the machine itself, whose last error is that of its very last call.
-class DeviceIoLedger final : public platform::DeviceIo {
+// These are the machine itself, so their last error is that of its very last call and not the saved one of decorators.
+class DeviceIoLedger final : public platform::ForwardingDeviceIo {
 public:
-    DeviceIoLedger(MachineState& machine, std::unique_ptr<platform::DeviceIo> port) : m_Machine(machine), m_Port(std::move(port)) {}
+    DeviceIoLedger(MachineState& machine, std::unique_ptr<platform::DeviceIo> port)
+        : ForwardingDeviceIo(*port), m_Machine(machine), m_Port(std::move(port))
+    {}
 
     NativeHandle Open(const char16_t* path, std::uint32_t access, std::uint32_t share, void* security, std::uint32_t disposition,
                       std::uint32_t flags, NativeHandle templateFile) override
@@ -39,11 +41,6 @@ public:
         const bool closed = Check(m_Port->Close(device), [] { return "Close of"; });
         m_Machine.open.deviceHandles -= closed ? 1 : 0;
         return closed;
-    }
-    platform::PowerState DiskPowerState(const char16_t* path) override { return m_Port->DiskPowerState(path); }
-    std::uint32_t LogicalDriveStrings(std::uint32_t characters, char16_t* buffer) override
-    {
-        return m_Port->LogicalDriveStrings(characters, buffer);
     }
     std::uint32_t LastError() const noexcept override { return m_Port->LastError(); }
 

@@ -31,10 +31,7 @@ private:
 
 void CheckLetter(const Place& place, const std::string& letter, Unique& letters, Findings& findings)
 {
-    if (letter.empty()) {
-        return;
-    }
-    if (const auto first = letters.SeenBefore(ToUpper(letter), place)) {
+    if (const auto first = letter.empty() ? std::nullopt : letters.SeenBefore(ToUpper(letter), place)) {
         findings.Error(place, "letter", fmt::format("drive letter {} is used already in {}", ToUpper(letter), *first),
                        "give each volume its own letter");
     }

@@ -140,13 +140,11 @@ std::unique_ptr<Parsed> Parse(std::string_view text, const std::string& name)
     return parsed;
 }
 
-Finding FileFinding(const std::string& path, std::string message, std::string hint)
-{
-    return {Finding::Severity::Error, path, 0, 0, {}, std::move(message), std::move(hint)};
-}
-
 std::string ReadFile(const std::string& path)
 {
+    const auto failWith = [&path](std::string message, std::string hint) {
+        throw MachineFileError({Finding::Severity::Error, path, 0, 0, {}, std::move(message), std::move(hint)});
+    };
     const std::filesystem::path file(std::u8string(path.begin(), path.end()));
     errno = 0;
     std::ifstream stream(file, std::ios::binary);
@@ -154,17 +152,16 @@ std::string ReadFile(const std::string& path)
     std::error_code ignored;
     const bool isFolder = std::filesystem::is_directory(file, ignored);
     if (!stream || isFolder) {
-        throw MachineFileError(FileFinding(path, "the machine file cannot be read: " + (isFolder ? "it is a folder" : reason),
-                                           "name a readable *.txtpb file"));
+        failWith("the machine file cannot be read: " + (isFolder ? "it is a folder" : reason), "name a readable *.txtpb file");
     }
     std::ostringstream content;
     content << stream.rdbuf();
     std::string text = std::move(content).str();
     if (text.size() > kLongestFile) {
-        throw MachineFileError(FileFinding(path, "the machine file is longer than 64 MiB", "describe fewer disks or bytes"));
+        failWith("the machine file is longer than 64 MiB", "describe fewer disks or bytes");
     }
     if (text.find_first_not_of(" \t\r\n") == std::string::npos) {
-        throw MachineFileError(FileFinding(path, "the machine file is empty", "record one with `orbis-host machine record FILE`"));
+        failWith("the machine file is empty", "record one with `orbis-host machine record FILE`");
     }
     constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // some editors begin UTF-8 with it
     text.erase(0, text.starts_with(kByteOrderMark) ? kByteOrderMark.size() : 0);

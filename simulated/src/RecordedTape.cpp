@@ -21,13 +21,13 @@ using insight::RecordedExecution;
 Tape::Tape(const insight::Recording& recording)
 {
     for (const RecordedCall& call : recording.call()) {
-        m_Calls.try_emplace(KeyOf(call), Call{&call, {}});
+        m_Calls.try_emplace(KeyOf(call), &call, Place{});
         m_Operations.insert(call.operation());
     }
     for (const insight::RecordedQuery& query : recording.query()) {
         std::string wmiNamespace = query.wmi_namespace();
         static_cast<void>(platform::emulated::ParseNamespacePath(query.wmi_namespace(), wmiNamespace));
-        m_Queries.try_emplace({wmiNamespace, query.text()}, Query{&query, {}});
+        m_Queries.try_emplace({wmiNamespace, query.text()}, &query, Place{});
         for (const insight::RecordedExecution& execution : query.execution()) {
             for (const insight::RecordedRow& row : execution.row()) {
                 for (const insight::RecordedProperty& property : row.property()) {
@@ -52,8 +52,9 @@ const RecordedAnswer* Tape::PlayIfThere(const RecordedCall& request)
 {
     const std::lock_guard lock(m_Mutex);
     const auto found = m_Calls.find(KeyOf(request));
-    return found != m_Calls.end() && found->second.call->answer_size() > 0 ? Step(found->second.call->answer(), found->second.place)
-                                                                           : nullptr;
+    return found != m_Calls.end() && found->second.first->answer_size() > 0
+               ? Step(found->second.first->answer(), found->second.second)
+               : nullptr;
 }
 
 const RecordedAnswer* Tape::Play(const RecordedCall& request)
@@ -73,8 +74,8 @@ const RecordedExecution* Tape::PlayQuery(const std::string& wmiNamespace, const 
     {
         const std::lock_guard lock(m_Mutex);
         const auto found = m_Queries.find({wmiNamespace, text});
-        if (found != m_Queries.end() && found->second.query->execution_size() > 0) {
-            return Step(found->second.query->execution(), found->second.place);
+        if (found != m_Queries.end() && found->second.first->execution_size() > 0) {
+            return Step(found->second.first->execution(), found->second.second);
         }
     }
     NoteMissing(fmt::format("Wmi::ExecQuery {}: {}", wmiNamespace, text));

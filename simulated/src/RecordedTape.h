@@ -49,17 +49,9 @@ private:
     template <class Answers>
     static const auto* Step(const Answers& answers, Place& place);
 
-    struct Call {
-        const insight::RecordedCall* call;
-        Place place;
-    };
-    struct Query {
-        const insight::RecordedQuery* query;
-        Place place;
-    };
     mutable std::mutex m_Mutex;
-    std::map<std::string, Call> m_Calls;  // by the request, serialised
-    std::map<std::pair<std::string, std::string>, Query> m_Queries;
+    std::map<std::string, std::pair<const insight::RecordedCall*, Place>> m_Calls;  // by the request, serialised
+    std::map<std::pair<std::string, std::string>, std::pair<const insight::RecordedQuery*, Place>> m_Queries;
     std::set<std::string, std::less<>> m_Operations;
     std::set<std::string> m_Properties;
     std::set<std::string> m_Missing;

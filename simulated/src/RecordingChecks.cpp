@@ -139,9 +139,8 @@ void CheckRecording(const Place& place, Findings& findings)
         CheckCall(call, seen, findings);
     }
     for (const Place& query : place.Each("query")) {
-        if (!seen.insert(dynamic_cast<const insight::RecordedQuery&>(query.message).wmi_namespace() + '\n' +
-                         dynamic_cast<const insight::RecordedQuery&>(query.message).text())
-                 .second) {
+        const auto& asked = dynamic_cast<const insight::RecordedQuery&>(query.message);
+        if (!seen.insert(asked.wmi_namespace() + '\n' + asked.text()).second) {
             findings.Error(query, "text", "the same query was recorded already", "put all executions into one query");
         }
         for (const Place& execution : query.Each("execution")) {

@@ -84,9 +84,9 @@ Reply Performance(const Target& target, const Request& request)
     const double share = target.volume != nullptr ? target.volume->activityShare : 1.0;
     performance.bytesRead = Whole(totals.bytesRead * share);
     performance.bytesWritten = Whole(totals.bytesWritten * share);
-    performance.readTime = Whole(totals.readSeconds * share * kTicksPerSecond);
-    performance.writeTime = Whole(totals.writeSeconds * share * kTicksPerSecond);
-    performance.idleTime = Whole(totals.idleSeconds * kTicksPerSecond);
+    performance.readTime = Whole(totals.readTime * share * kTicksPerSecond);
+    performance.writeTime = Whole(totals.writeTime * share * kTicksPerSecond);
+    performance.idleTime = Whole(totals.idleTime * kTicksPerSecond);
     performance.readCount = static_cast<std::uint32_t>(Whole(totals.reads * share));
     performance.writeCount = static_cast<std::uint32_t>(Whole(totals.writes * share));
     performance.queryTime = Whole(request.now * kTicksPerSecond);

@@ -63,7 +63,6 @@ inline constexpr std::uint32_t kBusy = 170;
 inline constexpr std::uint32_t kMoreData = 234;
 inline constexpr std::uint32_t kNoMoreItems = 259;
 inline constexpr std::uint32_t kInvalidFlags = 1004;
-inline constexpr std::uint32_t kNoUnicodeTranslation = 1113;
 inline constexpr std::uint32_t kIoDevice = 1117;
 inline constexpr std::uint32_t kDeviceNotConnected = 1167;
 inline constexpr std::uint32_t kNotFound = 1168;

@@ -46,7 +46,7 @@ public:
     {
         return WithLastError(m_Inner, m_Inner.LogicalDriveStrings(characters, buffer));
     }
-    std::uint32_t LastError() const noexcept final { return SavedLastError(); }
+    std::uint32_t LastError() const noexcept override { return SavedLastError(); }
 
 private:
     DeviceIo& m_Inner;
@@ -84,7 +84,7 @@ public:
     {
         return WithLastError(m_Inner, m_Inner.DestroyDeviceInfoList(set));
     }
-    std::uint32_t LastError() const noexcept final { return SavedLastError(); }
+    std::uint32_t LastError() const noexcept override { return SavedLastError(); }
 
 private:
     Setup& m_Inner;
@@ -98,7 +98,7 @@ public:
     {
         return WithLastError(m_Inner, m_Inner.SystemFirmwareTable(provider, table, buffer, size));
     }
-    std::uint32_t LastError() const noexcept final { return SavedLastError(); }
+    std::uint32_t LastError() const noexcept override { return SavedLastError(); }
 
 private:
     Firmware& m_Inner;

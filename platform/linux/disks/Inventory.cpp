@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
 #include <utility>
 
 #include "emulated/CaseFolding.h"
@@ -12,12 +13,14 @@
 namespace orbis::platform::linux_system {
 namespace {
 
+using NameOrder = std::vector<std::pair<std::size_t, std::string>>;
+
 // Orders kernel names: by driver, the first two letters, then run by run. Numbers go by value; they have no leading zeros, so a
 // longer one is greater. Letters go by length first, so that sdz precedes sdaa.
-std::vector<std::pair<std::size_t, std::string>> OrderOf(const std::string& name)
+NameOrder OrderOf(const std::string& name)
 {
     const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
-    std::vector<std::pair<std::size_t, std::string>> runs{{0, name.substr(0, 2)}};
+    NameOrder runs{{0, name.substr(0, 2)}};
     for (auto at = name.begin(); at != name.end();) {
         const auto end = std::find_if(at, name.end(), [&](char c) { return isDigit(c) != isDigit(*at); });
         runs.emplace_back(static_cast<std::size_t>(end - at), std::string(at, end));
@@ -44,10 +47,12 @@ Inventory::Walk Inventory::Look()
             return m_LastWalk;
         }
     }
-    std::vector<std::string> names = DirectoryNames(m_Roots.sys + "/block");
-    std::ranges::sort(names, {}, OrderOf);
+    std::map<NameOrder, std::string> names;
+    for (const std::string& name : DirectoryNames(m_Roots.sys + "/block")) {
+        names.emplace(OrderOf(name), name);
+    }
     std::vector<Disk> disks;
-    for (const std::string& name : names) {
+    for (const auto& [order, name] : names) {
         if (std::optional<Disk> disk = ReadDisk(m_Roots, name)) {
             disks.push_back(std::move(*disk));
         }

@@ -3,7 +3,7 @@
 #include <chrono>
 #include <string>
 
-#include "linux/kernel/Kernel.h"
+#include "linux/kernel/Files.h"
 
 namespace orbis::platform::linux_system {
 
@@ -14,9 +14,15 @@ struct Moment {
     std::string events;  // empty where the kernel has no such counter; sysfs is then read every time
     std::chrono::steady_clock::time_point time;
 
-    [[nodiscard]] static Moment Now(const Roots& roots);
+    [[nodiscard]] static Moment Now(const Roots& roots)
+    {
+        return {ReadText(roots.sys + "/kernel/uevent_seqnum"), std::chrono::steady_clock::now()};
+    }
     // Whether what was seen at `then` is good at this moment.
-    [[nodiscard]] bool Confirms(const Moment& then) const noexcept;
+    [[nodiscard]] bool Confirms(const Moment& then) const noexcept
+    {
+        return !events.empty() && events == then.events && time - then.time < std::chrono::seconds(1);
+    }
 };
 
 }  // namespace orbis::platform::linux_system

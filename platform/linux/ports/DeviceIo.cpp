@@ -70,12 +70,12 @@ UniqueFd OpenNode(const Machine& machine, const std::string& blockName, Win32Err
     return node;
 }
 
-// One request on its way: what it is asked of, and the node, or why there is none.
+// What requests are asked of: a disk or volume, and its node, or why there is none.
 struct Asked {
     Machine& machine;
-    const Target& target;
-    int node;
-    Win32Error refusal;
+    Target target;
+    Win32Error refusal = win32::kSuccess;
+    UniqueFd node = OpenNode(machine, target.BlockName(), refusal);
 
     [[nodiscard]] bool IsNvme() const { return target.disk.busType == BusType::Nvme || target.disk.busType == BusType::NvmeOf; }
 };
@@ -84,7 +84,7 @@ struct Asked {
 template <typename Handler>
 Win32Error WithNode(const Asked& asked, Handler handler)
 {
-    return asked.node >= 0 ? handler(KernelDevice{asked.machine.calls, asked.node}) : asked.refusal;
+    return asked.node.IsValid() ? handler(KernelDevice{asked.machine.calls, asked.node.Get()}) : asked.refusal;
 }
 
 Win32Error QueryProperty(const Asked& asked, ControlBuffers& buffers)
@@ -102,8 +102,8 @@ Win32Error QueryProperty(const Asked& asked, ControlBuffers& buffers)
 // A partition table is on the disk, which for a volume's handle is another device.
 Win32Error GetPartitionInfoFromDisk(const Asked& asked, ControlBuffers& buffers)
 {
-    if (!asked.target.volume || asked.node < 0) {
-        return GetPartitionInfo(asked.machine, asked.target, asked.node, buffers);
+    if (!asked.target.volume || !asked.node.IsValid()) {
+        return GetPartitionInfo(asked.machine, asked.target, asked.node.Get(), buffers);
     }
     Win32Error refusal = win32::kSuccess;
     const UniqueFd disk = OpenNode(asked.machine, asked.target.disk.name, refusal);
@@ -123,7 +123,8 @@ Win32Error Dispatch(std::uint32_t code, const Asked& asked, ControlBuffers& buff
         case kIoctlDiskPerformance:
             return GetDiskPerformance(asked.machine, asked.target, buffers);
         case kIoctlDiskGetDriveLayoutEx:
-            return asked.target.volume ? win32::kInvalidFunction : GetDriveLayout(asked.machine, asked.target, asked.node, buffers);
+            return asked.target.volume ? win32::kInvalidFunction
+                                       : GetDriveLayout(asked.machine, asked.target, asked.node.Get(), buffers);
         case kIoctlDiskGetPartitionInfoEx:
             return GetPartitionInfoFromDisk(asked, buffers);
         case kIoctlStorageProtocolCommand:
@@ -141,23 +142,14 @@ Win32Error Dispatch(std::uint32_t code, const Asked& asked, ControlBuffers& buff
 
 class BlockDevice final : public emulated::Device {
 public:
-    BlockDevice(Machine& machine, Target target) : m_Machine(machine), m_Target(std::move(target))
-    {
-        m_Node = OpenNode(m_Machine, m_Target.BlockName(), m_Refusal);
-    }
+    BlockDevice(Machine& machine, Target target) : m_Asked{machine, std::move(target)} {}
 
     // Why there is no node.
-    [[nodiscard]] Win32Error Refusal() const noexcept { return m_Refusal; }
-    Win32Error Control(std::uint32_t code, ControlBuffers& buffers) override
-    {
-        return Dispatch(code, {m_Machine, m_Target, m_Node.Get(), m_Refusal}, buffers);
-    }
+    [[nodiscard]] Win32Error Refusal() const noexcept { return m_Asked.refusal; }
+    Win32Error Control(std::uint32_t code, ControlBuffers& buffers) override { return Dispatch(code, m_Asked, buffers); }
 
 private:
-    Machine& m_Machine;
-    const Target m_Target;
-    UniqueFd m_Node;
-    Win32Error m_Refusal = win32::kSuccess;
+    const Asked m_Asked;
 };
 
 class BlockDevices final : public emulated::DeviceIo {

@@ -1,6 +1,7 @@
 #include "linux/requests/Scsi.h"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 
 #include <scsi/sg.h>
@@ -16,24 +17,9 @@ namespace {
 // The kernel's host byte (scsi_status.h): the result of the command's transport.
 Win32Error Win32FromHostStatus(std::uint32_t hostStatus)
 {
-    constexpr std::uint32_t kOk = 0x00;
-    constexpr std::uint32_t kNoConnect = 0x01;
-    constexpr std::uint32_t kBusBusy = 0x02;
-    constexpr std::uint32_t kTimeOut = 0x03;
-    constexpr std::uint32_t kBadTarget = 0x04;
-    switch (hostStatus) {
-        case kOk:
-            return win32::kSuccess;
-        case kNoConnect:
-        case kBadTarget:
-            return win32::kNoSuchDevice;
-        case kBusBusy:
-            return win32::kBusy;
-        case kTimeOut:
-            return win32::kSemTimeout;
-        default:
-            return win32::kIoDevice;
-    }
+    // OK, no connection, bus busy, time-out, bad target
+    constexpr std::array kErrors{win32::kSuccess, win32::kNoSuchDevice, win32::kBusy, win32::kSemTimeout, win32::kNoSuchDevice};
+    return hostStatus < kErrors.size() ? kErrors[hostStatus] : win32::kIoDevice;
 }
 
 Win32Error Win32FromDriverStatus(std::uint32_t driverStatus)

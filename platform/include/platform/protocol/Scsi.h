@@ -36,7 +36,6 @@ inline constexpr std::uint8_t kSenseIllegalRequest = 0x5;
 inline constexpr std::uint8_t kSenseAbortedCommand = 0xB;
 inline constexpr std::uint8_t kInvalidOperationCode = 0x20;
 inline constexpr std::uint8_t kInvalidFieldInCdb = 0x24;
-inline constexpr std::uint8_t kMediumNotPresent = 0x3A;
 inline constexpr std::uint8_t kAtaPassThroughInformation = 0x1D;  // qualifier of additional sense code 0
 inline constexpr std::uint8_t kAtaStatusReturn = 0x09;            // type of a sense data descriptor
 inline constexpr std::uint8_t kAtaStatusReturnSize = 14;
@@ -59,7 +58,6 @@ inline constexpr std::size_t kCount16 = 6;
 inline constexpr std::size_t kLbaLow16 = 8;
 inline constexpr std::size_t kLbaMid16 = 10;
 inline constexpr std::size_t kLbaHigh16 = 12;
-inline constexpr std::size_t kDevice16 = 13;
 inline constexpr std::size_t kCommand16 = 14;
 // The same in the 12-byte command.
 inline constexpr std::size_t kFeatures12 = 3;
