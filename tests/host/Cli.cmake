@@ -33,6 +33,14 @@ file(WRITE ${WORK}/denied.txtpb "elevated: false disk { number: 0 kind: NVME siz
 try(4 "^[^Z]*Z\n[^Z]*Z\n[^Z]*$" "^orbis-host: no access[^\n]*\n$" collect SmartNvmeInfo --machine ${WORK}/denied.txtpb --watch 0.1 --count 2)
 file(WRITE ${WORK}/sealed.txtpb "disk { number: 3 kind: USB_SATA size: 1000000000 exchange { ata_command: 0xB0 error: 5 } }\n")
 try(4 "No SMART values \\(no access\\): DISK3" "^orbis-host: no access" collect SmartDynamicInfo --machine ${WORK}/sealed.txtpb)
+# Of two inventory rows for one number the first counts, and a disk without a letter is named once.
+foreach(id A B)
+    string(APPEND rows "row { property { name: \"Index\" i4: 0 } property { name: \"SCSIPort\" i4: 0 } property { name: \"Model\" text: \"Model ${id}\" } "
+                       "property { name: \"PNPDeviceID\" text: \"${id}\" } property { name: \"FirmwareRevision\" text: \"1\" } } ")
+endforeach()
+file(WRITE ${WORK}/twice.txtpb "wmi_class { name: \"Win32_DiskDrive\" ${rows} } disk { number: 0 kind: NVME size: 1000000000 }\n")
+try(0 "DISK0 Model A +Disk_A" "^$" collect SmartNvmeInfo --machine ${WORK}/twice.txtpb)
+try(0 "Z\n.*Z\n" "^orbis-host: DISK0 has no drive letter[^\n]*\n$" collect PhysicalDiskDynamicInfo --machine ${WORK}/twice.txtpb --watch 0.1 --count 2)
 # What the collectors leave out silently, the host reports with the reason.
 file(WRITE ${WORK}/unnamed.txtpb "wmi_class { name: \"Win32_DiskDrive\" row { property { name: \"Index\" i4: 3 } property { name: \"SCSIPort\" i4: 0 } "
                                  "property { name: \"Model\" i4: 1 } } row {} }\n")
@@ -175,7 +183,7 @@ try(0 "PhysicalDiskStaticInfo: 6 disks" "^$" collect PhysicalDiskStaticInfo --ma
 try(4 "PhysicalDiskStaticInfo: 6 disks" "MSFT_PhysicalDisk: no answer to the query within 30 s" collect PhysicalDiskStaticInfo --machine ${WORK}/class.txtpb --deadline 30 --log-level off)
 try(4 "DynamicInfo: 0 disks.*StaticInfo: 6 disks" "the performance counters: no answer to a sample within 30 s"
     collect PhysicalDiskDynamicInfo PhysicalDiskStaticInfo --machine ${WORK}/counters.txtpb --deadline 30 --log-level off)
-try(7 "UNKNOWN  DISK3[^\n]*\n +no answer to IDENTIFY DEVICE within 30 s" "DISK3: no answer" health --machine ${WORK}/hung.txtpb)
+try(7 "UNKNOWN  DISK3 Samsung[^\n]*\n +no answer to IDENTIFY DEVICE within 30 s" "DISK3: no answer" health --machine ${WORK}/hung.txtpb --baseline ${WORK}/baseline.json)
 try(4 "^UNKNOWN  DISK3[^\n]*\n[^\n]*\n$" "^orbis-host: DISK3: no answer[^\n]*\n$" health --machine ${WORK}/hung.txtpb --item 3)
 try(4 "orbis_findings 1" "" metrics --machine ${WORK}/hung.txtpb)
 try(4 "SmartNvmeInfo" "DISK3: no answer" explain --machine ${WORK}/hung.txtpb --deadline 30)
@@ -238,6 +246,8 @@ if(UNIX AND NOT emulator)
     endif()
 endif()
 
+set(ENV{TERM} dumb)
+try(7 "104 % used, 32 C, " "^$" health --machine workstation.txtpb)
 # Colours are for terminals, unless NO_COLOR is set.
 if(UNIX AND NOT emulator)
     string(ASCII 27 escape)
