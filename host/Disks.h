@@ -38,7 +38,7 @@ public:
     // Item ids of the disks that `selector` names: an item id or a name of above, a PnP device id, DISK0, 0, \\.\PhysicalDrive0,
     // C:, or a serial number, letters of either case. The first of these that fits a disk counts.
     [[nodiscard]] std::vector<std::string> Select(std::string_view selector) const;
-    // What can be selected, one line a disk, for a person whose selection fits none.
+    // The disks that can be selected, one line for each, to show when a selection matches none.
     [[nodiscard]] std::string List() const;
 
     [[nodiscard]] const std::vector<Disk>& All() const noexcept { return m_Disks; }

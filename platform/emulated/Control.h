@@ -14,7 +14,7 @@
 #include "platform/Errors.h"
 #include "platform/Requests.h"
 
-// What the handlers of control requests share. A handler gives a Win32 error, kSuccess for none.
+// Shared by the handlers of control requests. A handler returns a Win32 error, or kSuccess.
 namespace orbis::platform::emulated {
 
 // The caller's buffers of one request. `in` and `out` may be the same bytes: read all of a request before the answer is written.
@@ -88,10 +88,10 @@ struct DeviceDescription {
 [[nodiscard]] std::vector<std::byte> DeviceDescriptor(const DeviceDescription& device);
 // STORAGE_ADAPTER_DESCRIPTOR as far as bus type and limits.
 [[nodiscard]] std::vector<std::byte> AdapterDescriptor(BusType busType);
-// Who keeps the counts of DISK_PERFORMANCE: the partition manager for a disk, the volume manager for a volume.
+// The keeper of the counts of DISK_PERFORMANCE: the partition manager for a disk, the volume manager for a volume.
 inline constexpr std::array<char16_t, 8> kDiskManager{u'P', u'h', u'y', u's', u'D', u'i', u's', u'k'};
 inline constexpr std::array<char16_t, 8> kVolumeManager{u'V', u'O', u'L', u'M', u'G', u'R', u' ', u' '};
-// What Windows reports for every disk since drives stopped having a geometry.
+// The geometry that Windows reports for every disk, because modern drives have none.
 [[nodiscard]] DiskGeometry LargeDiskGeometry(std::uint64_t bytes, std::uint32_t bytesPerSector, bool isRemovable) noexcept;
 
 }  // namespace orbis::platform::emulated

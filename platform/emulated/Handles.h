@@ -28,7 +28,7 @@ public:
         return found != m_Objects.end() ? found->second : nullptr;
     }
 
-    // What the handle stood for; null when it was not open.
+    // Closes the handle and returns its object; null when it was not open.
     std::shared_ptr<T> Remove(std::intptr_t handle) noexcept
     {
         const std::scoped_lock lock(m_Mutex);

@@ -11,7 +11,7 @@ constexpr std::uint32_t kLongestPage = 1U << 20;
 // The port drivers take 1 second to 30 hours.
 bool IsTimeOutValid(std::uint32_t seconds) noexcept { return seconds > 0 && seconds <= 30 * 60 * 60; }
 
-// What both kinds of pass-through have in common.
+// Shared by both kinds of pass-through.
 template <typename Request>
 bool IsWellFormed(const std::optional<Request>& request, std::size_t outputSize) noexcept
 {

@@ -16,7 +16,7 @@ constexpr std::string_view kPhysicalDisk = "physicaldisk";
 constexpr std::string_view kTotal = "_Total";
 constexpr std::string_view kEveryInstance = "*";
 
-// What the disks of an instance did in an interval.
+// The activity of an instance's disks in an interval.
 struct Interval {
     DiskTotals growth;
     double seconds = 0;

@@ -12,7 +12,7 @@
 
 namespace orbis::platform::emulated {
 
-// What a disk has done since it was plugged in. All of it grows with time.
+// The activity of a disk since it was plugged in. All values grow with time.
 struct DiskTotals {
     double reads = 0;
     double writes = 0;
@@ -55,7 +55,7 @@ public:
     // The instances of PhysicalDisk, "_Total" apart.
     [[nodiscard]] virtual std::vector<std::string> DiskInstances() = 0;
     [[nodiscard]] virtual DiskSample SampleDisks() = 0;
-    // What is to be reported instead of the computed object and counters, and objects beside PhysicalDisk; names in lower case.
+    // Values that replace those of the computed object and counters, and further objects beside PhysicalDisk; names in lower case.
     [[nodiscard]] virtual std::optional<InstanceList> RecordedInstances(const std::string& /*object*/) { return std::nullopt; }
     [[nodiscard]] virtual RecordedCounter FindRecorded(const CounterPath& /*path*/) { return nullptr; }
 };

@@ -12,7 +12,7 @@ namespace {
 
 bool Fail(Win32Error error) noexcept { return FailWith(error, false); }
 
-// What all calls on a set check first.
+// The checks that all calls on a set make first.
 bool Check(const std::shared_ptr<const DeviceSet>& set, bool isValid, Win32Error error = win32::kInvalidParameter) noexcept
 {
     return set == nullptr ? Fail(win32::kInvalidHandle) : isValid || Fail(error);

@@ -18,7 +18,7 @@ namespace {
 constexpr std::uint32_t kApartmentThreaded = 2;    // COINIT_APARTMENTTHREADED
 constexpr std::int32_t kReturnImmediately = 0x10;  // WBEM_FLAG_RETURN_IMMEDIATELY
 
-// What goes out as a ComObject. It is made with one reference, the only one that the port can give back.
+// The object behind a ComObject pointer. It is created with one reference, the only one that the port can release.
 struct Object {
     enum class Kind { Locator, Services, Enumerator, Row } kind;
     std::string wmiNamespace{};                                  // services

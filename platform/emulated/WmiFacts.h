@@ -11,7 +11,7 @@
 
 #include "platform/Wmi.h"
 
-// What a machine knows and WMI reports. Names are UTF-8; their letters are compared without regard to case.
+// The facts of a machine that WMI reports. Names are UTF-8 and are compared without regard to case.
 namespace orbis::platform::emulated {
 
 // A one-dimensional safe array of bytes or of strings. It may claim another upper bound than it has, and it may fail.
@@ -28,7 +28,7 @@ struct WmiArray {
     [[nodiscard]] std::size_t Count() const noexcept { return type == VariantType::StringArray ? texts.size() : bytes.size(); }
 };
 
-// What reading a property gives.
+// The result of reading a property.
 using WmiValue = std::variant<Variant,         // a type and its payload, or a null string; never another pointer
                               std::u16string,  // VT_BSTR
                               std::shared_ptr<const WmiArray>,

@@ -5,7 +5,7 @@
 namespace orbis::simulated {
 namespace {
 
-// What one activity adds in a span of seconds.
+// The counts that one activity adds in a number of seconds.
 ActivityTotals During(const description::Activity& activity, double seconds)
 {
     const double readPart = activity.reads_per_second() * activity.seconds_per_read();

@@ -5,7 +5,8 @@
 
 namespace orbis::simulated {
 
-// What a disk has done since it was plugged in, all growing with time; `busyTime` is left to who knows since when.
+// The activity of a disk since it was plugged in; all values grow with time. `busyTime` is computed by the caller, from the idle
+// time.
 struct ActivityTotals : platform::emulated::DiskTotals {
     double idleTime = 0;
 

@@ -61,12 +61,12 @@ void CheckDisk(const Place& place, Findings& findings);
 // Rules for a recording.
 void CheckRecording(const Place& place, Findings& findings);
 
-// What is wrong or odd with a description, in the order of its fields. `locations` (may be null) knows the lines of the file
+// The errors and warnings about a description, in the order of its fields. `locations` (may be null) has the lines of the file
 // `name`.
 [[nodiscard]] std::vector<Finding> CheckDescription(const description::Machine& machine,
                                                     const google::protobuf::TextFormat::ParseInfoTree* locations,
                                                     const std::string& name);
-// What a checked description describes, for people.
+// A description of the machine for people.
 [[nodiscard]] std::string SummaryOf(const description::Machine& machine);
 // Throws MachineFileError for the first finding that is an error.
 void ThrowFirstError(const std::vector<Finding>& findings);

@@ -213,7 +213,7 @@ private:
         return letter != 0 ? fmt::format(R"(\\.\{}:)", platform::emulated::LowerAscii(letter)) : std::string{};
     }
 
-    // What the path names; disks and volumes only while they are plugged in.
+    // The target with this path, or null; disks and volumes only while they are plugged in.
     const Target* Find(const std::string& path) const
     {
         const auto names = m_Paths.find(LowerAscii(path));

@@ -65,7 +65,7 @@ struct Target {
     std::uint32_t openError = platform::win32::kSuccess;  // that the file gives the device or volume
 };
 
-// What the device itself answers: storage requests of disk and volume, protocol requests, pass-through.
+// Requests that the device itself answers: storage requests of disk and volume, protocol requests, pass-through.
 [[nodiscard]] Reply AnswerRequest(const Target& target, const Request& request);
 
 // Handlers of single requests; `target.disk` is not null.
@@ -93,7 +93,7 @@ struct AtaCommand {
 [[nodiscard]] AtaCommand RegistersOf(const std::array<std::uint8_t, 16>& cdb);
 [[nodiscard]] AtaResult ExecuteAta(const DiskModel& disk, const AtaCommand& command);
 
-// What exchanges compare of a pass-through request.
+// The part of a pass-through request that exchanges compare.
 struct PassThroughSummary {
     std::uint32_t dataTransferLength = 0;
     std::optional<AtaCommand> ata;             // however it travels

@@ -13,7 +13,7 @@
 
 namespace orbis::simulated {
 
-// What a kind of disk is, unless its fields say otherwise.
+// The defaults of a kind of disk.
 struct KindTraits {
     description::DiskKind kind;
     platform::BusType busType;

@@ -37,7 +37,7 @@ void CheckLetter(const Place& place, const std::string& letter, Unique& letters,
     }
 }
 
-// What must differ between disks, volumes and classes.
+// Values that must differ between disks, volumes and classes.
 void CheckUniqueness(const Place& machine, Findings& findings)
 {
     Unique numbers;

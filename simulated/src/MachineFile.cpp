@@ -101,7 +101,7 @@ std::size_t NoText(std::string_view text)
     return control == text.end() ? std::string_view::npos : static_cast<std::size_t>(control - text.begin());
 }
 
-// What the parser makes of a text.
+// The parsed text.
 struct Parsed {
     description::Machine machine;
     TextFormat::ParseInfoTree locations;

@@ -38,7 +38,7 @@ public:
     [[nodiscard]] bool HasProperty(const std::string& name) const { return m_Properties.contains(name); }
 
     void NoteMissing(std::string what);
-    // What was asked and is not in the recording, each once, in order of the alphabet.
+    // The requests that are not in the recording, each once, in alphabetical order.
     [[nodiscard]] std::vector<std::string> Missing() const;
 
 private:

@@ -15,7 +15,7 @@ namespace {
 
 using platform::VariantType;
 
-// What an answer's numbers count: bytes, characters, or nothing.
+// The unit of an answer's numbers: bytes, characters, or none.
 struct Operation {
     std::string_view name;
     std::uint32_t unit = 1;  // bytes of one of `room` and `returned`

@@ -73,7 +73,7 @@ protected:
     PluginObject m_Plugin = m_Host.Create(m_Log);
 };
 
-TEST_F(PluginHostTest, TellsWhatThePluginIs)
+TEST_F(PluginHostTest, DescribesThePlugin)
 {
     EXPECT_EQ(m_Host.Id(), "{77517a8f-8645-40c4-9e41-215e96e7dcfc}");
     EXPECT_EQ(m_Host.Name(), "Storage Info Collector");
@@ -210,7 +210,7 @@ std::string LoadErrorOf(const std::filesystem::path& library)
 
 TEST(PluginHostLoadTest, LoadsThePluginItself) { EXPECT_EQ(PluginHost::Load(ORBIS_PLUGIN_FILE).Name(), "Storage Info Collector"); }
 
-TEST(PluginHostLoadTest, SaysWhatIsWrongWithALibrary)
+TEST(PluginHostLoadTest, ReportsWhyALibraryCannotBeLoaded)
 {
     EXPECT_THAT(LoadErrorOf("no-such-plugin"), HasSubstr("no-such-plugin"));
     EXPECT_THAT(LoadErrorOf(ORBIS_NO_PLUGIN_FILE), HasSubstr("is no plug-in"));

@@ -138,7 +138,7 @@ TEST_F(ReadingTest, ProtocolDataIsTakenOnlyFromASoundAnswer)
     }
 }
 
-TEST_F(ReadingTest, NothingOfADriveThatIsNotNvmeOrIsNotThere)
+TEST_F(ReadingTest, NoObjectForMissingOrNonNvmeDrive)
 {
     m_Drive.identify.reset();
     EXPECT_FALSE(HasIdentify() || HasHealth() || HasCustomizedHealth());

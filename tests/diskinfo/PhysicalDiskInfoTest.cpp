@@ -147,7 +147,7 @@ TEST(PhysicalDiskInfo, TheLayoutBufferGrowsUpToABound)
 }
 
 // A value that Windows does not know is absent; a value that cannot be read is a failure.
-TEST(PhysicalDiskInfo, TellsUnknownFromUnreadable)
+TEST(PhysicalDiskInfo, DistinguishesUnknownFromUnreadable)
 {
     const std::string lettered = Partition(1, "letter: 'D' serial: 7 boot: true page_file: true");
     const std::string joined = "1 ABCDEF00-0000-0000-0000-000000000001 'P1' 1 ";

@@ -144,7 +144,7 @@ TEST(HardwareAccess, SendsTheseBytesAndNoOthers)
     }
 }
 
-TEST(HardwareAccess, ReadsWhatTheDeviceTells)
+TEST(HardwareAccess, ReadsAnswersOfTheDevice)
 {
     struct Case {
         std::string name, machine, model, eppid;

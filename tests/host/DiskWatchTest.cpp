@@ -1,4 +1,4 @@
-// What the host learns of disks from the collectors' own requests.
+// The names of disks that the host learns from the collectors' requests.
 #include <gtest/gtest.h>
 
 #include <map>

@@ -74,7 +74,7 @@ TEST(UnitsTest, ReadAsPeopleWriteThem)
     EXPECT_EQ(LittleEndian(std::string("\x01\x02\0\0", 4)), 513.0);
 }
 
-TEST(DisksTest, FindsADiskByWhatAPersonCallsIt)
+TEST(DisksTest, FindsDiskByEveryName)
 {
     Disks disks;
     disks.Learn({"Disk_B", 12, "VEYRA IRON 4T", "7", {{"D:", "1234ABCD"}, {"E:", ""}}, false, {}});

@@ -284,7 +284,7 @@ HealthReport ReportOf(std::vector<DiskEvidence> disks, int minute)
     return MakeReport(disks, "pc", std::chrono::system_clock::time_point{std::chrono::minutes{minute}});
 }
 
-TEST(Health, BaselineTellsWhatRose)
+TEST(Health, BaselineShowsRises)
 {
     Nvme before;
     before.log[160] = 255;
@@ -312,7 +312,7 @@ TEST(Health, BaselineTellsWhatRose)
     EXPECT_EQ(same.disk(0).verdict(), OK);
     EXPECT_EQ(Rules(same.disk(0)), "nvme.media-errors");
 
-    // What a maker packs above the low 32 bits of a raw value is another counter.
+    // The bits above the low 32 bits of a raw value are another counter.
     Ata packed;
     packed.Attribute(1, 5, true, 100, 0x000100000003, 10);
     Ata later = packed;

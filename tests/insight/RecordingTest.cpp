@@ -84,7 +84,7 @@ INSTANTIATE_TEST_SUITE_P(Collections, RecordingFaultsTest,
                                          FaultyCollection{"Identify", proof::Datatype::Identify, 110}),
                          [](const auto& collection) { return std::string(collection.param.name); });
 
-TEST(RecordingMissTest, RequestThatIsNotRecordedSaysSo)
+TEST(RecordingMissTest, MissingRequestIsReported)
 {
     Recording recording = MakeRecording({});
     RecordedCall& open = *recording.add_call();

@@ -294,7 +294,7 @@ TEST(RedactionTest, AnswerWithoutARuleIsZero)
     }
 }
 
-// What no rule finds, the last search does.
+// The final search finds values that no rule replaces.
 TEST(RedactionTest, RecordingWithAReplacedValueIsRefused)
 {
     const RecordedRun recorded = Collect(Parsed(MachineText("planted")), proof::kDatatypes);

@@ -84,7 +84,7 @@ protected:
         }
     }
 
-    // What must have changed and did not.
+    // The fields that should have changed but did not.
     void ExpectAllSeen(Request request) const
     {
         for (const FieldSource& row : Sources().field()) {
@@ -202,7 +202,7 @@ private:
     std::set<std::string> m_Reported;
 };
 
-// What the example machines lack: every attribute that has a field, texts of full length, sizes whose highest byte counts, and
+// Data that the example machines lack: every attribute that has a field, texts of full length, sizes whose highest byte counts, and
 // disks that one thing alone tells to be solid-state.
 constexpr const char* kMoreBeside =
     "smbios { oem_strings { text: 'first' text: '1[0A1B]' } } recovery { mini_dump_directory: 'C:/Minidump' } ";

@@ -14,7 +14,7 @@
 #include "orbis/simulated/machine.pb.h"
 #include "simulated/Machine.h"
 
-// What the collections send of one disk, and which fields of it differ when an answer of the machine is changed.
+// The messages of one disk, and their fields that differ when an answer of the machine is changed.
 namespace orbis::insight {
 
 using google::protobuf::FieldDescriptor;

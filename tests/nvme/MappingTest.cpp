@@ -72,7 +72,7 @@ TEST_F(NvmeMappingTest, NothingIsMappedToNothing)
     EXPECT_EQ(NvmeDataGetter::toCustomizedHealthInfo(nullptr, m_Arena), nullptr);
 }
 
-TEST_F(NvmeMappingTest, ReadsInTheOrderThatWasAgreed)
+TEST_F(NvmeMappingTest, ReadsInDocumentedOrder)
 {
     m_Drive.numbers["IIdentifyControllerData::NPSS"] = 1;
     static_cast<void>(Identify());

@@ -127,7 +127,7 @@ Image ItaniumImage(std::uint64_t flags = 2)
     return image;
 }
 
-TEST(TypeLayout, ReadsWhatAnotherCompilerMade)
+TEST(TypeLayout, ReadsTypesOfAnotherCompiler)
 {
     constexpr std::uint32_t kPrivate = 0x0C;
     for (const Image& image : {MicrosoftImage(), ItaniumImage()}) {

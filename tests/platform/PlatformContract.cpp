@@ -22,7 +22,7 @@ std::uint32_t NumberOf(DeviceIo& io, const DeviceHandle& device)
 
 }  // namespace
 
-TEST_P(PlatformContract, OpeningWhatIsNotThereFailsAsAbsent)
+TEST_P(PlatformContract, OpeningMissingDeviceFailsAsAbsent)
 {
     DeviceIo& io = ports.DeviceIoPort();
     for (const char16_t* path : {u"\\\\.\\PhysicalDrive4711", u"\\\\.\\NoSuchDevice", u"\\\\.\\1:", u""}) {
@@ -33,7 +33,7 @@ TEST_P(PlatformContract, OpeningWhatIsNotThereFailsAsAbsent)
     }
 }
 
-TEST_P(PlatformContract, WhatIsNotOpenOrNullIsAnError)
+TEST_P(PlatformContract, ClosedOrNullHandleIsAnError)
 {
     subject->ExpectMisuses();
     DeviceIo& io = ports.DeviceIoPort();

@@ -35,7 +35,7 @@ struct ContractFactory {
 };
 inline std::ostream& operator<<(std::ostream& out, const ContractFactory& factory) { return out << factory.name; }
 
-// What the port headers promise, for every implementation and whatever machine it stands for: a test that needs a disk or a volume
+// Tests of the promises in the port headers, for every implementation and any machine: a test that needs a disk or a volume
 // says nothing about a machine that has none. Instantiate with INSTANTIATE_TEST_SUITE_P(Name, PlatformContract,
 // testing::Values(factory)).
 class PlatformContract : public testing::TestWithParam<ContractFactory> {

@@ -53,7 +53,7 @@ TEST_P(PlatformContract, WmiTakesANamespaceInEveryDocumentedForm)
     }
 }
 
-TEST_P(PlatformContract, WmiSaysWhatIsWrongWithAQuery)
+TEST_P(PlatformContract, WmiReportsErrorsOfQueries)
 {
     const char16_t* const query = u"SELECT * FROM Win32_DiskDrive";
     const char16_t* const unknown = u"SELECT * FROM No_Such_Class";
@@ -158,7 +158,7 @@ private:
 
 }  // namespace
 
-TEST_P(PlatformContract, CountersNeedTwoSamplesAndTellWhatIsUnknown)
+TEST_P(PlatformContract, CountersNeedTwoSamplesAndReportUnknownNames)
 {
     if (!subject->Has(Service::DiskCounters)) {
         return;

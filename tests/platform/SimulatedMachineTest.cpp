@@ -195,7 +195,7 @@ TEST_F(SimulatedMachineTest, MalformedRequestsAreRefusedAsTheDriverDoes)
     }
 }
 
-TEST_F(SimulatedMachineTest, AccessDecidesWhatAHandleMayAskFor)
+TEST_F(SimulatedMachineTest, AccessLimitsRequestsOfAHandle)
 {
     const std::string disk =
         R"(disk { number: 0 kind: SATA_SSD size: 4194304 gpt { partition { size: 1048576 volume { letter: "c" } } } })";

@@ -41,7 +41,7 @@ protected:
         return ItemHandler<int>::ExecuteHandlingException(delegate, m_Id, behaviour, m_Log, token);
     }
 
-    // What leaves as ZelException, by its full text.
+    // The full text of the ZelException that is thrown.
     std::string ZelFrom(const ItemHandlerDelegate<int>& delegate)
     {
         try {

@@ -6,7 +6,7 @@
 
 namespace orbis::proof {
 
-// What a collection gave, as against the same collection without a fault, in one line that leaves nothing out:
+// The result of a collection compared with the same collection without a fault, completely, in one line:
 //
 //   the same
 //   no list; ...

@@ -100,7 +100,7 @@ Outcome WithoutNumbers(Outcome outcome)
     return outcome;
 }
 
-// What a fault led to.
+// The outcome of a fault.
 struct Consequence {
     std::string outcome;  // of the collection with the fault
     std::string after;    // of the next one

@@ -22,7 +22,7 @@ struct Fault {
 // Whether `text` matches one of the alternatives of `pattern`, " or " between them: "*" is anything, "#" digits, "[...]" perhaps.
 [[nodiscard]] bool Matches(std::string_view pattern, std::string_view text);
 
-// What every fault leads to, as fault_outcomes.txt says.
+// The outcome of every fault, from fault_outcomes.txt.
 class FaultTable {
 public:
     struct Outcome {

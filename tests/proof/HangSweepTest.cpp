@@ -33,7 +33,7 @@ const std::set<std::string> kBlocking{"DeviceIo::Open",        "DeviceIo::Contro
                                       "Pdh::OpenQuery",        "Pdh::EnumInstances",    "Pdh::AddEnglishCounter",
                                       "Pdh::CounterInstances", "Pdh::CollectQueryData", "Firmware::SystemFirmwareTable"};
 
-// What was being asked when the call that hangs was reached, and all that was asked.
+// The request that hung, and all requests so far.
 class Listener final : public insight::WaitListener {
 public:
     explicit Listener(const simulated::FaultingPlatform& faults) : m_Faults(faults) {}
@@ -144,7 +144,7 @@ struct KnownDisks {
         }
     }
 
-    // What a collection before knows of a disk.
+    // The data of a disk in an earlier collection.
     [[nodiscard]] HiddenDisk Of(std::uint32_t number) const
     {
         HiddenDisk disk;
@@ -173,7 +173,7 @@ private:
 
 class HangSweep : public ::testing::TestWithParam<Datatype> {};
 
-TEST_P(HangSweep, EveryHangIsToldAndLeftOut)
+TEST_P(HangSweep, EveryHangIsReportedAndLeftOut)
 {
     const KnownDisks known;
     Collecting whole;

@@ -9,7 +9,7 @@
 
 namespace orbis::proof {
 
-// What each call of a collection without faults was for, beside what it was: "Win32_DiskDrive", "walk", "layout". `constructed` is
+// The purpose of each call of a collection without faults: "Win32_DiskDrive", "walk", "layout". `constructed` is
 // the number of calls that the plug-in's construction took; `controls` are the device requests among the same calls.
 [[nodiscard]] std::vector<std::string> PlacesOf(Datatype datatype, const std::vector<simulated::CountedCall>& calls,
                                                 std::size_t constructed, const std::vector<insight::call::Control>& controls);

@@ -27,7 +27,7 @@
 #include "simulated/Machine.h"
 #include "simulated/MachineFile.h"
 
-// What the two SMART collections make of a machine.
+// The results of the two SMART collections on a machine.
 namespace orbis::tests {
 namespace {
 
@@ -150,7 +150,7 @@ TEST_F(SmartCollection, ReportsARealDrive)
                                            site + "SmartDynamicInfoRetriever::CollectData"}));
 }
 
-TEST_F(SmartCollection, TellsNoDisksInTwoWays)
+TEST_F(SmartCollection, ReportsNoDisksInTwoWays)
 {
     Use("");
     const auto empty = CollectStatic();

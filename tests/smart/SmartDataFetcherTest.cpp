@@ -1,4 +1,4 @@
-// What is read from a drive, and what is left of it when the drive fails.
+// The data read from a drive, and the data that remains when the drive fails.
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -107,7 +107,7 @@ TEST(SmartRequest, IsTheOneThatDriversPassOn)
     }
 }
 
-// What a collection holds: values of the device, thresholds, values of WMI, part identifier, model, name.
+// The parts of a collection: values of the device, thresholds, values of WMI, part identifier, model, name.
 std::string Set(const SmartDataCollection& is)
 {
     const auto told = [](bool isEmpty, bool isRight, char letter) { return isEmpty ? '-' : isRight ? letter : '?'; };
@@ -137,7 +137,7 @@ private:
     int m_Left;
 };
 
-// What is set after each step failed: the first open and its request, the second, and so on.
+// The parts that are set after each step failed: the first open and its request, the second, and so on.
 TEST(SmartFailure, LeavesWhatWasReadBefore)
 {
     const std::string identify = "exchange { ata_command: 0xEC uses: 1 usual: true } ";
@@ -253,7 +253,7 @@ TEST(SmartBlock, HasThirtyEntriesInWhateverSize)
     for (const std::size_t size : {362U, 374U, 512U, 513U, 4096U}) {
         EXPECT_EQ(ReadingsOf(Block(entries, size)), "1:1/100/50/- ") << size;
     }
-    // What a shorter block does not hold is zero.
+    // Values beyond the end of a shorter block are zero.
     EXPECT_EQ(ReadingsOf(Block(entries, 350)), "");
     EXPECT_EQ(ReadingsOf(Block({Entry(5)}, 6)), "5:0/100/0/- ");
     EXPECT_EQ(ReadingsOf(Block({Entry(5)}, 1)), "");

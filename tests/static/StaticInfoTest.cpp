@@ -156,7 +156,7 @@ TEST(StaticInfo, SkipsADiskOfWhichNothingIsKnown)
     EXPECT_THAT(log->lines, ElementsAre(skip, Collecting("Debug", "No disk data been reached out")));
 }
 
-TEST(StaticInfo, GoesOnWithoutMediaTypes)
+TEST(StaticInfo, ContinuesWithoutMediaTypes)
 {
     const std::string invalid =
         R"(row_change { class_name: "MSFT_PhysicalDisk" property { name: "DeviceId" text: "\303\244{0}" } })";
@@ -187,7 +187,7 @@ TEST(StaticInfo, ADiskWithoutAnInventoryRowIsKeptUnderTheBareId)
     EXPECT_THROW(static_cast<void>(CollectAll()), Sdk::Exceptions::ArgumentException) << "two disks of one id";
 }
 
-TEST(StaticInfo, TakesTheModelOfTheInventoryWhenTheDriveTellsNone)
+TEST(StaticInfo, UsesInventoryModelWhenDriveReportsNone)
 {
     const MachineInForce machine("disk { kind: NVME model: 'M' windows_model: 'From WMI' size: 1048576 }");
     EXPECT_EQ(CollectAll().at(0).make_model(), "From WMI");

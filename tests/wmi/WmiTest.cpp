@@ -137,7 +137,7 @@ TEST(WmiTest, AsksInOrderAndReleasesBackwards)
                             "Release locator", "UninitializeCom"));
 }
 
-TEST(WmiTest, ReleasesWhatAFailedConnectionHandsOut)
+TEST(WmiTest, ReleasesObjectOfFailedConnection)
 {
     const MachineInForce machine(OneRow("i4: 7"));
     WmiTrace trace;

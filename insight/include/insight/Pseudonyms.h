@@ -54,7 +54,7 @@ private:
     [[nodiscard]] std::string Text(std::string_view utf8, std::string_view words);
     [[nodiscard]] std::string Replaced(std::string_view utf8) const;
     [[nodiscard]] std::uint64_t Hash(std::string_view text) const;
-    // What In does; `isKnown` has a mark for each character that it replaced.
+    // Implements In; `isKnown` has a mark for each character that it replaced.
     [[nodiscard]] std::string Substituted(std::string_view content, std::vector<bool>& isKnown) const;
     void Learn(std::string_view from, std::string_view to, std::string_view words);
     void LearnBytes(const std::string& from, const std::string& to);

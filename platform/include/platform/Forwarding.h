@@ -15,7 +15,7 @@ namespace orbis::platform {
 
 // The saved last error of the calling thread. All decorators of the process share it, as all calls of a thread share GetLastError.
 [[nodiscard]] ORBIS_PLATFORM_EXPORT std::uint32_t SavedLastError() noexcept;
-// What the caller of a decorator finds in LastError. Only a decorator that makes a call fail by itself uses it.
+// Sets the error that the caller of a decorator reads from LastError. Only a decorator that makes calls fail itself uses this.
 ORBIS_PLATFORM_EXPORT void SaveLastError(std::uint32_t error) noexcept;
 
 // A result on its way back through a decorator of `port`, whose last error is saved.

@@ -4,8 +4,8 @@
 
 namespace orbis::platform {
 
-// Owns a value that an operation of a port gave, and knows the port, to which GiveBack gives it back. Nothing is what a failed
-// operation gives; a null value is no open object either.
+// Owns a value that an operation of a port returned, and releases it with GiveBack of the same port. Nothing is the value that a
+// failed operation returns; a null value is not an open object either.
 template <class PortType, class Value, auto GiveBack, Value Nothing>
 class Owned {
 public:

@@ -24,12 +24,12 @@ public:
     [[nodiscard]] virtual Time& TimePort() noexcept = 0;
     [[nodiscard]] virtual Text& TextPort() noexcept = 0;
 
-    // The machine in force for the whole process: the operating system's own until Replace puts another in its place.
+    // The current machine of the whole process: the operating system's own until Replace installs another one.
     [[nodiscard]] ORBIS_PLATFORM_EXPORT static Platform& Current() noexcept;
     // The operating system's own.
     [[nodiscard]] ORBIS_PLATFORM_EXPORT static Platform& System() noexcept;
-    // Puts `machine` (not owned; null: the system's own again) in force and returns what was in force before. Call it before a
-    // plug-in object is made; `machine` must outlive every such object.
+    // Installs `machine` (not owned; null: the system's own again) and returns the previous one. Call it before a plug-in object is
+    // created; `machine` must outlive every such object.
     ORBIS_PLATFORM_EXPORT static Platform& Replace(Platform* machine) noexcept;
 };
 

@@ -52,7 +52,7 @@ private:
 [[nodiscard]] std::string LinkTarget(const std::string& path);
 // A name in a directory.
 [[nodiscard]] std::string PathIn(std::string_view directory, std::string_view name);
-// What follows the last slash.
+// The part after the last slash.
 [[nodiscard]] std::string BaseName(const std::string& path);
 
 // A whole text as a decimal number.

@@ -16,7 +16,7 @@ struct Roots {
     std::string dev = "/dev";
 };
 
-// What no captured tree can answer: rights, requests to a driver, and time passing. An empty member means the kernel's own.
+// System calls that a captured tree cannot answer: rights, requests to a driver, and time. An empty member means the kernel's own.
 struct KernelCalls {
     std::function<int(const char* path, int flags)> open;                             // of a device node, as open(2): -1 with errno
     std::function<int(int descriptor, unsigned long request, void* argument)> ioctl;  // as ioctl(2): -1 with errno

@@ -44,7 +44,7 @@ private:
     std::set<std::uint32_t> m_Numbers;
 };
 
-// What all ports of one Linux machine share.
+// Shared by all ports of one Linux machine.
 struct Machine {
     Machine(Roots machineRoots, KernelCalls kernelCalls)
         : roots(Canonical(std::move(machineRoots))), calls(std::move(kernelCalls)), inventory(roots), volumes(roots, inventory)

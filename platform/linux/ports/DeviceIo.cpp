@@ -19,7 +19,7 @@
 namespace orbis::platform::linux_system {
 namespace {
 
-// What a path names; nothing when there is no such disk or volume now.
+// The device with a path; empty when there is no such disk or volume now.
 std::optional<Target> Resolve(Machine& machine, const std::string& path)
 {
     constexpr std::string_view kDevice = R"(\\.\)";
@@ -171,7 +171,7 @@ protected:
         return {refusal == win32::kAccessDenied ? win32::kSuccess : refusal, std::move(device)};
     }
 
-    // What the kernel has suspended is not opened. Without the rights to open it a disk's state is unknown.
+    // A disk that the kernel has suspended is not opened. The state of a disk that may not be opened is unknown.
     std::optional<PowerState> PowerOfPath(const std::string& path) override
     {
         const std::optional<Target> target = Resolve(m_Machine, path);

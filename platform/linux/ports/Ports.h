@@ -19,7 +19,7 @@ namespace orbis::platform::linux_system {
 [[nodiscard]] std::unique_ptr<DeviceIo> MakeDeviceIo(Machine& machine);
 // The kernel's knowledge as rows of WMI classes.
 [[nodiscard]] std::unique_ptr<emulated::WmiFacts> MakeWmiFacts(Machine& machine);
-// What the counters of PhysicalDisk are computed from: the activity in /proc/diskstats.
+// The activity in /proc/diskstats, from which the counters of PhysicalDisk are computed.
 [[nodiscard]] std::unique_ptr<emulated::PdhFacts> MakeDiskCounters(Machine& machine);
 // The SMBIOS tables in /sys/firmware/dmi/tables, behind the header of RawSMBIOSData.
 [[nodiscard]] emulated::FirmwareTable ReadFirmwareTable(const Roots& roots, std::uint32_t provider);

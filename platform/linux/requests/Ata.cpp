@@ -98,7 +98,7 @@ std::uint8_t SenseKey(std::span<const std::uint8_t> sense)
     return at < sense.size() ? sense[at] & 0x0F : 0;
 }
 
-// What a refusal means when no registers come with it: the sense key says whether the command is known at all.
+// The error of a refusal without registers: the sense key shows whether the command is known at all.
 Win32Error Win32FromSense(std::uint8_t key)
 {
     return key == scsi::kSenseIllegalRequest ? win32::kInvalidFunction

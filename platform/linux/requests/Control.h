@@ -6,7 +6,7 @@
 #include "emulated/Control.h"
 #include "linux/kernel/Kernel.h"
 
-// What the handlers of control requests share beyond the emulation.
+// Shared by the handlers of control requests, in addition to the emulation.
 namespace orbis::platform::linux_system {
 
 using emulated::ControlBuffers;

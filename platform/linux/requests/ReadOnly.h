@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <span>
 
-// Which device commands pass. This system only looks, so a command that could change a drive's data or state, and every command
-// that is not known here, is refused before the kernel sees it.
+// The device commands that may be sent. This system only reads, so a command that could change a drive's data or state, and every
+// unknown command, is refused before it reaches the kernel.
 namespace orbis::platform::linux_system {
 
 enum class Transfer : std::uint8_t { None, FromDevice };

@@ -19,7 +19,7 @@ struct Target {
     [[nodiscard]] std::uint32_t PartitionNumber() const noexcept { return volume ? volume->partitionNumber : 0; }
 };
 
-// What the kernel's own knowledge of a disk answers: no command goes to the drive.
+// Requests that are answered from the kernel's data about a disk; no command is sent to the drive.
 
 [[nodiscard]] Win32Error GetDeviceNumber(const Target& target, ControlBuffers& buffers);
 [[nodiscard]] Win32Error GetDriveGeometry(const Target& target, ControlBuffers& buffers);
@@ -31,7 +31,7 @@ struct Target {
 [[nodiscard]] Win32Error GetDriveLayout(const Machine& machine, const Target& target, int descriptor, ControlBuffers& buffers);
 [[nodiscard]] Win32Error GetPartitionInfo(const Machine& machine, const Target& target, int descriptor, ControlBuffers& buffers);
 
-// What goes to the drive. Only commands that read pass; see ReadOnly.h.
+// Requests that are sent to the drive. Only commands that read are allowed; see ReadOnly.h.
 
 // IOCTL_ATA_PASS_THROUGH_DIRECT, sent as an ATA PASS-THROUGH(16) (SAT). A command that the drive aborts is an answer with the error
 // bit in its status register, no failure. The drive's registers come back in the current task file for commands without data; where

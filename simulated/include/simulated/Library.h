@@ -27,9 +27,9 @@ struct Library {
     std::unique_ptr<platform::Platform> (*load)(const std::string& path, std::string& reason);
     // Machine::OnDelay of such a machine.
     void (*onDelay)(platform::Platform& machine, std::function<void(std::chrono::nanoseconds)> wait);
-    // What is wrong or odd with a file.
+    // Errors and warnings about a file.
     std::vector<Finding> (*validate)(const std::string& path);
-    // What a file describes, for people; false, with the reason in its place, when no machine can be made of it.
+    // A description of the file's machine for people; false, with the reason as the text, when the file describes no valid machine.
     bool (*show)(const std::string& path, std::string& text);
     // Of a machine that `load` gave: title, system, code page and rights for a recording of it.
     void (*describe)(const platform::Platform& machine, insight::Recording& recording);

@@ -50,7 +50,7 @@ public:
     Machine(const Machine&) = delete;
     Machine& operator=(const Machine&) = delete;
 
-    // Another machine of the same description, which is not checked again; as at its start, whatever was done with this one.
+    // A new machine of the same description, in its initial state. The description is not checked again.
     [[nodiscard]] std::unique_ptr<Machine> Anew() const;
 
     // What is open now, over all threads.

@@ -53,7 +53,7 @@ private:
                                                                           const std::string& name = "machine");
 [[nodiscard]] ORBIS_SIMULATED_EXPORT std::vector<Finding> ValidateMachineFile(const std::string& path);
 
-// What a machine file describes, for people: disks, partitions, volumes, firmware, WMI classes. Throws MachineFileError.
+// A description of a file's machine for people: disks, partitions, volumes, firmware, WMI classes. Throws MachineFileError.
 [[nodiscard]] ORBIS_SIMULATED_EXPORT std::string ShowMachine(std::string_view text, const std::string& name = "machine");
 [[nodiscard]] ORBIS_SIMULATED_EXPORT std::string ShowMachineFile(const std::string& path);
 

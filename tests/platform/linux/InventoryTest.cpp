@@ -64,7 +64,7 @@ std::map<std::string, std::uint32_t> NumbersById(linux_system::Platform& machine
 
 // A guest of an emulator with one disk on each transport, an optical drive, and an NVMe subsystem whose namespaces have hidden
 // paths.
-TEST(LinuxInventory, TellsEveryTransportAsWindowsWould)
+TEST(LinuxInventory, ReportsEveryTransportAsWindowsDoes)
 {
     const CapturedTree tree = CapturedTree::Named("every-transport.tree");
     linux_system::Platform machine(tree.Roots());

@@ -175,7 +175,7 @@ TEST_F(LinuxNvme, ImpossibleQueriesNeverLeave)
     EXPECT_EQ(AskCommand(Command(512), {2}, 656).error, win32::kInvalidFunction);
 }
 
-TEST_F(LinuxNvme, AProtocolCommandGoesAsItIsWrittenIfItOnlyReads)
+TEST_F(LinuxNvme, ReadingProtocolCommandIsSentUnchanged)
 {
     const std::array<std::uint32_t, 16> words{0x02, 0xFFFFFFFF, 2, 3, 0, 0, 0, 0, 0, 0, 0x007F00C0, 0x11, 12, 13, 14, 15};
     std::array<std::uint32_t, 16> log = words;

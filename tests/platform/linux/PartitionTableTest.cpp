@@ -190,7 +190,7 @@ TEST(LinuxPartitionTable, DamagedAndAbsentTablesAreNone)
     }
 }
 
-TEST(LinuxPartitionTable, ADiskThatMayNotBeOpenedStillTellsWhatEverybodyMayKnow)
+TEST(LinuxPartitionTable, DiskWithoutAccessStillHasPublicData)
 {
     PlayedDrives drives;
     drives.denied = {"sda", "sda2"};

@@ -91,13 +91,13 @@ protected:
         return Ask(io, device, kIoctlScsiPassThroughDirect, BytesOf(request, 128), room);
     }
 
-    // What the drive does next.
+    // The next answer of the drive.
     std::uint8_t status = 0;
     unsigned short hostStatus = 0;
     int residual = 0;
     int failure = 0;
     Bytes sense;
-    // What it was sent.
+    // The commands that it received.
     Bytes cdb;
     std::uint32_t length = 0;
     int direction = 0;

@@ -32,7 +32,7 @@ TEST(WindowsCounterNames, AListThatIsCutOrWrongNamesNothing)
     EXPECT_EQ(FindCounterIndex(L"4294967296\0System\0"sv, L"System"), std::nullopt);
 }
 
-TEST(WindowsCounterNames, AnUnknownNameStaysAsItIs) { EXPECT_EQ(LocalCounterName(L"No Such Object"), L"No Such Object"); }
+TEST(WindowsCounterNames, UnknownNameIsUnchanged) { EXPECT_EQ(LocalCounterName(L"No Such Object"), L"No Such Object"); }
 
 }  // namespace
 }  // namespace orbis::platform

@@ -29,7 +29,7 @@ TEST_F(WindowsPdh, ReadsACounterByItsEnglishName)
     EXPECT_GE(value.value, 0);
 }
 
-TEST_F(WindowsPdh, SaysWhatIsUnknown)
+TEST_F(WindowsPdh, ReportsUnknownNames)
 {
     PdhCounterObject* counter = nullptr;
     EXPECT_THAT(m_Pdh.AddEnglishCounter(m_Query, u"\\No Such Object(*)\\No Such Counter", 0, &counter),

@@ -42,7 +42,7 @@ TEST(WindowsText, ReadsTheActiveCodePage)
     }
 }
 
-TEST(WindowsTime, TellsUtcAndSleeps)
+TEST(WindowsTime, ReturnsUtcAndSleeps)
 {
     using namespace std::chrono;
     const auto before = Time::Current().UtcNow();

@@ -133,7 +133,7 @@ extern "C" PDH_FUNCTION PdhCloseQuery(PDH_HQUERY query)
 namespace orbis::platform {
 namespace {
 
-TEST(WindowsPdhInstances, AreAskedForTwiceAndSeeADiskThatWasInsertedSince)
+TEST(WindowsPdhInstances, AreListedAgainAfterADiskWasInserted)
 {
     const auto owned = MakeWindowsPdh();
     Pdh& pdh = *owned;
