@@ -8,7 +8,7 @@
 namespace orbis::host {
 namespace {
 
-// Digits with a comma between each three.
+// Digits in groups of three, separated by commas.
 std::string Parted(std::string digits)
 {
     for (std::ptrdiff_t at = std::ssize(digits) - 3; at > 0; at -= 3) {
