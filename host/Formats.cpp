@@ -53,10 +53,14 @@ std::string WriteText(JsonWriter& writer, const std::string& utf8)
     return writer.Write("google.protobuf.StringValue", value);
 }
 
-// "null" for an item without data.
-std::string WriteData(JsonWriter& writer, const std::string& datatype, const Collected& item)
+// For each item its data; "null" for one without.
+std::vector<std::string> WriteData(JsonWriter& writer, const CollectedDatatype& result)
 {
-    return item.message == nullptr ? "null" : writer.Write(std::string(kPackage) + datatype, *item.message);
+    std::vector<const pb::MessageLite*> messages;
+    for (const Collected& item : result.items) {
+        messages.push_back(item.message.get());
+    }
+    return writer.Write(std::string(kPackage) + result.datatype, messages);
 }
 
 std::string RenderJson(const std::vector<CollectedDatatype>& results)
@@ -65,10 +69,12 @@ std::string RenderJson(const std::vector<CollectedDatatype>& results)
     std::string out = "[";
     const char* separator = "\n";
     for (const CollectedDatatype& result : results) {
+        const std::vector<std::string> data = WriteData(writer, result);
+        auto text = data.begin();
         for (const Collected& item : result.items) {
             out += fmt::format(R"({}{{"datatype":{},"itemId":{},"collectionTime":{},"data":{}}})", separator,
                                WriteText(writer, result.datatype), WriteText(writer, item.itemId), WriteTime(writer, item.time),
-                               WriteData(writer, result.datatype, item));
+                               *text++);
             separator = ",\n";
         }
     }
@@ -115,6 +121,8 @@ std::string RenderJsonLines(const std::vector<CollectedDatatype>& results, const
         left.push_back(&finding);
     }
     for (const CollectedDatatype& result : results) {
+        const std::vector<std::string> data = WriteData(writer, result);
+        auto itsData = data.begin();
         for (const Collected& item : result.items) {
             JsonLine line = BeginLine(context, item.time);
             const Disk* disk = context.disks.Find(item.itemId);
@@ -143,7 +151,7 @@ std::string RenderJsonLines(const std::vector<CollectedDatatype>& results, const
             }
             std::string text = writer.Write(kLine, line);
             text.pop_back();  // the brace that closes it
-            out += fmt::format("{},\"data\":{}}}\n", text, WriteData(writer, result.datatype, item));
+            out += fmt::format("{},\"data\":{}}}\n", text, *itsData++);
         }
     }
     if (!left.empty()) {

@@ -30,10 +30,6 @@ namespace {
 
 using insight::HealthReport;
 
-// The datatypes that are collected for a verdict: together they make every request that a rule reads.
-const std::vector<std::string> kHealthDatatypes{"PhysicalDiskStaticInfo", "SmartDynamicInfo", "SmartNvmeInfo",
-                                                "NvmeIdentifyControllerData"};
-
 std::string ToJson(const google::protobuf::Message& message)
 {
     google::protobuf::util::JsonPrintOptions options;
@@ -170,7 +166,9 @@ int Health(const HealthOptions& options, Output& output)
     MachineInForce machine(options.source.machine, options.source.skipSleeping.value_or(false));
     Collector collector(machine, options.source.plugin, options.source.logLevel);
     Progress progress;
-    for (const border::Operation& operation : collector.Choose(kHealthDatatypes)) {
+    // Together they make every request that a rule reads.
+    for (const border::Operation& operation :
+         collector.Choose({"PhysicalDiskStaticInfo", "SmartDynamicInfo", "SmartNvmeInfo", "NvmeIdentifyControllerData"})) {
         progress.Show("reading " + operation.datatype.substr(operation.datatype.rfind('.') + 1));
         (void)collector.Collect({operation});
     }

@@ -2,6 +2,8 @@
 
 #include <google/protobuf/arena.h>
 #include <google/protobuf/descriptor.pb.h>
+#include <google/protobuf/io/coded_stream.h>
+#include <google/protobuf/io/zero_copy_stream_impl_lite.h>
 #include <google/protobuf/type.pb.h>
 #include <google/protobuf/util/json_util.h>
 #include <google/protobuf/util/type_resolver.h>
@@ -19,8 +21,28 @@ namespace {
 namespace pb = google::protobuf;
 
 constexpr std::string_view kTypeUrlPrefix = "type.googleapis.com/";
+constexpr const char* kNull = "null";
+
+// Several messages are written as one: a list of entries with one message each. The name of an entry's field is no identifier, so
+// what precedes the message occurs nowhere else in the text: inside a JSON string its quotes would be escaped.
+constexpr const char* kListUrl = "type.googleapis.com/#list";
+constexpr const char* kEntryUrl = "type.googleapis.com/#entry";
+constexpr std::string_view kBeforeMessage = R"({"#":)";
 
 std::string TypeUrl(std::string_view name) { return std::string(kTypeUrlPrefix).append(name); }
+
+// The encoded field 1 of a message, itself a message.
+std::string Embedded(const std::string& message)
+{
+    std::string out;
+    pb::io::StringOutputStream stream(&out);
+    pb::io::CodedOutputStream coded(&stream);
+    coded.WriteTag((1U << 3U) | 2U);  // field 1, length-delimited
+    coded.WriteVarint64(message.size());
+    coded.WriteString(message);
+    coded.Trim();
+    return out;
+}
 
 }  // namespace
 
@@ -29,8 +51,20 @@ class JsonWriter::Types final : public pb::util::TypeResolver {
 public:
     Types() { m_Files.ParseFromArray(kSchemaFiles, sizeof(kSchemaFiles)); }
 
+    // The type of the messages in a list.
+    void SetListed(std::string url) { m_Listed = std::move(url); }
+
     pb::util::Status ResolveMessageType(const std::string& url, pb::Type* type) override
     {
+        if (url == kListUrl || url == kEntryUrl) {
+            pb::Field& field = *type->add_fields();
+            field.set_kind(pb::Field::TYPE_MESSAGE);
+            field.set_cardinality(url == kListUrl ? pb::Field::CARDINALITY_REPEATED : pb::Field::CARDINALITY_OPTIONAL);
+            field.set_number(1);
+            field.set_json_name("#");
+            field.set_type_url(url == kListUrl ? kEntryUrl : m_Listed);
+            return {};
+        }
         const pb::DescriptorProto* const message = Find(m_Messages, url);
         if (message == nullptr) {
             return pb::util::NotFoundError(url);
@@ -111,6 +145,7 @@ private:
         }
     }
 
+    std::string m_Listed;
     pb::Arena m_Arena;
     SchemaFiles m_Files;
     Definitions<pb::DescriptorProto> m_Messages;
@@ -125,7 +160,35 @@ std::string JsonWriter::Write(const std::string& type, const pb::MessageLite& me
 {
     std::string text;
     const auto status = pb::util::BinaryToJsonString(m_Types.get(), TypeUrl(type), message.SerializeAsString(), &text);
-    return status.ok() ? text : std::string("null");
+    return status.ok() ? text : std::string(kNull);
+}
+
+std::vector<std::string> JsonWriter::Write(const std::string& type, const std::vector<const pb::MessageLite*>& messages)
+{
+    std::string list;
+    for (const pb::MessageLite* const message : messages) {
+        if (message != nullptr) {
+            list += Embedded(Embedded(message->SerializeAsString()));
+        }
+    }
+    m_Types->SetListed(TypeUrl(type));
+    std::string text;
+    const auto status = pb::util::BinaryToJsonString(m_Types.get(), kListUrl, list, &text);
+    std::vector<std::string> texts;
+    std::size_t begin = text.find(kBeforeMessage, 1);  // behind the same characters, which begin the list
+    for (const pb::MessageLite* const message : messages) {
+        if (message == nullptr || !status.ok()) {
+            texts.emplace_back(kNull);
+            continue;
+        }
+        begin += kBeforeMessage.size();
+        const std::size_t next = text.find(kBeforeMessage, begin);
+        // Between two messages are the end of an entry and a comma, behind the last one the ends of entry, list and text.
+        const std::size_t end = next != std::string::npos ? next - 2 : text.size() - 3;
+        texts.push_back(text.substr(begin, end - begin));
+        begin = next;
+    }
+    return texts;
 }
 
 }  // namespace orbis::host

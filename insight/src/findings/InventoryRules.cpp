@@ -12,8 +12,10 @@ namespace {
 namespace win32 = platform::win32;
 using platform::Utf16ToUtf8;
 
-const std::vector<std::string> kOfEveryDisk{datatype::kDiskStatic, datatype::kDiskDynamic, datatype::kSmartStatic,
-                                            datatype::kSmartDynamic};
+std::vector<std::string> OfEveryDisk()
+{
+    return {datatype::kDiskStatic, datatype::kDiskDynamic, datatype::kSmartStatic, datatype::kSmartDynamic};
+}
 
 // The walk over the disk devices: whether it reached its end, and which drives it found.
 class WalkRule final : public FindingRule {
@@ -121,7 +123,7 @@ class WalkRule final : public FindingRule {
     static constexpr const char* kRestart = "restart the computer, or update the drivers of its disk controllers";
     static void Raise(std::string text, Notes& notes, const char* remedy = kReconnect)
     {
-        notes.Raise({kWalk, {}, std::move(text), remedy, kOfEveryDisk});
+        notes.Raise({kWalk, {}, std::move(text), remedy, OfEveryDisk()});
     }
 
     std::map<std::u16string, std::uint32_t> m_Indices;          // of the walk, by interface path
@@ -179,7 +181,7 @@ class InventoryRule final : public FindingRule {
             problem = fmt::format("{} has no id: the {} of its row of Win32_DiskDrive is no text", row.drive, property);
         }
         if (!problem.empty()) {
-            notes.Raise({kRow, subject, std::move(problem), "check the WMI repository (winmgmt /verifyrepository)", kOfEveryDisk});
+            notes.Raise({kRow, subject, std::move(problem), "check the WMI repository (winmgmt /verifyrepository)", OfEveryDisk()});
             if (row.number) {
                 m_Unreadable.insert(*row.number);
             }
@@ -215,7 +217,7 @@ class InventoryRule final : public FindingRule {
             } else if (id.empty() && !drives.empty() && !m_Unreadable.contains(drives.front())) {
                 const std::string disk = DiskName(drives.front());
                 notes.Raise({kMissing, disk, disk + " has no record in Win32_DiskDrive; its item id is only \"Disk_\"", kRescan,
-                             kOfEveryDisk});
+                             OfEveryDisk()});
             }
         }
         m_Rows.clear();
