@@ -186,12 +186,7 @@ TEST(PhysicalDiskInfo, TwoLogicalDisksOfOneLetterAreAnError)
     const MachineInForce machine(
         Gpt(Partition(1, "letter: 'D' serial: 7")) +
         "wmi_class { name: 'Win32_LogicalDisk' append: true row { property { name: 'Caption' text: 'D:' } } }");
-    try {
-        static_cast<void>(Fetch());
-        ADD_FAILURE() << "nothing raised";
-    } catch (const std::runtime_error& failure) {
-        EXPECT_STREQ(failure.what(), "Duplicate drive letter found!");
-    }
+    EXPECT_THAT([] { static_cast<void>(Fetch()); }, ::testing::ThrowsMessage<std::runtime_error>("Duplicate drive letter found!"));
 }
 
 TEST(PhysicalDiskInfo, TheDumpDirectoryNeedsADrive)

@@ -1,6 +1,5 @@
 // Both NVMe retrievers over a scripted device-query library: which drives they query, which items they return, which lines they
 // log.
-#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -106,16 +105,11 @@ TEST_F(NvmeRetrieverTest, AnswersOneItemOrRefuses)
     EXPECT_THAT(m_Log->lines,
                 ::testing::Contains(HealthRetriever("Debug", "Specific data for SmartNvmeInfoRetriever, itemId : Disk_NVME\\2")));
 
-    const auto refuses = [](const std::function<void()>& collect) {
-        try {
-            collect();
-            ADD_FAILURE() << "answered an item that is not there";
-        } catch (const Sdk::Exceptions::ArgumentOutOfRangeException& failure) {
-            EXPECT_EQ(failure.Message(), "cannot find data with specific ID: Disk_{0}");
-        }
-    };
-    refuses([this] { static_cast<void>(Identify(ItemId("Disk_{0}"))); });  // a text that looks like a format is not one
-    refuses([this] { static_cast<void>(Health(ItemId("Disk_{0}"))); });
+    using Sdk::Exceptions::ArgumentOutOfRangeException;
+    const auto refuses = ::testing::Throws<ArgumentOutOfRangeException>(
+        ::testing::Property(&ArgumentOutOfRangeException::Message, "cannot find data with specific ID: Disk_{0}"));
+    EXPECT_THAT([this] { (void)Identify(ItemId("Disk_{0}")); }, refuses);  // a text that looks like a format is not one
+    EXPECT_THAT([this] { (void)Health(ItemId("Disk_{0}")); }, refuses);
 }
 
 TEST_F(NvmeRetrieverTest, WithoutDrivesAnswersAnEmptyListWhateverIsAsked)

@@ -1,4 +1,4 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <chrono>
 #include <cstdint>
@@ -139,12 +139,10 @@ TEST_F(SmartCollection, ReportsARealDrive)
     // An id that is not there.
     const ItemId other("Disk_other");
     for (const bool isStatic : {true, false}) {
-        try {
-            (void)(isStatic ? CollectStatic(other).has_value() : CollectDynamic(other).has_value());
-            ADD_FAILURE() << "found";
-        } catch (const HostExceptions::ArgumentOutOfRangeException& exception) {
-            EXPECT_EQ(exception.Message(), "cannot find data with specific ID: Disk_other");
-        }
+        using HostExceptions::ArgumentOutOfRangeException;
+        EXPECT_THAT([&] { (void)(isStatic ? CollectStatic(other).has_value() : CollectDynamic(other).has_value()); },
+                    ::testing::Throws<ArgumentOutOfRangeException>(::testing::Property(
+                        &ArgumentOutOfRangeException::Message, "cannot find data with specific ID: Disk_other")));
     }
     EXPECT_EQ(TakeLines().back(), (LogLine{"Trace", "Specific data for SmartDynamicInfoRetriever, itemId : Disk_other", dynamicFile,
                                            site + "SmartDynamicInfoRetriever::CollectData"}));

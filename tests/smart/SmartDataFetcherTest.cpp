@@ -11,7 +11,7 @@
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include "Common/ResultException.h"
 #include "Common/SmartDataFetcher.h"
@@ -193,12 +193,9 @@ TEST(SmartThresholds, RaiseWhatTheDriveRefuses)
     for (const char* operation : {"DeviceIo::Open", "DeviceIo::Control"}) {
         MachineInForce machine(HardDisk());
         ASSERT_TRUE(machine.FailNth(operation, 1, FaultKind::Error, {}, read));
-        try {
-            read();
-            ADD_FAILURE() << "not raised";
-        } catch (const Veyra::Orbis::Cpp::Common::ResultException& exception) {
-            EXPECT_EQ(exception.Unit(), "cpp\\Common\\src\\SmartDataFetcher");
-        }
+        using Veyra::Orbis::Cpp::Common::ResultException;
+        EXPECT_THAT(read, ::testing::Throws<ResultException>(
+                              ::testing::Property(&ResultException::Unit, "cpp\\Common\\src\\SmartDataFetcher")));
     }
 }
 

@@ -122,12 +122,10 @@ TEST(StaticInfo, AnIdThatExistsFailsAndOneThatDoesNotIsAnsweredWithNothing)
     const MachineInForce machine(Gpt(0));
     const auto log = std::make_shared<RecordingLog>();
     PhysicalDiskStaticInfoRetriever retriever(log);
-    try {
-        static_cast<void>(retriever.CollectData(ItemId("Disk_SCSI\\4")));
-        ADD_FAILURE() << "found";
-    } catch (const Sdk::Exceptions::ArgumentOutOfRangeException& failure) {
-        EXPECT_EQ(failure.Message(), "cannot find data with specific ID: Disk_SCSI\\4");
-    }
+    using Sdk::Exceptions::ArgumentOutOfRangeException;
+    EXPECT_THAT([&] { static_cast<void>(retriever.CollectData(ItemId("Disk_SCSI\\4"))); },
+                ::testing::Throws<ArgumentOutOfRangeException>(
+                    ::testing::Property(&ArgumentOutOfRangeException::Message, "cannot find data with specific ID: Disk_SCSI\\4")));
     log->lines.clear();
     const auto items = retriever.CollectData(ItemId("Disk_{0}")).value();
     ASSERT_EQ(items.size(), 1U);
