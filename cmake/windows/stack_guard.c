@@ -1,6 +1,6 @@
-/* The parts of -fstack-protector-strong that mingw-w64 10 lacks: the guard value in front of every return address, and the handler for
- * an overwritten one. Each image has its own value. It is computed before the image's static objects are constructed, from the same
- * sources as the cookie of the Microsoft runtime. */
+/* The parts of -fstack-protector-strong that mingw-w64 10 lacks: the guard value in front of every return address, and the handler
+ * for an overwritten one. Each image has its own value. It is computed before the image's static objects are constructed, from the
+ * same sources as the cookie of the Microsoft runtime. */
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
 

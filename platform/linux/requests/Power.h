@@ -1,6 +1,5 @@
 #pragma once
 
-
 #include "linux/disks/Disk.h"
 #include "linux/kernel/Kernel.h"
 #include "linux/requests/Control.h"
