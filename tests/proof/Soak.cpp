@@ -105,12 +105,14 @@ int Soak(int collections)
                 const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - started;
                 fmt::print("{:>12} {:>12} {:>15} {:>11} {:>8.1f}\n", done * static_cast<int>(kDatatypes.size()), g_Blocks.load(),
                            ResidentPages(), OpenFiles(), seconds.count());
-                status = g_Blocks != blocks || OpenFiles() != files || machine->OpenObjects() != open ? 1 : status;
+                status = g_Blocks != blocks || machine->OpenObjects() != open ? 1 : status;
             }
             if (done < rounds) {
                 round();
             }
         }
+        // One that each round leaves open. On Windows the system's own handles come and go.
+        status = OpenFiles() >= files + rounds ? 1 : status;
     }
     platform::Platform::Replace(nullptr);
     const bool isBalanced = machine->OpenObjects() == simulated::OpenCounts{} && machine->Misuses().empty();
