@@ -37,7 +37,7 @@ bool LeaveOutTheSame(const std::vector<LateSource>& one, const std::vector<LateS
 
 namespace {
 
-// The end of a wait without a limit.
+// The wake-up time of a process that is not delayed, or is delayed for ever.
 constexpr auto kNever = Attempt::TimePoint::max();
 
 }  // namespace
@@ -52,7 +52,7 @@ Attempt::Attempt(const std::vector<std::string>& arguments, const Assignment& ta
       m_Late(task.late().begin(), task.late().end()),
       m_Started(now),
       m_WaitingSince(now),
-      m_WakesAt(kNever),
+      m_DelayedUntil(kNever),
       m_Passes(task.passes())
 {
     m_Process.Write(Frame(task));
@@ -63,8 +63,8 @@ void Attempt::Read(const SupervisionClock& clock, LastAnswers& last)
     std::array<char, 65536> buffer{};
     const std::size_t size = m_Process.Read(buffer);
     if (size == 0) {
-        constexpr std::chrono::seconds kPatience(2);
-        m_End = m_Process.WaitForEnd(kPatience);
+        constexpr std::chrono::seconds kTimeout(2);
+        m_End = m_Process.WaitForEnd(kTimeout);
         m_State = State::Ended;
         return;
     }
@@ -99,8 +99,8 @@ void Attempt::Take(const ChildReport& report, const SupervisionClock& clock, Las
             break;
         case ChildReport::kDelayed: {
             const std::chrono::duration<double> delay(report.delayed());
-            m_WakesAt = report.delayed() < 0 ? kNever : now + std::chrono::duration_cast<TimePoint::duration>(delay);
-            m_State = State::Asleep;
+            m_DelayedUntil = report.delayed() < 0 ? kNever : now + std::chrono::duration_cast<TimePoint::duration>(delay);
+            m_State = State::Delayed;
             break;
         }
         case ChildReport::kPassBegan:
@@ -136,7 +136,7 @@ void Attempt::EndWait(TimePoint now)
 
 std::string Attempt::EndText() const
 {
-    constexpr int kLastSignal = 64;  // greater ones are exceptions of Windows
+    constexpr int kLastSignal = 64;  // a Windows exception code is negative as an int
     const bool isSignal = m_End && m_End->status > 0 && m_End->status <= kLastSignal;
     return !m_End            ? "no reason given"
            : !m_End->crashed ? fmt::format("status {}", m_End->status)
@@ -144,7 +144,7 @@ std::string Attempt::EndText() const
                              : fmt::format("exception {:#010x}", static_cast<unsigned>(m_End->status));
 }
 
-std::optional<WaitedFor> Attempt::Culprit(TimePoint now) const
+std::optional<WaitedFor> Attempt::LongestWait(TimePoint now) const
 {
     auto spent = m_Spent;
     if (m_Waiting) {
@@ -179,10 +179,10 @@ void Attempt::Send(char command, std::uint32_t passes)
     m_Process.Write(bytes);
 }
 
-void Attempt::Wake()
+void Attempt::Resume()
 {
     m_State = State::Collecting;
-    m_WakesAt = kNever;
+    m_DelayedUntil = kNever;
     m_Process.Write({&kWake, 1});
 }
 

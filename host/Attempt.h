@@ -44,7 +44,7 @@ public:
     using TimePoint = SupervisionClock::TimePoint;
     enum class State {
         Collecting,
-        Asleep,   // a simulated machine's answer is delayed
+        Delayed,  // a simulated machine's answer is delayed
         Ready,    // waits until it may write
         Writing,  // may write
         Between,  // two passes of a watch
@@ -59,20 +59,20 @@ public:
 
     [[nodiscard]] State GetState() const noexcept { return m_State; }
     // The process is still collecting.
-    [[nodiscard]] bool IsCollecting() const noexcept { return m_State == State::Collecting || m_State == State::Asleep; }
+    [[nodiscard]] bool IsCollecting() const noexcept { return m_State == State::Collecting || m_State == State::Delayed; }
     [[nodiscard]] bool IsLive() const noexcept { return m_State != State::Ended; }
     // Whether a new pass began since the last call.
     [[nodiscard]] bool TakePassBegan() { return std::exchange(m_PassBegan, false); }
     [[nodiscard]] const std::vector<LateSource>& Late() const noexcept { return m_Late; }
     [[nodiscard]] TimePoint Started() const noexcept { return m_Started; }
-    [[nodiscard]] TimePoint WakesAt() const noexcept { return m_WakesAt; }
+    [[nodiscard]] TimePoint DelayedUntil() const noexcept { return m_DelayedUntil; }
     [[nodiscard]] std::uint32_t Passes() const noexcept { return m_Passes; }
     [[nodiscard]] int Status() const noexcept { return m_Status; }
     // How the process ended; empty while it runs or its end is not known.
     [[nodiscard]] const std::optional<ChildEnd>& End() const noexcept { return m_End; }
     [[nodiscard]] std::string EndText() const;
     // The source that this pass has waited for longest.
-    [[nodiscard]] std::optional<WaitedFor> Culprit(TimePoint now) const;
+    [[nodiscard]] std::optional<WaitedFor> LongestWait(TimePoint now) const;
     // The source that the process is waiting for now.
     [[nodiscard]] const std::optional<WaitedFor>& Waiting() const noexcept { return m_Waiting; }
     [[nodiscard]] TimePoint WaitingSince() const noexcept { return m_WaitingSince; }
@@ -80,7 +80,7 @@ public:
     // Let the process write its output, or make it repeat the pass; `passes` were shown before.
     void Go(std::uint32_t passes);
     void Discard(std::uint32_t passes);
-    void Wake();
+    void Resume();
     [[nodiscard]] ChildProcess& Process() noexcept { return m_Process; }
 
     bool isCommitted = false;  // it has been allowed to write
@@ -99,7 +99,7 @@ private:
     std::string m_Incoming;
     std::optional<WaitedFor> m_Waiting;
     TimePoint m_WaitingSince;
-    TimePoint m_WakesAt;
+    TimePoint m_DelayedUntil;
     struct Spent {
         TimePoint::duration time{};
         WaitedFor last;

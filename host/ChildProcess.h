@@ -35,7 +35,7 @@ public:
     // Starts `program` with UTF-8 arguments; one that is "{pipe}" becomes the text that ChildPipe takes. It ends when this process
     // ends. Throws ChildProcessError with the system's text.
     ChildProcess(const std::filesystem::path& program, std::vector<std::string> arguments);
-    // Ends a child that still runs, without waiting for one that cannot be ended.
+    // Ends a child that still runs. Waits at most 200 ms for it to end.
     ~ChildProcess();
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
@@ -54,8 +54,8 @@ public:
     // Ends the child at once, without waiting. A child inside a request that the kernel cannot cancel lives until the request ends.
     void Kill() noexcept;
 
-    // How the child ended; waits up to `patience`. Empty when it is still running.
-    [[nodiscard]] std::optional<ChildEnd> WaitForEnd(std::chrono::milliseconds patience);
+    // How the child ended; waits up to `timeout`. Empty when it is still running.
+    [[nodiscard]] std::optional<ChildEnd> WaitForEnd(std::chrono::milliseconds timeout);
 
     // This program's own file.
     [[nodiscard]] static std::filesystem::path OwnProgram();

@@ -48,7 +48,7 @@ struct Pipe {
     Pipe()
     {
         if (::pipe2(ends.data(), O_CLOEXEC) != 0) {
-            Throw("a pipe could not be made", errno);
+            Throw("a pipe could not be created", errno);
         }
     }
     Pipe(const Pipe&) = delete;
@@ -159,9 +159,9 @@ void ChildProcess::Kill() noexcept
     }
 }
 
-std::optional<ChildEnd> ChildProcess::WaitForEnd(std::chrono::milliseconds patience)
+std::optional<ChildEnd> ChildProcess::WaitForEnd(std::chrono::milliseconds timeout)
 {
-    const auto until = std::chrono::steady_clock::now() + patience;
+    const auto until = std::chrono::steady_clock::now() + timeout;
     while (!m_System->end) {
         int status = 0;
         const pid_t ended = ::waitpid(m_System->process, &status, WNOHANG);

@@ -140,13 +140,13 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, std::vector<std
         Handle(::CreateNamedPipeW(name.c_str(), PIPE_ACCESS_INBOUND | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE,
                                   PIPE_TYPE_BYTE | PIPE_REJECT_REMOTE_CLIENTS, 1, 65536, 65536, 0, nullptr));
     if (m_System->output.Get() == nullptr) {
-        Throw("a pipe could not be made", ::GetLastError());
+        Throw("a pipe could not be created", ::GetLastError());
     }
     SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
     HANDLE inputRead = nullptr;
     HANDLE inputWrite = nullptr;
     if (::CreatePipe(&inputRead, &inputWrite, &inherited, 65536) == 0) {
-        Throw("a pipe could not be made", ::GetLastError());
+        Throw("a pipe could not be created", ::GetLastError());
     }
     const Handle input(inputRead);
     m_System->input = Handle(inputWrite);
@@ -154,7 +154,7 @@ ChildProcess::ChildProcess(const std::filesystem::path& program, std::vector<std
     const Handle write(::CreateFileW(name.c_str(), GENERIC_WRITE, 0, &inherited, OPEN_EXISTING, 0, nullptr));
     m_System->readEvent = Handle(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
     if (write.Get() == nullptr || m_System->readEvent.Get() == nullptr) {
-        Throw("a pipe could not be made", ::GetLastError());
+        Throw("a pipe could not be created", ::GetLastError());
     }
 
     std::wstring line;
@@ -251,9 +251,9 @@ void ChildProcess::Write(std::string_view bytes) noexcept
 
 void ChildProcess::Kill() noexcept { ::TerminateProcess(m_System->process.Get(), 1); }
 
-std::optional<ChildEnd> ChildProcess::WaitForEnd(std::chrono::milliseconds patience)
+std::optional<ChildEnd> ChildProcess::WaitForEnd(std::chrono::milliseconds timeout)
 {
-    if (!m_System->end && ::WaitForSingleObject(m_System->process.Get(), static_cast<DWORD>(patience.count())) == WAIT_OBJECT_0) {
+    if (!m_System->end && ::WaitForSingleObject(m_System->process.Get(), static_cast<DWORD>(timeout.count())) == WAIT_OBJECT_0) {
         DWORD status = 0;
         ::GetExitCodeProcess(m_System->process.Get(), &status);
         // An exception's code has both top bits set; abort() ends with 3, which is also an exit status of this program.

@@ -24,7 +24,7 @@ using border::HostException;
 using border::Operation;
 
 constexpr std::string_view kAll = "all";
-// The error of a WMI query that is left out: ERROR_TIMEOUT.
+// The error of a query to a WMI source that is left out because it did not answer: ERROR_TIMEOUT.
 constexpr std::string_view kTimedOut = "HRESULT 0x800705B4";
 // Datatypes by name: asking a message for its descriptor would build the whole schema.
 constexpr std::string_view kStaticInfo = "PhysicalDiskStaticInfo";
@@ -118,8 +118,8 @@ CollectedDatatype Collector::CollectOne(const Operation& operation)
     for (border::SerializedItem& item : items ? *items : std::vector<border::SerializedItem>{}) {
         auto message = item.message ? NewMessage(operation.datatype) : nullptr;
         if (item.message && (message == nullptr || !message->ParseFromString(*item.message))) {
-            throw std::runtime_error(result.datatype +
-                                     ": this program cannot decode it; it and the plug-in are of different versions");
+            throw std::runtime_error(
+                result.datatype + ": the message cannot be decoded, because this program and the plug-in have different versions");
         }
         result.items.push_back({item.itemId.ToString(), item.collectionTime, std::move(message)});
     }
@@ -139,7 +139,7 @@ void Collector::ReportFailure(const std::string& datatype, const HostException& 
         }
     }
     if (message.find(kTimedOut) != std::string::npos && HasLateSource()) {
-        reason = "it needs what did not answer";
+        reason = "it needs data from a source that did not answer";
     }
     const Finding failure{"collection-failed", {}, fmt::format("{}: not collected: {}", datatype, reason), {}, {datatype}};
     if (std::find(m_Failures.begin(), m_Failures.end(), failure) == m_Failures.end()) {  // it may be collected again to find a disk

@@ -36,7 +36,7 @@ public:
     void LetRatesBuildUp(const std::vector<border::Operation>& operations);
     // Replaces the plug-in's object, because one that has seen a disk keeps looking for its counters.
     void Renew() { m_Object = m_Plugin.Create(m_Log); }
-    // Collects each of them once, for all disks. A failure is reported on standard error and sets HasFailed.
+    // Collects each of them once, for all disks. A failure sets HasFailed and is reported by the next ReportFindings.
     [[nodiscard]] std::vector<CollectedDatatype> Collect(const std::vector<border::Operation>& operations);
     // Ends a pass: reports what it left out, and returns that together with the failures.
     [[nodiscard]] std::vector<Finding> ReportFindings();

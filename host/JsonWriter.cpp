@@ -178,7 +178,7 @@ std::vector<std::string> JsonWriter::Write(const std::string& type, const std::v
     std::size_t begin = text.find(kBeforeMessage, 1);  // behind the same characters, which begin the list
     for (const pb::MessageLite* const message : messages) {
         if (message == nullptr || !status.ok()) {
-            texts.emplace_back(kNull);
+            texts.push_back(message == nullptr ? kNull : Write(type, *message));  // only the one that fails is lost
             continue;
         }
         begin += kBeforeMessage.size();

@@ -95,11 +95,11 @@ private:
     }
 
     // Starts an attempt that also leaves out the source that the newest one waits for.
-    void StartWithout(const Attempt& attempt, const WaitedFor& culprit, const std::string& crash)
+    void StartWithout(const Attempt& attempt, const WaitedFor& longest, const std::string& crash)
     {
         std::vector<LateSource> late = attempt.Late();
         LateSource& source = late.emplace_back();
-        *source.mutable_source() = culprit;
+        *source.mutable_source() = longest;
         const double seconds = Round::InSeconds(m_Round.Granted(attempt.Started()));
         source.set_seconds(std::round(seconds * 10) / 10);
         source.set_crash(crash);
@@ -111,7 +111,7 @@ private:
     {
         TimePoint next = TimePoint::max();
         for (const auto& attempt : m_Attempts) {
-            next = std::min(next, attempt->WakesAt());
+            next = std::min(next, attempt->DelayedUntil());
         }
         const Attempt& newest = *m_Attempts.back();
         return newest.IsCollecting() || newest.GetState() == State::Ready ? std::min(next, m_Round.NextEvent(m_Clock.Now())) : next;
@@ -129,8 +129,8 @@ private:
         }
         const TimePoint now = m_Clock.Now();
         for (const auto& attempt : m_Attempts) {
-            if (attempt->GetState() == State::Asleep && attempt->WakesAt() <= now) {
-                attempt->Wake();
+            if (attempt->GetState() == State::Delayed && attempt->DelayedUntil() <= now) {
+                attempt->Resume();
             }
         }
         LookAfterShadows(now);
@@ -147,9 +147,9 @@ private:
         const auto is = [](const auto& attempt, State state) { return attempt->GetState() == state; };
         const auto timer = NextTimer();
         const bool isIdle = std::all_of(m_Attempts.begin(), m_Attempts.end(),
-                                        [&](const auto& one) { return is(one, State::Asleep) || is(one, State::Ready); });
+                                        [&](const auto& one) { return is(one, State::Delayed) || is(one, State::Ready); });
         if (timer == TimePoint::max() || !isIdle ||
-            std::none_of(m_Attempts.begin(), m_Attempts.end(), [&](const auto& one) { return is(one, State::Asleep); })) {
+            std::none_of(m_Attempts.begin(), m_Attempts.end(), [&](const auto& one) { return is(one, State::Delayed); })) {
             return false;
         }
         m_Clock.JumpTo(timer);
@@ -212,7 +212,7 @@ private:
             const auto& late = m_Attempts.back()->Late();
             const auto known = std::find_if(late.begin(), late.end(),
                                             [&](const LateSource& one) { return KeyOf(one.source()) == KeyOf(*waiting); });
-            const Duration patience = known != late.end() ? Duration(Round::kShortest) : m_Round.Length();
+            const Duration timeout = known != late.end() ? Duration(Round::kShortest) : m_Round.Length();
             std::vector<LateSource> without = shadow.Late();
             LateSource& source = without.emplace_back();
             if (known != late.end()) {
@@ -223,7 +223,7 @@ private:
             }
             const bool exists = std::any_of(m_Attempts.begin(), m_Attempts.end(),
                                             [&](const auto& one) { return LeaveOutTheSame(one->Late(), without); });
-            if (now - shadow.WaitingSince() >= patience && !exists) {
+            if (now - shadow.WaitingSince() >= timeout && !exists) {
                 auto attempt = Make(without, m_Round.Length());
                 attempt->isShadow = true;
                 m_Attempts.insert(m_Attempts.begin() + static_cast<std::ptrdiff_t>(i + 1), std::move(attempt));
@@ -234,14 +234,14 @@ private:
     void LookAtTheTime(TimePoint now)
     {
         const Attempt& newest = *m_Attempts.back();
-        const auto culprit = newest.Culprit(now);
-        if (m_Round.IsAttemptDue(now) && culprit) {
-            StartWithout(newest, *culprit, {});
+        const auto longest = newest.LongestWait(now);
+        if (m_Round.IsAttemptDue(now) && longest) {
+            StartWithout(newest, *longest, {});
             m_Round.AttemptStarted(now);
         } else if (m_Round.IsGraceOver(now)) {
             m_Progress.Clear();
             Say(fmt::format("nothing was collected within {:g} s{}", m_Supervision.seconds,
-                            culprit ? fmt::format(": no answer from {} to {}", NameOf(*culprit), culprit->what()) : ""));
+                            longest ? fmt::format(": no answer from {} to {}", NameOf(*longest), longest->what()) : ""));
             GiveUp();
         }
     }
@@ -263,9 +263,9 @@ private:
         if (m_Attempts.empty() || m_Attempts.size() >= kMostAttempts) {
             m_Attempts.clear();
             Start({});
-        } else if (const Attempt& newest = *m_Attempts.back(); const auto culprit = newest.Culprit(m_Clock.Now())) {
+        } else if (const Attempt& newest = *m_Attempts.back(); const auto longest = newest.LongestWait(m_Clock.Now())) {
             m_Passes = std::max(m_Passes, newest.Passes());
-            StartWithout(newest, *culprit, {});
+            StartWithout(newest, *longest, {});
         } else {
             Start(std::vector<LateSource>(newest.Late()));
         }
@@ -325,8 +325,8 @@ private:
     int Interrupt()
     {
         Attempt& newest = *m_Attempts.back();
-        constexpr std::chrono::seconds kPatience(1);
-        const auto until = Clock::now() + kPatience;
+        constexpr std::chrono::seconds kTimeout(1);
+        const auto until = Clock::now() + kTimeout;
         std::vector<ChildProcess*> process{&newest.Process()};
         while (newest.GetState() == State::Writing && Clock::now() < until) {
             if (ChildProcess::Wait(process, until) == ChildProcess::Outcome::Readable) {

@@ -13,7 +13,7 @@
 namespace orbis::host {
 
 // Must be called first: from now on libraries are loaded only from this program's folder and the system's, never from the current
-// folder or PATH. On POSIX this is always so.
+// folder or PATH. On POSIX the run path does this, unless the environment overrides it.
 void RestrictLibrarySearch();
 
 // Must be called before any file is opened. A standard stream that the caller has closed cannot become another file, and writing to

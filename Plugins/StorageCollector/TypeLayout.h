@@ -13,8 +13,8 @@ struct TypeName {
     std::string_view microsoft;
 };
 
-// The address of the only public subobject of class `name` in the complete object that `subobject`, which is of a polymorphic
-// class, belongs to. 0 when there is none or more than one, and when no type information is found.
+// The address of the only public subobject (a base or the object itself) of class `name` in the complete object that `subobject`,
+// which is of a polymorphic class, belongs to. 0 when there is none or more than one, and when no type information is found.
 [[nodiscard]] std::uintptr_t FindBase(std::uintptr_t subobject, const TypeName& name);
 
 // The same for a known layout.

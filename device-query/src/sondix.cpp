@@ -62,7 +62,7 @@ nvme::IHealthInfo* SX_CALL SXNvmNewHealthInfo(std::int32_t drive)
 nvme::ICustomizedHealthInfo* SX_CALL SXNvmNewCustomizedHealthInfo(std::int32_t drive)
 {
     return NullWhenMemoryIsShort([drive]() -> nvme::ICustomizedHealthInfo* {
-        // Another maker's drive would log every such request as an error.
+        // Another maker's drive would log each request for this page as an error.
         std::array<std::uint8_t, 4096> identify{};
         if (!ReadIdentifyController(drive, identify) || !maker::MakerArea(Page<4096>(identify)).IsRecognised()) {
             return nullptr;

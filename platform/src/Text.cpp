@@ -77,7 +77,9 @@ std::string DefaultToUtf8(std::string_view text)
 std::string Utf16ToUtf8(std::u16string_view text)
 {
     if (std::ranges::all_of(text, [](char16_t unit) { return unit < 0x80; })) {  // nearly every text
-        return {text.begin(), text.end()};
+        std::string ascii(text.size(), '\0');
+        std::ranges::transform(text, ascii.begin(), [](char16_t unit) { return static_cast<char>(unit); });
+        return ascii;
     }
     std::string out;
     out.reserve(text.size());

@@ -1,6 +1,6 @@
 #pragma once
 
-// windows.h without what is not wanted of it, and the port's types as the ones of the SDK.
+// Includes windows.h without its rarely used headers and its min and max macros, and converts the port's types to the SDK's.
 #define WIN32_LEAN_AND_MEAN
 #define NOMINMAX
 #include <windows.h>

@@ -11,7 +11,7 @@ namespace orbis::tests {
 struct BitField {
     std::string name;          // path of the message field, "[n]" after a repeated one
     std::string form;          // the word after the name in the table, or ""
-    std::size_t firstBit = 0;  // of the whole field's lowest byte
+    std::size_t firstBit = 0;  // position of the field's lowest bit in the page
     std::size_t bits = 0;
     std::size_t slot = 0;    // of the page's interface, 0 for none
     std::size_t nested = 0;  // slot of the interface that `slot` returns, 0 for a field of the page itself

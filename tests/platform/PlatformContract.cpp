@@ -252,6 +252,7 @@ TEST_P(PlatformContract, MalformedCommandsAreRefusedBeforeTheyReachADrive)
         EXPECT_EQ(page(device, &Page::dataOffset, 39, 64), kInvalid) << "in the structure";
         EXPECT_EQ(page(device, &Page::dataOffset, 0xFFFFFFF8, 64), win32::kInsufficientBuffer);
         EXPECT_EQ(page(device, &Page::dataLength, 0, 64), kInvalid);
+        EXPECT_EQ(page(device, &Page::dataLength, (1U << 20U) + 4, 64), kInvalid) << "longer than any page";
         EXPECT_EQ(page(device, &Page::dataLength, 17, 64), win32::kInsufficientBuffer);
         EXPECT_EQ(command(device, &Command::version, 2, 160), kInvalid);
         EXPECT_EQ(command(device, &Command::length, 80, 160), kInvalid);

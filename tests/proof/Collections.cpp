@@ -72,7 +72,7 @@ Outcome Collect(StorageCollectorPlugin& plugin, Datatype datatype)
     } catch (const HostException& exception) {
         outcome.failure = exception.ToString();
     } catch (...) {
-        outcome.failure = "no exception of the host's";
+        outcome.failure = "not a host exception";
     }
     return outcome;
 }
@@ -94,7 +94,7 @@ std::string MachineText(const std::string& name)
 
 PluginOnMachine::PluginOnMachine(std::shared_ptr<simulated::Machine> machine) : m_Machine(std::move(machine)), m_Faults(*m_Machine)
 {
-    // A host's thread has COM before it calls a plug-in.
+    // A host initialises COM on its thread before it calls a plug-in.
     m_Machine->WmiPort().InitializeCom(0);
     platform::Platform::Replace(&m_Faults);
 }

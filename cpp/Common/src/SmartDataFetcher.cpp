@@ -17,7 +17,7 @@ using HardwareAccessLib::BasicDiskInfo;
 using HardwareAccessLib::DiskDriveMediaType;
 using HardwareAccessLib::Sector;
 
-// No line of this unit is documented, so its failures have the line that raised them.
+// The line numbers of failures here are no contract: each failure has the line that raised it.
 constexpr std::string_view kSmartUnit = R"(cpp\Common\src\SmartDataFetcher)";
 
 // A block begins with a 2-byte revision; entries of 12 bytes follow.

@@ -16,7 +16,7 @@
 // - Buffers are copied whole, as large as the caller made them, of failed calls too: `returned` is what the driver claims and no
 //   limit. Pointers inside them are zero.
 // - Arguments that point into the caller's process alone (security attributes, template file, parent window, user data) are not
-// kept.
+//   kept.
 // - `error` is the Win32 error after the call when it failed, else 0.
 namespace orbis::insight {
 

@@ -23,10 +23,12 @@ void SayWhyUnknown(const DiskEvidence& disk, DiskJudge& judge)
     using State = PageAnswer::State;
     if (!IsNvme(disk) && disk.nvmeIdentify.state == State::Refused && disk.ataIdentify.state != State::Answered &&
         disk.smartData.state == State::Refused) {
-        judge.Unknown("unknown.refused",
-                      fmt::format("neither an NVMe health log nor SMART data can be read through its driver: {}",
-                                  ErrorText(disk.nvmeIdentify.error)),
-                      "");
+        std::string text =
+            "neither an NVMe health log nor SMART data can be read through its driver: " + ErrorText(disk.nvmeIdentify.error);
+        if (disk.smartData.error != disk.nvmeIdentify.error) {
+            text += fmt::format(" (NVMe), {} (SMART)", ErrorText(disk.smartData.error));
+        }
+        judge.Unknown("unknown.refused", std::move(text), "");
         return;
     }
     const PageAnswer& page = IsNvme(disk) ? disk.nvmeHealth : disk.smartData;

@@ -18,9 +18,9 @@ inline constexpr std::uint32_t kFileShareRead = 1;
 inline constexpr std::uint32_t kFileShareWrite = 2;
 inline constexpr std::uint32_t kOpenExisting = 3;
 
-// Whether a disk's medium is ready, as far as this can be determined without waking it.
+// Whether a disk is awake, as far as this can be determined without waking it.
 enum class PowerState : std::uint8_t {
-    Unknown,  // there is no such disk, or a driver or bridge does not pass the question on; callers treat it as awake
+    Unknown,  // there is no such disk, or a driver or bridge does not forward the request; callers treat it as awake
     Awake,
     Asleep,  // any other request may wake it
 };
@@ -38,8 +38,8 @@ public:
                                             std::uint32_t disposition, std::uint32_t flags, NativeHandle templateFile) = 0;
 
     // DeviceIoControl. `in` and `out` may be the same buffer or null with size 0; `returned` receives the number of bytes written
-    // to `out` and is never null here. Unsupported: kInvalidFunction or kNotSupported. Too small an `out`: kInsufficientBuffer or
-    // kMoreData. A device may also succeed with fewer bytes than asked: check `returned` before reading.
+    // to `out` and is never null here. Unsupported: kInvalidFunction or kNotSupported. If `out` is too small: kInsufficientBuffer
+    // or kMoreData. A device may also succeed with fewer bytes than requested: check `returned` before reading.
     [[nodiscard]] virtual bool Control(NativeHandle device, std::uint32_t code, void* in, std::uint32_t inSize, void* out,
                                        std::uint32_t outSize, std::uint32_t* returned, void* overlapped) = 0;
 

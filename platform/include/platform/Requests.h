@@ -51,7 +51,7 @@ struct AtaPassThroughDirect {
     std::uint32_t dataTransferLength = 0;
     std::uint32_t timeOutValue = 0;  // seconds
     std::uint32_t reservedAsUlong = 0;
-    std::uint32_t padding = 0;  // named, so that no byte leaves for a driver unset
+    std::uint32_t padding = 0;  // explicit, so that no uninitialised byte is sent to a driver
     void* dataBuffer = nullptr;
     std::array<std::uint8_t, 8> previousTaskFile{};
     std::array<std::uint8_t, 8> currentTaskFile{};  // features, count, LBA low, mid, high, device, command or status, reserved
@@ -203,14 +203,14 @@ enum class BusType : std::uint32_t {
     NvmeOf = 20,
 };
 
-// STORAGE_PROPERTY_QUERY without its variable tail (the SDK's has one byte of it and a size of 12).
+// STORAGE_PROPERTY_QUERY without its variable tail (the SDK's structure includes one byte of the tail, and its size is 12).
 struct StoragePropertyQueryHead {
     std::uint32_t propertyId = 0;
     std::uint32_t queryType = 0;
 };
 static_assert(sizeof(StoragePropertyQueryHead) == 8);
 
-// STORAGE_DEVICE_DESCRIPTOR up to its raw properties; offsets count from its start, 0 is absent.
+// STORAGE_DEVICE_DESCRIPTOR up to its raw properties; offsets are relative to its start; 0 means absent.
 struct StorageDeviceDescriptorHead {
     std::uint32_t version = 0;  // sizeof STORAGE_DEVICE_DESCRIPTOR of the driver
     std::uint32_t size = 0;     // bytes of the whole descriptor
@@ -226,7 +226,7 @@ struct StorageDeviceDescriptorHead {
     std::uint32_t rawPropertiesLength = 0;
 };
 static_assert(sizeof(StorageDeviceDescriptorHead) == 36 && offsetof(StorageDeviceDescriptorHead, busType) == 28);
-inline constexpr std::uint32_t kStorageDeviceDescriptorSize = 40;  // sizeof STORAGE_DEVICE_DESCRIPTOR, its version too
+inline constexpr std::uint32_t kStorageDeviceDescriptorSize = 40;  // sizeof(STORAGE_DEVICE_DESCRIPTOR), which is also its version
 
 // STORAGE_PROTOCOL_TYPE, STORAGE_PROTOCOL_NVME_DATA_TYPE
 inline constexpr std::uint32_t kProtocolTypeNvme = 3;
@@ -263,7 +263,7 @@ struct StorageProtocolDataDescriptor {
 };
 static_assert(sizeof(StorageProtocolDataDescriptor) == 48 && offsetof(StorageProtocolDataDescriptor, protocol) == 8);
 
-// STORAGE_PROTOCOL_COMMAND up to its command bytes (64 for NVMe), which follow at offset 80; the SDK's has a size of 84.
+// STORAGE_PROTOCOL_COMMAND up to its command bytes (64 for NVMe), which follow at offset 80; the SDK's structure is 84 bytes long.
 struct StorageProtocolCommandHead {
     std::uint32_t version = 1;  // STORAGE_PROTOCOL_STRUCTURE_VERSION
     std::uint32_t length = 84;  // sizeof STORAGE_PROTOCOL_COMMAND

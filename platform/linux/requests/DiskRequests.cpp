@@ -11,7 +11,7 @@
 namespace orbis::platform::linux_system {
 namespace {
 
-// Nothing, with errno set, when it cannot be determined.
+// Returns nullopt and sets errno when it cannot be determined.
 std::optional<PartitionTable> TableOf(const Machine& machine, const Target& target, int descriptor)
 {
     if (descriptor >= 0) {

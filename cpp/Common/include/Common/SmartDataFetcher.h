@@ -17,7 +17,7 @@ public:
     ~SmartDataFetcher() override = default;
 
     // `wmiBlock`: VendorSpecific of MSStorageDriver_ATAPISmartData (normally 362 bytes), or empty. Never raises: values that could
-    // not be read are absent. After a failure behind the device's own values, the values read so far are returned.
+    // not be read are absent. After a failure that comes later than the device's own values, the values read so far are returned.
     [[nodiscard]] SmartDataCollection GetSmartInformation(const HardwareAccessLib::BasicDiskInfo& disk,
                                                           const std::vector<std::uint8_t>& wmiBlock);
     // SMART READ DATA into the collection; true when attributes were read from the device. Raises nothing.
