@@ -33,7 +33,8 @@ using TwoBytes = Page<2, 256>;
 static_assert(HasBit<TwoBytes, 0> && HasBit<TwoBytes, 15> && !HasBit<TwoBytes, 16>);
 static_assert(HasBits<TwoBytes, 15, 0> && HasBits<TwoBytes, 9, 7> && !HasBits<TwoBytes, 16, 0> && !HasBits<TwoBytes, 3, 4>);
 static_assert(HasBits<Page<32>, 255, 224> && !HasBits<Page<32>, 32, 0>);
-static_assert(HasWord<TwoBytes, 256, std::uint16_t> && !HasWord<TwoBytes, 257, std::uint16_t> && !HasWord<TwoBytes, 256, std::uint32_t>);
+static_assert(HasWord<TwoBytes, 256, std::uint16_t> && !HasWord<TwoBytes, 257, std::uint16_t> &&
+              !HasWord<TwoBytes, 256, std::uint32_t>);
 static_assert(HasBytes<TwoBytes, 256, 2> && !HasBytes<TwoBytes, 256, 3> && !HasBytes<TwoBytes, 255, 1>);
 static_assert(std::is_constructible_v<TwoBytes, const Page<4096>&>);
 static_assert(!std::is_constructible_v<TwoBytes, const Page<257>&> && !std::is_constructible_v<Page<2, 2>, const TwoBytes&>);
