@@ -6,8 +6,6 @@
 namespace orbis::platform::emulated {
 namespace {
 
-constexpr std::uint32_t kLongestPage = 1U << 20;
-
 // The port drivers take 1 second to 30 hours.
 bool IsTimeOutValid(std::uint32_t seconds) noexcept { return seconds > 0 && seconds <= 30 * 60 * 60; }
 
@@ -51,7 +49,7 @@ Win32Error CheckProtocolQuery(const std::optional<StorageProtocolQuery>& query, 
     const bool isPage =
         protocol.dataType == kNvmeDataTypeIdentify || (protocol.dataType == kNvmeDataTypeLogPage && protocol.dataLength % 4 == 0);
     if (protocol.protocolType != kProtocolTypeNvme || !isPage || protocol.dataOffset < sizeof(protocol) ||
-        protocol.dataLength == 0 || protocol.dataLength > kLongestPage) {
+        protocol.dataLength == 0 || protocol.dataLength > kLargestTransfer) {
         return win32::kInvalidParameter;
     }
     constexpr std::uint64_t kProtocolAt = offsetof(StorageProtocolDataDescriptor, protocol);
@@ -68,7 +66,7 @@ Win32Error CheckProtocolCommand(const std::optional<StorageProtocolCommandHead>&
         return win32::kInvalidParameter;
     }
     const std::uint32_t length = head->dataFromDeviceTransferLength;
-    if (length > kLongestPage || (length != 0 && head->dataFromDeviceBufferOffset < kProtocolCommandEnd)) {
+    if (length > kLargestTransfer || (length != 0 && head->dataFromDeviceBufferOffset < kProtocolCommandEnd)) {
         return win32::kInvalidParameter;
     }
     const std::uint64_t dataEnd = length != 0 ? std::uint64_t{head->dataFromDeviceBufferOffset} + length : 0;

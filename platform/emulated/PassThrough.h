@@ -20,6 +20,8 @@ namespace orbis::platform::emulated {
 // the answer.
 [[nodiscard]] Win32Error CheckProtocolCommand(const std::optional<StorageProtocolCommandHead>& head, std::size_t inputSize,
                                               std::size_t outputSize) noexcept;
+// In bytes. No request that is let through moves more; larger ones are refused before anything is allocated.
+inline constexpr std::uint32_t kLargestTransfer = 1U << 20;
 // Where the bytes of a command's data may begin: behind the command.
 inline constexpr std::uint32_t kProtocolCommandEnd = sizeof(StorageProtocolCommandHead) + kProtocolCommandLengthNvme;
 

@@ -64,7 +64,7 @@ class Insight:
         self._take(self._table.endPass())
 
     def findings(self) -> dict[str, Any]:
-        """What the collections left out, and why: a FindingsReport."""
+        """Everything that was left out or needs attention, with the remedy: a FindingsReport."""
         return self._document(self._table.findings())
 
     def health(self) -> dict[str, Any]:

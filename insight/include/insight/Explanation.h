@@ -20,9 +20,8 @@ namespace orbis::insight {
 [[nodiscard]] ORBIS_INSIGHT_EXPORT const SourceTable& Sources();
 // The row of a field, or null. `field` is the name in the schema: "NvmeHealthInfo.available_spare".
 [[nodiscard]] ORBIS_INSIGHT_EXPORT const FieldSource* SourceOf(std::string_view field);
-// "NVMe log 02h bytes 160-175", "Win32_DiskDrive.Model"; several places are separated by ", else " or, if all of them count, by "
-// and
-// ". Bytes count from `base` if the message is an element of the answer, and from the entry of `attribute` (0: none) in a SMART
+// "NVMe log 02h bytes 160-175", "Win32_DiskDrive.Model"; several places are separated by ", else ", or by " and " if all of them
+// count. Bytes count from `base` if the message is an element of the answer, and from the entry of `attribute` (0: none) in a SMART
 // page.
 [[nodiscard]] ORBIS_INSIGHT_EXPORT std::string PlaceText(const FieldSource& source, std::uint32_t base = 0,
                                                          std::uint32_t attribute = 0);

@@ -25,7 +25,4 @@ struct KernelDevice {
 // A request's time-out in the milliseconds that the kernel takes.
 [[nodiscard]] std::uint32_t KernelTimeout(std::uint32_t seconds) noexcept;
 
-// No request that is let through moves more than this; larger ones are refused before anything is allocated.
-inline constexpr std::uint32_t kLargestTransfer = 1U << 20;
-
 }  // namespace orbis::platform::linux_system

@@ -68,7 +68,7 @@ Win32Error RunScsiPassThrough(const KernelDevice& device, ControlBuffers& buffer
 {
     const auto request = buffers.Request<ScsiPassThroughDirect>();
     const Win32Error malformed = emulated::CheckPassThrough(request, buffers.out.size());
-    if (malformed != win32::kSuccess || request->dataTransferLength > kLargestTransfer) {
+    if (malformed != win32::kSuccess || request->dataTransferLength > emulated::kLargestTransfer) {
         return malformed != win32::kSuccess ? malformed : win32::kInvalidParameter;
     }
     const std::size_t senseAt = request->senseInfoOffset;
